@@ -1,0 +1,78 @@
+#include "Base/ThreadPool.h"
+
+#include <condition_variable>
+#include <deque>
+#include <mutex>
+#include <system_error>
+#include <thread>
+
+namespace quoxelin {
+
+struct ThreadPool::State {
+    State(std::size_t limit, std::chrono::milliseconds patience)
+        : limit(limit), patience(patience) {}
+
+    const std::size_t limit;
+    const std::chrono::milliseconds patience;
+
+    std::mutex mutex;
+    std::condition_variable workCame;
+    std::deque<Work> waiting;
+    std::size_t threads = 0;
+    std::size_t idleThreads = 0;
+    bool abandoned = false;
+};
+
+ThreadPool::ThreadPool(std::size_t limit, std::chrono::milliseconds patience)
+    : state(std::make_shared<State>(limit, patience)) {}
+
+ThreadPool::~ThreadPool() {
+    const std::lock_guard lock(state->mutex);
+    state->abandoned = true;
+    state->workCame.notify_all();
+}
+
+void ThreadPool::async(Work work) {
+    const std::lock_guard lock(state->mutex);
+    state->waiting.push_back(std::move(work));
+    if (state->waiting.size() <= state->idleThreads) {
+        state->workCame.notify_one();
+        return;
+    }
+    if (state->threads == state->limit)
+        return;
+    try {
+        std::thread([state = state] { serve(state); }).detach();
+        ++state->threads;
+    } catch (const std::system_error&) {
+        // The system has no thread left; the work waits for one of ours.
+    }
+}
+
+void ThreadPool::serve(const std::shared_ptr<State>& state) {
+    std::unique_lock lock(state->mutex);
+    for (;;) {
+        if (state->waiting.empty()) {
+            ++state->idleThreads;
+            state->workCame.wait_for(lock, state->patience,
+                                     [&] { return !state->waiting.empty() || state->abandoned; });
+            --state->idleThreads;
+            if (state->waiting.empty())
+                break;
+        }
+        auto work = std::move(state->waiting.front());
+        state->waiting.pop_front();
+        lock.unlock();
+        work();
+        work = nullptr; // what the work holds ends before the lock is taken
+        lock.lock();
+    }
+    --state->threads;
+}
+
+std::size_t ThreadPool::threadCount() const {
+    const std::lock_guard lock(state->mutex);
+    return state->threads;
+}
+
+} // namespace quoxelin

@@ -1,0 +1,119 @@
+#include "Base/UnixSocket.h"
+
+#include <cstddef>
+#include <cstring>
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+namespace quoxelin {
+
+namespace {
+
+constexpr std::size_t pathFieldSize = 104;
+constexpr socklen_t addressLength = offsetof(sockaddr_un, sun_path) + pathFieldSize;
+
+#ifdef MSG_NOSIGNAL
+constexpr int sendFlags = MSG_NOSIGNAL;
+#else
+constexpr int sendFlags = 0;
+#endif
+
+int openStreamSocket() {
+#ifdef SOCK_CLOEXEC
+    return ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+#else
+    const int descriptor = ::socket(AF_UNIX, SOCK_STREAM, 0);
+    if (descriptor >= 0) {
+        const int on = 1;
+        ::setsockopt(descriptor, SOL_SOCKET, SO_NOSIGPIPE, &on, sizeof on);
+    }
+    return descriptor;
+#endif
+}
+
+sockaddr_un addressOf(const std::string& path) {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
+#ifdef __APPLE__
+    address.sun_len = static_cast<unsigned char>(path.size() + 2);
+#endif
+    return address;
+}
+
+/// After an interrupted connect the attempt goes on by itself; its outcome is asked for here.
+int awaitConnection(int descriptor) {
+    pollfd waiting{descriptor, POLLOUT, 0};
+    while (::poll(&waiting, 1, -1) < 0 && errno == EINTR) {
+    }
+    int outcome = 0;
+    socklen_t size = sizeof outcome;
+    ::getsockopt(descriptor, SOL_SOCKET, SO_ERROR, &outcome, &size);
+    return outcome;
+}
+
+/// 0, or the error number.
+int connectTo(int descriptor, const sockaddr_un& address) {
+    for (;;) {
+        if (::connect(descriptor, reinterpret_cast<const sockaddr*>(&address), addressLength) == 0)
+            return 0;
+        switch (errno) {
+        case EINTR:
+            continue;
+        case EISCONN:
+            return 0;
+        case EALREADY:
+            return awaitConnection(descriptor);
+        }
+        return errno;
+    }
+}
+
+template <typename Call>
+Result<std::size_t, SystemError> retryingInterrupted(Call call) {
+    for (;;) {
+        const auto count = call();
+        if (count >= 0)
+            return static_cast<std::size_t>(count);
+        if (errno != EINTR)
+            return tl::unexpected(SystemError::last());
+    }
+}
+
+} // namespace
+
+Result<std::unique_ptr<Connection>, ConnectError> UnixSocket::connect(const std::string& path) {
+    const int descriptor = openStreamSocket();
+    if (descriptor < 0)
+        return tl::unexpected(
+            ConnectError{ConnectError::Reason::socketCreateFailed, SystemError::last()});
+    auto socket = std::make_unique<UnixSocket>(descriptor);
+    if (path.size() >= pathFieldSize)
+        return tl::unexpected(
+            ConnectError{ConnectError::Reason::socketPathTooLong, SystemError{ENAMETOOLONG}});
+    if (const int failure = connectTo(descriptor, addressOf(path)); failure != 0)
+        return tl::unexpected(
+            ConnectError{ConnectError::Reason::connectFailed, SystemError{failure}});
+    return socket;
+}
+
+UnixSocket::~UnixSocket() {
+    ::close(descriptor);
+}
+
+Result<std::size_t, SystemError> UnixSocket::read(std::span<char> into) {
+    return retryingInterrupted([&] { return ::read(descriptor, into.data(), into.size()); });
+}
+
+Result<std::size_t, SystemError> UnixSocket::write(std::string_view bytes) {
+    return retryingInterrupted(
+        [&] { return ::send(descriptor, bytes.data(), bytes.size(), sendFlags); });
+}
+
+void UnixSocket::shutdown() {
+    ::shutdown(descriptor, SHUT_RDWR);
+}
+
+} // namespace quoxelin
