@@ -1,0 +1,66 @@
+#pragma once
+
+#include <string>
+
+namespace quoxelin {
+
+class AppleScript;
+class Connector;
+class Dispatch;
+class NetworkExtension;
+class NotificationCenter;
+class NSAppleEventManager;
+class NSApplication;
+class NSBundle;
+class NSFileManager;
+class NSOpenPanel;
+class NSPasteboard;
+class NSProcessInfo;
+class NSStatusBar;
+class NSUserDefaults;
+class NSWorkspace;
+class OSSystemExtensionManager;
+class Panels;
+class ServiceManagement;
+class SystemLog;
+class UNUserNotificationCenter;
+class Updates;
+class XPC;
+
+/// Where the daemon listens, unless a developer asks for another place.
+inline constexpr const char* defaultDaemonSocketPath = "/var/run/quoxelind.socket";
+
+/// Everything that the application asks of the operating system. All that it refers to lives as
+/// long as the process.
+struct Platform {
+    Dispatch& dispatch;
+    Connector& connector;
+    NotificationCenter& notificationCenter;
+    SystemLog& systemLog;
+    NSBundle& mainBundle;
+    NSUserDefaults& userDefaults;
+    NSProcessInfo& processInfo;
+    NSFileManager& fileManager;
+    NetworkExtension& networkExtension;
+    OSSystemExtensionManager& systemExtensionManager;
+    ServiceManagement& serviceManagement;
+    XPC& xpc;
+    UNUserNotificationCenter& userNotificationCenter;
+    Updates& updates;
+    AppleScript& appleScript;
+    NSApplication& application;
+    NSStatusBar& statusBar;
+    Panels& panels;
+    NSWorkspace& workspace;
+    NSPasteboard& pasteboard;
+    NSOpenPanel& openPanel;
+    NSAppleEventManager& appleEventManager;
+    std::string daemonSocketPath = defaultDaemonSocketPath;
+
+    /// The platform of this process, which the shared instances are built on. `use` comes first,
+    /// once, on the main thread, with a platform that lasts as long as the process.
+    static const Platform& current();
+    static void use(const Platform& platform);
+};
+
+} // namespace quoxelin

@@ -1,0 +1,46 @@
+#pragma once
+
+#include "Base/Error.h"
+#include "Base/Result.h"
+
+#include <memory>
+#include <string>
+
+namespace quoxelin {
+
+// The ServiceManagement framework. Main thread only; every call answers at once.
+
+/// The framework's raw values. A platform may report others.
+enum class SMAppServiceStatus : int {
+    notRegistered = 0,
+    enabled = 1,
+    requiresApproval = 2,
+    notFound = 3,
+};
+
+/// A program that the system starts on our behalf.
+class SMAppService {
+  public:
+    virtual ~SMAppService() = default;
+
+    /// Registering what is registered already is no failure.
+    virtual Result<void, Error> registerService() = 0;
+
+    virtual Result<void, Error> unregisterService() = 0;
+
+    /// A raw `SMAppServiceStatus`.
+    virtual int status() const = 0;
+};
+
+class ServiceManagement {
+  public:
+    virtual ~ServiceManagement() = default;
+
+    /// The application itself, opened at login.
+    virtual std::unique_ptr<SMAppService> mainApp() = 0;
+
+    /// The privileged helper that the launchd property list inside the bundle describes.
+    virtual std::unique_ptr<SMAppService> daemon(const std::string& plistName) = 0;
+};
+
+} // namespace quoxelin

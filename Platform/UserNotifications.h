@@ -1,0 +1,72 @@
+#pragma once
+
+#include "Base/Error.h"
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace quoxelin {
+
+// The UserNotifications framework. Calls may come from any thread; completions come on any thread.
+
+/// The framework's raw values. A platform may report others.
+enum class UNAuthorizationStatus : int {
+    notDetermined = 0,
+    denied = 1,
+    authorized = 2,
+    provisional = 3,
+};
+
+/// Option sets, combined with "or".
+inline constexpr unsigned UNAuthorizationOptionBadge = 1;
+inline constexpr unsigned UNAuthorizationOptionSound = 2;
+inline constexpr unsigned UNAuthorizationOptionAlert = 4;
+
+inline constexpr unsigned UNNotificationPresentationOptionSound = 2;
+inline constexpr unsigned UNNotificationPresentationOptionBanner = 16;
+
+struct UNNotificationSettings {
+    /// A raw `UNAuthorizationStatus`.
+    int authorizationStatus = 0;
+};
+
+/// A notification without a trigger: it is delivered at once.
+struct UNNotificationRequest {
+    std::string identifier;
+    std::string title;
+    std::string body;
+    bool defaultSound = false;
+};
+
+class UNUserNotificationCenterDelegate {
+  public:
+    virtual ~UNUserNotificationCenterDelegate() = default;
+
+    /// A notification arrives while the application is in front: the presentation options tell how
+    /// it shows. Main thread.
+    virtual void willPresent(const UNNotificationRequest& notification,
+                             std::function<void(unsigned options)> completionHandler) = 0;
+};
+
+class UNUserNotificationCenter {
+  public:
+    virtual ~UNUserNotificationCenter() = default;
+
+    /// Held weakly.
+    virtual void setDelegate(std::weak_ptr<UNUserNotificationCenterDelegate> delegate) = 0;
+
+    virtual void
+    getNotificationSettings(std::function<void(UNNotificationSettings)> completion) = 0;
+
+    /// Asks the user, unless the user has answered before.
+    virtual void
+    requestAuthorization(unsigned options,
+                         std::function<void(bool granted, std::optional<Error>)> completion) = 0;
+
+    /// Delivers the notification, or drops it silently when the user does not allow any.
+    virtual void add(const UNNotificationRequest& request) = 0;
+};
+
+} // namespace quoxelin
