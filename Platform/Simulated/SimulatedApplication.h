@@ -1,0 +1,59 @@
+#pragma once
+
+#include "Base/Dispatch.h"
+#include "Base/Lifetime.h"
+#include "Base/NotificationCenter.h"
+#include "Platform/NSApplication.h"
+
+namespace quoxelin {
+
+/// A running application without a screen. Main thread only.
+///
+/// Who owns the main loop either calls `launch` and lets the loop run, or gives the loop to
+/// `runLoop` and has `run` do both.
+class SimulatedApplication final : public NSApplication {
+  public:
+    SimulatedApplication(Dispatch& dispatch, NotificationCenter& notificationCenter)
+        : dispatch(dispatch), notificationCenter(notificationCenter) {}
+
+    /// One turn of the main loop, which `run` repeats until the application has terminated.
+    std::function<void()> runLoop;
+
+    int run(NSApplicationDelegate& delegate) override;
+    void terminate() override;
+    void activateIgnoringOtherApps() override;
+    void setMainMenu(const std::vector<NSMenuItem>& submenu) override { menu = submenu; }
+
+    /// Tells the delegate that launching is finished; it is told of the end when that comes.
+    void launch(NSApplicationDelegate& delegate);
+
+    /// The application comes to the front, by a person or by itself.
+    void becomeActive();
+    void resignActive() { active = false; }
+    bool isActive() const { return active; }
+
+    bool isTerminating() const { return terminating; }
+    bool hasTerminated() const { return terminated; }
+    int activations() const { return activated; }
+
+    const std::vector<NSMenuItem>& mainMenu() const { return menu; }
+
+    /// Chooses the first item of that title; false when there is none. "terminate:" ends the
+    /// application, the other standard actions are only remembered.
+    bool chooseMenuItem(const std::string& title);
+    const std::vector<std::string>& performedActions() const { return performed; }
+
+  private:
+    Dispatch& dispatch;
+    NotificationCenter& notificationCenter;
+    NSApplicationDelegate* delegate = nullptr;
+    bool active = false;
+    bool terminating = false;
+    bool terminated = false;
+    int activated = 0;
+    std::vector<NSMenuItem> menu;
+    std::vector<std::string> performed;
+    Lifetime lifetime;
+};
+
+} // namespace quoxelin

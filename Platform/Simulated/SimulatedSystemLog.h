@@ -1,0 +1,41 @@
+#pragma once
+
+#include "Platform/SystemLog.h"
+
+#include <functional>
+#include <mutex>
+#include <vector>
+
+namespace quoxelin {
+
+/// A system log that remembers its entries. Any thread.
+class SimulatedSystemLog final : public SystemLog {
+  public:
+    /// An entry of the default log has neither subsystem nor category.
+    struct Entry {
+        std::string subsystem;
+        std::string category;
+        std::string text;
+        bool operator==(const Entry&) const = default;
+    };
+
+    void log(const std::string& text) override;
+    void log(const std::string& subsystem, const std::string& category,
+             const std::string& text) override;
+
+    std::vector<Entry> entries() const;
+
+    /// The texts of all entries, oldest first.
+    std::vector<std::string> texts() const;
+
+    void clear();
+
+    /// Called with every entry, on the thread that logs. Set it before other threads log.
+    std::function<void(const Entry&)> onEntry;
+
+  private:
+    mutable std::mutex mutex;
+    std::vector<Entry> all;
+};
+
+} // namespace quoxelin
