@@ -1,0 +1,75 @@
+#include "Runner/Models/HashiBus/HashiBusNotify.h"
+
+#include <array>
+
+namespace quoxelin {
+
+namespace {
+
+/// In the order of the numbers that stand for them.
+constexpr std::array states = {HashiBusState::noState, HashiBusState::needsLogin,
+                               HashiBusState::stopped, HashiBusState::starting,
+                               HashiBusState::running};
+
+char lowerCased(char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+bool equalInAnyCase(std::string_view a, std::string_view b) {
+    if (a.size() != b.size())
+        return false;
+    for (std::size_t i = 0; i < a.size(); ++i) {
+        if (lowerCased(a[i]) != lowerCased(b[i]))
+            return false;
+    }
+    return true;
+}
+
+HashiBusState stateOf(std::int64_t number) {
+    const bool known = number >= 0 && number < static_cast<std::int64_t>(states.size());
+    return known ? states[static_cast<std::size_t>(number)] : HashiBusState::noState;
+}
+
+HashiBusState stateOf(std::string_view name) {
+    for (const auto state : states) {
+        if (equalInAnyCase(name, rawValue(state)))
+            return state;
+    }
+    return HashiBusState::noState;
+}
+
+} // namespace
+
+std::string_view rawValue(HashiBusState state) {
+    switch (state) {
+    case HashiBusState::noState:
+        return "NoState";
+    case HashiBusState::needsLogin:
+        return "NeedsLogin";
+    case HashiBusState::stopped:
+        return "Stopped";
+    case HashiBusState::starting:
+        return "Starting";
+    case HashiBusState::running:
+        return "Running";
+    }
+    return {};
+}
+
+bool decodeValue(json::Value value, HashiBusState& into, json::Failure& failure) {
+    if (const auto number = value.integer()) {
+        into = stateOf(*number);
+        return true;
+    }
+    if (const auto name = value.string()) {
+        into = stateOf(*name);
+        return true;
+    }
+    return failure.because("should be a string");
+}
+
+void encodeValue(HashiBusState state, json::Writer& writer) {
+    writer.string(rawValue(state));
+}
+
+} // namespace quoxelin

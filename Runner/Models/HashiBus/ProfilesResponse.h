@@ -1,0 +1,24 @@
+#pragma once
+
+#include "Runner/Models/HashiBus/ProfileInfo.h"
+
+#include <string>
+#include <vector>
+
+namespace quoxelin {
+
+/// All accounts that the daemon keeps, and which of them it uses.
+struct ProfilesResponse {
+    std::string currentProfileId;
+    std::vector<ProfileInfo> profiles;
+
+    bool operator==(const ProfilesResponse&) const = default;
+
+    template <typename Record, typename Coder>
+    static void describe(Record& record, Coder& coder) {
+        coder("current_profile_id", record.currentProfileId);
+        coder.orEmpty("profiles", record.profiles);
+    }
+};
+
+} // namespace quoxelin

@@ -1,0 +1,168 @@
+#include "Runner/Services/State/HashiBusClient.h"
+
+#include "Base/Connection.h"
+#include "Base/Utf8.h"
+#include "Runner/Shared/AppLogger.h"
+
+#include <algorithm>
+#include <array>
+#include <fmt/format.h>
+
+namespace quoxelin {
+
+namespace {
+
+constexpr std::size_t readSize = 4'096;
+constexpr std::size_t logoutResponseSize = 1'024;
+constexpr Duration pauseBetweenAttempts = seconds(3.0);
+
+/// What one huge line made of the buffer is given back, a usual line's is kept.
+constexpr std::size_t keptCapacity = std::size_t(1) << 20;
+
+} // namespace
+
+HashiBusClient::HashiBusClient(const Dependencies& dependencies, std::string socketPath)
+    : dependencies(dependencies), socketPath(std::move(socketPath)),
+      requestData("GET /localapi/v0/observe-hashi-bus HTTP/1.1\r\n"
+                  "Host: local-quoxelind.sock\r\n\r\n"),
+      queue(dependencies.dispatch.makeSerial("com.quoxelin.desktop.hashibus")) {}
+
+void HashiBusClient::start() {
+    if (stopSignal.isStopped() || isRunning.exchange(true))
+        return;
+    queue->async([weak = weak_from_this()] {
+        if (const auto self = weak.lock())
+            self->connectLoop();
+    });
+}
+
+void HashiBusClient::stop() {
+    isRunning = false;
+    stopSignal.stop();
+}
+
+void HashiBusClient::logout() {
+    dependencies.dispatch.global(QualityOfService::standard).async([weak = weak_from_this()] {
+        if (const auto self = weak.lock())
+            self->performLogout();
+    });
+}
+
+void HashiBusClient::connectLoop() {
+    while (isRunning) {
+        if (auto connection = dependencies.connector.connect(socketPath))
+            follow(*std::move(connection));
+        else
+            dependencies.logger.log("HashiBus", "Connection failed, retrying in 3s...");
+        if (!isRunning)
+            break;
+        dependencies.dispatch.sleep(pauseBetweenAttempts);
+    }
+}
+
+void HashiBusClient::follow(std::unique_ptr<Connection> connection) {
+    dependencies.logger.log("HashiBus", "Connected to socket");
+    postNote("HashiBus connected");
+    // A request that cannot be written shows as a stream that ends at once.
+    static_cast<void>(connection->write(requestData));
+    readStream(*connection);
+    connection.reset();
+    postNote("HashiBus disconnected: nil");
+}
+
+void HashiBusClient::postNote(std::string note) {
+    dependencies.dispatch.main().async([self = shared_from_this(), note = std::move(note)] {
+        if (!self->delegate.expired())
+            self->dependencies.logger.log("State", note);
+    });
+}
+
+void HashiBusClient::readStream(Connection& connection) {
+    const auto interruption = stopSignal.onStop([&connection] { connection.shutdown(); });
+    std::array<char, readSize> scratch{};
+    while (isRunning) {
+        const auto count = connection.read(scratch);
+        if (!count) {
+            if (isRunning)
+                dependencies.logger.log("HashiBus", "Read error: " + count.error().message());
+            return;
+        }
+        if (*count == 0) {
+            dependencies.logger.log("HashiBus", "EOF");
+            return;
+        }
+        processData({scratch.data(), *count});
+    }
+}
+
+void HashiBusClient::processData(std::string_view data) {
+    buffer += data;
+    std::size_t consumed = 0;
+    if (!headersReceived) {
+        constexpr std::string_view separator = "\r\n\r\n";
+        // The separator may have begun in what has been searched already.
+        const auto found =
+            buffer.find(separator, scanned - std::min(scanned, separator.size() - 1));
+        if (found == std::string::npos) {
+            scanned = buffer.size();
+            return;
+        }
+        headersReceived = true;
+        consumed = scanned = found + separator.size();
+    }
+    for (;;) {
+        const auto end = buffer.find('\n', scanned);
+        if (end == std::string::npos)
+            break;
+        processLine(std::string_view(buffer).substr(consumed, end - consumed));
+        consumed = scanned = end + 1;
+    }
+    // What remains after a line came with this very read, so little is moved, and once a read.
+    buffer.erase(0, consumed);
+    scanned = buffer.size();
+    if (consumed > keptCapacity)
+        buffer.shrink_to_fit();
+}
+
+void HashiBusClient::processLine(std::string_view line) {
+    if (line.empty())
+        return;
+    // The daemon frames its stream as it likes: what is no notification is no error either.
+    auto decoded = json::decode<HashiBusNotify>(line);
+    if (!decoded)
+        return;
+    dependencies.dispatch.main().async(
+        [self = shared_from_this(),
+         notify = std::make_shared<const HashiBusNotify>(*std::move(decoded))] {
+            if (const auto receiver = self->delegate.lock())
+                receiver->hashiBusDidReceiveNotify(*notify);
+        });
+}
+
+void HashiBusClient::performLogout() {
+    auto& logger = dependencies.logger;
+    const auto connection = dependencies.connector.connect(socketPath);
+    if (!connection) {
+        logger.log("HashiBus", "Logout failed: Could not open socket");
+        return;
+    }
+    const auto written = (*connection)
+                             ->write("POST /localapi/v0/logout HTTP/1.1\r\n"
+                                     "Host: local-quoxelind.sock\r\n\r\n");
+    if (!written) {
+        logger.log("HashiBus", "Logout write failed: " + written.error().message());
+        return;
+    }
+    logger.log("HashiBus", fmt::format("Logout request sent, bytes: {}", *written));
+    std::array<char, logoutResponseSize> scratch{};
+    const auto count = (*connection)->read(scratch);
+    if (!count || *count == 0) {
+        logger.log("HashiBus", "Logout response empty or error");
+        return;
+    }
+    const std::string_view response(scratch.data(), *count);
+    logger.log("HashiBus", fmt::format("Logout response: {}",
+                                       isValidUtf8(response) ? response : std::string_view()));
+}
+
+} // namespace quoxelin

@@ -1,0 +1,392 @@
+#include "Runner/Services/VPN/VPNTunnelService.h"
+
+#include "Base/Dispatch.h"
+#include "Base/Trim.h"
+#include "Platform/Foundation.h"
+#include "Platform/Platform.h"
+#include "Runner/Shared/AppLogger.h"
+
+#include <fmt/format.h>
+
+namespace quoxelin {
+
+namespace {
+
+std::shared_ptr<NETunnelProviderProtocol>
+tunnelProtocolOf(const NETunnelProviderManager& candidate) {
+    return std::dynamic_pointer_cast<NETunnelProviderProtocol>(candidate.protocolConfiguration());
+}
+
+bool isBlank(const std::string& text) {
+    return trimmingWhitespacesAndNewlines(text).empty();
+}
+
+VPNConnectionStatus connectionStatusOf(int rawStatus) {
+    if (rawStatus < static_cast<int>(NEVPNStatus::invalid) ||
+        rawStatus > static_cast<int>(NEVPNStatus::disconnecting))
+        return VPNConnectionStatus::unknown;
+    switch (static_cast<NEVPNStatus>(rawStatus)) {
+    case NEVPNStatus::invalid:
+    case NEVPNStatus::disconnected:
+        return VPNConnectionStatus::disconnected;
+    case NEVPNStatus::connecting:
+    case NEVPNStatus::reasserting:
+        return VPNConnectionStatus::connecting;
+    case NEVPNStatus::connected:
+        return VPNConnectionStatus::connected;
+    case NEVPNStatus::disconnecting:
+        return VPNConnectionStatus::disconnecting;
+    }
+    return VPNConnectionStatus::unknown;
+}
+
+} // namespace
+
+VPNTunnelService::VPNTunnelService(const Dependencies& dependencies) : dependencies(dependencies) {
+    startMonitoring();
+}
+
+VPNTunnelService& VPNTunnelService::shared() {
+    static auto& instance = *[] {
+        const auto& platform = Platform::current();
+        return new VPNTunnelService({platform.dispatch, AppLogger::shared(),
+                                     platform.networkExtension, platform.notificationCenter,
+                                     platform.mainBundle, platform.processInfo});
+    }();
+    return instance;
+}
+
+/// The completion of a preference call, which comes on any thread: `function` receives the answer
+/// on a later turn of the main queue. Once the service is gone, `completion` is called instead.
+template <typename Function>
+auto VPNTunnelService::onMainQueue(Function function, Done completion) const {
+    return [&main = dependencies.dispatch.main(),
+            work = lifetime.weaklyOr(std::move(function), std::move(completion))](
+               auto answer) mutable {
+        // Moved, so that nothing of the caller's is left behind on the answering thread.
+        main.async([work = std::move(work), answer = std::move(answer)]() mutable {
+            work(std::move(answer));
+        });
+    };
+}
+
+// What others ask for
+
+void VPNTunnelService::start() {
+    if (!dependencies.dispatch.isMainThread()) {
+        dependencies.dispatch.main().async(lifetime.weakly([this] { start(); }));
+        return;
+    }
+    pendingStartAfterApproval = true;
+    if (manager) {
+        startVPNTunnel();
+        return;
+    }
+    loadManager(false, lifetime.weakly([this] {
+        updateStatus();
+        startVPNTunnel();
+    }));
+}
+
+void VPNTunnelService::stop() {
+    if (!dependencies.dispatch.isMainThread()) {
+        dependencies.dispatch.main().async(lifetime.weakly([this] { stop(); }));
+        return;
+    }
+    const auto stopConnection = [this] {
+        if (const auto connection = manager->connection())
+            connection->stopVPNTunnel();
+    };
+    if (manager) {
+        stopConnection();
+        return;
+    }
+    adoptExistingManager(lifetime.weakly([this, stopConnection] {
+        if (manager) {
+            stopConnection();
+            updateStatus();
+            return;
+        }
+        log("Nothing to stop; reporting disconnected");
+        connectionStatus = VPNConnectionStatus::disconnected;
+    }));
+}
+
+void VPNTunnelService::ensureConfigurationSaved(std::function<void()> completion) {
+    if (!dependencies.dispatch.isMainThread()) {
+        dependencies.dispatch.main().async(lifetime.weaklyOr(
+            [this, completion] { ensureConfigurationSaved(completion); }, completion));
+        return;
+    }
+    loadManager(true, lifetime.weaklyOr(
+                          [this, completion] {
+                              updateStatus();
+                              completion();
+                          },
+                          completion));
+}
+
+void VPNTunnelService::removeConfiguration(std::function<void()> completion) {
+    if (!dependencies.dispatch.isMainThread()) {
+        dependencies.dispatch.main().async(
+            lifetime.weaklyOr([this, completion] { removeConfiguration(completion); }, completion));
+        return;
+    }
+    dependencies.networkExtension.loadAllFromPreferences(onMainQueue(
+        [this, completion](const Result<Managers, Error>& loaded) {
+            if (!loaded || loaded->empty()) {
+                completion();
+                return;
+            }
+            Managers ours;
+            for (const auto& candidate : *loaded) {
+                if (matches(*candidate))
+                    ours.push_back(candidate);
+            }
+            removeAll(ours, completion);
+        },
+        completion));
+}
+
+// Finding, shaping and saving the configuration
+
+void VPNTunnelService::log(const std::string& message) const {
+    dependencies.logger.log("VPN", message);
+}
+
+std::string VPNTunnelService::expectedProviderBundleIdentifier() const {
+    const auto host = dependencies.mainBundle.bundleIdentifier();
+    if (host && !host->empty())
+        return *host + ".PacketTunnel";
+    log("Missing host bundle identifier; falling back to default PacketTunnel id");
+    return "com.quoxelin.desktop.PacketTunnel";
+}
+
+std::string VPNTunnelService::expectedLocalizedDescription() const {
+    for (const auto* key : {"CFBundleDisplayName", "CFBundleName"}) {
+        const auto name = dependencies.mainBundle.stringForInfoDictionaryKey(key);
+        if (name && !isBlank(*name))
+            return *name;
+    }
+    return dependencies.processInfo.processName();
+}
+
+bool VPNTunnelService::matches(const NETunnelProviderManager& candidate) const {
+    const auto expected = expectedProviderBundleIdentifier();
+    const auto protocol = tunnelProtocolOf(candidate);
+    return protocol && protocol->providerBundleIdentifier == expected;
+}
+
+std::shared_ptr<NETunnelProviderManager>
+VPNTunnelService::firstMatch(const Managers& managers) const {
+    for (const auto& candidate : managers) {
+        if (matches(*candidate))
+            return candidate;
+    }
+    return nullptr;
+}
+
+void VPNTunnelService::adoptExistingManager(Done completion) {
+    dependencies.networkExtension.loadAllFromPreferences(onMainQueue(
+        [this, completion](const Result<Managers, Error>& loaded) {
+            if (!loaded) {
+                log("Error loading VPN preferences: " + loaded.error().localizedDescription);
+            } else if (auto found = firstMatch(*loaded)) {
+                manager = std::move(found);
+                log("Adopted existing VPN configuration");
+            } else {
+                log("No saved Quoxelin VPN configuration");
+            }
+            completion();
+        },
+        completion));
+}
+
+void VPNTunnelService::loadManager(bool forceSave, Done completion) {
+    dependencies.networkExtension.loadAllFromPreferences(onMainQueue(
+        [this, forceSave, completion](const Result<Managers, Error>& loaded) {
+            if (!loaded) {
+                log("Error loading VPN preferences: " + loaded.error().localizedDescription);
+                completion();
+                return;
+            }
+            manager = firstMatch(*loaded);
+            if (!manager) {
+                if (!loaded->empty())
+                    log("Found existing manager(s) but none match Quoxelin; creating a new "
+                        "manager");
+                manager = dependencies.networkExtension.makeTunnelProviderManager();
+            }
+            manager->loadFromPreferences(onMainQueue(
+                [this, forceSave, completion](const std::optional<Error>& error) {
+                    if (error) {
+                        log("Error loading preferences: " + error->localizedDescription);
+                        completion();
+                        return;
+                    }
+                    configureAndSave(forceSave, completion);
+                },
+                completion));
+        },
+        completion));
+}
+
+/// Works on the manager that is held now: a removal, or another load, may have come between.
+void VPNTunnelService::configureAndSave(bool forceSave, Done completion) {
+    if (!manager) {
+        completion();
+        return;
+    }
+    const bool changed = ensureConfigured(*manager);
+    if (!changed && !forceSave) {
+        completion();
+        return;
+    }
+    manager->saveToPreferences(onMainQueue(
+        [this, completion, saved = manager](const std::optional<Error>& error) {
+            if (error) {
+                log("Failed to save configuration: " + error->localizedDescription);
+                completion();
+                return;
+            }
+            // A saved manager has to be loaded again before it can be used.
+            saved->loadFromPreferences(onMainQueue(
+                [completion](const std::optional<Error>&) { completion(); }, completion));
+        },
+        completion));
+}
+
+/// Gives the manager the shape that the tunnel needs; true when it has to be saved.
+bool VPNTunnelService::ensureConfigured(NETunnelProviderManager& candidate) const {
+    auto protocol = tunnelProtocolOf(candidate);
+    if (!protocol)
+        protocol = std::make_shared<NETunnelProviderProtocol>();
+    protocol->serverAddress = "localhost";
+    protocol->providerBundleIdentifier = expectedProviderBundleIdentifier();
+    protocol->disconnectOnSleep = false;
+
+    // Read again only now: a platform that hands out the protocol itself has taken the fields by
+    // now and needs no assignment, one that hands out copies shows what it really holds.
+    const auto current = tunnelProtocolOf(candidate);
+    const bool replace = !current || !current->providerBundleIdentifier ||
+                         *current->providerBundleIdentifier != expectedProviderBundleIdentifier() ||
+                         current->serverAddress != protocol->serverAddress;
+    const bool enabledByItsName =
+        candidate.localizedDescription() == expectedLocalizedDescription() && candidate.isEnabled();
+    if (replace)
+        candidate.setProtocolConfiguration(protocol);
+    if (enabledByItsName)
+        return replace;
+    candidate.setLocalizedDescription(expectedLocalizedDescription());
+    candidate.setEnabled(true);
+    return true;
+}
+
+void VPNTunnelService::removeAll(const Managers& managers, Done completion) {
+    auto& main = dependencies.dispatch.main();
+    const Done whenEmpty = lifetime.weaklyOr(
+        [this, completion, count = managers.size()] {
+            manager = nullptr;
+            connectionStatus = VPNConnectionStatus::disconnected;
+            log(fmt::format("Removed {} VPN configuration(s)", count));
+            completion();
+        },
+        completion);
+    if (managers.empty()) {
+        main.async(whenEmpty);
+        return;
+    }
+    const Done leave = [&main, whenEmpty,
+                        entered = std::make_shared<std::size_t>(managers.size())] {
+        if (--*entered == 0)
+            main.async(whenEmpty);
+    };
+    for (const auto& ours : managers) {
+        ours->removeFromPreferences(onMainQueue(
+            [this, leave](const std::optional<Error>& error) {
+                if (error)
+                    log("removeFromPreferences failed: " + error->localizedDescription);
+                leave();
+            },
+            leave));
+    }
+}
+
+// The tunnel
+
+void VPNTunnelService::startVPNTunnel() {
+    const auto connection = manager ? manager->connection() : nullptr;
+    if (!connection) {
+        log("Error: VPN manager is nil");
+        connectionStatus = VPNConnectionStatus::error;
+        return;
+    }
+    const int rawStatus = connection->status();
+    if (rawStatus == static_cast<int>(NEVPNStatus::connected) ||
+        rawStatus == static_cast<int>(NEVPNStatus::connecting)) {
+        log(fmt::format("Already connected or connecting (status: {}), skipping start", rawStatus));
+        pendingStartAfterApproval = false;
+        updateStatus();
+        return;
+    }
+    log(fmt::format("Starting VPN tunnel (current status: {})", rawStatus));
+    connectionStatus = VPNConnectionStatus::connecting;
+    const auto started = connection->startVPNTunnel();
+    if (!started) {
+        reportStartFailure(started.error());
+        return;
+    }
+    pendingStartAfterApproval = false;
+    log("Tunnel start initiated successfully");
+}
+
+void VPNTunnelService::reportStartFailure(const Error& error) {
+    const bool isOfVPN = error.domain == NEVPNErrorDomain;
+    if (isOfVPN && error.code == static_cast<int>(NEVPNError::configurationInvalid))
+        log("Configuration is invalid");
+    else if (isOfVPN && error.code == static_cast<int>(NEVPNError::configurationDisabled))
+        log("Configuration is disabled");
+    else
+        log(fmt::format("Error starting VPN tunnel: {} (code: {}, domain: {})",
+                        error.localizedDescription, error.code, error.domain));
+    connectionStatus = VPNConnectionStatus::error;
+}
+
+void VPNTunnelService::updateStatus() {
+    const auto connection = manager ? manager->connection() : nullptr;
+    if (!connection) {
+        log("updateStatus: manager or connection is nil");
+        return;
+    }
+    const int rawStatus = connection->status();
+    log(fmt::format("raw status: {}", rawStatus));
+    connectionStatus = connectionStatusOf(rawStatus);
+    log(fmt::format("Status changed: NEVPNStatus(rawValue: {})", rawStatus));
+}
+
+// What the platform tells
+
+void VPNTunnelService::startMonitoring() {
+    auto& center = dependencies.notificationCenter;
+    statusObserver = center.addObserver(NEVPNStatusDidChange,
+                                        [this](const Notification&) { vpnStatusDidChange(); });
+    configurationObserver = center.addObserver(
+        NEVPNConfigurationChange, [this](const Notification&) { vpnConfigurationDidChange(); });
+    adoptExistingManager(lifetime.weakly([this] { updateStatus(); }));
+}
+
+void VPNTunnelService::vpnStatusDidChange() {
+    log("Status notification received");
+    updateStatus();
+}
+
+void VPNTunnelService::vpnConfigurationDidChange() {
+    log("Configuration changed; reloading manager");
+    loadManager(false, lifetime.weakly([this] {
+        updateStatus();
+        if (pendingStartAfterApproval)
+            startVPNTunnel();
+    }));
+}
+
+} // namespace quoxelin

@@ -1,0 +1,74 @@
+#include "Runner/Shared/AppLogger.h"
+
+#include "Base/LocalTime.h"
+#include "Base/Utf8.h"
+#include "Platform/Foundation.h"
+#include "Platform/Platform.h"
+#include "Platform/SystemLog.h"
+
+#include <cstdio>
+#include <filesystem>
+#include <fmt/format.h>
+#include <system_error>
+#include <vector>
+
+namespace quoxelin {
+
+AppLogger::AppLogger(const Dependencies& dependencies)
+    : dependencies(dependencies),
+      queue(dependencies.dispatch.makeSerial("com.quoxelin.desktop.applogger")),
+      logPath(resolveLogPath()) {}
+
+AppLogger& AppLogger::shared() {
+    const auto& platform = Platform::current();
+    static AppLogger& instance =
+        *new AppLogger({platform.dispatch, platform.fileManager, platform.systemLog});
+    return instance;
+}
+
+void AppLogger::log(const std::string& category, const std::string& message) {
+    auto line = fmt::format("[{}] {} {}\n", category, timestamp(), message);
+    queue->async([line = std::move(line), path = logPath] { append(line, path); });
+    dependencies.systemLog.log(fmt::format("[{}] {}", category, message));
+}
+
+void AppLogger::flush() {
+    queue->sync([] {});
+}
+
+std::string AppLogger::resolveLogPath() const {
+    const auto directories = dependencies.fileManager.applicationSupportDirectories();
+    if (directories.empty())
+        return dependencies.fileManager.temporaryDirectory() / "quoxelin-app.log";
+    const auto directory = directories.front() / "Quoxelin";
+    // The path is used all the same: the directory may turn up later.
+    std::error_code ignored;
+    std::filesystem::create_directories(directory, ignored);
+    return directory / "app.log";
+}
+
+std::string AppLogger::timestamp() const {
+    using namespace std::chrono;
+    const auto now = floor<milliseconds>(dependencies.dispatch.date().time_since_epoch());
+    const auto wholeSeconds = floor<std::chrono::seconds>(now);
+    const auto local = localTime(static_cast<std::time_t>(wholeSeconds.count()));
+    return fmt::format("{:04}-{:02}-{:02} {:02}:{:02}:{:02}.{:03}", local.tm_year + 1900,
+                       local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec,
+                       (now - wholeSeconds).count());
+}
+
+void AppLogger::append(const std::string& line, const std::string& path) {
+    if (!isValidUtf8(line))
+        return;
+    std::FILE* const file = std::fopen(path.c_str(), "ab");
+    if (file == nullptr)
+        return;
+    // The buffer holds the whole line, so that it goes out in one write, which no line of another
+    // process can come between.
+    std::vector<char> buffer(line.size() + 1);
+    std::setvbuf(file, buffer.data(), _IOFBF, buffer.size());
+    std::fwrite(line.data(), 1, line.size(), file);
+    std::fclose(file);
+}
+
+} // namespace quoxelin

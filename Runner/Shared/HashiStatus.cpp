@@ -1,0 +1,50 @@
+#include "Runner/Shared/HashiStatus.h"
+
+#include "Base/Json.h"
+#include "Base/Utf8.h"
+
+#include <cstdio>
+#include <fmt/format.h>
+
+namespace quoxelin {
+
+namespace {
+
+/// In quotes, with what would break the line escaped.
+std::string quoted(const std::string& text) {
+    json::Writer writer;
+    writer.string(text);
+    return writer.text();
+}
+
+void printLine(const std::string& line) {
+    fmt::print(stdout, "{}\n", line);
+}
+
+void printStatus(const HashiStatus& status) {
+    printLine(quoted("-------------------------------"));
+    printLine("HashiStatus" + json::encode(status));
+    if (status.interactiveLoginURL)
+        printLine(quoted("InteractiveLoginURL:") + ' ' + quoted(*status.interactiveLoginURL));
+    if (!status.peer)
+        return;
+    for (const auto& [key, peer] : *status.peer)
+        printLine(quoted("  Peer HostName:") + ' ' +
+                  (peer.hostName ? quoted(*peer.hostName) : "nil"));
+}
+
+} // namespace
+
+std::optional<HashiStatus> stringJsonToHashiStatus(const std::string& jsonString) {
+    if (!isValidUtf8(jsonString))
+        return std::nullopt;
+    auto status = json::decode<HashiStatus>(jsonString);
+    if (!status) {
+        printLine(quoted("Json Decoded Error:") + ' ' + quoted(status.error().description));
+        return std::nullopt;
+    }
+    printStatus(*status);
+    return *std::move(status);
+}
+
+} // namespace quoxelin

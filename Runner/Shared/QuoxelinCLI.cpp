@@ -1,0 +1,79 @@
+#include "Runner/Shared/QuoxelinCLI.h"
+
+#include "Platform/Foundation.h"
+#include "Platform/Platform.h"
+#include "Runner/Shared/AppLogger.h"
+#include "Runner/Shared/HelperToolProtocol.h"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+namespace quoxelin {
+
+QuoxelinCLI::QuoxelinCLI(const Dependencies& dependencies)
+    : logger(dependencies.logger), xpc(dependencies.xpc), mainBundle(dependencies.mainBundle),
+      quoxelinPath(bundledExecutable(mainBundle, "quoxelin")),
+      quoxelindPath(bundledExecutable(mainBundle, "quoxelind")) {}
+
+QuoxelinCLI& QuoxelinCLI::shared() {
+    static QuoxelinCLI& instance = *new QuoxelinCLI(
+        {AppLogger::shared(), Platform::current().xpc, Platform::current().mainBundle});
+    return instance;
+}
+
+void QuoxelinCLI::ping(const std::function<void(bool)>& completion) {
+    withHelper([completion] { completion(false); },
+               [this, completion](auto& helper, const auto& connection) {
+                   helper.runGoToolWithPath(quoxelindPath, {"--help"},
+                                            [completion, connection](const std::string&) {
+                                                completion(true);
+                                                connection->invalidate();
+                                            });
+               });
+}
+
+void QuoxelinCLI::up() {
+    if (quoxelindPath.empty()) {
+        logger.log("CLI", "ERROR: quoxelind binary not found in Bundle");
+        return;
+    }
+    const auto arguments = quoxelindUpArguments(mainBundle);
+    logger.log("CLI", fmt::format("Invoking quoxelind up via Helper at path: {}, args: {}",
+                                  quoxelindPath, fmt::join(arguments, " ")));
+    withHelper(nullptr, [this, &arguments](auto& helper, const auto& connection) {
+        helper.runGoToolWithPath(quoxelindPath, arguments,
+                                 [&logger = logger, connection](const std::string& output) {
+                                     logger.log("CLI", "quoxelind up output: " + output);
+                                     connection->invalidate();
+                                 });
+    });
+}
+
+void QuoxelinCLI::down() {
+    withHelper(nullptr, [this](auto& helper, const auto& connection) {
+        helper.runGoToolWithPath(quoxelinPath, {"down"},
+                                 [&logger = logger, connection](const std::string& output) {
+                                     logger.log("CLI", "quoxelin down output: " + output);
+                                     connection->invalidate();
+                                 });
+    });
+}
+
+void QuoxelinCLI::withHelper(const std::function<void()>& onFailure, const HelperBody& body) {
+    // The connection outlives this call, and may outlive this client: it holds the logger only.
+    const auto logged = [&logger = logger](const std::string& message) {
+        return [&logger, message] { logger.log("XPC", message); };
+    };
+    const std::string service = helperMachServiceName;
+    HelperConnectionEvents events;
+    events.interrupted = logged("Connection interrupted: " + service);
+    events.invalidated = logged("Connection invalidated: " + service);
+    events.noProxy = logged("Failed to obtain HelperToolProtocol proxy for: " + service);
+    events.failed = [&logger = logger](const Error& error) {
+        logger.log("XPC", "Error: " + error.localizedDescription);
+    };
+    if (!quoxelin::withHelper(xpc, events, body) && onFailure)
+        onFailure();
+}
+
+} // namespace quoxelin

@@ -1,0 +1,154 @@
+#include "Runner/Stores/AppViewState.h"
+
+#include "Base/Url.h"
+#include "Platform/NSWorkspace.h"
+#include "Runner/Services/State/LocalAPIClient.h"
+
+#include <utility>
+
+namespace quoxelin {
+
+namespace {
+
+constexpr int loginPollingLimit = 120;
+constexpr double loginPollingInterval = 1.0;
+
+} // namespace
+
+void AppViewState::pollForLoginCompletion() {
+    scheduleLoginPollingTick(std::make_shared<LoginPolling>(LoginPolling{0, logoutCount}));
+}
+
+void AppViewState::scheduleLoginPollingTick(std::shared_ptr<LoginPolling> polling) {
+    dependencies.dispatch.main().asyncAfter(
+        seconds(loginPollingInterval),
+        lifetime.weakly([this, polling = std::move(polling)] { loginPollingTick(polling); }));
+}
+
+void AppViewState::loginPollingTick(const std::shared_ptr<LoginPolling>& polling) {
+    ++polling->attempts;
+    if (polling->attempts > loginPollingLimit || polling->logoutCount != logoutCount)
+        return;
+    if (login->isLoggedIn)
+        return;
+    if (polling->attempts % 3 == 0)
+        dependencies.localAPI.triggerLogin([](const auto&) {});
+    dependencies.localAPI.getStatus(
+        onMain([this, polling](const Result<DaemonStatus, LocalAPIError>& answer) {
+            loginPollingAnswer(polling, answer);
+        }));
+}
+
+void AppViewState::loginPollingAnswer(const std::shared_ptr<LoginPolling>& polling,
+                                      const Result<DaemonStatus, LocalAPIError>& answer) {
+    // What the daemon said before a log-out must not bring the account back.
+    if (login->isLoggedIn || polling->logoutCount != logoutCount)
+        return;
+    if (answer)
+        applyStatus(*answer);
+    if (login->isLoggedIn)
+        connect();
+    else
+        scheduleLoginPollingTick(polling);
+}
+
+void AppViewState::logout() {
+    log("logout called");
+    isLoggingOut = true;
+    ++logoutCount;
+    cancelVPNRetry();
+    disconnect();
+    login = LoginViewState{};
+    currentBackendState = HashiBusState::noState;
+    hashiBus->logout();
+    dependencies.dispatch.main().asyncAfter(seconds(0.3),
+                                            lifetime.weakly([this] { refreshProfiles(); }));
+}
+
+void AppViewState::refreshProfilesWithRetry(const std::optional<std::string>& targetId,
+                                            int attempts, double delay) {
+    refreshProfiles();
+    if (attempts < 2)
+        return;
+    if (targetId && *targetId == currentProfileId.get())
+        return;
+    dependencies.dispatch.main().asyncAfter(
+        seconds(delay), lifetime.weakly([this, targetId, attempts, delay] {
+            refreshProfilesWithRetry(targetId, attempts - 1, delay);
+        }));
+}
+
+void AppViewState::applyLocalCurrentProfile(const std::string& id) {
+    auto marked = profiles.get();
+    for (auto& profile : marked)
+        profile.isCurrent = profile.id == id;
+    profiles = std::move(marked);
+    currentProfileId = id;
+    auto next = login.get();
+    next.jailedReason.reset();
+    publishLoginIfChanged(next);
+}
+
+void AppViewState::switchProfile(std::string id) {
+    log("switchProfile to " + id);
+    applyLocalCurrentProfile(id);
+    dependencies.localAPI.switchProfile(
+        id, onMain([this, id](const Result<void, LocalAPIError>& answer) {
+            if (answer) {
+                log("Profile switch successful");
+                refreshProfilesWithRetry(id, 10, 0.3);
+            } else {
+                log("Failed to switch profile: " + answer.error().errorDescription());
+                refreshProfiles();
+            }
+        }));
+}
+
+void AppViewState::switchProfileAndLogin(std::string id) {
+    log("switchProfileAndLogin to " + id);
+    applyLocalCurrentProfile(id);
+    dependencies.localAPI.switchProfile(
+        id, onMain([this, id](const Result<void, LocalAPIError>& answer) {
+            if (!answer) {
+                log("switchProfileAndLogin failed: " + answer.error().errorDescription());
+                refreshProfiles();
+                return;
+            }
+            refreshProfilesWithRetry(id, 10, 0.3);
+            dependencies.localAPI.startLogin(
+                onMain([this](const Result<std::string, LocalAPIError>& page) {
+                    if (page)
+                        openLoginPage(*page);
+                    else
+                        log("startLogin after switch failed: " + page.error().errorDescription());
+                }));
+        }));
+}
+
+void AppViewState::addNewAccount() {
+    log("addNewAccount called");
+    dependencies.localAPI.switchToEmptyProfile(
+        onMain([this](const Result<void, LocalAPIError>& answer) {
+            if (!answer) {
+                log("Failed to switch to empty profile: " + answer.error().errorDescription());
+                return;
+            }
+            log("Switched to empty profile, starting login flow");
+            dependencies.localAPI.startLogin(
+                onMain([this](const Result<std::string, LocalAPIError>& page) {
+                    if (!page) {
+                        log("Failed to get login URL: " + page.error().errorDescription());
+                        return;
+                    }
+                    log("Got login URL for new account");
+                    openLoginPage(*page);
+                }));
+        }));
+}
+
+void AppViewState::openLoginPage(const std::string& text) {
+    if (const auto url = Url::parse(text))
+        dependencies.workspace.open(*url);
+}
+
+} // namespace quoxelin

@@ -1,0 +1,97 @@
+#include "Runner/Stores/AppViewState.h"
+
+#include "Platform/AppleScript.h"
+#include "Platform/Foundation.h"
+#include "Platform/NSApplication.h"
+#include "Platform/ServiceManagement.h"
+#include "Runner/Services/LoginItem.h"
+#include "Runner/Services/VPN/VPNTunnelService.h"
+#include "Runner/Shared/AppLogger.h"
+
+#include <array>
+#include <filesystem>
+#include <fmt/format.h>
+#include <system_error>
+#include <utility>
+
+namespace quoxelin {
+
+namespace {
+
+/// Release and development builds leave their traces under different names; all of them go. The
+/// property lists are spelled "helper", the services "Helper". No command holds a double quote or
+/// a backslash, so the script takes them as they stand.
+constexpr std::array cleanupCommands = {
+    "killall quoxelind 2>/dev/null || true",
+    "pkill -f com.quoxelin.desktop.Helper 2>/dev/null || true",
+    "pkill -f com.quoxelin.desktop.PacketTunnel 2>/dev/null || true",
+    "launchctl bootout system/com.quoxelin.desktop.Helper 2>/dev/null || true",
+    "launchctl bootout system/com.quoxelin.desktop.develop.debug.Helper 2>/dev/null || true",
+    "rm -rf /Library/quoxelin",
+    "rm -rf /etc/quoxelin",
+    "rm -rf /var/log/quoxelind",
+    "rm -f /var/run/quoxelind.socket",
+    "rm -f /tmp/quoxelind.log",
+    "rm -f /Library/LaunchDaemons/com.quoxelin.desktop.helper.plist",
+    "rm -f /Library/LaunchDaemons/com.quoxelin.desktop.develop.debug.helper.plist",
+    "networksetup -removeNetworkService Quoxelin 2>/dev/null || true",
+    "networksetup -removeNetworkService 'Quoxelin Debug' 2>/dev/null || true",
+};
+
+std::string privilegedCleanupScript() {
+    return fmt::format("do shell script \"{}\" with administrator privileges",
+                       fmt::join(cleanupCommands, "; "));
+}
+
+} // namespace
+
+void AppViewState::uninstall() {
+    log("uninstall called");
+    runPrivilegedCleanup(lifetime.weakly([this](bool succeeded) {
+        if (succeeded)
+            removeEverything();
+        else
+            log("Uninstall cancelled or failed, no changes made");
+    }));
+}
+
+void AppViewState::runPrivilegedCleanup(std::function<void(bool succeeded)> completion) {
+    auto logOutcome = lifetime.weakly([this](const std::optional<std::string>& error) {
+        log(error ? "Privileged cleanup error: " + *error : "Privileged cleanup completed");
+    });
+    dependencies.dispatch.global(QualityOfService::userInitiated)
+        .async([&main = dependencies.dispatch.main(), &appleScript = dependencies.appleScript,
+                logOutcome, completion = std::move(completion)] {
+            std::optional<std::string> error;
+            if (const auto script = appleScript.initWithSource(privilegedCleanupScript()))
+                error = script->executeAndReturnError();
+            main.async([error, logOutcome, completion]() mutable {
+                logOutcome(error);
+                completion(!error);
+            });
+        });
+}
+
+void AppViewState::removeEverything() {
+    cancelVPNRetry();
+    disconnect();
+    hashiBus->stop();
+    LoginItem::unregister(dependencies.userDefaults, *dependencies.serviceManagement.mainApp());
+    dependencies.tunnel.removeConfiguration(lifetime.weakly([this] {
+        removeSupportFolder();
+        log("Uninstall completed");
+        dependencies.application.terminate();
+    }));
+}
+
+void AppViewState::removeSupportFolder() {
+    const auto directories = dependencies.fileManager.applicationSupportDirectories();
+    if (directories.empty())
+        return;
+    // The log file lies in the folder: a line that is still on its way would come in between.
+    dependencies.logger.flush();
+    std::error_code ignored;
+    std::filesystem::remove_all(directories.front() / "Quoxelin", ignored);
+}
+
+} // namespace quoxelin

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "Base/Lifetime.h"
+#include "Runner/Views/AnyView.h"
+
+#include <memory>
+#include <vector>
+
+namespace quoxelin {
+
+class MainQueue;
+class NSHostingView;
+
+/// Keeps what is on the screen in step with a view: however much changes in one turn of the main
+/// queue, one new tree is made on the next. Main thread only.
+class HostingController {
+  public:
+    HostingController(MainQueue& main, std::shared_ptr<NSHostingView> view, AnyView rootView);
+
+    const std::shared_ptr<NSHostingView> view;
+
+  private:
+    void setNeedsUpdate();
+    void update();
+
+    MainQueue& main;
+    AnyView rootView;
+    bool needsUpdate = false;
+    std::vector<Subscription> observers;
+    Lifetime lifetime;
+};
+
+} // namespace quoxelin

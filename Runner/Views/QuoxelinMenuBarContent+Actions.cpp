@@ -1,0 +1,122 @@
+#include "Base/Dispatch.h"
+#include "Platform/NSWorkspace.h"
+#include "Platform/UserNotifications.h"
+#include "Runner/Services/State/LocalAPIClient.h"
+#include "Runner/Services/SystemExtension/SystemExtensionService.h"
+#include "Runner/Shared/AppLogger.h"
+#include "Runner/Shared/Uuid.h"
+#include "Runner/Stores/AppViewState.h"
+#include "Runner/Views/QuoxelinMenuBarContent.h"
+
+#include <fmt/ranges.h>
+#include <system_error>
+
+namespace quoxelin {
+
+void QuoxelinMenuBarContent::toggleVpn() {
+    switch (app->vpn->status) {
+    case VPNConnectionStatus::connected:
+        return app->disconnect();
+    case VPNConnectionStatus::connecting:
+        return;
+    case VPNConnectionStatus::disconnected:
+    case VPNConnectionStatus::disconnecting:
+    case VPNConnectionStatus::error:
+    case VPNConnectionStatus::unknown:
+        return app->connect();
+    }
+}
+
+void QuoxelinMenuBarContent::startLoginFlow() {
+    auto finish = lifetime.weakly([this](const Result<std::string, LocalAPIError>& url) {
+        if (!url) {
+            dependencies.logger.log("UI",
+                                    "LocalAPI login failed: " + url.error().errorDescription());
+            return;
+        }
+        open(*url);
+        app->pollForLoginCompletion();
+    });
+    dependencies.localAPI.startLogin(
+        [&main = dependencies.dispatch.main(),
+         finish = std::move(finish)](Result<std::string, LocalAPIError> url) {
+            main.async([finish, url = std::move(url)]() mutable { finish(url); });
+        });
+}
+
+void QuoxelinMenuBarContent::openLoginItemsSettings() {
+    for (const auto* const address : {
+             "x-apple.systempreferences:com.apple.LoginItems-Settings.extension",
+             "x-apple.systempreferences:com.apple.settings.PrivacySecurity.extension",
+             "x-apple.systempreferences:com.apple.preference.security?General",
+         })
+        if (open(address))
+            return;
+}
+
+void QuoxelinMenuBarContent::resolveSystemExtension() {
+    waitingReboot = false;
+    systemExtension->openSystemSettings();
+    if (!systemExtension->isApproved)
+        systemExtension->activate();
+}
+
+void QuoxelinMenuBarContent::copy(const std::string& text, const std::string& label) {
+    dependencies.pasteboard.clearContents();
+    dependencies.pasteboard.setString(text);
+    notifyCopied(label.empty() ? "Copied" : label + " Copied", text);
+}
+
+void QuoxelinMenuBarContent::notifyCopied(const std::string& title, const std::string& body) {
+    dependencies.notificationCenter.add({"copy-" + freshUuid(), title, body, true});
+}
+
+void QuoxelinMenuBarContent::exportLogs() {
+    NSOpenPanelOptions options;
+    options.title = "Export Logs";
+    options.prompt = "Export";
+    options.canChooseFiles = false;
+    options.canChooseDirectories = true;
+    options.canCreateDirectories = true;
+    dependencies.openPanel.begin(
+        options, lifetime.weakly([this](const std::optional<std::filesystem::path>& directory) {
+            if (directory)
+                exportLogs(*directory);
+        }));
+}
+
+namespace {
+
+/// Copies the file in place of what is there by that name. A file that is chosen as its own
+/// destination stays as it is.
+bool replaceByCopy(const std::filesystem::path& file, const std::filesystem::path& destination) {
+    std::error_code error;
+    if (std::filesystem::equivalent(file, destination, error))
+        return true;
+    std::filesystem::remove(destination, error);
+    return std::filesystem::copy_file(file, destination, error);
+}
+
+} // namespace
+
+void QuoxelinMenuBarContent::exportLogs(const std::filesystem::path& directory) {
+    std::vector<std::string> exported;
+    const auto exportLog = [&](const std::filesystem::path& log, const std::string& name) {
+        std::error_code error;
+        if (std::filesystem::exists(log, error) && replaceByCopy(log, directory / name))
+            exported.push_back(name);
+    };
+    exportLog(dependencies.logger.path(), "app.log");
+    exportLog(dependencies.daemonLogPath, "client.log");
+    if (exported.empty())
+        return;
+    dependencies.logger.log("UI", fmt::format("Exported logs: {}", fmt::join(exported, ", ")));
+    dependencies.workspace.openFolder(directory);
+}
+
+bool QuoxelinMenuBarContent::open(const std::string& text) {
+    const auto url = Url::parse(text);
+    return url && dependencies.workspace.open(*url);
+}
+
+} // namespace quoxelin

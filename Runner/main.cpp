@@ -1,0 +1,59 @@
+#include "Platform/NSApplication.h"
+#include "Platform/Platform.h"
+#include "Platform/PlatformFactory.h"
+#include "Runner/AppDelegate.h"
+#include "Runner/CommandLine.h"
+#include "Runner/Shared/AppLogger.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <fmt/format.h>
+
+namespace quoxelin {
+
+namespace {
+
+constexpr int usageExitCode = 2;
+
+int report(const std::string& problem) {
+    fmt::print(stderr, "quoxelin-desktop: {}\n", problem);
+    return usageExitCode;
+}
+
+int launch(const LaunchOptions& options) {
+    auto host = makePlatform(options);
+    if (!host)
+        return report(host.error());
+    // Never destroyed: work on other threads, some of it blocked for ever, refers to it to the end.
+    const Platform& platform = host->release()->platform();
+    Platform::use(platform);
+    const auto delegate = AppDelegate::make(AppDelegate::Dependencies::fromCurrentPlatform());
+    const int code = platform.application.run(*delegate);
+    AppLogger::shared().flush();
+    std::fflush(nullptr);
+    // For the same reason nothing static is destroyed.
+    std::_Exit(code);
+}
+
+int start(const CommandLine& line) {
+    if (const auto* options = std::get_if<LaunchOptions>(&line))
+        return launch(*options);
+    if (const auto* mistake = std::get_if<UsageError>(&line)) {
+        report(mistake->description);
+        fmt::print(stderr, "{}", usageText("quoxelin-desktop"));
+        return usageExitCode;
+    }
+    if (std::holds_alternative<ShowVersion>(line))
+        fmt::print("quoxelin-desktop {}\n", QUOXELIN_VERSION);
+    else
+        fmt::print("{}", usageText("quoxelin-desktop"));
+    return 0;
+}
+
+} // namespace
+
+} // namespace quoxelin
+
+int main(int argc, char** argv) {
+    return quoxelin::start(quoxelin::parseCommandLine({argv, argv + argc}));
+}
