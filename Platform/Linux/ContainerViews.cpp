@@ -1,0 +1,194 @@
+#include "Platform/Linux/ContainerViews.h"
+
+#include "Platform/Linux/Theme.h"
+
+#include <QKeyEvent>
+#include <QPainter>
+#include <algorithm>
+#include <cmath>
+
+namespace quoxelin {
+
+ChildViews::ChildViews(QWidget& owner, QBoxLayout::Direction direction)
+    : layout(new QBoxLayout(direction, &owner)) {
+    layout->setContentsMargins(0, 0, 0, 0);
+}
+
+void ChildViews::bind(const ViewNode& parent) {
+    const auto& nodes = parent.children;
+    layout->setSpacing(static_cast<int>(std::lround(parent.spacing)));
+    std::vector<std::unique_ptr<ElementView>> next;
+    next.reserve(nodes.size());
+    for (std::size_t i = 0; i < nodes.size(); ++i)
+        next.push_back(takeViewOf(nodes[i], i));
+    views = std::move(next); // those that stand for nothing any more go
+    const bool isCentred = parent.alignment == Alignment::center;
+    for (std::size_t i = 0; i < nodes.size(); ++i) {
+        Qt::Alignment alignment;
+        if (layout->direction() == QBoxLayout::LeftToRight)
+            alignment = isCentred ? Qt::AlignCenter : Qt::AlignVCenter;
+        else if (isCentred)
+            alignment = Qt::AlignHCenter;
+        else if (nodes[i].width)
+            alignment = Qt::AlignLeft;
+        place(*views[i], alignment, static_cast<int>(i));
+        views[i]->bind(nodes[i]);
+    }
+}
+
+std::unique_ptr<ElementView> ChildViews::takeViewOf(const ViewNode& node, std::size_t position) {
+    for (std::size_t i = 0; i < views.size(); ++i)
+        if (views[i] && views[i]->standsFor(node, i == position))
+            return std::move(views[i]);
+    return ElementView::make(node.kind);
+}
+
+void ChildViews::place(ElementView& view, Qt::Alignment alignment, int position) {
+    auto& widget = view.widget();
+    if (layout->indexOf(&widget) != position) {
+        layout->removeWidget(&widget);
+        layout->insertWidget(position, &widget);
+        widget.show();
+    }
+    layout->setAlignment(&widget, alignment);
+}
+
+void ChildViews::read(ViewNode& node) const {
+    node.spacing = layout->spacing();
+    // In the order in which they lie on the screen.
+    for (int i = 0; i < layout->count(); ++i) {
+        const auto* widget = layout->itemAt(i)->widget();
+        const auto found = std::find_if(views.begin(), views.end(), [&](const auto& view) {
+            return &view->widget() == widget;
+        });
+        if (found != views.end())
+            node.children.push_back((*found)->readBack());
+    }
+}
+
+void ChildViews::present() {
+    for (const auto& view : views)
+        view->present();
+}
+
+void ChildViews::collectFocusable(std::vector<QWidget*>& widgets) {
+    for (const auto& view : views)
+        view->collectFocusable(widgets);
+}
+
+StackView::StackView(ViewNode::Kind kind)
+    : ElementView(kind),
+      children(*this, kind == ViewNode::Kind::horizontalStack ? QBoxLayout::LeftToRight
+                                                              : QBoxLayout::TopToBottom) {}
+
+void StackView::bindContent(const ViewNode& node) {
+    children.bind(node);
+}
+
+void StackView::readContent(ViewNode& node) const {
+    children.read(node);
+}
+
+void StackView::present() {
+    ElementView::present();
+    children.present();
+}
+
+void StackView::collectFocusable(std::vector<QWidget*>& widgets) {
+    children.collectFocusable(widgets);
+}
+
+void StackView::paintEvent(QPaintEvent*) {
+    QPainter painter(this);
+    paintBackground(painter);
+}
+
+RowView::RowView() : ElementView(ViewNode::Kind::row), children(*this, QBoxLayout::LeftToRight) {
+    // Buttons of the toolkit are of one height; rows are as high as their text.
+    setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Preferred);
+    connect(this, &QAbstractButton::clicked, this, [this] {
+        if (const auto current = action)
+            current();
+    });
+}
+
+RowView::~RowView() {
+    setHovered(false);
+}
+
+void RowView::bindContent(const ViewNode& node) {
+    action = node.action;
+    onHover = node.onHover;
+    setEnabled(!node.disabled);
+    // By keyboard only: a click shall not leave a focus ring behind.
+    setFocusPolicy(node.disabled ? Qt::NoFocus : Qt::TabFocus);
+    setAccessibleName(QString::fromStdString(node.accessibilityLabel));
+    children.bind(node);
+}
+
+void RowView::readContent(ViewNode& node) const {
+    node.disabled = !isEnabled();
+    node.accessibilityLabel = accessibleName().toStdString();
+    children.read(node);
+}
+
+void RowView::present() {
+    ElementView::present();
+    children.present();
+}
+
+void RowView::collectFocusable(std::vector<QWidget*>& widgets) {
+    if (isEnabled())
+        widgets.push_back(this);
+}
+
+void RowView::setHovered(bool newIsHovered) {
+    if (isHovered == newIsHovered)
+        return;
+    isHovered = newIsHovered;
+    if (const auto current = onHover)
+        current(isHovered);
+}
+
+void RowView::enterEvent(QEnterEvent*) {
+    setHovered(true);
+}
+
+void RowView::leaveEvent(QEvent*) {
+    setHovered(false);
+}
+
+void RowView::hideEvent(QHideEvent*) {
+    setHovered(false);
+}
+
+void RowView::keyPressEvent(QKeyEvent* event) {
+    switch (event->key()) {
+    case Qt::Key_Return:
+    case Qt::Key_Enter:
+    case Qt::Key_Space:
+        click();
+        return;
+    case Qt::Key_Down:
+        focusNextPrevChild(true);
+        return;
+    case Qt::Key_Up:
+        focusNextPrevChild(false);
+        return;
+    }
+    event->ignore(); // Escape is the window's
+}
+
+void RowView::paintEvent(QPaintEvent*) {
+    QPainter painter(this);
+    paintBackground(painter);
+    if (!hasFocus())
+        return;
+    constexpr double radius = 6;
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(QPen(Theme().focusRing(), 2));
+    painter.setBrush(Qt::NoBrush);
+    painter.drawRoundedRect(QRectF(rect()).adjusted(1, 1, -1, -1), radius, radius);
+}
+
+} // namespace quoxelin

@@ -1,0 +1,184 @@
+#include "Platform/Linux/FloatingWindow.h"
+
+#include "Platform/Linux/ScreenGeometry.h"
+#include "Platform/Linux/Theme.h"
+#include "Platform/Linux/X11Desktop.h"
+
+#include <QApplication>
+#include <QKeyEvent>
+#include <QPainter>
+#include <QPainterPath>
+#include <QScrollBar>
+#include <QVBoxLayout>
+
+namespace quoxelin {
+
+namespace {
+
+/// Between the card's edge and its content, so that highlights do not touch the edge.
+constexpr int inset = 6;
+
+constexpr int shadowReach = 18;
+constexpr int shadowDrop = 6;
+constexpr int distanceToScreenEdge = 4;
+
+bool desktopBlendsWindows() {
+    const auto* x11 = X11Desktop::instance();
+    return x11 == nullptr || x11->hasCompositor();
+}
+
+} // namespace
+
+FloatingWindow::FloatingWindow(QWidget* parent, Qt::WindowFlags flags)
+    : QWidget(parent, flags | Qt::FramelessWindowHint | Qt::NoDropShadowWindowHint),
+      scrollArea(new QScrollArea(this)), isBlended(desktopBlendsWindows()) {
+    setAttribute(Qt::WA_TranslucentBackground);
+    // Has the focus until somebody walks the rows, so that none is marked before.
+    setFocusPolicy(Qt::ClickFocus);
+    scrollArea->setFrameShape(QFrame::NoFrame);
+    scrollArea->setWidgetResizable(true);
+    scrollArea->setFocusPolicy(Qt::NoFocus);
+    scrollArea->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    scrollArea->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Ignored);
+    scrollArea->viewport()->setAutoFillBackground(false);
+    auto* layout = new QVBoxLayout(this);
+    layout->setSizeConstraint(QLayout::SetNoConstraint);
+    layout->setContentsMargins(inset, inset, inset, inset);
+    layout->addWidget(scrollArea);
+    setContentsMargins(shadowMargins());
+}
+
+void FloatingWindow::setContent(QWidget* content) {
+    scrollArea->setWidget(content);
+    content->setAutoFillBackground(false);
+    content->installEventFilter(this);
+}
+
+void FloatingWindow::setCornerRadius(int radius) {
+    cornerRadius = radius;
+    updateShape();
+}
+
+void FloatingWindow::setHasShadow(bool newHasShadow) {
+    hasShadow = newHasShadow;
+    updateShape();
+}
+
+QMargins FloatingWindow::shadowMargins() const {
+    if (!hasShadow || !isBlended)
+        return {};
+    return {shadowReach, shadowReach - shadowDrop, shadowReach, shadowReach + shadowDrop};
+}
+
+QRect FloatingWindow::card() const {
+    return geometry().marginsRemoved(shadowMargins());
+}
+
+void FloatingWindow::moveCard(const QPoint& topLeft) {
+    const auto margins = shadowMargins();
+    move(topLeft - QPoint(margins.left(), margins.top()));
+}
+
+QSize FloatingWindow::wantedCardSize() const {
+    const auto* content = scrollArea->widget();
+    if (content == nullptr)
+        return {};
+    int width =
+        std::clamp(content->sizeHint().width(), content->minimumWidth(), content->maximumWidth());
+    const int height = content->hasHeightForWidth() ? content->heightForWidth(width)
+                                                    : content->sizeHint().height();
+    const int room = usableScreenAt(pos()).height() - 2 * (inset + distanceToScreenEdge);
+    if (height > room)
+        width += scrollArea->verticalScrollBar()->sizeHint().width();
+    return QSize(width, std::min(height, room)) + QSize(2 * inset, 2 * inset);
+}
+
+void FloatingWindow::fitContent() {
+    const auto size = wantedCardSize().grownBy(shadowMargins());
+    if (size == this->size())
+        return;
+    resize(size);
+    if (isVisible() && resized)
+        resized();
+}
+
+bool FloatingWindow::event(QEvent* event) {
+    const bool handled = QWidget::event(event);
+    if (event->type() == QEvent::LayoutRequest)
+        fitContent();
+    return handled;
+}
+
+/// The scroll area keeps to itself that its content wishes another size.
+bool FloatingWindow::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == scrollArea->widget() && event->type() == QEvent::LayoutRequest)
+        QCoreApplication::postEvent(this, new QEvent(QEvent::LayoutRequest));
+    return QWidget::eventFilter(watched, event);
+}
+
+void FloatingWindow::keyPressEvent(QKeyEvent* event) {
+    switch (event->key()) {
+    case Qt::Key_Escape:
+        if (escapePressed)
+            escapePressed();
+        return;
+    case Qt::Key_Down:
+        focusNextPrevChild(true);
+        return;
+    case Qt::Key_Up:
+        focusNextPrevChild(false);
+        return;
+    }
+    QWidget::keyPressEvent(event);
+}
+
+void FloatingWindow::showEvent(QShowEvent* event) {
+    isBlended = desktopBlendsWindows();
+    updateShape();
+    setFocus();
+    QWidget::showEvent(event);
+}
+
+void FloatingWindow::resizeEvent(QResizeEvent* event) {
+    QWidget::resizeEvent(event);
+    updateShape();
+}
+
+/// Without blending the corners are cut off hard.
+void FloatingWindow::updateShape() {
+    setContentsMargins(shadowMargins());
+    if (isBlended) {
+        clearMask();
+    } else {
+        QPainterPath path;
+        path.addRoundedRect(rect(), cornerRadius, cornerRadius);
+        setMask(path.toFillPolygon().toPolygon());
+    }
+    update();
+}
+
+void FloatingWindow::paintShadow(QPainter& painter) const {
+    const auto body = QRectF(rect().marginsRemoved(shadowMargins()));
+    painter.setPen(Qt::NoPen);
+    for (int reach = shadowReach; reach > 0; --reach) {
+        const auto nearness = 1.0 - static_cast<double>(reach) / shadowReach;
+        const auto drop = shadowDrop * 0.7;
+        painter.setBrush(QColor::fromRgbF(0, 0, 0, static_cast<float>(0.022 * nearness)));
+        painter.drawRoundedRect(body.adjusted(-reach, -reach + drop, reach, reach + drop),
+                                cornerRadius + reach, cornerRadius + reach);
+    }
+}
+
+void FloatingWindow::paintEvent(QPaintEvent*) {
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    if (hasShadow && isBlended)
+        paintShadow(painter);
+    const auto body = QRectF(rect().marginsRemoved(shadowMargins()));
+    const Theme theme;
+    painter.setBrush(theme.panelBackground());
+    painter.setPen(QPen(theme.panelBorder(), 1));
+    painter.drawRoundedRect(body.adjusted(0.5, 0.5, -0.5, -0.5), cornerRadius, cornerRadius);
+}
+
+} // namespace quoxelin

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <QScrollArea>
+#include <QWidget>
+#include <functional>
+
+namespace quoxelin {
+
+/// A frameless window that looks like a card: rounded, with a soft shadow where the desktop can
+/// show one. It is as large as its content wishes, and lets it scroll where the screen is smaller.
+class FloatingWindow : public QWidget {
+  public:
+    FloatingWindow(QWidget* parent, Qt::WindowFlags flags);
+
+    /// Taken over.
+    void setContent(QWidget* content);
+
+    void setCornerRadius(int radius);
+    void setHasShadow(bool hasShadow);
+
+    /// The card on the screen: the window without its shadow.
+    QRect card() const;
+    void moveCard(const QPoint& topLeft);
+
+    /// Makes the window as large as the content wishes now.
+    void fitContent();
+
+    /// Called after the card took another size, while the window is visible.
+    void setResized(std::function<void()> handler) { resized = std::move(handler); }
+
+    void setEscapePressed(std::function<void()> handler) { escapePressed = std::move(handler); }
+
+  protected:
+    bool event(QEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+    void showEvent(QShowEvent* event) override;
+
+  private:
+    QMargins shadowMargins() const;
+    QSize wantedCardSize() const;
+    void updateShape();
+    void paintShadow(QPainter& painter) const;
+
+    QScrollArea* scrollArea;
+    int cornerRadius = 10;
+    bool hasShadow = true;
+    bool isBlended = true;
+    std::function<void()> resized, escapePressed;
+};
+
+} // namespace quoxelin

@@ -1,0 +1,16 @@
+#include "Platform/Linux/FocusOrder.h"
+
+#include "Platform/Linux/ElementView.h"
+
+#include <QWidget>
+
+namespace quoxelin {
+
+void setFocusOrder(ElementView& root) {
+    std::vector<QWidget*> rows;
+    root.collectFocusable(rows);
+    for (std::size_t i = 1; i < rows.size(); ++i)
+        QWidget::setTabOrder(rows[i - 1], rows[i]);
+}
+
+} // namespace quoxelin

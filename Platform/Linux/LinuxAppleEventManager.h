@@ -1,0 +1,32 @@
+#pragma once
+
+#include "Base/Dispatch.h"
+#include "Platform/NSWorkspace.h"
+
+#include <map>
+#include <vector>
+
+namespace quoxelin {
+
+/// Get-URL events: of this process's command line, and whatever else hands one over with `send`.
+class LinuxAppleEventManager final : public NSAppleEventManager {
+  public:
+    explicit LinuxAppleEventManager(MainQueue& mainQueue) : mainQueue(mainQueue) {}
+
+    void
+    setEventHandler(const std::string& eventClass, const std::string& eventID,
+                    std::function<void(std::optional<std::string> directObject)> handler) override;
+
+    /// Hands a get-URL event to its handler, on a later turn of the main queue; it waits for a
+    /// handler where there is none yet. Main thread.
+    void send(std::optional<std::string> url);
+
+  private:
+    void deliver();
+
+    MainQueue& mainQueue;
+    std::function<void(std::optional<std::string>)> handler;
+    std::vector<std::optional<std::string>> waiting;
+};
+
+} // namespace quoxelin

@@ -1,0 +1,40 @@
+#include "Platform/PlatformFactory.h"
+
+#include "Platform/Linux/Simulation/SimulatedHost.h"
+
+#include <cstdlib>
+#include <memory>
+#include <xcb/xcb.h>
+
+namespace quoxelin {
+
+namespace {
+
+bool isSet(const char* variable) {
+    const char* value = std::getenv(variable);
+    return value != nullptr && *value != '\0';
+}
+
+/// The toolkit would end the process where a display is named that does not answer.
+bool canShowWindows() {
+    if (isSet("WAYLAND_DISPLAY"))
+        return true;
+    if (!isSet("DISPLAY"))
+        return false;
+    const std::unique_ptr<xcb_connection_t, decltype(&xcb_disconnect)> connection(
+        xcb_connect(nullptr, nullptr), &xcb_disconnect);
+    return xcb_connection_has_error(connection.get()) == 0;
+}
+
+} // namespace
+
+Result<std::unique_ptr<PlatformHost>, std::string> makePlatform(const LaunchOptions& options) {
+    if (!options.simulate)
+        return tl::unexpected(std::string("this build runs on the simulated operating system only: "
+                                          "start it with --simulate"));
+    if (!isSet("QT_QPA_PLATFORM") && !canShowWindows())
+        ::setenv("QT_QPA_PLATFORM", "offscreen", 0);
+    return std::make_unique<SimulatedHost>(options);
+}
+
+} // namespace quoxelin

@@ -1,0 +1,27 @@
+#pragma once
+
+#include "Base/NotificationCenter.h"
+#include "Platform/Linux/MainMenu.h"
+
+#include <QObject>
+
+namespace quoxelin {
+
+/// The running application on Qt's event loop. Make it after the QApplication object.
+class QtApplication final : public QObject, public NSApplication {
+  public:
+    explicit QtApplication(NotificationCenter& notificationCenter);
+
+    int run(NSApplicationDelegate& delegate) override;
+    void terminate() override;
+    void activateIgnoringOtherApps() override;
+    void setMainMenu(const std::vector<NSMenuItem>& submenu) override;
+
+    QMenu& mainMenu() { return menu.menu(); }
+
+  private:
+    NotificationCenter& notificationCenter;
+    MainMenu menu{*this};
+};
+
+} // namespace quoxelin

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "Base/ThreadPool.h"
+
+#include <memory>
+#include <thread>
+
+namespace quoxelin {
+
+/// The main queue on Qt's event loop, the other queues on threads of their own. Make it on the main
+/// thread, after the application object. Work that the loop did not come to before its end is
+/// dropped.
+class QtDispatch final : public Dispatch {
+  public:
+    QtDispatch();
+    ~QtDispatch() override;
+
+    MainQueue& main() override;
+    Queue& global(QualityOfService quality) override;
+    std::unique_ptr<SerialQueue> makeSerial(std::string label) override;
+    bool isMainThread() const override;
+    void sleep(Duration duration) override;
+    std::chrono::system_clock::time_point date() const override;
+
+  private:
+    class Main;
+
+    const std::thread::id mainThread = std::this_thread::get_id();
+    std::shared_ptr<Main> mainQueue;
+    ThreadPool globalThreads;
+    /// Serial queues are few, and each may occupy its thread for ever.
+    ThreadPool serialThreads;
+};
+
+} // namespace quoxelin

@@ -1,0 +1,73 @@
+#include "Platform/Linux/QtHostingView.h"
+
+#include "Platform/Linux/FocusOrder.h"
+
+#include <QEvent>
+#include <QVBoxLayout>
+
+namespace quoxelin {
+
+class QtHostingView::Container final : public QWidget {
+  public:
+    Container() {
+        auto* layout = new QVBoxLayout(this);
+        layout->setContentsMargins(0, 0, 0, 0);
+    }
+
+    void show(const ViewNode& newTree) {
+        tree = newTree;
+        rebind();
+    }
+
+    ViewNode readBack() const { return root ? root->readBack() : ViewNode{}; }
+
+  protected:
+    void showEvent(QShowEvent* event) override {
+        QWidget::showEvent(event);
+        if (root)
+            root->present();
+    }
+
+    /// The records' colours and fonts are relative to the desktop's.
+    void changeEvent(QEvent* event) override {
+        QWidget::changeEvent(event);
+        if (event->type() == QEvent::PaletteChange || event->type() == QEvent::FontChange)
+            if (root)
+                rebind();
+    }
+
+  private:
+    void rebind() {
+        if (!root || !root->standsFor(tree, true)) {
+            root = ElementView::make(tree.kind);
+            layout()->addWidget(&root->widget());
+        }
+        root->bind(tree);
+        setFocusOrder(*root);
+    }
+
+    ViewNode tree;
+    std::unique_ptr<ElementView> root;
+};
+
+QtHostingView::QtHostingView() : container(new Container) {}
+
+QtHostingView::~QtHostingView() {
+    if (container && container->parent() == nullptr)
+        delete container.data();
+}
+
+void QtHostingView::setRootView(const ViewNode& tree) {
+    if (container)
+        container->show(tree);
+}
+
+ViewNode QtHostingView::readBack() const {
+    return container ? container->readBack() : ViewNode{};
+}
+
+QWidget* QtHostingView::widget() {
+    return container.data();
+}
+
+} // namespace quoxelin

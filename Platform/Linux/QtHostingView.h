@@ -1,0 +1,30 @@
+#pragma once
+
+#include "Platform/Linux/ElementView.h"
+#include "Platform/NSPanel.h"
+
+#include <QPointer>
+#include <QWidget>
+
+namespace quoxelin {
+
+/// Shows a tree of view records with native widgets.
+class QtHostingView final : public NSHostingView {
+  public:
+    QtHostingView();
+    ~QtHostingView() override;
+
+    void setRootView(const ViewNode& tree) override;
+
+    /// What the widgets show now.
+    ViewNode readBack() const;
+
+    /// For the window that shows it, which owns it from then on.
+    QWidget* widget();
+
+  private:
+    class Container;
+    QPointer<Container> container;
+};
+
+} // namespace quoxelin

@@ -1,0 +1,15 @@
+#pragma once
+
+#include "Platform/NSWorkspace.h"
+
+namespace quoxelin {
+
+/// The desktop's file dialog, or Qt's own where it has none.
+class QtOpenPanel final : public NSOpenPanel {
+  public:
+    void
+    begin(const NSOpenPanelOptions& options,
+          std::function<void(std::optional<std::filesystem::path>)> completionHandler) override;
+};
+
+} // namespace quoxelin

@@ -1,0 +1,14 @@
+#pragma once
+
+#include "Platform/NSWorkspace.h"
+
+namespace quoxelin {
+
+/// The clipboard.
+class QtPasteboard final : public NSPasteboard {
+  public:
+    void clearContents() override;
+    void setString(const std::string& text) override;
+};
+
+} // namespace quoxelin

@@ -1,0 +1,113 @@
+#include "Platform/Linux/X11Desktop.h"
+
+#include <QGuiApplication>
+#include <cstdlib>
+#include <cstring>
+#include <xcb/xcb.h>
+#include <xcb/xinput.h>
+
+namespace quoxelin {
+
+namespace {
+
+template <typename T>
+struct Freed {
+    void operator()(T* reply) const { std::free(reply); }
+};
+template <typename T>
+using Reply = std::unique_ptr<T, Freed<T>>;
+
+/// The newer tray's items and raw events are announced from version 2.0 of the input extension on.
+constexpr std::uint16_t inputMajorVersion = 2, inputMinorVersion = 2;
+
+} // namespace
+
+X11Desktop* X11Desktop::instance() {
+    static X11Desktop* const desktop = []() -> X11Desktop* {
+        auto* native = qApp->nativeInterface<QNativeInterface::QX11Application>();
+        if (native == nullptr || native->connection() == nullptr)
+            return nullptr;
+        return new X11Desktop(native->connection());
+    }();
+    return desktop;
+}
+
+X11Desktop::X11Desktop(xcb_connection_t* connection)
+    : connection(connection), root(xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root),
+      manager(atom("MANAGER")), traySelection(atom("_NET_SYSTEM_TRAY_S0")),
+      compositorSelection(atom("_NET_WM_CM_S0")) {
+    const auto* extension = xcb_get_extension_data(connection, &xcb_input_id);
+    if (extension != nullptr && extension->present) {
+        const Reply<xcb_input_xi_query_version_reply_t> version(xcb_input_xi_query_version_reply(
+            connection,
+            xcb_input_xi_query_version(connection, inputMajorVersion, inputMinorVersion), nullptr));
+        if (version && version->major_version >= inputMajorVersion)
+            inputExtension = extension->major_opcode;
+    }
+    qApp->installNativeEventFilter(this);
+}
+
+std::uint32_t X11Desktop::atom(const char* name) const {
+    const Reply<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(
+        connection,
+        xcb_intern_atom(connection, false, static_cast<std::uint16_t>(std::strlen(name)), name),
+        nullptr));
+    return reply ? reply->atom : static_cast<std::uint32_t>(XCB_ATOM_NONE);
+}
+
+bool X11Desktop::isOwned(std::uint32_t selection) const {
+    const Reply<xcb_get_selection_owner_reply_t> reply(xcb_get_selection_owner_reply(
+        connection, xcb_get_selection_owner(connection, selection), nullptr));
+    return reply && reply->owner != XCB_WINDOW_NONE;
+}
+
+bool X11Desktop::hasCompositor() const {
+    return isOwned(compositorSelection);
+}
+
+bool X11Desktop::hasTray() const {
+    return isOwned(traySelection);
+}
+
+void X11Desktop::setMousePressed(std::function<void(MouseButton)> handler) {
+    mousePressed = std::move(handler);
+    if (inputExtension == 0)
+        return;
+    struct {
+        xcb_input_event_mask_t head;
+        std::uint32_t mask;
+    } events{{XCB_INPUT_DEVICE_ALL_MASTER, 1},
+             mousePressed ? static_cast<std::uint32_t>(XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_PRESS)
+                          : 0u};
+    xcb_input_xi_select_events(connection, root, 1, &events.head);
+    xcb_flush(connection);
+}
+
+bool X11Desktop::nativeEventFilter(const QByteArray& eventType, void* message, qintptr*) {
+    if (eventType != "xcb_generic_event_t")
+        return false;
+    const auto* event = static_cast<const xcb_generic_event_t*>(message);
+    switch (event->response_type & 0x7f) {
+    case XCB_CLIENT_MESSAGE: {
+        const auto* announcement = reinterpret_cast<const xcb_client_message_event_t*>(event);
+        if (announcement->type == manager && announcement->data.data32[1] == traySelection &&
+            trayAppeared)
+            trayAppeared();
+        break;
+    }
+    case XCB_GE_GENERIC: {
+        const auto* press = reinterpret_cast<const xcb_input_raw_button_press_event_t*>(event);
+        if (press->extension != inputExtension || press->event_type != XCB_INPUT_RAW_BUTTON_PRESS ||
+            !mousePressed)
+            break;
+        if (press->detail == 1)
+            mousePressed(MouseButton::left);
+        else if (press->detail == 3)
+            mousePressed(MouseButton::right);
+        break;
+    }
+    }
+    return false;
+}
+
+} // namespace quoxelin
