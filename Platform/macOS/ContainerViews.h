@@ -1,0 +1,58 @@
+#pragma once
+
+#include "Platform/macOS/ElementView.h"
+#include "Platform/macOS/QXRow.h"
+
+#include <vector>
+
+namespace quoxelin {
+
+/// Elements beside each other or below each other. Those that stand for the same record stay when
+/// the records change; only what differs is touched.
+class ContainerView : public ElementView {
+  public:
+    void windowDidShow() override;
+    void windowDidHide() override;
+
+  protected:
+    ContainerView(ViewNode::Kind kind, QXBox* box);
+
+    void bindContent(const ViewNode& node) override;
+    void readContent(ViewNode& node) const override;
+    CGSize contentSize(CGFloat available) const override;
+    void placeContent(CGRect place) override;
+
+  private:
+    std::unique_ptr<ElementView> takeViewOf(const ViewNode& node, std::size_t position);
+    bool isVertical() const { return kind == ViewNode::Kind::verticalStack; }
+    CGFloat gaps() const;
+    std::vector<CGSize> sizesBeside(CGFloat available) const;
+    void placeBelow(CGRect place);
+    void placeBeside(CGRect place);
+
+    std::vector<std::unique_ptr<ElementView>> views;
+    double spacing = 0;
+};
+
+class StackView final : public ContainerView {
+  public:
+    explicit StackView(ViewNode::Kind kind);
+};
+
+/// A button as wide as the panel.
+class RowView final : public ContainerView {
+  public:
+    RowView();
+    ~RowView() override;
+
+    void windowDidHide() override;
+
+  protected:
+    void bindContent(const ViewNode& node) override;
+    void readContent(ViewNode& node) const override;
+
+  private:
+    QXRow* row() const;
+};
+
+} // namespace quoxelin

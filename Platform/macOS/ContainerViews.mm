@@ -1,0 +1,174 @@
+#include "Platform/macOS/ContainerViews.h"
+
+#include "Platform/macOS/ObjC.h"
+
+#include <algorithm>
+
+namespace quoxelin {
+
+ContainerView::ContainerView(ViewNode::Kind kind, QXBox* box) : ElementView(kind, box) {}
+
+void ContainerView::bindContent(const ViewNode& node) {
+    const auto& nodes = node.children;
+    spacing = node.spacing;
+    std::vector<std::unique_ptr<ElementView>> next;
+    next.reserve(nodes.size());
+    for (std::size_t i = 0; i < nodes.size(); ++i)
+        next.push_back(takeViewOf(nodes[i], i));
+    views = std::move(next); // those that stand for nothing any more go
+    for (std::size_t i = 0; i < nodes.size(); ++i) {
+        QXBox* const child = views[i]->view();
+        NSArray<NSView*>* const shown = view().subviews;
+        NSView* const next = i < shown.count ? shown[i] : nil;
+        if (next != child)
+            [view() addSubview:child
+                    positioned:next != nil ? NSWindowBelow : NSWindowAbove
+                    relativeTo:next];
+        views[i]->bind(nodes[i]);
+    }
+}
+
+std::unique_ptr<ElementView> ContainerView::takeViewOf(const ViewNode& node, std::size_t position) {
+    for (std::size_t i = 0; i < views.size(); ++i)
+        if (views[i] && views[i]->standsFor(node, i == position))
+            return std::move(views[i]);
+    return ElementView::make(node.kind);
+}
+
+void ContainerView::readContent(ViewNode& node) const {
+    node.spacing = spacing;
+    // In the order in which they lie on the screen.
+    for (NSView* shown in view().subviews) {
+        const auto found = std::find_if(views.begin(), views.end(),
+                                        [&](const auto& each) { return each->view() == shown; });
+        if (found != views.end())
+            node.children.push_back((*found)->readBack());
+    }
+}
+
+CGFloat ContainerView::gaps() const {
+    return views.empty() ? 0 : spacing * static_cast<CGFloat>(views.size() - 1);
+}
+
+/// What does not fit is taken from those that can be cut, the first ones first.
+std::vector<CGSize> ContainerView::sizesBeside(CGFloat available) const {
+    std::vector<CGSize> sizes;
+    CGFloat excess = gaps() - available;
+    for (const auto& each : views) {
+        sizes.push_back(each->measure(available));
+        excess += sizes.back().width;
+    }
+    for (std::size_t i = 0; i < views.size() && excess > 0; ++i) {
+        if (!views[i]->isShrinkable())
+            continue;
+        const auto before = sizes[i].width;
+        sizes[i] = views[i]->measure(std::max<CGFloat>(0, before - excess));
+        excess -= before - sizes[i].width;
+    }
+    return sizes;
+}
+
+CGSize ContainerView::contentSize(CGFloat available) const {
+    CGSize whole = CGSizeZero;
+    if (isVertical()) {
+        for (const auto& each : views) {
+            const auto size = each->measure(available);
+            whole.width = std::max(whole.width, size.width);
+            whole.height += size.height;
+        }
+        whole.height += gaps();
+        return whole;
+    }
+    for (const auto& size : sizesBeside(available)) {
+        whole.width += size.width;
+        whole.height = std::max(whole.height, size.height);
+    }
+    whole.width += gaps();
+    return whole;
+}
+
+void ContainerView::placeContent(CGRect place) {
+    if (isVertical())
+        placeBelow(place);
+    else
+        placeBeside(place);
+}
+
+void ContainerView::placeBelow(CGRect place) {
+    CGFloat y = place.origin.y;
+    for (const auto& each : views) {
+        const auto size = each->measure(place.size.width);
+        const bool isCentred = alignment == Alignment::center && !each->isFlexible();
+        const CGFloat width = isCentred || each->hasWidth() ? size.width : place.size.width;
+        const CGFloat x =
+            isCentred ? place.origin.x + (place.size.width - width) / 2 : place.origin.x;
+        each->place(CGRectMake(x, y, width, size.height));
+        y += size.height + spacing;
+    }
+}
+
+void ContainerView::placeBeside(CGRect place) {
+    auto sizes = sizesBeside(place.size.width);
+    CGFloat left = place.size.width - gaps();
+    for (const auto& size : sizes)
+        left -= size.width;
+    left = std::max<CGFloat>(0, left);
+    const auto flexible = std::count_if(views.begin(), views.end(),
+                                        [](const auto& each) { return each->isFlexible(); });
+    CGFloat x = place.origin.x;
+    if (flexible == 0 && alignment == Alignment::center)
+        x += left / 2;
+    for (std::size_t i = 0; i < views.size(); ++i) {
+        auto size = sizes[i];
+        if (views[i]->isFlexible())
+            size.width += left / static_cast<CGFloat>(flexible);
+        const CGFloat y = place.origin.y + (place.size.height - size.height) / 2;
+        views[i]->place(CGRectMake(x, y, size.width, size.height));
+        x += size.width + spacing;
+    }
+}
+
+void ContainerView::windowDidShow() {
+    ElementView::windowDidShow();
+    for (const auto& each : views)
+        each->windowDidShow();
+}
+
+void ContainerView::windowDidHide() {
+    ElementView::windowDidHide();
+    for (const auto& each : views)
+        each->windowDidHide();
+}
+
+StackView::StackView(ViewNode::Kind kind) : ContainerView(kind, [[QXBox alloc] init]) {}
+
+RowView::RowView() : ContainerView(ViewNode::Kind::row, [[QXRow alloc] init]) {}
+
+RowView::~RowView() {
+    [row() endHovering];
+}
+
+QXRow* RowView::row() const {
+    return static_cast<QXRow*>(view());
+}
+
+void RowView::bindContent(const ViewNode& node) {
+    [row() setAction:node.action];
+    [row() setOnHover:node.onHover];
+    row().disabled = node.disabled;
+    row().accessibilityLabel = toNSString(node.accessibilityLabel);
+    ContainerView::bindContent(node);
+}
+
+void RowView::readContent(ViewNode& node) const {
+    node.disabled = row().disabled;
+    node.accessibilityLabel = toString(row().accessibilityLabel);
+    ContainerView::readContent(node);
+}
+
+void RowView::windowDidHide() {
+    ContainerView::windowDidHide();
+    [row() endHovering];
+}
+
+} // namespace quoxelin

@@ -1,0 +1,88 @@
+#pragma once
+
+#include "Platform/macOS/ElementView.h"
+
+/// A label in one of the system's text styles.
+@interface QXLabel : NSTextField
+- (void)setTextStyle:(NSFontTextStyle)style weight:(quoxelin::FontWeight)weight;
+@property(nonatomic, readonly) NSFontTextStyle textStyle;
+@property(nonatomic, readonly) quoxelin::FontWeight weight;
+@end
+
+/// One of the system's symbols.
+@interface QXSymbol : NSImageView
+- (void)setSymbolName:(NSString*)name textStyle:(NSFontTextStyle)style;
+@property(nonatomic, readonly) NSString* symbolName;
+@property(nonatomic, readonly) NSFontTextStyle textStyle;
+@end
+
+namespace quoxelin {
+
+/// A text. Plain, whatever it holds.
+class TextView final : public ElementView {
+  public:
+    TextView();
+
+  protected:
+    void bindContent(const ViewNode& node) override;
+    void readContent(ViewNode& node) const override;
+    CGSize contentSize(CGFloat available) const override;
+    void placeContent(CGRect place) override;
+
+  private:
+    QXLabel* const label;
+};
+
+class SymbolView final : public ElementView {
+  public:
+    SymbolView();
+    bool isShrinkable() const override { return false; }
+
+  protected:
+    void bindContent(const ViewNode& node) override;
+    void readContent(ViewNode& node) const override;
+    CGSize contentSize(CGFloat available) const override;
+    void placeContent(CGRect place) override;
+
+  private:
+    QXSymbol* const symbol;
+};
+
+class CircleView final : public ElementView {
+  public:
+    CircleView();
+    bool isShrinkable() const override { return false; }
+
+  protected:
+    void bindContent(const ViewNode& node) override;
+    void readContent(ViewNode& node) const override;
+    CGSize contentSize(CGFloat) const override { return CGSizeZero; }
+
+  private:
+    QXCircle* circle() const;
+};
+
+/// Takes what room is left.
+class SpacerView final : public ElementView {
+  public:
+    SpacerView();
+    bool isFlexible() const override { return true; }
+
+  protected:
+    void bindContent(const ViewNode&) override {}
+    void readContent(ViewNode&) const override {}
+    CGSize contentSize(CGFloat) const override { return CGSizeZero; }
+};
+
+class DividerView final : public ElementView {
+  public:
+    DividerView();
+    bool isFlexible() const override { return true; }
+
+  protected:
+    void bindContent(const ViewNode&) override {}
+    void readContent(ViewNode&) const override {}
+    CGSize contentSize(CGFloat) const override { return CGSizeMake(0, 1); }
+};
+
+} // namespace quoxelin

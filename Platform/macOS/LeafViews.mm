@@ -1,0 +1,170 @@
+#include "Platform/macOS/LeafViews.h"
+
+#include "Platform/macOS/ObjC.h"
+#include "Platform/macOS/Theme.h"
+
+#include <cmath>
+
+@implementation QXLabel
+
+- (void)setTextStyle:(NSFontTextStyle)style weight:(quoxelin::FontWeight)weight {
+    _textStyle = style;
+    _weight = weight;
+    NSFont* const font = quoxelin::theme::font(style, weight);
+    if (![self.font isEqual:font])
+        self.font = font;
+}
+
+/// Clicks are for the row that it lies in.
+- (NSView*)hitTest:(NSPoint)point {
+    return nil;
+}
+
+@end
+
+@implementation QXSymbol
+
+- (void)setSymbolName:(NSString*)name textStyle:(NSFontTextStyle)style {
+    if ([_symbolName isEqualToString:name] && [_textStyle isEqualToString:style])
+        return;
+    _symbolName = [name copy];
+    _textStyle = style;
+    self.image = [NSImage imageWithSystemSymbolName:name accessibilityDescription:nil];
+    self.symbolConfiguration = [NSImageSymbolConfiguration configurationWithTextStyle:style];
+}
+
+- (NSView*)hitTest:(NSPoint)point {
+    return nil;
+}
+
+@end
+
+namespace quoxelin {
+
+namespace {
+
+void setColor(NSColor* shown, const ViewNode& node, void (^set)(NSColor*)) {
+    NSColor* const color = theme::color(node.color);
+    if (![color isEqual:shown])
+        set(color);
+}
+
+/// Opacity is the whole view's: a colour with another opacity would no longer follow appearance.
+void setOpacity(NSView* view, double opacity) {
+    if (view.alphaValue != opacity)
+        view.alphaValue = opacity;
+}
+
+/// Views keep their opacity in single precision.
+double opacityOf(NSView* view) {
+    return std::round(view.alphaValue * 1000) / 1000;
+}
+
+} // namespace
+
+TextView::TextView()
+    : ElementView(ViewNode::Kind::text, [[QXBox alloc] init]), label([[QXLabel alloc] init]) {
+    label.editable = NO;
+    label.selectable = NO;
+    label.bordered = NO;
+    label.drawsBackground = NO;
+    [view() addSubview:label];
+}
+
+void TextView::bindContent(const ViewNode& node) {
+    [label setTextStyle:theme::textStyle(node.font) weight:node.weight];
+    setColor(label.textColor, node, ^(NSColor* color) {
+        label.textColor = color;
+    });
+    setOpacity(label, node.opacity);
+    label.alignment =
+        node.alignment == Alignment::center ? NSTextAlignmentCenter : NSTextAlignmentNatural;
+    label.maximumNumberOfLines = node.lineLimit;
+    label.cell.wraps = node.lineLimit != 1;
+    label.cell.truncatesLastVisibleLine = node.lineLimit != 0;
+    label.lineBreakMode =
+        node.lineLimit == 1 ? NSLineBreakByTruncatingTail : NSLineBreakByWordWrapping;
+    NSString* const text = toNSString(node.text);
+    if (![label.stringValue isEqualToString:text])
+        label.stringValue = text;
+}
+
+void TextView::readContent(ViewNode& node) const {
+    node.text = toString(label.stringValue);
+    node.font = theme::recordOf(label.textStyle).value_or(Font::body);
+    node.weight = label.weight;
+    node.color = theme::recordOf(label.textColor).value_or(Color::clear);
+    node.opacity = opacityOf(label);
+    node.lineLimit = static_cast<int>(label.maximumNumberOfLines);
+}
+
+CGSize TextView::contentSize(CGFloat available) const {
+    const auto bounds = NSMakeRect(0, 0, available, CGFLOAT_MAX);
+    const auto size = [label.cell cellSizeForBounds:bounds];
+    NSFont* const font = label.font;
+    CGFloat height = size.height;
+    if (label.maximumNumberOfLines > 0) {
+        // The cell measures all lines, also those that are not shown.
+        const CGFloat line = std::ceil(font.ascender - font.descender + font.leading);
+        height = std::min<CGFloat>(height, std::ceil(line * label.maximumNumberOfLines));
+    }
+    return CGSizeMake(std::ceil(size.width), std::ceil(height));
+}
+
+void TextView::placeContent(CGRect place) {
+    label.frame = place;
+}
+
+SymbolView::SymbolView()
+    : ElementView(ViewNode::Kind::symbol, [[QXBox alloc] init]), symbol([[QXSymbol alloc] init]) {
+    symbol.accessibilityElement = NO;
+    [view() addSubview:symbol];
+}
+
+void SymbolView::bindContent(const ViewNode& node) {
+    [symbol setSymbolName:toNSString(node.text) textStyle:theme::textStyle(node.font)];
+    setColor(symbol.contentTintColor, node, ^(NSColor* color) {
+        symbol.contentTintColor = color;
+    });
+    setOpacity(symbol, node.opacity);
+}
+
+void SymbolView::readContent(ViewNode& node) const {
+    node.text = toString(symbol.symbolName);
+    node.font = theme::recordOf(symbol.textStyle).value_or(Font::body);
+    node.color = theme::recordOf(symbol.contentTintColor).value_or(Color::clear);
+    node.opacity = opacityOf(symbol);
+}
+
+CGSize SymbolView::contentSize(CGFloat) const {
+    const auto size = symbol.intrinsicContentSize;
+    return CGSizeMake(std::ceil(size.width), std::ceil(size.height));
+}
+
+void SymbolView::placeContent(CGRect place) {
+    symbol.frame = place;
+}
+
+CircleView::CircleView() : ElementView(ViewNode::Kind::circle, [[QXCircle alloc] init]) {}
+
+QXCircle* CircleView::circle() const {
+    return static_cast<QXCircle*>(view());
+}
+
+void CircleView::bindContent(const ViewNode& node) {
+    setColor(circle().circleColor, node, ^(NSColor* color) {
+        circle().circleColor = color;
+    });
+    setOpacity(circle(), node.opacity);
+}
+
+void CircleView::readContent(ViewNode& node) const {
+    node.color = theme::recordOf(circle().circleColor).value_or(Color::clear);
+    node.opacity = opacityOf(circle());
+}
+
+SpacerView::SpacerView() : ElementView(ViewNode::Kind::spacer, [[QXBox alloc] init]) {}
+
+DividerView::DividerView() : ElementView(ViewNode::Kind::divider, [[QXDivider alloc] init]) {}
+
+} // namespace quoxelin

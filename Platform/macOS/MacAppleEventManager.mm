@@ -1,0 +1,92 @@
+#include "Platform/macOS/MacAppleEventManager.h"
+
+#include "Platform/macOS/FrameworkNotifications.h"
+#include "Platform/macOS/ObjC.h"
+
+#import <AppKit/AppKit.h>
+#include <vector>
+
+/// Hands the string of every event's direct object over.
+@interface QXEventTarget : NSObject
+- (instancetype)initWithHandler:(std::function<void(std::optional<std::string>)>)handler;
+- (void)handleEvent:(NSAppleEventDescriptor*)event withReplyEvent:(NSAppleEventDescriptor*)reply;
+@end
+
+@implementation QXEventTarget {
+    std::function<void(std::optional<std::string>)> handler;
+}
+
+- (instancetype)initWithHandler:(std::function<void(std::optional<std::string>)>)newHandler {
+    if ((self = [super init]))
+        handler = std::move(newHandler);
+    return self;
+}
+
+- (void)handleEvent:(NSAppleEventDescriptor*)event withReplyEvent:(NSAppleEventDescriptor*)reply {
+    NSString* const text = [event paramDescriptorForKeyword:keyDirectObject].stringValue;
+    if (text == nil)
+        handler(std::nullopt);
+    else
+        handler(quoxelin::toString(text));
+}
+
+@end
+
+namespace quoxelin {
+
+struct MacAppleEventManager::Receiver {
+    void deliver() {
+        if (!handler)
+            return;
+        for (auto& each : std::exchange(waiting, {}))
+            handler(std::move(each));
+    }
+
+    std::vector<std::optional<std::string>> waiting;
+    std::function<void(std::optional<std::string>)> handler;
+    QXEventTarget* target = nil;
+    FrameworkNotifications notifications;
+};
+
+MacAppleEventManager::MacAppleEventManager() : receiver(std::make_shared<Receiver>()) {
+    receiver->target = [[QXEventTarget alloc]
+        initWithHandler:[weak = std::weak_ptr(receiver)](std::optional<std::string> text) {
+            if (const auto held = weak.lock()) {
+                held->waiting.push_back(std::move(text));
+                held->deliver();
+            }
+        }];
+    // Launching installs the framework's own handlers; the event that started us comes after that.
+    receiver->notifications.observe(
+        NSApplicationWillFinishLaunchingNotification, [target = receiver->target] {
+            [[::NSAppleEventManager sharedAppleEventManager]
+                setEventHandler:target
+                    andSelector:@selector(handleEvent:withReplyEvent:)
+                  forEventClass:(::kInternetEventClass)andEventID:(::kAEGetURL)];
+        });
+}
+
+MacAppleEventManager::~MacAppleEventManager() {
+    [[::NSAppleEventManager sharedAppleEventManager]
+        removeEventHandlerForEventClass:(::kInternetEventClass)
+                             andEventID:(::kAEGetURL)];
+}
+
+void MacAppleEventManager::setEventHandler(
+    const std::string& eventClass, const std::string& eventID,
+    std::function<void(std::optional<std::string>)> handler) {
+    if (eventClass != kInternetEventClass || eventID != kAEGetURL)
+        return;
+    receiver->handler = std::move(handler);
+    dispatch_async(dispatch_get_main_queue(), [weak = std::weak_ptr(receiver)] {
+        if (const auto held = weak.lock())
+            held->deliver();
+    });
+}
+
+void MacAppleEventManager::send(std::optional<std::string> directObject) {
+    receiver->waiting.push_back(std::move(directObject));
+    receiver->deliver();
+}
+
+} // namespace quoxelin

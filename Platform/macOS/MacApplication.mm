@@ -1,0 +1,127 @@
+#include "Platform/macOS/MacApplication.h"
+
+#include "Base/NotificationCenter.h"
+#include "Platform/macOS/FrameworkNotifications.h"
+#include "Platform/macOS/ObjC.h"
+#include "Platform/macOS/QXActionTarget.h"
+
+#import <AppKit/AppKit.h>
+
+/// Every way to quit (the menu, the Dock, another program, the end of the session) comes through
+/// `terminate:`. Where the framework's own would end the process there and then, this one ends the
+/// main loop, so that what follows it in the program still happens.
+@interface QXApplication : NSApplication
+@end
+
+@implementation QXApplication
+
+- (void)terminate:(id)sender {
+    [self stop:sender];
+    // The loop looks after an event whether it is to end.
+    [self postEvent:[NSEvent otherEventWithType:NSEventTypeApplicationDefined
+                                       location:NSZeroPoint
+                                  modifierFlags:0
+                                      timestamp:0
+                                   windowNumber:0
+                                        context:nil
+                                        subtype:0
+                                          data1:0
+                                          data2:0]
+            atStart:YES];
+}
+
+@end
+
+@interface QXApplicationDelegate : NSObject <NSApplicationDelegate>
+- (instancetype)initWithDelegate:(quoxelin::NSApplicationDelegate&)delegate;
+@end
+
+@implementation QXApplicationDelegate {
+    quoxelin::NSApplicationDelegate* delegate;
+}
+
+- (instancetype)initWithDelegate:(quoxelin::NSApplicationDelegate&)newDelegate {
+    if ((self = [super init]))
+        delegate = &newDelegate;
+    return self;
+}
+
+- (void)applicationDidFinishLaunching:(NSNotification*)notification {
+    delegate->applicationDidFinishLaunching();
+}
+
+/// The panel is a window that comes and goes.
+- (BOOL)applicationShouldTerminateAfterLastWindowClosed:(NSApplication*)sender {
+    return NO;
+}
+
+@end
+
+namespace quoxelin {
+
+namespace {
+
+static_assert(NSEventModifierFlagOption == ::NSEventModifierFlagOption);
+static_assert(NSEventModifierFlagCommand == ::NSEventModifierFlagCommand);
+
+::NSMenuItem* frameworkItem(const NSMenuItem& record) {
+    if (record.title.empty())
+        return [::NSMenuItem separatorItem];
+    ::NSMenuItem* const item =
+        [[::NSMenuItem alloc] initWithTitle:toNSString(record.title)
+                                     action:NSSelectorFromString(toNSString(record.action))
+                              keyEquivalent:toNSString(record.keyEquivalent)];
+    item.keyEquivalentModifierMask = record.keyEquivalentModifierMask;
+    if (record.target) {
+        QXActionTarget* const target = [[QXActionTarget alloc] initWithFunction:record.target];
+        item.action = QXActionTarget.action;
+        item.target = target;
+        item.representedObject = target; // which the item keeps
+    }
+    return item;
+}
+
+} // namespace
+
+MacApplication::MacApplication(NotificationCenter& notificationCenter)
+    : notifications(std::make_unique<FrameworkNotifications>()) {
+    [[QXApplication sharedApplication] setActivationPolicy:NSApplicationActivationPolicyAccessory];
+    notifications->observe(::NSApplicationDidBecomeActiveNotification, [&notificationCenter] {
+        notificationCenter.post(NSApplicationDidBecomeActiveNotification);
+    });
+}
+
+MacApplication::~MacApplication() = default;
+
+int MacApplication::run(NSApplicationDelegate& delegate) {
+    QXApplicationDelegate* const adapter =
+        [[QXApplicationDelegate alloc] initWithDelegate:delegate];
+    NSApp.delegate = adapter;
+    [NSApp run];
+    NSApp.delegate = nil;
+    delegate.applicationWillTerminate();
+    return 0;
+}
+
+void MacApplication::terminate() {
+    dispatch_async(dispatch_get_main_queue(), ^{
+        [NSApp terminate:nil];
+    });
+}
+
+void MacApplication::activateIgnoringOtherApps() {
+    [NSApp activateIgnoringOtherApps:YES];
+}
+
+void MacApplication::setMainMenu(const std::vector<NSMenuItem>& submenu) {
+    NSMenu* const menu = [[NSMenu alloc] init];
+    for (const auto& record : submenu)
+        [menu addItem:frameworkItem(record)];
+    ::NSMenuItem* const top = [[::NSMenuItem alloc] init];
+    top.submenu = menu;
+    NSMenu* const bar = [[NSMenu alloc] init];
+    [bar addItem:top];
+    NSApp.mainMenu = bar;
+}
+
+} // namespace quoxelin

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "Base/Dispatch.h"
+
+#include <map>
+
+namespace quoxelin {
+
+/// Queues and time of libdispatch. Make it on the main thread. The library gives a global queue up
+/// to 64 threads while its work blocks, and a serial queue a thread of its own.
+class MacDispatch final : public Dispatch {
+  public:
+    MacDispatch();
+    ~MacDispatch() override;
+
+    MainQueue& main() override;
+    Queue& global(QualityOfService quality) override;
+    std::unique_ptr<SerialQueue> makeSerial(std::string label) override;
+    bool isMainThread() const override;
+    void sleep(Duration duration) override;
+    std::chrono::system_clock::time_point date() const override;
+
+  private:
+    std::unique_ptr<MainQueue> mainQueue;
+    std::map<QualityOfService, std::unique_ptr<Queue>> globalQueues;
+};
+
+} // namespace quoxelin

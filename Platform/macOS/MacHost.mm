@@ -1,0 +1,33 @@
+#include "Platform/macOS/MacHost.h"
+
+namespace quoxelin {
+
+MacHost::MacHost(const LaunchOptions& options)
+    : desktop(options), services{
+                            .dispatch = desktop.dispatch,
+                            .connector = desktop.connector,
+                            .notificationCenter = desktop.notificationCenter,
+                            .systemLog = desktop.systemLog,
+                            .mainBundle = mainBundle,
+                            .userDefaults = userDefaults,
+                            .processInfo = processInfo,
+                            .fileManager = desktop.fileManager,
+                            .networkExtension = networkExtension,
+                            .systemExtensionManager = systemExtensions,
+                            .serviceManagement = serviceManagement,
+                            .xpc = xpc,
+                            .userNotificationCenter = userNotificationCenter,
+                            .updates = updates,
+                            .appleScript = appleScript,
+                            .application = desktop.application,
+                            .statusBar = desktop.statusBar,
+                            .panels = desktop.panels,
+                            .workspace = desktop.workspace,
+                            .pasteboard = desktop.pasteboard,
+                            .openPanel = desktop.openPanel,
+                            .appleEventManager = desktop.appleEventManager,
+                            .daemonSocketPath =
+                                options.socketPath.value_or(defaultDaemonSocketPath),
+                        } {}
+
+} // namespace quoxelin

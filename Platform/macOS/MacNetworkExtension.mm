@@ -1,0 +1,167 @@
+#include "Platform/macOS/MacNetworkExtension.h"
+
+#include "Base/NotificationCenter.h"
+#include "Platform/macOS/FrameworkNotifications.h"
+#include "Platform/macOS/ObjC.h"
+
+#import <NetworkExtension/NetworkExtension.h>
+
+namespace quoxelin {
+
+namespace {
+
+static_assert(static_cast<int>(NEVPNStatus::disconnecting) == NEVPNStatusDisconnecting);
+static_assert(static_cast<int>(NEVPNError::configurationUnknown) == NEVPNErrorConfigurationUnknown);
+
+/// Answers from the framework's block, or from here when the framework throws instead.
+template <typename Call> void answering(const PreferencesCompletion& completion, Call call) {
+    const auto called = withoutExceptions([&] {
+        call(^(NSError* error) {
+            completion(toOptionalError(error));
+        });
+    });
+    if (!called)
+        completion(called.error());
+}
+
+class Connection final : public NEVPNConnection {
+  public:
+    explicit Connection(::NEVPNConnection* connection) : connection(connection) {}
+
+    int status() const override { return static_cast<int>(connection.status); }
+
+    Result<void, Error> startVPNTunnel() override {
+        return withError(
+            [&](NSError** error) { return [connection startVPNTunnelAndReturnError:error]; });
+    }
+
+    void stopVPNTunnel() override { [connection stopVPNTunnel]; }
+
+  private:
+    ::NEVPNConnection* connection;
+};
+
+std::shared_ptr<NEVPNProtocol> recordOf(::NEVPNProtocol* shown) {
+    if (shown == nil)
+        return nullptr;
+    std::shared_ptr<NEVPNProtocol> record;
+    if ([shown isKindOfClass:[::NETunnelProviderProtocol class]]) {
+        const auto tunnel = std::make_shared<NETunnelProviderProtocol>();
+        NSString* identifier =
+            static_cast<::NETunnelProviderProtocol*>(shown).providerBundleIdentifier;
+        if (identifier != nil)
+            tunnel->providerBundleIdentifier = toString(identifier);
+        record = tunnel;
+    } else {
+        record = std::make_shared<NEVPNProtocol>();
+    }
+    if (shown.serverAddress != nil)
+        record->serverAddress = toString(shown.serverAddress);
+    record->disconnectOnSleep = shown.disconnectOnSleep;
+    return record;
+}
+
+NSString* optionalNSString(const std::optional<std::string>& text) {
+    return text ? toNSString(*text) : nil;
+}
+
+class Manager final : public NETunnelProviderManager {
+  public:
+    explicit Manager(::NETunnelProviderManager* manager) : manager(manager) {}
+
+    void loadFromPreferences(PreferencesCompletion completion) override {
+        answering(completion,
+                  [&](auto block) { [manager loadFromPreferencesWithCompletionHandler:block]; });
+    }
+
+    void saveToPreferences(PreferencesCompletion completion) override {
+        answering(completion,
+                  [&](auto block) { [manager saveToPreferencesWithCompletionHandler:block]; });
+    }
+
+    void removeFromPreferences(PreferencesCompletion completion) override {
+        answering(completion,
+                  [&](auto block) { [manager removeFromPreferencesWithCompletionHandler:block]; });
+    }
+
+    /// A copy: changes reach the configuration when it is set again.
+    std::shared_ptr<NEVPNProtocol> protocolConfiguration() const override {
+        return recordOf(manager.protocolConfiguration);
+    }
+
+    /// What the record does not tell of stays as it was saved.
+    void setProtocolConfiguration(std::shared_ptr<NEVPNProtocol> record) override {
+        ::NEVPNProtocol* shown = manager.protocolConfiguration;
+        if (const auto* tunnel = dynamic_cast<const NETunnelProviderProtocol*>(record.get())) {
+            if (![shown isKindOfClass:[::NETunnelProviderProtocol class]])
+                shown = [[::NETunnelProviderProtocol alloc] init];
+            static_cast<::NETunnelProviderProtocol*>(shown).providerBundleIdentifier =
+                optionalNSString(tunnel->providerBundleIdentifier);
+        }
+        if (record) {
+            shown.serverAddress = optionalNSString(record->serverAddress);
+            shown.disconnectOnSleep = record->disconnectOnSleep;
+        }
+        manager.protocolConfiguration = record ? shown : nil;
+    }
+
+    std::optional<std::string> localizedDescription() const override {
+        if (manager.localizedDescription == nil)
+            return std::nullopt;
+        return toString(manager.localizedDescription);
+    }
+
+    void setLocalizedDescription(const std::string& description) override {
+        manager.localizedDescription = toNSString(description);
+    }
+
+    bool isEnabled() const override { return manager.enabled; }
+    void setEnabled(bool enabled) override { manager.enabled = enabled; }
+
+    std::shared_ptr<NEVPNConnection> connection() const override {
+        if (manager.connection == nil)
+            return nullptr;
+        return std::make_shared<Connection>(manager.connection);
+    }
+
+  private:
+    ::NETunnelProviderManager* manager;
+};
+
+} // namespace
+
+MacNetworkExtension::MacNetworkExtension(NotificationCenter& notificationCenter)
+    : notifications(std::make_unique<FrameworkNotifications>()) {
+    notifications->observe(NEVPNStatusDidChangeNotification, [&notificationCenter] {
+        notificationCenter.post(NEVPNStatusDidChange);
+    });
+    notifications->observe(NEVPNConfigurationChangeNotification, [&notificationCenter] {
+        notificationCenter.post(NEVPNConfigurationChange);
+    });
+}
+
+MacNetworkExtension::~MacNetworkExtension() = default;
+
+void MacNetworkExtension::loadAllFromPreferences(Completion<Managers, Error> completion) {
+    const auto called = withoutExceptions([&] {
+        [::NETunnelProviderManager loadAllFromPreferencesWithCompletionHandler:^(
+                                       NSArray<::NETunnelProviderManager*>* found, NSError* error) {
+            if (error != nil) {
+                completion(tl::unexpected(toError(error)));
+                return;
+            }
+            Managers managers;
+            for (::NETunnelProviderManager* manager in found)
+                managers.push_back(std::make_shared<Manager>(manager));
+            completion(std::move(managers));
+        }];
+    });
+    if (!called)
+        completion(tl::unexpected(called.error()));
+}
+
+std::shared_ptr<NETunnelProviderManager> MacNetworkExtension::makeTunnelProviderManager() {
+    return std::make_shared<Manager>([[::NETunnelProviderManager alloc] init]);
+}
+
+} // namespace quoxelin

@@ -1,0 +1,14 @@
+#include "Platform/PlatformFactory.h"
+
+#include "Platform/macOS/MacHost.h"
+#include "Platform/macOS/Simulation/MacSimulatedHost.h"
+
+namespace quoxelin {
+
+Result<std::unique_ptr<PlatformHost>, std::string> makePlatform(const LaunchOptions& options) {
+    if (options.simulate)
+        return std::make_unique<MacSimulatedHost>(options);
+    return std::make_unique<MacHost>(options);
+}
+
+} // namespace quoxelin

@@ -1,0 +1,23 @@
+#include "Platform/macOS/QXActionTarget.h"
+
+@implementation QXActionTarget {
+    std::function<void()> function;
+}
+
++ (SEL)action {
+    return @selector(perform:);
+}
+
+- (instancetype)initWithFunction:(std::function<void()>)newFunction {
+    if ((self = [super init]))
+        function = std::move(newFunction);
+    return self;
+}
+
+- (void)perform:(id)sender {
+    // The function may replace its own control.
+    if (const auto current = function)
+        current();
+}
+
+@end

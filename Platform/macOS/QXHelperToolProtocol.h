@@ -1,0 +1,14 @@
+#pragma once
+
+#import <Foundation/Foundation.h>
+
+/// What the privileged helper answers to, over NSXPCConnection. The helper declares the same.
+@protocol HelperToolProtocol
+
+- (void)runGoToolWithPath:(NSString*)path
+                arguments:(NSArray<NSString*>*)arguments
+                withReply:(void (^)(NSString* output))reply;
+
+- (void)pingWithReply:(void (^)(BOOL isThere))reply;
+
+@end

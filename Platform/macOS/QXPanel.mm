@@ -1,0 +1,78 @@
+#include "Platform/macOS/QXPanel.h"
+
+@implementation QXPanel {
+    std::function<void()> didOrderOut;
+    BOOL isShown;
+}
+
+- (instancetype)initWithContentRect:(NSRect)contentRect
+                          styleMask:(NSWindowStyleMask)style
+                            backing:(NSBackingStoreType)backing
+                              defer:(BOOL)defer {
+    if ((self = [super initWithContentRect:contentRect
+                                 styleMask:style
+                                   backing:backing
+                                     defer:defer])) {
+        // It comes and goes when it is told to.
+        self.hidesOnDeactivate = NO;
+        self.releasedWhenClosed = NO;
+        self.autorecalculatesKeyViewLoop = YES;
+        // Hiding the application hides its windows without a word to them.
+        [[NSNotificationCenter defaultCenter] addObserver:self
+                                                 selector:@selector(applicationDidHide:)
+                                                     name:NSApplicationDidHideNotification
+                                                   object:nil];
+    }
+    return self;
+}
+
+- (BOOL)canBecomeKeyWindow {
+    return YES;
+}
+
+- (void)setDidOrderOut:(std::function<void()>)handler {
+    didOrderOut = std::move(handler);
+}
+
+- (void)setTreeView:(QXTreeView*)treeView {
+    _treeView = treeView;
+    __weak QXPanel* const panel = self;
+    [treeView setSizeDidChange:[panel] { [panel fitContent]; }];
+}
+
+- (void)fitContent {
+    const auto size = self.treeView.intrinsicContentSize;
+    if (size.width <= 0 || size.height <= 0)
+        return;
+    const auto old = self.frame;
+    [self setFrame:NSMakeRect(old.origin.x, NSMaxY(old) - size.height, size.width, size.height)
+           display:YES];
+}
+
+- (void)makeKeyAndOrderFront:(id)sender {
+    [super makeKeyAndOrderFront:sender];
+    isShown = YES;
+    [self.treeView windowDidShow];
+}
+
+- (void)orderOut:(id)sender {
+    [super orderOut:sender];
+    if (!isShown)
+        return;
+    isShown = NO;
+    [self.treeView windowDidHide];
+    if (const auto current = didOrderOut)
+        current();
+}
+
+- (void)applicationDidHide:(NSNotification*)notification {
+    if (isShown)
+        [self orderOut:nil];
+}
+
+/// Escape.
+- (void)cancelOperation:(id)sender {
+    [self orderOut:sender];
+}
+
+@end

@@ -1,0 +1,126 @@
+#include "Platform/macOS/QXRow.h"
+
+@implementation QXRow {
+    std::function<void()> action;
+    std::function<void(bool)> onHover;
+    BOOL isHovered;
+}
+
+- (instancetype)initWithFrame:(NSRect)frame {
+    if ((self = [super initWithFrame:frame])) {
+        [self addTrackingArea:[[NSTrackingArea alloc]
+                                  initWithRect:NSZeroRect
+                                       options:NSTrackingMouseEnteredAndExited |
+                                               NSTrackingActiveAlways | NSTrackingInVisibleRect
+                                         owner:self
+                                      userInfo:nil]];
+        self.accessibilityElement = YES;
+        self.accessibilityRole = NSAccessibilityButtonRole;
+    }
+    return self;
+}
+
+- (void)setAction:(std::function<void()>)newAction {
+    action = std::move(newAction);
+}
+
+- (void)setOnHover:(std::function<void(bool)>)newOnHover {
+    onHover = std::move(newOnHover);
+}
+
+- (void)setDisabled:(BOOL)disabled {
+    _disabled = disabled;
+    self.accessibilityEnabled = !disabled;
+    if (disabled && self.window.firstResponder == self)
+        [self.window makeFirstResponder:nil];
+}
+
+- (void)press {
+    // It may take this row from the screen.
+    const auto current = action;
+    if (!self.disabled && current)
+        current();
+}
+
+- (void)setHovered:(BOOL)newIsHovered {
+    if (isHovered == newIsHovered)
+        return;
+    isHovered = newIsHovered;
+    if (const auto current = onHover)
+        current(isHovered);
+}
+
+- (void)endHovering {
+    [self setHovered:NO];
+}
+
+- (void)mouseEntered:(NSEvent*)event {
+    [self setHovered:YES];
+}
+
+- (void)mouseExited:(NSEvent*)event {
+    [self setHovered:NO];
+}
+
+- (BOOL)acceptsFirstMouse:(NSEvent*)event {
+    return YES;
+}
+
+/// Labels and symbols within it are not hit.
+- (NSView*)hitTest:(NSPoint)point {
+    return [super hitTest:point] == nil ? nil : self;
+}
+
+/// Without it the press would begin to move the window.
+- (void)mouseDown:(NSEvent*)event {
+}
+
+- (void)mouseUp:(NSEvent*)event {
+    const auto place = [self convertPoint:event.locationInWindow fromView:nil];
+    if (NSPointInRect(place, self.bounds))
+        [self press];
+}
+
+/// By keyboard only: a click shall not leave a focus ring behind.
+- (BOOL)acceptsFirstResponder {
+    return !self.disabled && NSApp.currentEvent.type != NSEventTypeLeftMouseDown;
+}
+
+- (BOOL)canBecomeKeyView {
+    return !self.disabled && !self.hiddenOrHasHiddenAncestor;
+}
+
+- (void)keyDown:(NSEvent*)event {
+    NSString* const keys = event.charactersIgnoringModifiers;
+    switch (keys.length > 0 ? [keys characterAtIndex:0] : 0) {
+    case NSCarriageReturnCharacter:
+    case NSEnterCharacter:
+    case ' ':
+        [self press];
+        return;
+    case NSDownArrowFunctionKey:
+        [self.window selectNextKeyView:self];
+        return;
+    case NSUpArrowFunctionKey:
+        [self.window selectPreviousKeyView:self];
+        return;
+    }
+    [super keyDown:event];
+}
+
+- (NSRect)focusRingMaskBounds {
+    return self.bounds;
+}
+
+- (void)drawFocusRingMask {
+    [[NSBezierPath bezierPathWithRoundedRect:NSInsetRect(self.bounds, 1, 1)
+                                     xRadius:self.cornerRadius
+                                     yRadius:self.cornerRadius] fill];
+}
+
+- (BOOL)accessibilityPerformPress {
+    [self press];
+    return !self.disabled;
+}
+
+@end

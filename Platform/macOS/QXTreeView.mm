@@ -1,0 +1,59 @@
+#include "Platform/macOS/QXTreeView.h"
+
+#include "Platform/macOS/ElementView.h"
+
+@implementation QXTreeView {
+    std::unique_ptr<quoxelin::ElementView> root;
+    std::function<void()> sizeDidChange;
+    CGSize size;
+}
+
+- (BOOL)isFlipped {
+    return YES;
+}
+
+- (void)show:(const quoxelin::ViewNode&)tree {
+    if (!root || !root->standsFor(tree, true)) {
+        root = quoxelin::ElementView::make(tree.kind);
+        [self addSubview:root->view()];
+    }
+    root->bind(tree);
+    self.needsLayout = YES;
+    const auto newSize = root->measure(CGFLOAT_MAX);
+    if (CGSizeEqualToSize(size, newSize))
+        return;
+    size = newSize;
+    [self invalidateIntrinsicContentSize];
+    if (const auto current = sizeDidChange)
+        current();
+}
+
+- (quoxelin::ViewNode)readBack {
+    return root ? root->readBack() : quoxelin::ViewNode{};
+}
+
+- (void)setSizeDidChange:(std::function<void()>)newSizeDidChange {
+    sizeDidChange = std::move(newSizeDidChange);
+}
+
+- (NSSize)intrinsicContentSize {
+    return size;
+}
+
+- (void)layout {
+    [super layout];
+    if (root)
+        root->place(self.bounds);
+}
+
+- (void)windowDidShow {
+    if (root)
+        root->windowDidShow();
+}
+
+- (void)windowDidHide {
+    if (root)
+        root->windowDidHide();
+}
+
+@end

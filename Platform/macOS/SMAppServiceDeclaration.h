@@ -1,0 +1,22 @@
+#pragma once
+
+#include <Availability.h>
+#import <ServiceManagement/ServiceManagement.h>
+
+// The part of SMAppService (macOS 13) that we use, for building against an older SDK. The class is
+// there on every system that we run on.
+
+#if !defined(__MAC_13_0) || __MAC_OS_X_VERSION_MAX_ALLOWED < __MAC_13_0
+
+@interface SMAppService : NSObject
+
+@property(class, readonly) SMAppService* mainAppService;
++ (instancetype)daemonServiceWithPlistName:(NSString*)plistName;
+
+- (BOOL)registerAndReturnError:(NSError**)error;
+- (BOOL)unregisterAndReturnError:(NSError**)error;
+@property(readonly) NSInteger status;
+
+@end
+
+#endif
