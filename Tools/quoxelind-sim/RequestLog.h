@@ -1,0 +1,50 @@
+#pragma once
+
+#include <boost/json/array.hpp>
+#include <boost/json/object.hpp>
+
+#include <cstddef>
+#include <deque>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace quoxelin::sim {
+
+/// One request as it was received on the socket.
+struct ReceivedRequest {
+    std::size_t index = 0; ///< 1 for the first; set by the log
+    double at = 0;         ///< seconds since the simulated daemon began
+    bool complete = true;  ///< false: the client left half-way, or the bytes are not HTTP
+    std::string method;
+    std::string target;
+    std::vector<std::pair<std::string, std::string>> headers;
+    std::string body;
+    std::string bytes; ///< every byte, as it came
+
+    /// The event line that tells of it.
+    boost::json::object summary() const;
+};
+
+/// Everything that was received, in order. Only the newest 10,000 are kept; the numbering goes on.
+class RequestLog {
+  public:
+    const ReceivedRequest& add(ReceivedRequest request);
+
+    /// How many there are, optionally of this method and path only (empty: any).
+    std::size_t count(std::string_view method, std::string_view path) const;
+
+    /// The requests after number `since`, as JSON; "bytes" in base64.
+    boost::json::array report(std::size_t since, std::string_view method,
+                              std::string_view path) const;
+
+    /// Forgets them; the numbering goes on.
+    void clear();
+
+  private:
+    std::deque<ReceivedRequest> requests;
+    std::size_t received = 0;
+};
+
+} // namespace quoxelin::sim
