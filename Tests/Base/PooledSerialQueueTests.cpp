@@ -1,0 +1,85 @@
+#include "Base/PooledSerialQueue.h"
+#include "Base/ThreadPool.h"
+
+#include <gtest/gtest.h>
+#include <latch>
+#include <memory>
+#include <thread>
+#include <vector>
+
+namespace quoxelin::testing {
+
+namespace {
+using namespace std::chrono_literals;
+}
+
+TEST(PooledSerialQueue, performsOneAtATimeInTheOrderOfSubmission) {
+    ThreadPool pool(8, 1h);
+    PooledSerialQueue queue(pool);
+    std::vector<int> order; // unguarded on purpose
+    for (int i = 0; i < 1000; ++i)
+        queue.async([&, i] { order.push_back(i); });
+    queue.sync([] {});
+    ASSERT_EQ(order.size(), 1000u);
+    for (int i = 0; i < 1000; ++i)
+        EXPECT_EQ(order[static_cast<std::size_t>(i)], i);
+}
+
+TEST(PooledSerialQueue, keepsTheOrderOfEachOfManyWriters) {
+    ThreadPool pool(8, 1h);
+    PooledSerialQueue queue(pool);
+    std::vector<std::pair<int, int>> order;
+    std::vector<std::thread> writers;
+    for (int writer = 0; writer < 4; ++writer)
+        writers.emplace_back([&, writer] {
+            for (int i = 0; i < 250; ++i)
+                queue.async([&, writer, i] { order.emplace_back(writer, i); });
+        });
+    for (auto& writer : writers)
+        writer.join();
+    queue.sync([] {});
+    ASSERT_EQ(order.size(), 1000u);
+    std::vector<int> next(4, 0);
+    for (const auto& [writer, i] : order)
+        EXPECT_EQ(i, next[static_cast<std::size_t>(writer)]++);
+}
+
+TEST(PooledSerialQueue, doesNotHinderOtherQueuesWhileItsWorkBlocks) {
+    ThreadPool pool(8, 1h);
+    PooledSerialQueue blocked(pool), free(pool);
+    const auto open = std::make_shared<std::latch>(1);
+    blocked.async([=] { open->wait(); });
+    bool performed = false;
+    free.sync([&] { performed = true; });
+    EXPECT_TRUE(performed);
+    open->count_down();
+}
+
+TEST(PooledSerialQueue, performsWhatWasSubmittedBeforeItWent) {
+    ThreadPool pool(8, 1h);
+    const auto open = std::make_shared<std::latch>(1);
+    const auto performed = std::make_shared<std::latch>(2);
+    {
+        PooledSerialQueue queue(pool);
+        queue.async([=] {
+            open->wait();
+            performed->count_down();
+        });
+        queue.async([=] { performed->count_down(); });
+    }
+    open->count_down();
+    performed->wait();
+}
+
+TEST(PooledSerialQueue, returnsFromSyncAfterTheWorkAndAllBeforeIt) {
+    ThreadPool pool(8, 1h);
+    PooledSerialQueue queue(pool);
+    int performed = 0;
+    for (int i = 0; i < 10; ++i)
+        queue.async([&] { ++performed; });
+    int seen = 0;
+    queue.sync([&] { seen = performed; });
+    EXPECT_EQ(seen, 10);
+}
+
+} // namespace quoxelin::testing

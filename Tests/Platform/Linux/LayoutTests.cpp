@@ -1,0 +1,116 @@
+#include "Tests/Platform/Linux/PanelOnScreen.h"
+#include "Tests/Support/PanelStates.h"
+
+#include <QLabel>
+#include <QScreen>
+#include <QTest>
+#include <gtest/gtest.h>
+
+namespace quoxelin::testing {
+
+namespace {
+
+/// Whether the label is as high as its text needs, and lies within all that hold it.
+void expectWhole(const QLabel& label) {
+    SCOPED_TRACE(label.text().toStdString());
+    if (label.hasHeightForWidth()) {
+        EXPECT_GE(label.height(), label.heightForWidth(label.width()));
+    } else {
+        EXPECT_GE(label.height(), label.sizeHint().height());
+    }
+    for (const QWidget* child = &label; !child->isWindow(); child = child->parentWidget()) {
+        const auto* parent = child->parentWidget();
+        if (parent->parentWidget() != nullptr && parent->objectName() == "qt_scrollarea_viewport")
+            break; // what is higher than the screen scrolls
+        EXPECT_TRUE(parent->rect().contains(child->geometry()));
+    }
+}
+
+} // namespace
+
+TEST(Layout, showsEveryTextWholeInEveryState) {
+    for (const auto& state : panelStates()) {
+        SCOPED_TRACE(state.name);
+        PanelOnScreen panel(state.scene()->tree());
+        for (auto* card : panel.cards())
+            for (const auto* label : card->findChildren<QLabel*>())
+                expectWhole(*label);
+    }
+}
+
+TEST(Layout, givesEveryCardTheWidthOfItsRecord) {
+    for (const auto& state : panelStates()) {
+        SCOPED_TRACE(state.name);
+        PanelOnScreen panel(state.scene()->tree());
+        for (auto* card : panel.cards())
+            for (const auto* button : card->findChildren<QAbstractButton*>()) {
+                if (button->window() == card) {
+                    EXPECT_EQ(button->width(), 260) << button->accessibleName().toStdString();
+                }
+            }
+    }
+}
+
+TEST(Layout, keepsTheUpperEdgeWhereItIsWhileTheContentGrowsAndShrinks) {
+    PanelOnScreen panel(panelStates().front().scene()->tree());
+    const auto topOf = [&] {
+        const auto frame = panel.nsPanel().frame();
+        return frame.y + frame.height;
+    };
+    panel.nsPanel().setFrameOrigin(100, 300);
+    const auto top = topOf();
+    const auto left = panel.nsPanel().frame().x;
+    for (const auto& state : panelStates()) {
+        SCOPED_TRACE(state.name);
+        panel.show(state.scene()->tree());
+        EXPECT_EQ(topOf(), top);
+        EXPECT_EQ(panel.nsPanel().frame().x, left);
+    }
+}
+
+TEST(Layout, growsAndShrinksByItselfWithTheContentThatItShows) {
+    PanelOnScreen panel(panelStates().front().scene()->tree());
+    for (const auto& state : panelStates()) {
+        SCOPED_TRACE(state.name);
+        panel.show(state.scene()->tree());
+        // A layout within a layout takes a turn of the loop of its own.
+        for (int turn = 0; turn < 10; ++turn)
+            runLoopUntilIdle();
+        const auto* card = &panel.window();
+        const auto whileShown = card->size();
+        panel.nsPanel().frame(); // fits the window to its content
+        EXPECT_EQ(whileShown, card->size());
+    }
+}
+
+TEST(Layout, letsContentScrollThatIsHigherThanTheScreen) {
+    ViewNode tree;
+    tree.width = 260;
+    for (int i = 0; i < 200; ++i) {
+        ViewNode row;
+        row.kind = ViewNode::Kind::row;
+        row.padding = {6, 14, 6, 14};
+        row.fillsWidth = true;
+        row.action = [] {};
+        row.accessibilityLabel = "row " + std::to_string(i);
+        ViewNode text;
+        text.kind = ViewNode::Kind::text;
+        text.text = row.accessibilityLabel;
+        row.children.push_back(text);
+        tree.children.push_back(row);
+    }
+    PanelOnScreen panel(tree);
+    const auto screen = QGuiApplication::primaryScreen()->availableGeometry();
+    auto* card = panel.cards().front();
+    EXPECT_TRUE(screen.contains(card->card()));
+    // Walking to the last row brings it into view.
+    auto* last = panel.row("row 199");
+    ASSERT_NE(last, nullptr);
+    last->setFocus(Qt::TabFocusReason);
+    panel.row("row 198")->setFocus(Qt::BacktabFocusReason);
+    QTest::keyClick(panel.row("row 198"), Qt::Key_Down);
+    EXPECT_TRUE(last->hasFocus());
+    EXPECT_FALSE(last->visibleRegion().isEmpty());
+}
+
+} // namespace quoxelin::testing

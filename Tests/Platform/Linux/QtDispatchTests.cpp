@@ -1,0 +1,184 @@
+#include "Platform/Linux/QtDispatch.h"
+#include "Platform/Linux/QtTimers.h"
+#include "Tests/Platform/Linux/EventLoop.h"
+
+#include <gtest/gtest.h>
+#include <latch>
+#include <thread>
+
+namespace quoxelin::testing {
+
+using Clock = std::chrono::steady_clock;
+
+TEST(QtDispatch, performsMainWorkInOrderOnTheMainThread) {
+    QtDispatch dispatch;
+    std::string order;
+    const auto append = [&](char letter) {
+        return [&order, &dispatch, letter] {
+            EXPECT_TRUE(dispatch.isMainThread());
+            order += letter;
+        };
+    };
+    dispatch.main().async(append('a'));
+    std::thread([&] {
+        EXPECT_FALSE(dispatch.isMainThread());
+        dispatch.main().async(append('b'));
+    }).join();
+    dispatch.main().async(append('c'));
+    EXPECT_EQ(order, "");
+    runLoopUntil([&] { return order.size() == 3; });
+    EXPECT_EQ(order, "abc");
+}
+
+TEST(QtDispatch, leavesWorkThatWorkSubmitsToALaterTurn) {
+    QtDispatch dispatch;
+    std::string order;
+    dispatch.main().async([&] {
+        dispatch.main().async([&] { order += 'c'; });
+        order += 'a';
+    });
+    dispatch.main().async([&] { order += 'b'; });
+    runLoopUntil([&] { return order.size() == 3; });
+    EXPECT_EQ(order, "abc");
+}
+
+TEST(QtDispatch, letsOtherEventsInBetweenAnEndlessChainOfWork) {
+    QtDispatch dispatch;
+    bool otherEventCame = false;
+    std::function<void()> chain = [&] {
+        if (!otherEventCame)
+            dispatch.main().async(chain);
+    };
+    chain();
+    QMetaObject::invokeMethod(
+        qApp, [&] { otherEventCame = true; }, Qt::QueuedConnection);
+    runLoopUntil([&] { return otherEventCame; });
+    runLoopUntilIdle();
+}
+
+TEST(QtDispatch, keepsTheMainThreadFreeWhileSixtyFourExchangesHang) {
+    QtDispatch dispatch;
+    const auto open = std::make_shared<std::latch>(1);
+    const auto blocked = std::make_shared<std::latch>(64);
+    for (int i = 0; i < 64; ++i)
+        dispatch.global(QualityOfService::userInitiated).async([=] {
+            blocked->count_down();
+            open->wait();
+        });
+    blocked->wait();
+    bool mainPerformed = false;
+    dispatch.main().async([&] { mainPerformed = true; });
+    runLoopUntil([&] { return mainPerformed; });
+    bool serialPerformed = false;
+    dispatch.makeSerial("log")->sync([&] { serialPerformed = true; });
+    EXPECT_TRUE(serialPerformed);
+    open->count_down();
+}
+
+TEST(QtDispatch, goesWithoutWaitingForWorkThatNeverEnds) {
+    const auto blocked = std::make_shared<std::latch>(2);
+    const auto open = std::make_shared<std::latch>(1);
+    const auto block = [=] {
+        blocked->count_down();
+        open->wait();
+    };
+    {
+        QtDispatch dispatch;
+        dispatch.global(QualityOfService::background).async(block);
+        const auto serial = dispatch.makeSerial("bus");
+        serial->async(block);
+        blocked->wait();
+    }
+    open->count_down();
+}
+
+TEST(QtDispatch, performsDelayedWorkNeverBeforeItsTime) {
+    QtDispatch dispatch;
+    const auto begin = Clock::now();
+    std::optional<Clock::duration> elapsed;
+    dispatch.main().asyncAfter(std::chrono::microseconds(2500),
+                               [&] { elapsed = Clock::now() - begin; });
+    runLoopUntil([&] { return elapsed.has_value(); });
+    EXPECT_GE(*elapsed, std::chrono::microseconds(2500));
+}
+
+TEST(QtDispatch, takesDelaysFromOtherThreads) {
+    QtDispatch dispatch;
+    bool performed = false;
+    std::thread([&] {
+        dispatch.main().asyncAfter(std::chrono::milliseconds(1), [&] {
+            EXPECT_TRUE(dispatch.isMainThread());
+            performed = true;
+        });
+    }).join();
+    runLoopUntil([&] { return performed; });
+}
+
+TEST(QtDispatch, performsDelayedWorkInTheOrderOfItsInstants) {
+    QtDispatch dispatch;
+    std::string order;
+    dispatch.main().asyncAfter(std::chrono::milliseconds(3), [&] { order += 'c'; });
+    dispatch.main().asyncAfter(std::chrono::milliseconds(1), [&] { order += 'a'; });
+    dispatch.main().asyncAfter(std::chrono::milliseconds(1), [&] { order += 'b'; });
+    runLoopUntil([&] { return order.size() == 3; });
+    EXPECT_EQ(order, "abc");
+}
+
+class QtTimersTest : public ::testing::Test {
+  protected:
+    QtDispatch dispatch;
+    QtTimers timers{dispatch.main()};
+};
+
+TEST_F(QtTimersTest, keepNoTimerForWorkThatWasCalledOff) {
+    auto item = timers.start(std::chrono::hours(1), [] { FAIL(); });
+    EXPECT_EQ(timers.count(), 1u);
+    item.cancel();
+    EXPECT_EQ(timers.count(), 0u);
+}
+
+TEST_F(QtTimersTest, keepNoTimerForWorkThatAnotherThreadCalledOff) {
+    auto item = timers.start(std::chrono::hours(1), [] { FAIL(); });
+    std::thread([&] { item.cancel(); }).join();
+    runLoopUntil([&] { return timers.count() == 0; });
+}
+
+TEST_F(QtTimersTest, startNoTimerForWorkThatWasCalledOffOnItsWayToTheMainThread) {
+    std::thread([&] {
+        auto item = timers.start(std::chrono::hours(1), [] { FAIL(); });
+        item.cancel();
+    }).join();
+    bool turned = false;
+    dispatch.main().async([&] { turned = true; });
+    runLoopUntil([&] { return turned; });
+    EXPECT_EQ(timers.count(), 0u);
+}
+
+TEST_F(QtTimersTest, keepNoTimerForWorkThatWasPerformed) {
+    bool performed = false;
+    const auto item = timers.start(Duration::zero(), [&] { performed = true; });
+    runLoopUntil([&] { return performed; });
+    EXPECT_EQ(timers.count(), 0u);
+    EXPECT_FALSE(item.isPending());
+}
+
+TEST_F(QtTimersTest, waitForDelaysThatNoTimerOfTheToolkitCanExpress) {
+    auto longest = timers.start(Duration::max(), [] { FAIL(); });
+    auto negative = timers.start(-seconds(1), [] {});
+    EXPECT_EQ(timers.count(), 2u);
+    runLoopUntil([&] { return !negative.isPending(); });
+    EXPECT_TRUE(longest.isPending());
+}
+
+TEST(QtTimers, dropTheirWorkWhenTheyGo) {
+    QtDispatch dispatch;
+    const auto held = std::make_shared<int>(1);
+    std::optional<WorkItem> item;
+    {
+        QtTimers timers(dispatch.main());
+        timers.start(seconds(60), [held] { FAIL(); });
+    }
+    EXPECT_EQ(held.use_count(), 1);
+}
+
+} // namespace quoxelin::testing

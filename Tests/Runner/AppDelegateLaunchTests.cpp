@@ -1,0 +1,392 @@
+#include "Tests/Runner/AppDelegateFixture.h"
+
+#include <fmt/format.h>
+
+namespace quoxelin::testing {
+
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::Not;
+using ::testing::StartsWith;
+
+using Helper = SimulatedXPC::Helper;
+
+class AppDelegateLaunch : public AppDelegateFixture {
+  protected:
+    std::size_t pings() const {
+        const auto messages = system.xpc.messages();
+        return static_cast<std::size_t>(
+            std::count_if(messages.begin(), messages.end(), [](const auto& message) {
+                return message.arguments == std::vector<std::string>{"--help"};
+            }));
+    }
+
+    static constexpr const char* unreachable =
+        "Failed to connect to background helper. Please restart the app or check Login Items.";
+};
+
+TEST_F(AppDelegateLaunch, runsItsStepsInOrder) {
+    launch();
+    EXPECT_THAT(Surroundings::log(), ElementsAre("[App] Quoxelin Desktop App Launching...",
+                                                 "[App] Setting up Menu Bar...",
+                                                 "[App] Registered app as login item (status: 1)"));
+    EXPECT_EQ(helper().registrations(), 1);
+    EXPECT_TRUE(system.appleEventManager.hasHandler("GURL", "GURL"));
+    EXPECT_FALSE(system.application.mainMenu().empty());
+    EXPECT_NE(system.panels.panel(), nullptr);
+    EXPECT_THAT(system.userNotificationCenter.authorizationRequests(), ElementsAre(7u));
+
+    dispatch.runUntilIdle();
+    EXPECT_THAT(log("App"),
+                ElementsAre("Quoxelin Desktop App Launching...", "Setting up Menu Bar...",
+                            "Registered app as login item (status: 1)",
+                            "Helper is ready and reachable. Starting daemon...",
+                            "System Extension activated, ensuring VPN configuration...",
+                            "VPN configuration ready, starting app state..."));
+    EXPECT_TRUE(hasStartedAppState());
+}
+
+TEST_F(AppDelegateLaunch, bringsTheDaemonUpBeforeItActivatesTheExtension) {
+    launch();
+    dispatch.runUntilIdle();
+    const auto lines = Surroundings::log();
+    const auto up = std::find_if(lines.begin(), lines.end(), [](const auto& line) {
+        return line.rfind("[CLI] Invoking quoxelind up via Helper at path: ", 0) == 0;
+    });
+    const auto activation = std::find_if(lines.begin(), lines.end(), [](const auto& line) {
+        return line.rfind("[SysExt] Activating extension ", 0) == 0;
+    });
+    ASSERT_NE(activation, lines.end());
+    EXPECT_LT(up, activation);
+    EXPECT_EQ(system.networkExtension.configurations().size(), 1u);
+}
+
+TEST_F(AppDelegateLaunch, startsTheUpdater) {
+    launch();
+    EXPECT_TRUE(
+        system.updates.makeStandardUpdaterController(false)->updater().canCheckForUpdates());
+}
+
+// Notifications
+
+TEST_F(AppDelegateLaunch, logsAnErrorWhenItAsksForNotifications) {
+    system.userNotificationCenter.failAuthorization(Error{"UNErrorDomain", 1, "Not allowed here."});
+    launch();
+    dispatch.runUntilIdle();
+    EXPECT_EQ(count("App", "Notification permission error: Not allowed here."), 1);
+    EXPECT_TRUE(hasStartedAppState());
+}
+
+TEST_F(AppDelegateLaunch, saysNothingOfARefusalOfNotifications) {
+    launch();
+    system.userNotificationCenter.answer(false);
+    dispatch.runUntilIdle();
+    EXPECT_THAT(log("App"), Not(Contains(StartsWith("Notification permission error"))));
+}
+
+TEST_F(AppDelegateLaunch, showsNotificationsWhileInFront) {
+    launch();
+    system.userNotificationCenter.answer(true);
+    system.userNotificationCenter.setApplicationActive(true);
+    system.userNotificationCenter.add({"id", "title", "body", false});
+    dispatch.runUntilIdle();
+    const auto delivered = system.userNotificationCenter.delivered();
+    ASSERT_EQ(delivered.size(), 1u);
+    EXPECT_EQ(delivered[0].presentationOptions, 18u);
+}
+
+TEST_F(AppDelegateLaunch, isHeldWeaklyByTheNotificationCenter) {
+    launch();
+    dispatch.runUntilIdle();
+    system.userNotificationCenter.answer(true);
+    system.userNotificationCenter.setApplicationActive(true);
+    const std::weak_ptr<AppDelegate> weak = delegate;
+    delegate.reset();
+    EXPECT_TRUE(weak.expired());
+    system.userNotificationCenter.add({"id", "title", "body", false});
+    dispatch.runUntilIdle();
+    EXPECT_THAT(system.userNotificationCenter.delivered(), IsEmpty());
+}
+
+// The login item
+
+TEST_F(AppDelegateLaunch, registersTheLoginItemOncePerBuild) {
+    launch();
+    EXPECT_EQ(loginItem().registrations(), 1);
+    EXPECT_EQ(system.userDefaults.string("loginItemRegisteredBuild"), "1");
+
+    const auto second = makeDelegate();
+    second->applicationDidFinishLaunching();
+    EXPECT_EQ(loginItem().registrations(), 1);
+    EXPECT_EQ(count("App", "Registered app as login item (status: 1)"), 1);
+
+    system.mainBundle.infoDictionary["CFBundleVersion"] = "2";
+    const auto newBuild = makeDelegate();
+    newBuild->applicationDidFinishLaunching();
+    EXPECT_EQ(loginItem().registrations(), 2);
+    EXPECT_EQ(system.userDefaults.string("loginItemRegisteredBuild"), "2");
+}
+
+TEST_F(AppDelegateLaunch, triesTheLoginItemAgainAfterAFailure) {
+    loginItem().failRegistration(Error{"SMAppServiceErrorDomain", 1, "Not today."});
+    launch();
+    EXPECT_EQ(count("App", "Login item register failed: Not today."), 1);
+    EXPECT_FALSE(system.userDefaults.contains("loginItemRegisteredBuild"));
+
+    loginItem().failRegistration(std::nullopt);
+    const auto second = makeDelegate();
+    second->applicationDidFinishLaunching();
+    EXPECT_EQ(count("App", "Registered app as login item (status: 1)"), 1);
+}
+
+TEST_F(AppDelegateLaunch, registersTheLoginItemOnEveryLaunchOfAnUnknownBuild) {
+    system.mainBundle.infoDictionary.erase("CFBundleVersion");
+    launch();
+    const auto second = makeDelegate();
+    second->applicationDidFinishLaunching();
+    EXPECT_EQ(loginItem().registrations(), 2);
+}
+
+TEST_F(AppDelegateLaunch, forgetsTheOlderFlagOfTheLoginItem) {
+    system.userDefaults.setBool("loginItemRegistered", true);
+    system.userDefaults.set("loginItemRegisteredBuild", "1");
+    launch();
+    EXPECT_FALSE(system.userDefaults.contains("loginItemRegistered"));
+    EXPECT_EQ(loginItem().registrations(), 0);
+}
+
+// The helper
+
+TEST_F(AppDelegateLaunch, registersTheHelperOnEveryLaunch) {
+    launch();
+    const auto second = makeDelegate();
+    second->applicationDidFinishLaunching();
+    EXPECT_EQ(helper().registrations(), 2);
+}
+
+TEST_F(AppDelegateLaunch, goesOnWhenTheHelperCannotBeRegistered) {
+    helper().failRegistration(Error{"SMAppServiceErrorDomain", 22, "Invalid signature."});
+    launch();
+    dispatch.runUntilIdle();
+    EXPECT_EQ(count("App", "Helper register attempt failed: Invalid signature."), 1);
+    EXPECT_FALSE(appState->helperNeedsApproval);
+    EXPECT_EQ(appState->helperRegistrationError.get(), std::nullopt);
+}
+
+TEST_F(AppDelegateLaunch, tellsThePersonThatTheHelperNeedsApproval) {
+    helper().requireApproval();
+    launch();
+    dispatch.runUntilIdle();
+    EXPECT_TRUE(appState->helperNeedsApproval);
+    EXPECT_EQ(appState->helperRegistrationError.get(),
+              "Helper requires approval in System Settings → General → Login Items.");
+    EXPECT_EQ(count("App", "Helper register attempt failed: Operation not permitted"), 1);
+}
+
+TEST_F(AppDelegateLaunch, startsTheDaemonAtTheFourthPing) {
+    system.xpc.setHelper(Helper::incompatible);
+    launch();
+    dispatch.main().asyncAfter(seconds(2), [&] { system.xpc.setHelper(Helper::answering); });
+    const auto lines = watch("App", seconds(30));
+    const std::vector<std::pair<Duration, std::string>> expected{
+        {seconds(0), "Helper not reachable. Retrying in 0.50 seconds (attempt 1/10)..."},
+        {seconds(0.5), "Helper not reachable. Retrying in 0.75 seconds (attempt 2/10)..."},
+        {seconds(1.25), "Helper not reachable. Retrying in 1.12 seconds (attempt 3/10)..."},
+        {seconds(2.375), "Helper is ready and reachable. Starting daemon..."},
+        {seconds(2.375), "System Extension activated, ensuring VPN configuration..."},
+        {seconds(2.375), "VPN configuration ready, starting app state..."},
+    };
+    EXPECT_EQ(lines, expected);
+    EXPECT_EQ(pings(), 1u);
+    EXPECT_EQ(helper().registrations(), 4);
+}
+
+TEST_F(AppDelegateLaunch, givesUpAfterTenRetriesAndSaysSo) {
+    system.xpc.setHelper(Helper::incompatible);
+    launch();
+    const auto lines = watch("App", seconds(120));
+
+    const std::vector<const char*> delays{"0.50", "0.75", "1.12", "1.69",  "2.53",
+                                          "3.80", "5.70", "8.54", "12.81", "19.22"};
+    ASSERT_EQ(lines.size(), delays.size() + 1);
+    Duration instant{0};
+    double delay = 0.5;
+    for (std::size_t i = 0; i < delays.size(); ++i) {
+        EXPECT_EQ(lines[i].first, instant);
+        EXPECT_EQ(lines[i].second,
+                  fmt::format("Helper not reachable. Retrying in {} seconds (attempt {}/10)...",
+                              delays[i], i + 1));
+        instant += seconds(delay);
+        delay *= 1.5;
+    }
+    EXPECT_EQ(lines.back().first, instant);
+    EXPECT_EQ(lines.back().second, "Failed to communicate with Helper after 10 attempts.");
+    EXPECT_EQ(helper().registrations(), 11);
+    EXPECT_TRUE(appState->helperNeedsApproval);
+    EXPECT_EQ(appState->helperRegistrationError.get(), unreachable);
+    EXPECT_FALSE(hasStartedAppState());
+    EXPECT_FALSE(dispatch.nextInstant().has_value());
+}
+
+TEST_F(AppDelegateLaunch, triesFromTheBeginningWhenThePersonComesBackAfterwards) {
+    system.xpc.setHelper(Helper::incompatible);
+    launch();
+    dispatch.advance(seconds(120));
+    system.systemLog.clear();
+
+    system.application.becomeActive();
+    dispatch.runUntilIdle();
+    EXPECT_THAT(log("App"),
+                ElementsAre("App became active while helper needs approval, re-checking...",
+                            "Helper not reachable. Retrying in 0.50 seconds (attempt 1/10)..."));
+    EXPECT_EQ(helper().registrations(), 12);
+    EXPECT_FALSE(appState->helperNeedsApproval);
+
+    system.xpc.setHelper(Helper::answering);
+    dispatch.advance(seconds(0.5));
+    EXPECT_TRUE(hasStartedAppState());
+}
+
+TEST_F(AppDelegateLaunch, checksAgainWhenThePersonHasApprovedTheHelper) {
+    helper().requireApproval();
+    launch();
+    dispatch.advance(seconds(200));
+    EXPECT_TRUE(appState->helperNeedsApproval);
+    helper().approve();
+    system.application.becomeActive();
+    dispatch.runUntilIdle();
+    EXPECT_FALSE(appState->helperNeedsApproval);
+    EXPECT_EQ(appState->helperRegistrationError.get(), std::nullopt);
+    EXPECT_TRUE(hasStartedAppState());
+}
+
+TEST_F(AppDelegateLaunch, checksNothingAgainWhileNothingIsAmiss) {
+    launch();
+    dispatch.runUntilIdle();
+    system.systemLog.clear();
+    system.application.becomeActive();
+    dispatch.runUntilIdle();
+    EXPECT_THAT(log("App"), IsEmpty());
+    EXPECT_EQ(helper().registrations(), 1);
+}
+
+TEST_F(AppDelegateLaunch, waitsForAHelperThatNeverAnswers) {
+    system.xpc.setHelper(Helper::silent);
+    launch();
+    dispatch.advance(seconds(600));
+    EXPECT_FALSE(hasStartedAppState());
+    EXPECT_EQ(log("App").size(), 3u);
+}
+
+// The system extension and the application's state
+
+TEST_F(AppDelegateLaunch, startsTheStateAnywayWhenTheExtensionFails) {
+    system.systemExtensions.activationError = Error{OSSystemExtensionErrorDomain, 8, "Invalid."};
+    launch();
+    dispatch.runUntilIdle();
+    EXPECT_EQ(log("App").back(),
+              "System Extension activation failed, starting app state anyway...");
+    EXPECT_EQ(count("State", "start() called"), 1);
+    EXPECT_THAT(system.networkExtension.configurations(), IsEmpty());
+}
+
+TEST_F(AppDelegateLaunch, startsTheStateOnceWhileTheExtensionWaitsForApproval) {
+    system.systemExtensions.requireApproval();
+    launch();
+    const auto lines = watch("State", seconds(30));
+    ASSERT_FALSE(lines.empty());
+    EXPECT_EQ(lines[0], (std::pair{seconds(5), std::string("start() called")}));
+
+    system.systemExtensions.approve();
+    dispatch.advance(seconds(30));
+    EXPECT_EQ(count("App", "VPN configuration ready, starting app state..."), 1);
+    EXPECT_EQ(count("State", "start() called"), 1);
+}
+
+TEST_F(AppDelegateLaunch, startsTheStateAfterFiveSecondsWhenNoRequestReports) {
+    system.systemExtensions.answersActivations = false;
+    launch();
+    dispatch.advance(seconds(5) - Duration(1));
+    EXPECT_FALSE(hasStartedAppState());
+    dispatch.advance(Duration(1));
+    EXPECT_TRUE(hasStartedAppState());
+}
+
+TEST_F(AppDelegateLaunch, doesNotStartTheStateAgainAfterFiveSeconds) {
+    launch();
+    dispatch.advance(seconds(60));
+    EXPECT_EQ(count("State", "start() called"), 1);
+}
+
+TEST_F(AppDelegateLaunch, leavesTheOtherCallbacksOfTheExtensionAlone) {
+    int reboots = 0, approvals = 0;
+    launch();
+    systemExtension->onWillCompleteAfterReboot = [&] { ++reboots; };
+    systemExtension->onNeedsUserApproval = [&] { ++approvals; };
+    dispatch.runUntilIdle();
+    systemExtension->onWillCompleteAfterReboot();
+    systemExtension->onNeedsUserApproval();
+    EXPECT_EQ(reboots, 1);
+    EXPECT_EQ(approvals, 1);
+}
+
+// What came before
+
+TEST_F(AppDelegateLaunch, takesACallbackThatStartedTheApplication) {
+    system.appleEventManager.sendGetURL("quoxelin://auth?token=abc");
+    launch();
+    EXPECT_EQ(count("State", "Authenticate called with token"), 1);
+    EXPECT_TRUE(panel().isVisible());
+    dispatch.runUntilIdle();
+    EXPECT_TRUE(hasStartedAppState());
+}
+
+// The end in the middle
+
+TEST_F(AppDelegateLaunch, retriesNothingAfterItsEnd) {
+    system.xpc.setHelper(Helper::incompatible);
+    launch();
+    dispatch.runUntilIdle();
+    delegate.reset();
+    const auto before = Surroundings::log().size();
+    dispatch.advance(seconds(120));
+    system.application.becomeActive();
+    system.appleEventManager.sendGetURL("quoxelin://login?token=abc");
+    system.panels.pressElsewhere();
+    dispatch.advance(seconds(120));
+    EXPECT_EQ(Surroundings::log().size(), before);
+    EXPECT_EQ(helper().registrations(), 1);
+}
+
+TEST_F(AppDelegateLaunch, takesNoAnswerOfTheHelperAfterItsEnd) {
+    system.xpc.setReplyDelay(seconds(3));
+    launch();
+    dispatch.advance(seconds(1));
+    delegate.reset();
+    dispatch.advance(seconds(60));
+    EXPECT_FALSE(hasStartedAppState());
+    EXPECT_EQ(system.systemExtensions.requests().size(), 0u);
+}
+
+TEST_F(AppDelegateLaunch, takesNoReportOfTheExtensionAfterItsEnd) {
+    system.systemExtensions.answerDelay = seconds(3);
+    launch();
+    dispatch.advance(seconds(1));
+    delegate.reset();
+    dispatch.advance(seconds(60));
+    EXPECT_TRUE(systemExtension->isApproved);
+    EXPECT_FALSE(hasStartedAppState());
+}
+
+TEST_F(AppDelegateLaunch, takesNoReportOfTheConfigurationAfterItsEnd) {
+    system.networkExtension.answerDelay = seconds(1);
+    launch();
+    dispatch.runUntilIdle();
+    EXPECT_EQ(count("App", "System Extension activated, ensuring VPN configuration..."), 1);
+    delegate.reset();
+    dispatch.advance(seconds(60));
+    EXPECT_FALSE(hasStartedAppState());
+}
+
+} // namespace quoxelin::testing

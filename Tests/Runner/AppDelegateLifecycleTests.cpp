@@ -1,0 +1,131 @@
+#include "Tests/Runner/AppDelegateFixture.h"
+
+namespace quoxelin::testing {
+
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::StartsWith;
+
+class AppDelegateLifecycle : public AppDelegateFixture {
+  protected:
+    AppDelegateLifecycle() {
+        launch();
+        dispatch.runUntilIdle();
+        daemon.clearRequests();
+        system.systemLog.clear();
+    }
+
+    /// A program hands over the URL; answers whether that had any effect.
+    bool wakesFor(const std::optional<std::string>& url) {
+        system.systemLog.clear();
+        panel().orderOut();
+        system.appleEventManager.sendGetURL(url);
+        const bool logged = count("State", "Authenticate called with token") == 1;
+        EXPECT_EQ(logged, panel().isVisible());
+        return logged;
+    }
+};
+
+// The callback URL
+
+TEST_F(AppDelegateLifecycle, wakesTheLoginPollAndShowsThePanelForACallback) {
+    system.appleEventManager.sendGetURL("quoxelin://auth/callback?state=x&token=secret-token");
+    EXPECT_THAT(log("State"), ElementsAre("Authenticate called with token"));
+    EXPECT_TRUE(panel().isVisible());
+    EXPECT_EQ(system.application.activations(), 1);
+    dispatch.advance(seconds(1));
+    EXPECT_EQ(daemon.count("GET /localapi/v0/status"), 1u);
+    for (const auto& line : Surroundings::log())
+        EXPECT_EQ(line.find("secret-token"), std::string::npos) << line;
+}
+
+TEST_F(AppDelegateLifecycle, ignoresACallbackWithoutAToken) {
+    EXPECT_FALSE(wakesFor("quoxelin://auth?token="));
+    EXPECT_FALSE(wakesFor("quoxelin://auth?token"));
+    EXPECT_FALSE(wakesFor("quoxelin://auth?code=abc"));
+    EXPECT_FALSE(wakesFor("quoxelin://auth?Token=abc"));
+    EXPECT_FALSE(wakesFor("quoxelin://auth/token=abc"));
+    EXPECT_FALSE(wakesFor("quoxelin://auth#token=abc"));
+    EXPECT_FALSE(wakesFor("quoxelin://auth"));
+    dispatch.advance(seconds(10));
+    EXPECT_EQ(daemon.count("GET /localapi/v0/status"), 0u);
+}
+
+TEST_F(AppDelegateLifecycle, looksAtTheFirstTokenOnly) {
+    EXPECT_FALSE(wakesFor("quoxelin://auth?token=&token=abc"));
+    EXPECT_TRUE(wakesFor("quoxelin://auth?token=abc&token="));
+}
+
+TEST_F(AppDelegateLifecycle, takesEveryShapeOfItsOwnURLs) {
+    EXPECT_TRUE(wakesFor("quoxelin:?token=abc"));
+    EXPECT_TRUE(wakesFor("quoxelin://?token=abc"));
+    EXPECT_TRUE(wakesFor("quoxelin:auth?token=abc"));
+    EXPECT_TRUE(wakesFor("quoxelin://auth?token=%20"));
+    EXPECT_TRUE(wakesFor("quoxelin://auth?%74oken=abc"));
+}
+
+TEST_F(AppDelegateLifecycle, ignoresOtherSchemes) {
+    EXPECT_FALSE(wakesFor("https://quoxelin.com/?token=abc"));
+    EXPECT_FALSE(wakesFor("quoxelin2://auth?token=abc"));
+    EXPECT_FALSE(wakesFor("//auth?token=abc"));
+    EXPECT_FALSE(wakesFor("?token=abc"));
+}
+
+TEST_F(AppDelegateLifecycle, ignoresAnEventThatHoldsNoURL) {
+    EXPECT_FALSE(wakesFor(std::nullopt));
+    EXPECT_FALSE(wakesFor(""));
+    EXPECT_FALSE(wakesFor("quoxelin://auth?token=%zz"));
+    EXPECT_FALSE(wakesFor("quoxelin://a b?token=abc"));
+    EXPECT_FALSE(wakesFor(std::string("quoxelin://a\0b?token=abc", 24)));
+    EXPECT_FALSE(wakesFor("\xff\xfe"));
+}
+
+TEST_F(AppDelegateLifecycle, takesACallbackFromAnotherThreadToTheMainThread) {
+    dispatch.global(QualityOfService::standard).async([&] {
+        delegate->handleIncomingURL(*Url::parse("quoxelin://auth?token=abc"));
+    });
+    dispatch.runUntilIdle();
+    EXPECT_TRUE(panel().isVisible());
+    EXPECT_EQ(count("State", "Authenticate called with token"), 1);
+}
+
+// The end
+
+TEST_F(AppDelegateLifecycle, takesLeaveInOrder) {
+    ASSERT_TRUE(system.panels.isMonitored());
+    delegate->applicationWillTerminate();
+    EXPECT_THAT(log("App"),
+                ElementsAre("Quoxelin Desktop App terminating...",
+                            "Invoking quoxelin down via Helper",
+                            "Quoxelin Desktop App terminated (quoxelind still running)"));
+    EXPECT_FALSE(system.panels.isMonitored());
+    EXPECT_THAT(system.networkExtension.requests, Contains("stop"));
+    dispatch.runUntilIdle();
+    const auto messages = system.xpc.messages();
+    ASSERT_FALSE(messages.empty());
+    EXPECT_EQ(messages.back().arguments, std::vector<std::string>{"down"});
+    EXPECT_THAT(daemon.requestLines(), IsEmpty());
+}
+
+TEST_F(AppDelegateLifecycle, takesLeaveWhenThePersonQuits) {
+    EXPECT_TRUE(system.application.chooseMenuItem("Quit Quoxelin"));
+    dispatch.runUntilIdle();
+    EXPECT_TRUE(system.application.hasTerminated());
+    EXPECT_EQ(log("App").back(), "Quoxelin Desktop App terminated (quoxelind still running)");
+}
+
+class AppDelegateBeforeLaunch : public AppDelegateFixture {};
+
+TEST_F(AppDelegateBeforeLaunch, asksTheHelperAndThenStopsTheTunnelWithoutWaitingForEither) {
+    // Without a helper and without a saved configuration both leave a line.
+    system.xpc.setHelper(SimulatedXPC::Helper::incompatible);
+    delegate->applicationWillTerminate();
+    EXPECT_EQ(log("App").back(), "Quoxelin Desktop App terminated (quoxelind still running)");
+    dispatch.runUntilIdle();
+    const auto lines = Surroundings::log();
+    EXPECT_THAT(lines, Contains(StartsWith("[XPC] Failed to obtain HelperToolProtocol proxy")));
+    EXPECT_EQ(lines.back(), "[VPN] Nothing to stop; reporting disconnected");
+}
+
+} // namespace quoxelin::testing

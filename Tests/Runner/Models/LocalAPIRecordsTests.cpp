@@ -1,0 +1,117 @@
+#include "Runner/Models/HashiBus/DaemonStatus.h"
+#include "Runner/Models/HashiBus/ProfilesResponse.h"
+
+#include <gtest/gtest.h>
+
+namespace quoxelin {
+
+TEST(DaemonStatus, takesEveryMember) {
+    DaemonStatus expected;
+    expected.backendState = "Running";
+    expected.interactiveLoginUrl = "https://login";
+    expected.quoxelinIps = {{"100.64.0.1", "fd7a::1"}};
+    expected.selfNode = DaemonStatus::SelfNode{17, "laptop", {{"100.64.0.1"}}};
+    expected.jailed = true;
+    expected.jailReason = "unpaid";
+    EXPECT_EQ(DaemonStatus::parse(R"({
+        "backend_state":"Running","interactive_login_url":"https://login",
+        "quoxelin_ips":["100.64.0.1","fd7a::1"],
+        "self":{"id":17,"host_name":"laptop","quoxelin_ips":["100.64.0.1"]},
+        "jailed":true,"jail_reason":"unpaid"})"),
+              expected);
+}
+
+TEST(DaemonStatus, isEmptyForAnEmptyObject) {
+    EXPECT_EQ(DaemonStatus::parse("{}"), DaemonStatus());
+}
+
+TEST(DaemonStatus, leavesMistypedMembersAbsent) {
+    EXPECT_EQ(DaemonStatus::parse(R"({"backend_state":4,"interactive_login_url":null,
+        "quoxelin_ips":["a",1],"self":null,"jailed":"true","jail_reason":["r"]})"),
+              DaemonStatus());
+    EXPECT_EQ(DaemonStatus::parse(R"({"quoxelin_ips":"a","jailed":1})"), DaemonStatus());
+    EXPECT_EQ(DaemonStatus::parse(R"({"jailed":"x","backend_state":"s"})")->backendState, "s");
+}
+
+TEST(DaemonStatus, hasASelfNodeWhereverThereIsAnObject) {
+    const auto self = [](const std::string& json) {
+        return DaemonStatus::parse("{\"self\":" + json + ",\"backend_state\":\"s\"}")->selfNode;
+    };
+    EXPECT_EQ(self("{}"), DaemonStatus::SelfNode());
+    EXPECT_EQ(self(R"({"id":"17","host_name":3,"quoxelin_ips":[1]})"), DaemonStatus::SelfNode());
+    EXPECT_EQ(self(R"({"id":true})")->id, 0);
+    EXPECT_EQ(self(R"({"id":null})")->id, 0);
+    EXPECT_EQ(self(R"({"id":4.5})")->id, 0);
+    EXPECT_EQ(self(R"({"id":17.0})")->id, 17);
+    EXPECT_EQ(self(R"({"id":9223372036854775807})")->id, INT64_MAX);
+    EXPECT_EQ(self(R"({"id":9223372036854775808})")->id, 0);
+    EXPECT_EQ(self(R"({"id":99999999999999999999,"host_name":"h"})"),
+              (DaemonStatus::SelfNode{0, "h", std::nullopt}));
+    for (const auto* const other : {"\"x\"", "[]", "null", "1", "true"})
+        EXPECT_EQ(self(other), std::nullopt) << other;
+}
+
+TEST(DaemonStatus, fillsTheOtherFieldsBesideAWrongSelf) {
+    EXPECT_EQ(DaemonStatus::parse(R"({"self":[],"backend_state":"s"})")->backendState, "s");
+}
+
+TEST(DaemonStatus, takesNoEmailOrUserNameFromTheReply) {
+    EXPECT_EQ(DaemonStatus::parse(R"({"email":"e","userName":"u","user_name":"u",
+                                      "Email":"e","quoxelinIps":["x"]})"),
+              DaemonStatus());
+}
+
+TEST(DaemonStatus, failsWhereTheTopIsNoObject) {
+    for (const auto* const body : {"", "[]", "null", "1", "\"x\"", "{", "{}x", "\xEF\xBB\xBF{}"})
+        EXPECT_FALSE(DaemonStatus::parse(body).has_value()) << body;
+}
+
+TEST(ProfileInfo, decodesStrictly) {
+    EXPECT_EQ(json::decode<ProfileInfo>(R"({"id":"a","name":"A","node_id":5,"user_email":"e",
+                                            "is_current":true,"other":1})"),
+              (ProfileInfo{"a", "A", 5, "e", true}));
+    EXPECT_EQ(
+        json::decode<ProfileInfo>(R"({"id":"a","name":"A","node_id":null,"is_current":false})"),
+        (ProfileInfo{"a", "A", std::nullopt, std::nullopt, false}));
+    for (const auto* const body :
+         {R"({"name":"A","is_current":true})", R"({"id":"a","is_current":true})",
+          R"({"id":"a","name":"A"})", R"({"id":1,"name":"A","is_current":true})",
+          R"({"id":"a","name":null,"is_current":true})", R"({"id":"a","name":"A","is_current":1})",
+          R"({"id":"a","name":"A","is_current":"true"})",
+          R"({"id":"a","name":"A","is_current":true,"node_id":"5"})",
+          R"({"id":"a","name":"A","is_current":true,"node_id":5.5})",
+          R"({"id":"a","name":"A","is_current":true,"user_email":[]})"})
+        EXPECT_FALSE(json::decode<ProfileInfo>(body).has_value()) << body;
+}
+
+TEST(ProfilesResponse, mayComeWithoutProfiles) {
+    EXPECT_EQ(json::decode<ProfilesResponse>(R"({"current_profile_id":"a"})"),
+              (ProfilesResponse{"a", {}}));
+    EXPECT_EQ(json::decode<ProfilesResponse>(R"({"current_profile_id":"","profiles":null})"),
+              (ProfilesResponse{"", {}}));
+}
+
+TEST(ProfilesResponse, failsAsAWhole) {
+    const auto failure = [](std::string_view body) {
+        return json::decode<ProfilesResponse>(body).error().description;
+    };
+    EXPECT_EQ(failure(R"({"profiles":[]})"), "current_profile_id is missing");
+    EXPECT_EQ(failure(R"({"current_profile_id":null})"), "current_profile_id should be a string");
+    EXPECT_EQ(failure(R"({"current_profile_id":"a","profiles":{}})"),
+              "profiles should be an array");
+    EXPECT_EQ(failure(R"({"current_profile_id":"a","profiles":[
+                          {"id":"a","name":"A","is_current":true},{"id":"b","name":"B"}]})"),
+              "profiles[1].is_current is missing");
+}
+
+TEST(ProfilesResponse, encodesToTheKeysItIsDecodedFrom) {
+    const ProfilesResponse profiles{
+        "a", {{"a", "A", 5, "e", true}, {"b", "B", std::nullopt, std::nullopt, false}}};
+    EXPECT_EQ(json::encode(profiles),
+              R"({"current_profile_id":"a","profiles":[)"
+              R"({"id":"a","name":"A","node_id":5,"user_email":"e","is_current":true},)"
+              R"({"id":"b","name":"B","is_current":false}]})");
+    EXPECT_EQ(json::decode<ProfilesResponse>(json::encode(profiles)), profiles);
+}
+
+} // namespace quoxelin

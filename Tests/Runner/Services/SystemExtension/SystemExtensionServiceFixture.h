@@ -1,0 +1,104 @@
+#pragma once
+
+#include "Platform/Simulated/SimulatedSystem.h"
+#include "Runner/Services/SystemExtension/SystemExtensionService.h"
+#include "Runner/Shared/AppLogger.h"
+#include "Tests/Support/Trace.h"
+
+#include <gtest/gtest.h>
+
+namespace quoxelin::testing {
+
+inline constexpr const char* ourExtension = "com.quoxelin.desktop.PacketTunnel";
+
+/// A system extension service on a simulated system. The trace holds its log lines and, between
+/// them, its callbacks ("onFailed"), its notifications ("posted quoxelin.systemExtension.failed")
+/// and every assignment to a published value ("isApproved = true").
+struct ExtensionUnderTest {
+    using Lines = std::vector<std::string>;
+
+    VirtualDispatch dispatch;
+    NotificationCenter notificationCenter;
+    Trace trace{dispatch};
+    SimulatedSystem system{dispatch, notificationCenter};
+    SimulatedSystemExtensions& extensions = system.systemExtensions;
+    AppLogger logger{withoutFile()};
+    std::shared_ptr<SystemExtensionService> service;
+    std::vector<Subscription> subscriptions;
+    bool isListening = false;
+
+    ExtensionUnderTest() {
+        for (const char* name : {quoxelinSystemExtensionCompleted, quoxelinSystemExtensionFailed,
+                                 quoxelinSystemExtensionNeedsApproval})
+            subscriptions.push_back(
+                notificationCenter.addObserver(name, [this](const Notification& notification) {
+                    const auto* error = std::any_cast<Error>(&notification.object);
+                    trace.note("posted " + notification.name +
+                               (error != nullptr ? ": " + error->localizedDescription : ""));
+                    EXPECT_EQ(error != nullptr, notification.object.has_value());
+                }));
+        create();
+    }
+    ~ExtensionUnderTest() { dispatch.endAllWork(); }
+
+    /// The log file is of no interest here: its folder cannot be made.
+    AppLogger::Dependencies withoutFile() {
+        system.fileManager.temporary = "/dev/null/none";
+        return {dispatch, system.fileManager, trace};
+    }
+
+    void create() {
+        service = std::make_shared<SystemExtensionService>(SystemExtensionService::Dependencies{
+            dispatch, logger, extensions, notificationCenter, system.mainBundle, system.processInfo,
+            system.workspace});
+        for (auto [name, callback] :
+             {std::pair("onCompleted", &service->onCompleted),
+              std::pair("onWillCompleteAfterReboot", &service->onWillCompleteAfterReboot),
+              std::pair("onNeedsUserApproval", &service->onNeedsUserApproval),
+              std::pair("onFailed", &service->onFailed)})
+            *callback = [this, name = name] { trace.note(name); };
+        const auto noting = [this](const char* name) {
+            return [this, name](bool now) {
+                if (isListening)
+                    trace.note(fmt::format("{} = {}", name, now));
+            };
+        };
+        isListening = false; // the values that are there already are no assignments
+        subscriptions.push_back(service->isApproved.subscribe(noting("isApproved")));
+        subscriptions.push_back(service->needsUserApproval.subscribe(noting("needsUserApproval")));
+        subscriptions.push_back(service->lastErrorDescription.subscribe([this](const auto& now) {
+            if (isListening)
+                trace.note("lastErrorDescription = " + now.value_or("none"));
+        }));
+        isListening = true;
+    }
+
+    void destroy() { service.reset(); }
+
+    /// The next activation is refused with this error.
+    void refuseWith(std::int64_t code, const std::string& description,
+                    const std::string& domain = OSSystemExtensionErrorDomain) {
+        extensions.activationError = Error{domain, code, description};
+    }
+
+    std::size_t activations() const {
+        return extensions.submissions(OSSystemExtensionRequest::Kind::activation);
+    }
+
+    Lines settleAndTake() {
+        dispatch.runUntilIdle();
+        return trace.take();
+    }
+
+    void activateAndSettle() {
+        service->activate();
+        dispatch.runUntilIdle();
+    }
+};
+
+class SystemExtensionServiceTest : public ::testing::Test, public ExtensionUnderTest {
+  public:
+    using Lines = ExtensionUnderTest::Lines;
+};
+
+} // namespace quoxelin::testing

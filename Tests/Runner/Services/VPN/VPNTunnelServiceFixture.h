@@ -1,0 +1,113 @@
+#pragma once
+
+#include "Platform/Simulated/SimulatedSystem.h"
+#include "Runner/Services/VPN/VPNTunnelService.h"
+#include "Runner/Shared/AppLogger.h"
+#include "Tests/Support/Trace.h"
+
+#include <gtest/gtest.h>
+
+namespace quoxelin::testing {
+
+inline constexpr const char* ourProvider = "com.quoxelin.desktop.PacketTunnel";
+inline constexpr const char* foreignProvider = "com.example.other.PacketTunnel";
+
+inline const char* nameOf(VPNConnectionStatus status) {
+    switch (status) {
+    case VPNConnectionStatus::disconnected:
+        return "disconnected";
+    case VPNConnectionStatus::connected:
+        return "connected";
+    case VPNConnectionStatus::connecting:
+        return "connecting";
+    case VPNConnectionStatus::disconnecting:
+        return "disconnecting";
+    case VPNConnectionStatus::error:
+        return "error";
+    case VPNConnectionStatus::unknown:
+        return "unknown";
+    }
+    return "none";
+}
+
+/// A tunnel service on a simulated system. The trace holds its log lines and, between them, every
+/// value of `connectionStatus` that is published ("= connecting").
+struct TunnelUnderTest {
+    using Lines = std::vector<std::string>;
+    using Configuration = SimulatedNetworkExtension::Configuration;
+
+    VirtualDispatch dispatch;
+    NotificationCenter notificationCenter;
+    Trace trace{dispatch};
+    SimulatedSystem system{dispatch, notificationCenter};
+    SimulatedNetworkExtension& network = system.networkExtension;
+    AppLogger logger{withoutFile()};
+    std::unique_ptr<VPNTunnelService> service;
+    Subscription statusSubscription;
+    bool isListening = false;
+
+    ~TunnelUnderTest() { dispatch.endAllWork(); }
+
+    /// The log file is of no interest here: its folder cannot be made.
+    AppLogger::Dependencies withoutFile() {
+        system.fileManager.temporary = "/dev/null/none";
+        return {dispatch, system.fileManager, trace};
+    }
+
+    /// Creates the service without letting anything answer yet.
+    void create() {
+        service = std::make_unique<VPNTunnelService>(VPNTunnelService::Dependencies{
+            dispatch, logger, network, notificationCenter, system.mainBundle, system.processInfo});
+        isListening = false; // the value that is there already is no assignment
+        statusSubscription = service->connectionStatus.subscribe([this](auto now) {
+            if (isListening)
+                trace.note(std::string("= ") + nameOf(now));
+        });
+        isListening = true;
+    }
+
+    /// Creates the service and forgets what that causes.
+    void createAndSettle() {
+        create();
+        dispatch.runUntilIdle();
+        forget();
+    }
+
+    void destroy() {
+        statusSubscription.cancel();
+        service.reset();
+    }
+
+    void forget() {
+        trace.take();
+        network.requests.clear();
+    }
+
+    /// A completion that leaves a line in the trace.
+    std::function<void()> noting(const std::string& text) {
+        return [this, text] {
+            EXPECT_TRUE(dispatch.isMainThread());
+            trace.note(text);
+        };
+    }
+
+    /// Calls from a thread that is not the main one.
+    void fromAnotherThread(std::function<void()> call) {
+        dispatch.global(QualityOfService::standard).async(std::move(call));
+        dispatch.runUntilIdle();
+    }
+
+    void saveOurs() { network.addConfiguration(Configuration::ofTunnel(ourProvider, "Quoxelin")); }
+
+    Lines settleAndTake() {
+        dispatch.runUntilIdle();
+        return trace.take();
+    }
+};
+
+class VPNTunnelServiceTest : public ::testing::Test, public TunnelUnderTest {
+  public:
+    using Lines = TunnelUnderTest::Lines;
+};
+
+} // namespace quoxelin::testing

@@ -1,0 +1,118 @@
+#include "Tests/Runner/Services/VPN/VPNTunnelServiceFixture.h"
+
+namespace quoxelin::testing {
+
+using VPNTunnelService = VPNTunnelServiceTest;
+
+namespace {
+
+using Network = SimulatedNetworkExtension;
+using Configuration = Network::Configuration;
+
+const Error ioError{"NEVPNErrorDomain", 5, "read/write failed"};
+
+} // namespace
+
+TEST_F(VPNTunnelService, removesAllItsConfigurationsAndNoOther) {
+    saveOurs();
+    network.addConfiguration(Configuration::ofTunnel(foreignProvider, "Other"));
+    network.addConfiguration(Configuration::ofTunnel(ourProvider, "Second"));
+    createAndSettle();
+    service->removeConfiguration(noting("removed"));
+    dispatch.runUntilIdle();
+    EXPECT_EQ(network.requests[0], "loadAll");
+    EXPECT_EQ(network.requests[1], "remove");
+    EXPECT_EQ(network.requests[2], "remove");
+    const auto saved = network.configurations();
+    EXPECT_EQ(saved.at(0).tunnel()->providerBundleIdentifier, foreignProvider);
+}
+
+TEST_F(VPNTunnelService, clearsPublishesAndLogsBeforeItCompletesARemoval) {
+    saveOurs();
+    network.addConfiguration(Configuration::ofTunnel(ourProvider, "Second"));
+    createAndSettle();
+    network.answerDelay = seconds(1);
+    service->removeConfiguration([this] {
+        trace.note("removed");
+        // The manager is held no more: a start has to look for one.
+        network.requests.clear();
+        service->start();
+        EXPECT_EQ(network.requests, (Lines{"loadAll"}));
+    });
+    dispatch.advance(seconds(2));
+    EXPECT_EQ(trace.takeTimed(),
+              (Lines{"2 [VPN] Configuration changed; reloading manager",
+                     "2 [VPN] Configuration changed; reloading manager", "2 = disconnected",
+                     "2 [VPN] Removed 2 VPN configuration(s)", "2 removed"}));
+}
+
+TEST_F(VPNTunnelService, countsTheConfigurationsThatCouldNotBeRemoved) {
+    saveOurs();
+    network.addConfiguration(Configuration::ofTunnel(ourProvider, "Second"));
+    createAndSettle();
+    network.errors[Network::Operation::remove] = ioError;
+    service->removeConfiguration(noting("removed"));
+    EXPECT_EQ(settleAndTake(),
+              (Lines{"[VPN] removeFromPreferences failed: read/write failed",
+                     "[VPN] removeFromPreferences failed: read/write failed", "= disconnected",
+                     "[VPN] Removed 2 VPN configuration(s)", "removed"}));
+    EXPECT_EQ(network.configurations().size(), 2u);
+}
+
+TEST_F(VPNTunnelService, clearsEvenWhereNoneOfTheSavedConfigurationsIsItsOwn) {
+    saveOurs();
+    createAndSettle();
+    network.changeConfiguration(0, Configuration::ofTunnel(foreignProvider, "Other"));
+    service->removeConfiguration(noting("removed"));
+    dispatch.runUntilIdle();
+    const auto lines = trace.take();
+    const auto place =
+        std::find(lines.begin(), lines.end(), "[VPN] Removed 0 VPN configuration(s)");
+    ASSERT_NE(place, lines.end());
+    EXPECT_EQ(*std::prev(place), "= disconnected");
+    EXPECT_EQ(*std::next(place), "removed");
+}
+
+TEST_F(VPNTunnelService, completesARemovalOfNoneOfSeveralOnATurnOfItsOwn) {
+    network.addConfiguration(Configuration::ofTunnel(foreignProvider, "Other"));
+    createAndSettle();
+    service->removeConfiguration(noting("removed"));
+    // Runs right after the turn on which the service looks at what was loaded.
+    dispatch.main().async(
+        [this] { dispatch.main().async([this] { trace.note("looked at the list"); }); });
+    EXPECT_EQ(settleAndTake(), (Lines{"looked at the list", "= disconnected",
+                                      "[VPN] Removed 0 VPN configuration(s)", "removed"}));
+}
+
+TEST_F(VPNTunnelService, completesARemovalAtOnceWhereNothingIsSaved) {
+    createAndSettle();
+    service->removeConfiguration(noting("removed"));
+    EXPECT_EQ(settleAndTake(), (Lines{"removed"}));
+    EXPECT_EQ(network.requests, (Lines{"loadAll"}));
+}
+
+TEST_F(VPNTunnelService, completesARemovalAtOnceWhenThePreferencesCannotBeRead) {
+    saveOurs();
+    createAndSettle();
+    network.errors[Network::Operation::loadAll] = ioError;
+    service->removeConfiguration(noting("removed"));
+    EXPECT_EQ(settleAndTake(), (Lines{"removed"}));
+    // The manager is still held.
+    service->start();
+    EXPECT_EQ(network.requests, (Lines{"loadAll", "start"}));
+}
+
+TEST_F(VPNTunnelService, completesARemovalOnceEveryConfigurationHasAnswered) {
+    for (int count = 0; count < 5; ++count)
+        saveOurs();
+    createAndSettle();
+    network.answerDelay = seconds(1);
+    network.answers = Network::Answers::onAnotherThread;
+    service->removeConfiguration(noting("removed"));
+    dispatch.advance(seconds(20));
+    const auto lines = trace.takeTimed();
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), "2 removed"), 1);
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), "2 [VPN] Removed 5 VPN configuration(s)"), 1);
+}
+
+} // namespace quoxelin::testing

@@ -1,0 +1,244 @@
+#include "Tests/Runner/Services/VPN/VPNTunnelServiceFixture.h"
+
+namespace quoxelin::testing {
+
+using VPNTunnelService = VPNTunnelServiceTest;
+
+namespace {
+const Error permissionDenied{"NEVPNErrorDomain", 5, "permission denied"};
+}
+
+TEST_F(VPNTunnelService, startsATunnelThatWasNeverConfigured) {
+    createAndSettle();
+    service->start();
+    EXPECT_EQ(trace.take(), Lines{});
+    EXPECT_EQ(settleAndTake(), (Lines{
+                                   "[VPN] Configuration changed; reloading manager",
+                                   "[VPN] raw status: 1",
+                                   "= disconnected",
+                                   "[VPN] Status changed: NEVPNStatus(rawValue: 1)",
+                                   "[VPN] Starting VPN tunnel (current status: 1)",
+                                   "= connecting",
+                                   "[VPN] Tunnel start initiated successfully",
+                                   "[VPN] Status notification received",
+                                   "[VPN] raw status: 2",
+                                   "= connecting",
+                                   "[VPN] Status changed: NEVPNStatus(rawValue: 2)",
+                                   // the reload that saving caused
+                                   "[VPN] raw status: 2",
+                                   "= connecting",
+                                   "[VPN] Status changed: NEVPNStatus(rawValue: 2)",
+                               }));
+    EXPECT_EQ(network.requests,
+              (Lines{"loadAll", "load", "save", "loadAll", "load", "load", "start"}));
+
+    dispatch.advance(seconds(2));
+    EXPECT_EQ(trace.takeTimed(),
+              (Lines{"1 [VPN] Status notification received", "1 [VPN] raw status: 3",
+                     "1 = connected", "1 [VPN] Status changed: NEVPNStatus(rawValue: 3)"}));
+}
+
+TEST_F(VPNTunnelService, configuresANewTunnelCompletely) {
+    createAndSettle();
+    service->start();
+    dispatch.runUntilIdle();
+    const auto saved = network.configurations();
+    ASSERT_EQ(saved.size(), 1u);
+    EXPECT_EQ(saved[0].localizedDescription, "Quoxelin");
+    EXPECT_TRUE(saved[0].isEnabled);
+    ASSERT_NE(saved[0].tunnel(), nullptr);
+    EXPECT_EQ(saved[0].tunnel()->providerBundleIdentifier, ourProvider);
+    EXPECT_EQ(saved[0].tunnel()->serverAddress, "localhost");
+    EXPECT_FALSE(saved[0].tunnel()->disconnectOnSleep);
+}
+
+TEST_F(VPNTunnelService, startsTheTunnelItHoldsAtOnce) {
+    saveOurs();
+    createAndSettle();
+    service->start();
+    EXPECT_EQ(trace.take(), (Lines{"[VPN] Starting VPN tunnel (current status: 1)", "= connecting",
+                                   "[VPN] Tunnel start initiated successfully"}));
+    EXPECT_EQ(network.requests, (Lines{"start"}));
+}
+
+TEST_F(VPNTunnelService, startsNoTunnelThatIsComingUp) {
+    saveOurs();
+    createAndSettle();
+    network.tunnel().report(2);
+    dispatch.runUntilIdle();
+    forget();
+    service->start();
+    EXPECT_EQ(trace.take(),
+              (Lines{"[VPN] Already connected or connecting (status: 2), skipping start",
+                     "[VPN] raw status: 2", "= connecting",
+                     "[VPN] Status changed: NEVPNStatus(rawValue: 2)"}));
+    EXPECT_EQ(network.requests, Lines{});
+    // Nothing is pending: a configuration change after the tunnel went down starts none.
+    network.tunnel().drop();
+    network.tellConfigurationChange();
+    dispatch.runUntilIdle();
+    EXPECT_EQ(network.requests, (Lines{"loadAll", "load"}));
+}
+
+TEST_F(VPNTunnelService, startsNoTunnelThatIsUp) {
+    saveOurs();
+    createAndSettle();
+    network.tunnel().report(3);
+    dispatch.runUntilIdle();
+    forget();
+    service->start();
+    EXPECT_EQ(trace.take(),
+              (Lines{"[VPN] Already connected or connecting (status: 3), skipping start",
+                     "[VPN] raw status: 3", "= connected",
+                     "[VPN] Status changed: NEVPNStatus(rawValue: 3)"}));
+    EXPECT_EQ(network.requests, Lines{});
+}
+
+TEST_F(VPNTunnelService, startsATunnelThatIsReassertingOrOfUnknownStatus) {
+    saveOurs();
+    createAndSettle();
+    for (const int status : {4, 5, 0, 99, -1}) {
+        network.tunnel().report(status);
+        dispatch.runUntilIdle();
+        forget();
+        service->start();
+        EXPECT_EQ(network.requests, (Lines{"start"})) << status;
+        EXPECT_EQ(trace.take().front(),
+                  fmt::format("[VPN] Starting VPN tunnel (current status: {})", status));
+    }
+}
+
+TEST_F(VPNTunnelService, reportsAnErrorWhenThePreferencesCannotBeReadForAStart) {
+    createAndSettle();
+    network.errors[SimulatedNetworkExtension::Operation::loadAll] = permissionDenied;
+    service->start();
+    EXPECT_EQ(settleAndTake(), (Lines{"[VPN] Error loading VPN preferences: permission denied",
+                                      "[VPN] updateStatus: manager or connection is nil",
+                                      "[VPN] Error: VPN manager is nil", "= error"}));
+}
+
+TEST_F(VPNTunnelService, reportsAnErrorWhenTheManagerHasNoConnection) {
+    saveOurs();
+    createAndSettle();
+    network.hasConnections = false;
+    service->start();
+    EXPECT_EQ(trace.take(), (Lines{"[VPN] Error: VPN manager is nil", "= error"}));
+    network.hasConnections = true;
+    network.tellConfigurationChange();
+    dispatch.runUntilIdle();
+    EXPECT_EQ(network.requests, (Lines{"loadAll", "load", "start"}));
+}
+
+struct Refusal {
+    Error error;
+    const char* line;
+};
+
+class RefusedStart : public VPNTunnelServiceTest, public ::testing::WithParamInterface<Refusal> {};
+
+TEST_P(RefusedStart, isAnErrorUntilAConfigurationChangeLetsItThrough) {
+    saveOurs();
+    createAndSettle();
+    network.tunnels.startError = GetParam().error;
+    service->start();
+    EXPECT_EQ(trace.take(), (Lines{"[VPN] Starting VPN tunnel (current status: 1)", "= connecting",
+                                   GetParam().line, "= error"}));
+
+    // Still refused: still pending.
+    network.tellConfigurationChange();
+    EXPECT_EQ(settleAndTake(),
+              (Lines{"[VPN] Configuration changed; reloading manager", "[VPN] raw status: 1",
+                     "= disconnected", "[VPN] Status changed: NEVPNStatus(rawValue: 1)",
+                     "[VPN] Starting VPN tunnel (current status: 1)", "= connecting",
+                     GetParam().line, "= error"}));
+
+    network.tunnels.startError.reset();
+    network.tellConfigurationChange();
+    EXPECT_EQ(settleAndTake(),
+              (Lines{"[VPN] Configuration changed; reloading manager", "[VPN] raw status: 1",
+                     "= disconnected", "[VPN] Status changed: NEVPNStatus(rawValue: 1)",
+                     "[VPN] Starting VPN tunnel (current status: 1)", "= connecting",
+                     "[VPN] Tunnel start initiated successfully",
+                     "[VPN] Status notification received", "[VPN] raw status: 2", "= connecting",
+                     "[VPN] Status changed: NEVPNStatus(rawValue: 2)"}));
+
+    // Nothing is pending any more.
+    network.tunnel().drop();
+    network.requests.clear();
+    network.tellConfigurationChange();
+    dispatch.runUntilIdle();
+    EXPECT_EQ(network.requests, (Lines{"loadAll", "load"}));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    VPNTunnelService, RefusedStart,
+    ::testing::Values(
+        Refusal{{"NEVPNErrorDomain", 1, "invalid"}, "[VPN] Configuration is invalid"},
+        Refusal{{"NEVPNErrorDomain", 2, "disabled"}, "[VPN] Configuration is disabled"},
+        Refusal{{"NEVPNErrorDomain", 3, "failed"},
+                "[VPN] Error starting VPN tunnel: failed (code: 3, domain: NEVPNErrorDomain)"},
+        Refusal{{"NEVPNErrorDomain", -9, ""},
+                "[VPN] Error starting VPN tunnel:  (code: -9, domain: NEVPNErrorDomain)"},
+        // Another framework's code 1 and 2 mean something else.
+        Refusal{{"NSCocoaErrorDomain", 1, "one"},
+                "[VPN] Error starting VPN tunnel: one (code: 1, domain: NSCocoaErrorDomain)"},
+        Refusal{{"NSCocoaErrorDomain", 2, "two"},
+                "[VPN] Error starting VPN tunnel: two (code: 2, domain: NSCocoaErrorDomain)"}));
+
+TEST_F(VPNTunnelService, startsOnceAPersonAllowsTheNewConfiguration) {
+    network.requireApproval();
+    createAndSettle();
+    service->start();
+    dispatch.runUntilIdle();
+    EXPECT_EQ(service->connectionStatus.get(), VPNConnectionStatus::error);
+    forget();
+
+    dispatch.advance(seconds(60));
+    network.decline();
+    dispatch.runUntilIdle();
+    EXPECT_EQ(service->connectionStatus.get(), VPNConnectionStatus::error);
+    forget();
+
+    dispatch.advance(seconds(60));
+    network.allow();
+    dispatch.advance(seconds(1));
+    EXPECT_EQ(network.requests, (Lines{"loadAll", "load", "start"}));
+    EXPECT_EQ(service->connectionStatus.get(), VPNConnectionStatus::connected);
+    EXPECT_EQ(network.configurations().size(), 1u);
+}
+
+TEST_F(VPNTunnelService, keepsAStartPendingThatFoundNoManager) {
+    network.errors[SimulatedNetworkExtension::Operation::loadAll] = permissionDenied;
+    createAndSettle();
+    service->start();
+    dispatch.runUntilIdle();
+    network.errors.clear();
+    network.tellConfigurationChange();
+    dispatch.advance(seconds(1));
+    EXPECT_EQ(service->connectionStatus.get(), VPNConnectionStatus::connected);
+}
+
+TEST_F(VPNTunnelService, startsNoTunnelOnAChangeThatNobodyWaitsFor) {
+    saveOurs();
+    createAndSettle();
+    network.tellConfigurationChange();
+    EXPECT_EQ(settleAndTake(),
+              (Lines{"[VPN] Configuration changed; reloading manager", "[VPN] raw status: 1",
+                     "= disconnected", "[VPN] Status changed: NEVPNStatus(rawValue: 1)"}));
+    EXPECT_EQ(network.requests, (Lines{"loadAll", "load"}));
+}
+
+TEST_F(VPNTunnelService, startsOneTunnelForTwoStartsInARow) {
+    createAndSettle();
+    service->start();
+    service->start();
+    dispatch.runUntilIdle();
+    // The second of the overlapping loads finds the configuration shaped but not yet saved: its
+    // start is refused, the first one's goes through.
+    EXPECT_EQ(network.tunnels.needlessStarts, 0);
+    EXPECT_EQ(network.configurations().size(), 1u);
+    dispatch.advance(seconds(1));
+    EXPECT_EQ(service->connectionStatus.get(), VPNConnectionStatus::connected);
+}
+
+} // namespace quoxelin::testing

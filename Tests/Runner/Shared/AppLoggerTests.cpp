@@ -1,0 +1,241 @@
+#include "Runner/Shared/AppLogger.h"
+
+#include "Platform/Simulated/SimulatedFileManager.h"
+#include "Platform/Simulated/SimulatedSystemLog.h"
+#include "Tests/Support/TemporaryDirectory.h"
+#include "Tests/Support/VirtualDispatch.h"
+
+#include <gtest/gtest.h>
+#include <sstream>
+#include <thread>
+
+namespace quoxelin::testing {
+
+namespace fs = std::filesystem;
+
+class AppLoggerTest : public ::testing::Test {
+  protected:
+    AppLoggerTest() {
+        fileManager.applicationSupport = {home.path() / "Application Support"};
+        fileManager.temporary = home.path();
+    }
+
+    AppLogger makeLogger() { return AppLogger({dispatch, fileManager, systemLog}); }
+
+    fs::path directory() const { return home.path() / "Application Support" / "Quoxelin"; }
+    fs::path file() const { return directory() / "app.log"; }
+
+    TemporaryDirectory home;
+    VirtualDispatch dispatch;
+    SimulatedFileManager fileManager;
+    SimulatedSystemLog systemLog;
+};
+
+TEST_F(AppLoggerTest, writesTagTimestampAndMessage) {
+    auto logger = makeLogger();
+    logger.log("HashiBus", "Connected to socket");
+    dispatch.runUntilIdle();
+    EXPECT_EQ(contentsOf(file()), "[HashiBus] 2024-05-01 13:02:03.417 Connected to socket\n");
+}
+
+TEST_F(AppLoggerTest, tellsTheSystemsLogAtOnceAndWithoutATimestamp) {
+    auto logger = makeLogger();
+    logger.log("App", "Quoxelin Desktop App Launching...");
+    EXPECT_EQ(systemLog.entries(), (std::vector<SimulatedSystemLog::Entry>{
+                                       {"", "", "[App] Quoxelin Desktop App Launching..."}}));
+    EXPECT_EQ(contentsOf(file()), "");
+}
+
+TEST_F(AppLoggerTest, stampsALineWithTheInstantOfTheCall) {
+    auto logger = makeLogger();
+    logger.log("App", "first");
+    // Nothing runs meanwhile, so both lines are written at the later instant.
+    dispatch.main().asyncAfter(seconds(0.583), [&] { logger.log("App", "second"); });
+    dispatch.advance(seconds(0.583));
+    EXPECT_EQ(contentsOf(file()), "[App] 2024-05-01 13:02:03.417 first\n"
+                                  "[App] 2024-05-01 13:02:04.000 second\n");
+}
+
+TEST_F(AppLoggerTest, keepsTheFileInApplicationSupport) {
+    fileManager.applicationSupport.push_back(home.path() / "Second best");
+    EXPECT_EQ(makeLogger().path(), file().string());
+    EXPECT_TRUE(fs::is_directory(directory()));
+    EXPECT_FALSE(fs::exists(home.path() / "Second best"));
+    EXPECT_FALSE(fs::exists(file()));
+}
+
+TEST_F(AppLoggerTest, fallsBackToAFlatFileInTheTemporaryDirectory) {
+    fileManager.applicationSupport.clear();
+    auto logger = makeLogger();
+    EXPECT_EQ(logger.path(), (home.path() / "quoxelin-app.log").string());
+    logger.log("UI", "here");
+    dispatch.runUntilIdle();
+    EXPECT_EQ(contentsOf(home.path() / "quoxelin-app.log"), "[UI] 2024-05-01 13:02:03.417 here\n");
+}
+
+TEST_F(AppLoggerTest, usesThePathEvenIfTheDirectoryCannotBeMade) {
+    std::ofstream(home.path() / "Application Support") << "a file in the way";
+    auto logger = makeLogger();
+    EXPECT_EQ(logger.path(), file().string());
+    logger.log("App", "lost");
+    dispatch.runUntilIdle();
+    EXPECT_EQ(contentsOf(home.path() / "Application Support"), "a file in the way");
+    EXPECT_EQ(systemLog.texts(), std::vector<std::string>{"[App] lost"});
+
+    fs::remove(home.path() / "Application Support");
+    fs::create_directories(directory());
+    logger.log("App", "the way is free");
+    dispatch.runUntilIdle();
+    EXPECT_EQ(contentsOf(file()), "[App] 2024-05-01 13:02:03.417 the way is free\n");
+}
+
+TEST_F(AppLoggerTest, appendsToWhatIsThereAlready) {
+    fs::create_directories(directory());
+    std::ofstream(file()) << "from an earlier run\n";
+    auto logger = makeLogger();
+    logger.log("App", "first");
+    dispatch.runUntilIdle();
+    std::ofstream(file(), std::ios::app) << "from another process\n";
+    logger.log("App", "second");
+    dispatch.runUntilIdle();
+    EXPECT_EQ(contentsOf(file()), "from an earlier run\n"
+                                  "[App] 2024-05-01 13:02:03.417 first\n"
+                                  "from another process\n"
+                                  "[App] 2024-05-01 13:02:03.417 second\n");
+}
+
+TEST_F(AppLoggerTest, createsTheFileAgainWhenItWasRemoved) {
+    auto logger = makeLogger();
+    logger.log("App", "first");
+    dispatch.runUntilIdle();
+    fs::remove(file());
+    logger.log("App", "second");
+    dispatch.runUntilIdle();
+    EXPECT_EQ(contentsOf(file()), "[App] 2024-05-01 13:02:03.417 second\n");
+}
+
+TEST_F(AppLoggerTest, dropsLinesWhileTheDirectoryIsGone) {
+    auto logger = makeLogger();
+    fs::remove_all(directory());
+    logger.log("App", "lost");
+    dispatch.runUntilIdle();
+    EXPECT_FALSE(fs::exists(directory()));
+    EXPECT_EQ(systemLog.texts(), std::vector<std::string>{"[App] lost"});
+}
+
+TEST_F(AppLoggerTest, dropsLinesThatItMayNotWrite) {
+    fs::create_directories(file()); // a directory, which not even an administrator can write to
+    auto logger = makeLogger();
+    logger.log("App", "lost");
+    dispatch.runUntilIdle();
+    EXPECT_TRUE(fs::is_directory(file()));
+    EXPECT_EQ(systemLog.texts(), std::vector<std::string>{"[App] lost"});
+}
+
+TEST_F(AppLoggerTest, writesAMessageOfSeveralLinesAsItStands) {
+    auto logger = makeLogger();
+    logger.log("CLI", "quoxelind up output: one\n\ntwo\n");
+    logger.log("CLI", "");
+    dispatch.runUntilIdle();
+    EXPECT_EQ(contentsOf(file()),
+              "[CLI] 2024-05-01 13:02:03.417 quoxelind up output: one\n\ntwo\n\n"
+              "[CLI] 2024-05-01 13:02:03.417 \n");
+}
+
+TEST_F(AppLoggerTest, keepsLinesThatAreNoTextOutOfTheFile) {
+    auto logger = makeLogger();
+    for (const auto* const bytes :
+         {"\xFF", "\xC0\x80", "\xED\xA0\x80", "\xF4\x90\x80\x80", "\xE3\x81"})
+        logger.log("HashiBus", bytes);
+    logger.log("HashiBus", "許可 \xF0\x9F\x98\x80");
+    dispatch.runUntilIdle();
+    EXPECT_EQ(contentsOf(file()), "[HashiBus] 2024-05-01 13:02:03.417 許可 \xF0\x9F\x98\x80\n");
+    EXPECT_EQ(systemLog.texts().size(), 6u);
+    EXPECT_EQ(systemLog.texts().front(), "[HashiBus] \xFF");
+}
+
+TEST_F(AppLoggerTest, keepsNulBytesAndFormatDirectivesAsTheyAre) {
+    auto logger = makeLogger();
+    const std::string message("a\0{}%s%n", 8);
+    logger.log("LocalAPI", message);
+    dispatch.runUntilIdle();
+    EXPECT_EQ(contentsOf(file()), "[LocalAPI] 2024-05-01 13:02:03.417 " + message + "\n");
+    EXPECT_EQ(systemLog.texts(), std::vector<std::string>{"[LocalAPI] " + message});
+}
+
+TEST_F(AppLoggerTest, writesLongMessagesWhole) {
+    auto logger = makeLogger();
+    const std::string message(3 << 20, 'x');
+    logger.log("App", message);
+    logger.log("App", "after it");
+    dispatch.runUntilIdle();
+    EXPECT_EQ(contentsOf(file()), "[App] 2024-05-01 13:02:03.417 " + message + "\n" +
+                                      "[App] 2024-05-01 13:02:03.417 after it\n");
+}
+
+TEST_F(AppLoggerTest, hasEveryLineInTheFileAfterAFlush) {
+    auto logger = makeLogger();
+    logger.flush();
+    EXPECT_FALSE(fs::exists(file()));
+    for (int i = 0; i < 100; ++i)
+        logger.log("App", std::to_string(i));
+    logger.flush();
+    std::istringstream lines(contentsOf(file()));
+    std::string line;
+    for (int i = 0; i < 100; ++i) {
+        ASSERT_TRUE(std::getline(lines, line));
+        EXPECT_EQ(line, "[App] 2024-05-01 13:02:03.417 " + std::to_string(i));
+    }
+    EXPECT_FALSE(std::getline(lines, line));
+}
+
+TEST_F(AppLoggerTest, writesWhatWasLoggedBeforeItsEnd) {
+    {
+        auto logger = makeLogger();
+        logger.log("App", "last words");
+    }
+    dispatch.runUntilIdle();
+    EXPECT_EQ(contentsOf(file()), "[App] 2024-05-01 13:02:03.417 last words\n");
+}
+
+TEST_F(AppLoggerTest, keepsTheOrderOfBackgroundWork) {
+    auto logger = makeLogger();
+    dispatch.global(QualityOfService::userInitiated).async([&] {
+        logger.log("LocalAPI", "from the background");
+        dispatch.sleep(seconds(1));
+        logger.log("LocalAPI", "and again");
+    });
+    dispatch.main().asyncAfter(seconds(0.5), [&] { logger.log("UI", "in between"); });
+    dispatch.advance(seconds(1));
+    EXPECT_EQ(contentsOf(file()), "[LocalAPI] 2024-05-01 13:02:03.417 from the background\n"
+                                  "[UI] 2024-05-01 13:02:03.917 in between\n"
+                                  "[LocalAPI] 2024-05-01 13:02:04.417 and again\n");
+}
+
+TEST_F(AppLoggerTest, neverMixesTheLinesOfConcurrentWriters) {
+    // Two loggers with a thread each stand for two processes that write the same file.
+    constexpr int linesEach = 300;
+    const auto write = [this](const std::string& word) {
+        VirtualDispatch ownDispatch;
+        AppLogger logger({ownDispatch, fileManager, systemLog});
+        for (int i = 0; i < linesEach; ++i) {
+            logger.log("App", word);
+            ownDispatch.runUntilIdle();
+        }
+    };
+    const std::string a(9000, 'a'), b(5000, 'b');
+    std::thread first(write, a), second(write, b);
+    first.join();
+    second.join();
+    std::istringstream lines(contentsOf(file()));
+    int ofFirst = 0, ofSecond = 0;
+    for (std::string line; std::getline(lines, line);) {
+        ofFirst += line == "[App] 2024-05-01 13:02:03.417 " + a ? 1 : 0;
+        ofSecond += line == "[App] 2024-05-01 13:02:03.417 " + b ? 1 : 0;
+    }
+    EXPECT_EQ(ofFirst, linesEach);
+    EXPECT_EQ(ofSecond, linesEach);
+    EXPECT_EQ(fs::file_size(file()), linesEach * (a.size() + b.size() + 2 * 31));
+}
+
+} // namespace quoxelin::testing

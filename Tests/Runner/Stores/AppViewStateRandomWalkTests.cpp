@@ -1,0 +1,354 @@
+#include "Tests/Support/AppFixture.h"
+#include "Tests/Support/Dice.h"
+#include "Tests/Support/StoreWatch.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <deque>
+#include <fmt/format.h>
+#include <gtest/gtest.h>
+
+namespace quoxelin::testing {
+namespace {
+
+/// A person, a daemon and a system that do what they like.
+class Walk {
+  public:
+    explicit Walk(std::uint64_t seed) : dice(seed), watch(app) {
+        auto& tunnels = app.system.networkExtension;
+        tunnels.addConfiguration(SimulatedNetworkExtension::Configuration::ofTunnel(
+            "com.quoxelin.desktop.PacketTunnel", "Quoxelin"));
+        app.system.appleScript.setOutcome("User canceled.");
+        app.systemExtension->isApproved = true;
+        app.appState->start();
+        app.run();
+        watch.stepEnds(true);
+        app.forget();
+    }
+
+    /// Says what it did.
+    std::string step() {
+        app.forget();
+        app.system.systemLog.clear();
+        const auto kind = dice.below(100);
+        const auto what = kind < 35   ? personActs()
+                          : kind < 60 ? daemonSpeaks()
+                          : kind < 78 ? daemonChanges()
+                          : kind < 98 ? systemChanges()
+                                      : everythingSettles();
+        app.run();
+        app.advance(dice.oneIn(20) ? dice.upTo(20) : dice.upTo(1.5));
+        watch.stepEnds(isReachable);
+        if (daemonIsToChange)
+            becomeReachable(!isReachable);
+        return what;
+    }
+
+    /// The store goes in the middle of everything; nothing is heard of it any more.
+    void end() {
+        const std::weak_ptr<AppViewState> store = app.appState;
+        watch.storeGoes();
+        app.appState.reset();
+        EXPECT_TRUE(store.expired());
+        app.advance(seconds(600));
+        // What is left is the bus client's loop, and what the daemon never answers.
+        EXPECT_LE(app.dispatch.unfinishedBackgroundWork(), 1u + neverAnswered);
+    }
+
+    const StoreWatch& observed() const { return watch; }
+
+  private:
+    using Operation = SimulatedNetworkExtension::Operation;
+
+    const std::vector<std::string> ids = {"a", "b", "c d"};
+    const std::vector<std::string> endpoints = {
+        "GET /localapi/v0/status",           "GET /localapi/v0/profiles",
+        "POST /localapi/v0/profiles/switch", "POST /localapi/v0/profiles/switch-to-empty",
+        "POST /localapi/v0/login",           "POST /localapi/v0/logout",
+        "PATCH /localapi/v0/hatago",
+    };
+    const std::vector<std::string> states = {"NoState",  "NeedsLogin", "Stopped",
+                                             "Starting", "Running",    "Elsewhere"};
+
+    std::string personActs() {
+        auto& store = *app.appState;
+        switch (dice.below(12)) {
+        case 0:
+        case 1:
+            store.connect();
+            return "connect";
+        case 2:
+        case 3:
+            store.disconnect();
+            return "disconnect";
+        case 4:
+            store.logout();
+            return "logout";
+        case 5:
+            watch.loginBegins();
+            store.pollForLoginCompletion();
+            return "pollForLoginCompletion";
+        case 6:
+            store.switchProfile(dice.of(ids));
+            return "switchProfile";
+        case 7:
+            store.switchProfileAndLogin(dice.of(ids));
+            return "switchProfileAndLogin";
+        case 8:
+            store.addNewAccount();
+            return "addNewAccount";
+        case 9:
+            store.refreshProfiles();
+            return "refreshProfiles";
+        case 10:
+            store.uninstall();
+            return "uninstall, cancelled";
+        default:
+            // All at once.
+            store.connect();
+            store.disconnect();
+            store.connect();
+            if (dice.oneIn(2))
+                store.disconnect();
+            return "connect and disconnect by turns";
+        }
+    }
+
+    std::string daemonSpeaks() {
+        if (!app.daemon.isBusOpen())
+            return "the daemon is not heard";
+        const auto line = notification();
+        switch (dice.below(12)) {
+        case 0:
+            app.daemon.closeBus();
+            return "the stream ends";
+        case 1:
+            app.daemon.failBus(ECONNRESET);
+            return "the stream breaks";
+        case 2:
+            app.daemon.send(line.substr(0, dice.below(line.size())));
+            return "half a line: " + line;
+        case 3:
+            app.daemon.send("\n{]\n\xff\xfe\n" + line + "\n" + line + "\n");
+            return "noise and twice " + line;
+        default:
+            app.daemon.notify(line);
+            return line;
+        }
+    }
+
+    std::string notification() {
+        std::vector<std::string> members;
+        if (dice.oneIn(2))
+            members.push_back(fmt::format(R"("State":"{}")", dice.of(states)));
+        if (dice.oneIn(2))
+            members.push_back(fmt::format(
+                R"("NetMap":{{"SelfNode":{{"Node":{{"ID":{0},"UserID":{1},"Name":"host-{0}",)"
+                R"("Addresses":["100.64.0.{0}"]}}}},)"
+                R"("UserProfiles":{{"1":{{"LoginName":"one@example.com"}}}}}})",
+                1 + dice.below(3), dice.below(3)));
+        if (dice.oneIn(4))
+            members.push_back(fmt::format(R"("Jailed":{},"JailReason":"{}")", dice.oneIn(2),
+                                          dice.oneIn(2) ? " \\n" : "policy"));
+        if (dice.oneIn(6))
+            members.push_back(R"("InteractiveLoginUrl":"https://login.example.com/a")");
+        return fmt::format("{{{}}}", fmt::join(members, ","));
+    }
+
+    std::string daemonChanges() {
+        if (dice.oneIn(8)) {
+            daemonIsToChange = true;
+            return isReachable ? "the daemon goes next" : "the daemon comes back next";
+        }
+        const auto& endpoint = dice.of(endpoints);
+        const auto blank = endpoint.find(' ');
+        auto reply = answer(endpoint);
+        app.daemon.answer(endpoint.substr(0, blank), endpoint.substr(blank + 1), reply);
+        return endpoint + " is answered: " + reply.bytes;
+    }
+
+    SimulatedDaemon::Reply answer(const std::string& endpoint) {
+        auto reply = SimulatedDaemon::ok(body(endpoint));
+        switch (dice.below(12)) {
+        case 0:
+            reply = SimulatedDaemon::status(500, "broken");
+            break;
+        case 1:
+            reply.bytes = "no HTTP";
+            break;
+        case 2:
+            reply.bytes.resize(dice.below(reply.bytes.size()));
+            break;
+        case 3:
+            reply.chunkSize = 1 + dice.below(7);
+            break;
+        case 4:
+            reply.readError = ECONNRESET;
+            break;
+        case 5:
+            // Each of these costs a thread for the rest of the walk.
+            if (neverAnswered < 20 && endpoint.starts_with("GET"))
+                app.daemon.answerNext("GET", endpoint.substr(4), SimulatedDaemon::never()),
+                    ++neverAnswered;
+            break;
+        default:
+            reply.delay = dice.oneIn(3) ? dice.upTo(5) : Duration{0};
+        }
+        return reply;
+    }
+
+    std::string body(const std::string& endpoint) {
+        if (endpoint.ends_with("status"))
+            return fmt::format(R"({{"backend_state":"{}","self":{{"id":{}}},"jailed":{}}})",
+                               dice.of(states), dice.below(3), dice.oneIn(5));
+        if (endpoint.ends_with("login"))
+            return fmt::format(R"({{"interactive_login_url":"{}"}})",
+                               dice.oneIn(2) ? "https://login.example.com/b" : "no url");
+        if (!endpoint.ends_with("profiles"))
+            return {};
+        const auto& current = dice.of(ids);
+        std::vector<std::string> profiles;
+        for (const auto& id : ids)
+            profiles.push_back(
+                fmt::format(R"({{"id":"{0}","name":"{0}","is_current":{1},"user_email":"{0}@x"}})",
+                            id, id == current));
+        return fmt::format(R"({{"current_profile_id":"{}","profiles":[{}]}})", current,
+                           fmt::join(profiles, ","));
+    }
+
+    std::string systemChanges() {
+        auto& network = app.system.networkExtension;
+        switch (dice.below(11)) {
+        case 0:
+            network.tunnels.startError =
+                Error{NEVPNErrorDomain, 1, "The configuration is invalid."};
+            return "starts are refused";
+        case 1:
+            network.tunnels.startError.reset();
+            return "starts are taken";
+        case 2:
+            network.tunnels.comeUp = !network.tunnels.comeUp;
+            return network.tunnels.comeUp ? "tunnels come up" : "tunnels do not come up";
+        case 3:
+            network.tunnels.connectDuration = dice.upTo(4);
+            return "tunnels take another time";
+        case 4:
+            network.answerDelay = dice.oneIn(2) ? Duration{0} : dice.upTo(1.5);
+            return "the preferences take another time";
+        case 5:
+            network.errors[dice.of(
+                std::vector{Operation::loadAll, Operation::load, Operation::save})] =
+                Error{NEVPNErrorDomain, 5, "Cannot read or write."};
+            return "the preferences fail";
+        case 6:
+            network.errors.clear();
+            return "the preferences work";
+        case 7:
+            if (!network.configurations().empty())
+                network.tunnel().drop();
+            return "the tunnel is lost";
+        case 8:
+            if (!network.configurations().empty() && dice.oneIn(4))
+                network.removeConfiguration(0);
+            else
+                network.tellConfigurationChange();
+            return "the configuration changes";
+        case 9:
+            if (!network.configurations().empty())
+                network.tunnel().report(static_cast<int>(dice.below(8)));
+            return "the tunnel is somehow";
+        default:
+            app.systemExtension->isApproved = !dice.oneIn(4);
+            return "the extension's approval changes";
+        }
+    }
+
+    /// On a system in good order, what was asked for last comes about.
+    std::string everythingSettles() {
+        auto& network = app.system.networkExtension;
+        network.tunnels = {};
+        network.errors.clear();
+        network.answerDelay = Duration{0};
+        app.systemExtension->isApproved = true;
+        // No tunnel stays in a state that it only claims.
+        if (!network.configurations().empty())
+            network.tunnel().drop();
+        app.advance(seconds(10));
+        const bool on = dice.oneIn(2);
+        if (on)
+            app.appState->connect();
+        else
+            app.appState->disconnect();
+        app.advance(seconds(30));
+        const auto status = app.appState->vpn->status;
+        if (watch.isTunnelWanted()) {
+            EXPECT_EQ(status, VPNConnectionStatus::connected);
+        } else {
+            EXPECT_TRUE(status == VPNConnectionStatus::disconnected ||
+                        status == VPNConnectionStatus::error)
+                << static_cast<int>(status);
+        }
+        return on ? "connect, and time" : "disconnect, and time";
+    }
+
+    void becomeReachable(bool reachable) {
+        daemonIsToChange = false;
+        isReachable = reachable;
+        if (reachable)
+            app.daemon.acceptConnections();
+        else
+            app.daemon.refuseConnections();
+        if (!reachable && app.daemon.isBusOpen())
+            app.daemon.closeBus();
+    }
+
+    AppFixture app;
+    Dice dice;
+    StoreWatch watch;
+    bool isReachable = true;
+    bool daemonIsToChange = false;
+    std::size_t neverAnswered = 0;
+};
+
+/// Walks until the end or the first failure, and then says how to come there again.
+void walk(std::uint64_t seed, int steps) {
+    Walk walk(seed);
+    std::deque<std::string> trail;
+    for (int i = 1; i <= steps; ++i) {
+        trail.push_back(fmt::format("{}: {}", i, walk.step()));
+        if (trail.size() > 12)
+            trail.pop_front();
+        if (::testing::Test::HasFailure()) {
+            ADD_FAILURE() << "QUOXELIN_WALK_SEED=" << seed << ", the last steps:\n"
+                          << fmt::format("{}", fmt::join(trail, "\n"));
+            return;
+        }
+    }
+    if (steps > 1000) {
+        EXPECT_GT(walk.observed().retries(), 50);
+        EXPECT_GT(walk.observed().failures(), 5);
+    }
+    walk.end();
+    if (::testing::Test::HasFailure())
+        ADD_FAILURE() << "QUOXELIN_WALK_SEED=" << seed << ", at the end of " << steps << " steps";
+}
+
+std::uint64_t firstSeed() {
+    const auto* chosen = std::getenv("QUOXELIN_WALK_SEED");
+    return chosen != nullptr ? std::strtoull(chosen, nullptr, 10) : 20240501;
+}
+
+TEST(AppViewStateRandomWalk, keepsItsWordForTenThousandSteps) {
+    walk(firstSeed(), 10000);
+}
+
+TEST(AppViewStateRandomWalk, endsQuietlyWhereverItIs) {
+    for (std::uint64_t seed = firstSeed(); seed < firstSeed() + 50; ++seed) {
+        walk(seed, static_cast<int>(5 + seed % 60));
+        if (HasFailure())
+            return;
+    }
+}
+
+} // namespace
+} // namespace quoxelin::testing

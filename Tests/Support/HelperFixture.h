@@ -1,0 +1,31 @@
+#pragma once
+
+#include "Platform/Simulated/SimulatedSystem.h"
+#include "Tests/Support/VirtualDispatch.h"
+
+#include <gtest/gtest.h>
+
+namespace quoxelin::testing {
+
+/// A simulated system on virtual time, for tests of what asks the privileged helper.
+class HelperFixture : public ::testing::Test {
+  protected:
+    using Lines = std::vector<std::string>;
+    using Message = SimulatedXPC::Message;
+
+    static constexpr const char* service = "com.quoxelin.desktop.Helper";
+    static constexpr const char* quoxelin =
+        "/Applications/Quoxelin.app/Contents/Resources/quoxelin";
+    static constexpr const char* quoxelind =
+        "/Applications/Quoxelin.app/Contents/Resources/quoxelind";
+
+    static Message message(const std::string& path, std::vector<std::string> arguments) {
+        return {service, path, std::move(arguments), false};
+    }
+
+    VirtualDispatch dispatch;
+    NotificationCenter notificationCenter;
+    SimulatedSystem system{dispatch, notificationCenter};
+};
+
+} // namespace quoxelin::testing

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "Base/Dispatch.h"
+
+#include <utility>
+
+namespace quoxelin::testing {
+
+/// Runs all work at once, on the thread that submits it: for fuzzers and benchmarks, which want
+/// nothing but the work itself. What sleeps does not wait.
+class InlineDispatch final : public Dispatch {
+  public:
+    /// Called instead of sleeping.
+    Work onSleep = [] {};
+
+    MainQueue& main() override { return mainQueue; }
+    Queue& global(QualityOfService) override { return queue; }
+    std::unique_ptr<SerialQueue> makeSerial(std::string) override {
+        return std::make_unique<Serial>();
+    }
+    bool isMainThread() const override { return true; }
+    void sleep(Duration) override { onSleep(); }
+    std::chrono::system_clock::time_point date() const override {
+        return std::chrono::system_clock::now();
+    }
+
+  private:
+    struct Main final : MainQueue {
+        void async(Work work) override { work(); }
+        WorkItem asyncAfter(Duration, Work work) override {
+            WorkItem item(std::move(work));
+            item.perform();
+            return item;
+        }
+    };
+    struct Inline final : Queue {
+        void async(Work work) override { work(); }
+    };
+    struct Serial final : SerialQueue {
+        void async(Work work) override { work(); }
+        void sync(Work work) override { work(); }
+    };
+
+    Main mainQueue;
+    Inline queue;
+};
+
+} // namespace quoxelin::testing

@@ -1,0 +1,36 @@
+#pragma once
+
+#include "Platform/Simulated/SimulatedFileManager.h"
+#include "Platform/Simulated/SimulatedSystemLog.h"
+#include "Runner/Shared/AppLogger.h"
+#include "Tests/Support/SimulatedDaemon.h"
+#include "Tests/Support/VirtualDispatch.h"
+
+#include <algorithm>
+#include <gtest/gtest.h>
+#include <string>
+#include <vector>
+
+namespace quoxelin::testing {
+
+/// What a client of the daemon needs around it: the virtual clock, the daemon, and a logger whose
+/// lines can be read back.
+class LinkFixture : public ::testing::Test {
+  protected:
+    /// There is nowhere to write the log file to; the lines' other way is read.
+    LinkFixture() { files.temporary = "/dev/null"; }
+    ~LinkFixture() override { dispatch.endAllWork(); }
+
+    /// "[HashiBus] EOF", in the order of the calls.
+    std::vector<std::string> log() const { return systemLog.texts(); }
+
+    VirtualDispatch dispatch;
+    SimulatedFileManager files;
+    SimulatedSystemLog systemLog;
+    AppLogger logger{{dispatch, files, systemLog}};
+    SimulatedDaemon daemon{dispatch};
+
+    static constexpr const char* socketPath = "/var/run/quoxelind.socket";
+};
+
+} // namespace quoxelin::testing
