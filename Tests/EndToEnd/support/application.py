@@ -1,0 +1,173 @@
+"""Starts quoxelin-desktop in surroundings of its own, steers it and reads its log; see
+docs/simulated-platform.md."""
+
+import datetime
+import os
+import pathlib
+import re
+import shutil
+import tempfile
+import time
+
+from .sim import build_directory
+from .steered import DEADLINE, SteeredProcess, SteeringError
+
+LINE = re.compile(r"\[(\w+)\] (\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3}) (.*)", re.DOTALL)
+
+
+class LogLine:
+    """One entry of the application's log; one of several lines is one entry."""
+
+    def __init__(self, text: str):
+        self.text = text
+        found = LINE.fullmatch(text)
+        if not found:
+            raise SteeringError(f"not a line of the log: {text!r}")
+        self.category, stamp, self.message = found.groups()
+        self.at = datetime.datetime.strptime(stamp, "%Y-%m-%d %H:%M:%S.%f")
+
+    def __repr__(self):
+        return self.text
+
+    def __eq__(self, other):
+        return f"[{self.category}] {self.message}" == other
+
+
+def surroundings(home: pathlib.Path) -> dict[str, str]:
+    """An environment in which nothing of this machine's user is seen or changed: no display, no
+    session bus, every directory below `home`."""
+    environment = {
+        name: value
+        for name, value in os.environ.items()
+        if name in ("PATH", "LANG", "LC_ALL", "LD_LIBRARY_PATH") or "SAN_OPTIONS" in name
+    }
+    directories = {
+        "HOME": home,
+        "XDG_DATA_HOME": home / "data",
+        "XDG_CONFIG_HOME": home / "config",
+        "XDG_CACHE_HOME": home / "cache",
+        "XDG_STATE_HOME": home / "state",
+        "XDG_RUNTIME_DIR": home / "run",
+        "TMPDIR": home / "tmp",
+    }
+    for directory in directories.values():
+        directory.mkdir(mode=0o700, parents=True, exist_ok=True)
+    environment |= {name: str(directory) for name, directory in directories.items()}
+    environment |= {
+        "TZ": "UTC",
+        "QT_QPA_PLATFORM": "offscreen",
+        "DBUS_SESSION_BUS_ADDRESS": "disabled:",
+        "DBUS_SYSTEM_BUS_ADDRESS": "disabled:",
+    }
+    return environment
+
+
+class Application(SteeredProcess):
+    """A running quoxelin-desktop on the simulated platform, following the daemon at `socket`.
+
+        with Application(sim.socket) as application:
+            application.wait_log("[HashiBus] Connected to socket")
+    """
+
+    def __init__(self, socket: str, *arguments: str, environment: dict[str, str] | None = None):
+        # Not the test's own directory: paths of sockets have to be short.
+        self.home = pathlib.Path(tempfile.mkdtemp(prefix="qxapp-"))
+        self.environment = surroundings(self.home) | (environment or {})
+        self.log_path = self.home / "data" / "Quoxelin" / "app.log"
+        super().__init__(
+            [build_directory() / "quoxelin-desktop", "--simulate", "--socket", socket, *arguments],
+            env=self.environment,
+            cwd=self.home,
+        )
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.end()
+
+    def end(self) -> int:
+        try:
+            return super().end()
+        finally:
+            shutil.rmtree(self.home, ignore_errors=True)
+
+    # The log
+
+    def log(self) -> list[LogLine]:
+        """What the log holds; a last line still being written is left out."""
+        if not self.log_path.exists():
+            return []
+        entries = []
+        for line in self.log_path.read_text("utf-8").split("\n")[:-1]:
+            if LINE.fullmatch(line) or not entries:
+                entries.append(line)
+            else:
+                entries[-1] += "\n" + line
+        return [LogLine(entry) for entry in entries]
+
+    def log_count(self, text: str) -> int:
+        return sum(line == text for line in self.log())
+
+    def wait_log(self, text: str, count: int = 1, after: LogLine | None = None,
+                 deadline: float = DEADLINE) -> LogLine:
+        """Waits for the `count`-th "[Category] message" of the log, after an entry if one is given."""
+        end = time.monotonic() + deadline
+        while True:
+            over = not self.is_running() or time.monotonic() > end
+            lines = self.log()
+            if after:
+                lines = lines[[line.text for line in lines].index(after.text) + 1:]
+            found = [line for line in lines if line == text]
+            if len(found) >= count:
+                return found[count - 1]
+            if over:
+                so_far = "\n".join(line.text for line in lines)
+                raise SteeringError(
+                    f"{len(found)} of {count} {text!r} in the log:\n{so_far}\n{self.standard_error}")
+            time.sleep(0.01)
+
+    # What a person does and sees
+
+    def wait(self, **members) -> dict:
+        """Waits until all of it holds: vpn_status, urls, notifications, ..."""
+        return self.answer(self.start_command("wait", **({"seconds": DEADLINE} | members)),
+                           deadline=2 * DEADLINE)
+
+    def show_panel(self) -> None:
+        """Clicks the icon in the menu bar, once it is there."""
+        self.wait_log("[App] Setting up Menu Bar...")
+        if not self.do("panel")["visible"]:
+            self.do("click-status-item")
+        self.wait(panel_visible=1)
+
+    def text(self) -> str:
+        """The texts on the screen, a line each, in double quotes."""
+        return "\n".join(f'"{text}"' for text in self.do("text")["texts"])
+
+    def wait_text(self, *parts: str, without: tuple[str, ...] = (), deadline: float = DEADLINE) -> str:
+        """Waits until the panel shows all of `parts` and none of `without`."""
+        end = time.monotonic() + deadline
+        while True:
+            over = time.monotonic() > end
+            shown = self.text()
+            if all(part in shown for part in parts) and not any(part in shown for part in without):
+                return shown
+            if over:
+                raise SteeringError(f"not {parts} without {without} in the panel:\n{shown}")
+            time.sleep(0.01)
+
+    def press(self, label: str) -> None:
+        """Clicks what bears this accessibility label."""
+        self.do("press", label=label)
+
+    def snapshot(self, path: pathlib.Path) -> None:
+        """Draws the panel into a PNG file."""
+        self.do("snapshot", path=str(path))
+
+    def opened_urls(self) -> list[str]:
+        return self.do("opened")["urls"]
+
+    def open_url(self, url: str) -> None:
+        """A browser hands over a callback URL."""
+        self.do("open-url", url=url)

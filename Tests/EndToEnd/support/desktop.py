@@ -1,0 +1,250 @@
+"""A desktop of its own: an X server that nobody sees, a window manager, a session bus, and trays
+that come and go."""
+
+import ctypes
+import os
+import pathlib
+import shutil
+import subprocess
+import tempfile
+import time
+
+from .steered import DEADLINE, SteeringError
+
+WIDTH, HEIGHT = 1024, 700
+
+# The panel has nothing but a tray, at the upper left.
+XFCE_PANEL = """<?xml version="1.0" encoding="UTF-8"?>
+<channel name="xfce4-panel" version="1.0">
+  <property name="configver" type="int" value="2"/>
+  <property name="panels" type="array">
+    <value type="int" value="1"/>
+    <property name="panel-1" type="empty">
+      <property name="position" type="string" value="p=6;x=0;y=0"/>
+      <property name="position-locked" type="bool" value="true"/>
+      <property name="length" type="uint" value="100"/>
+      <property name="size" type="uint" value="32"/>
+      <property name="plugin-ids" type="array"><value type="int" value="1"/></property>
+    </property>
+  </property>
+  <property name="plugins" type="empty">
+    <property name="plugin-1" type="string" value="systray">
+      <property name="menu-is-primary" type="bool" value="false"/>
+    </property>
+  </property>
+</channel>
+"""
+
+TRAYS = {
+    # The older kind, which windows are embedded in; a tray as wide as its icons, upper right.
+    "trayer": ["trayer", "--edge", "top", "--align", "right", "--SetDockType", "true",
+               "--height", "24", "--widthtype", "request"],
+    # The newer kind, which asks for items over the session bus.
+    "xfce4-panel": ["xfce4-panel", "--disable-wm-check"],
+}
+ICONS = {"trayer": (WIDTH - 12, 12), "xfce4-panel": (17, 16)}
+
+
+class Screen:
+    """Reads what an X server shows."""
+
+    ALL_PLANES, Z_PIXMAP = ctypes.c_ulong(-1), 2
+
+    def __init__(self, display: str):
+        self._x11 = ctypes.CDLL("libX11.so.6")
+        self._x11.XOpenDisplay.restype = ctypes.c_void_p
+        self._x11.XDefaultRootWindow.argtypes = [ctypes.c_void_p]
+        self._x11.XDefaultRootWindow.restype = ctypes.c_ulong
+        self._x11.XGetImage.argtypes = [
+            ctypes.c_void_p, ctypes.c_ulong, ctypes.c_int, ctypes.c_int,
+            ctypes.c_uint, ctypes.c_uint, ctypes.c_ulong, ctypes.c_int]
+        self._x11.XGetImage.restype = ctypes.POINTER(_Image)
+        self._x11.XFree.argtypes = [ctypes.c_void_p]
+        self._display = self._x11.XOpenDisplay(display.encode())
+        if not self._display:
+            raise SteeringError(f"no X server answers at {display}")
+        self._root = self._x11.XDefaultRootWindow(self._display)
+
+    def close(self):
+        self._x11.XCloseDisplay.argtypes = [ctypes.c_void_p]
+        self._x11.XCloseDisplay(self._display)
+
+    def pixels(self, x: int, y: int, width: int, height: int) -> bytes:
+        """Four bytes a pixel: blue, green, red, nothing."""
+        image = self._x11.XGetImage(
+            self._display, self._root, x, y, width, height, self.ALL_PLANES, self.Z_PIXMAP)
+        size = image.contents.bytes_per_line * height
+        pixels = ctypes.string_at(image.contents.data, size)
+        self._x11.XFree(image.contents.data)
+        self._x11.XFree(image)
+        return pixels
+
+
+class _Image(ctypes.Structure):
+    _fields_ = [(name, ctypes.c_int) for name in ("width", "height", "xoffset", "format")] + [
+        ("data", ctypes.c_void_p)] + [
+        (name, ctypes.c_int) for name in ("byte_order", "bitmap_unit", "bitmap_bit_order",
+                                          "bitmap_pad", "depth", "bytes_per_line")]
+
+
+class Desktop:
+    """
+    with Desktop() as desktop:
+        desktop.start_tray("trayer")
+        with Application(socket, environment=desktop.environment) as application:
+            desktop.wait_icon("trayer")
+    """
+
+    def __enter__(self):
+        self.home = pathlib.Path(tempfile.mkdtemp(prefix="qxdesk-"))
+        self._processes: list[subprocess.Popen] = []
+        self._trays: dict[str, subprocess.Popen] = {}
+        try:
+            self._start()
+        except BaseException:
+            self.__exit__()
+            raise
+        return self
+
+    def __exit__(self, *_):
+        if hasattr(self, "screen"):
+            self.screen.close()
+        for process in reversed(self._processes):
+            _end(process)
+        shutil.rmtree(self.home, ignore_errors=True)
+
+    def _start(self):
+        directories = {"HOME": self.home}
+        for name in ("config", "cache", "run"):
+            (self.home / name).mkdir(mode=0o700)
+        binaries = self.home / "bin"
+        binaries.mkdir()
+        self.opened = self.home / "opened"
+        # The browser of this desktop writes down what it is asked to open.
+        browser = binaries / "xdg-open"
+        browser.write_text(f'#!/bin/sh\nprintf "%s\\n" "$1" >>{self.opened}\n')
+        browser.chmod(0o755)
+        directories |= {"XDG_CONFIG_HOME": self.home / "config",
+                        "XDG_CACHE_HOME": self.home / "cache",
+                        "XDG_RUNTIME_DIR": self.home / "run"}
+        self.environment = {name: str(path) for name, path in directories.items()} | {
+            "PATH": f"{binaries}:{os.environ['PATH']}",
+            "LANG": "C.UTF-8",
+            "NO_AT_BRIDGE": "1",
+            "GTK_A11Y": "none",
+            "XDG_SESSION_TYPE": "x11",
+            "XDG_CURRENT_DESKTOP": "XFCE",
+            "QT_QPA_PLATFORM": "xcb",
+        }
+        self._spawn_told("DISPLAY", ["Xvfb", "-displayfd", "{}", "-screen", "0",
+                                     f"{WIDTH}x{HEIGHT}x24", "-nolisten", "tcp", "-noreset"])
+        self.environment["DISPLAY"] = ":" + self.environment["DISPLAY"]
+        self._spawn_told("DBUS_SESSION_BUS_ADDRESS",
+                         ["dbus-daemon", "--session", "--nofork", "--print-address={}"])
+        self.screen = Screen(self.environment["DISPLAY"])
+        self._spawn(["openbox"])
+
+    def _spawn(self, command: list[str], **popen) -> subprocess.Popen:
+        process = subprocess.Popen(command, env=self.environment, cwd=self.home,
+                                   stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
+                                   stderr=subprocess.DEVNULL, start_new_session=True, **popen)
+        self._processes.append(process)
+        return process
+
+    def _spawn_told(self, variable: str, command: list[str]):
+        """Starts a program that tells where it is to be found on the descriptor "{}"."""
+        reader, writer = os.pipe()
+        self._spawn([part.replace("{}", str(writer)) for part in command], pass_fds=[writer])
+        os.close(writer)
+        with open(reader) as told:
+            self.environment[variable] = told.readline().strip()
+        if not self.environment[variable]:
+            raise SteeringError(f"{command[0]} did not start")
+
+    # Trays
+
+    def start_tray(self, kind: str):
+        if kind == "xfce4-panel":
+            folder = self.home / "config/xfce4/xfconf/xfce-perchannel-xml"
+            folder.mkdir(parents=True, exist_ok=True)
+            (folder / "xfce4-panel.xml").write_text(XFCE_PANEL)
+        self._trays[kind] = self._spawn(TRAYS[kind])
+
+    def end_tray(self, kind: str):
+        _end(self._trays.pop(kind))
+
+    def icon_pixels(self, kind: str) -> set[bytes]:
+        """The colours where the icon of the first item is."""
+        x, y = ICONS[kind]
+        pixels = self.screen.pixels(x - 8, y - 8, 16, 16)
+        return {pixels[i:i + 3] for i in range(0, len(pixels), 4)}
+
+    def wait_icon(self, kind: str):
+        """Waits until there is a drawing where the icon belongs, dark on light or light on dark,
+        that does not change any more."""
+        def shows_icon():
+            colours = self.icon_pixels(kind)
+            brightness = [sum(colour) for colour in colours]
+            if len(colours) < 4 or max(brightness) - min(brightness) < 200:
+                return False
+            if kind == "xfce4-panel" and not self._items():
+                return False
+            time.sleep(0.2)
+            return self.icon_pixels(kind) == colours
+        self.await_that(shows_icon, f"icon in {kind}")
+
+    def _items(self) -> str:
+        """The items that the newer kind of tray knows; empty without such a tray."""
+        watcher = "org.kde.StatusNotifierWatcher"
+        asked = subprocess.run(
+            ["dbus-send", "--session", "--print-reply=literal", f"--dest={watcher}",
+             "/StatusNotifierWatcher", "org.freedesktop.DBus.Properties.Get",
+             f"string:{watcher}", "string:RegisteredStatusNotifierItems"],
+            env=self.environment, capture_output=True, text=True, timeout=DEADLINE)
+        return asked.stdout.split("[", 1)[-1].strip(" ]\n")
+
+    def wait_no_icon(self, kind: str):
+        self.await_that(lambda: len(self.icon_pixels(kind)) == 1, f"end of the icon in {kind}")
+
+    # Hands
+
+    def _xdotool(self, *arguments):
+        subprocess.run(["xdotool", *map(str, arguments)], env=self.environment, check=True,
+                       timeout=DEADLINE)
+
+    def move(self, x: int, y: int):
+        self._xdotool("mousemove", x, y)
+
+    def click(self, x: int, y: int, button: int = 1):
+        self._xdotool("mousemove", x, y, "click", button)
+
+    def click_icon(self, kind: str, button: int = 1):
+        self.click(*ICONS[kind], button)
+
+    def keys(self, *names: str):
+        self._xdotool("key", "--delay", 30, *names)
+
+    # Eyes
+
+    def shows_card_at(self, x: int, y: int) -> bool:
+        """Whether the light ground of a card is painted there."""
+        return min(self.screen.pixels(x, y, 1, 1)[:3]) > 0xF0
+
+    def await_that(self, holds, what: str, deadline: float = DEADLINE):
+        end = time.monotonic() + deadline
+        while not holds():
+            if time.monotonic() > end:
+                raise SteeringError(f"no {what} within {deadline} s")
+            time.sleep(0.005)
+
+    def opened_urls(self) -> list[str]:
+        return self.opened.read_text().split("\n")[:-1] if self.opened.exists() else []
+
+
+def _end(process: subprocess.Popen):
+    process.terminate()
+    try:
+        process.wait(5)
+    except subprocess.TimeoutExpired:
+        process.kill()
+        process.wait()

@@ -1,0 +1,50 @@
+"""An hour of a user's life in a few seconds: the demo shows it, a test checks it."""
+
+from collections.abc import Callable
+
+from .application import Application
+from .sim import Sim
+
+JAIL_REASON = "Disk encryption is off on this device."
+
+
+def play(sim: Sim, application: Application, show: Callable[[str], None]) -> None:
+    """Leads the application through its states; `show` is called in each with its name."""
+    application.wait_log("[State] HashiBus connected")
+    application.show_panel()
+    application.wait_text('"Login Quoxelin"')
+    show("1-logged-out")
+
+    log_in(sim, application)
+    application.wait_text('"Connected"')
+    show("2-connected")
+
+    sim.jail(JAIL_REASON)
+    application.wait_text('"Blocked by Device Policy"', JAIL_REASON)
+    show("3-jailed")
+    sim.unjail()
+    application.wait_text('"Connected"')
+
+    sim.do("refuse")
+    sim.do("close-connections")
+    application.wait_log("[HashiBus] Connection failed, retrying in 3s...")
+    show("4-daemon-gone")
+    sim.do("accept")
+    application.wait_log("[State] HashiBus connected", count=2)
+    application.wait_text('"Connected"')
+    show("5-daemon-back")
+
+    application.press("More")
+    application.wait_text('"Logout"')
+    show("6-more")
+    application.press("Logout")
+    application.wait_text('"Login Quoxelin"')
+    show("7-logged-out-again")
+
+
+def log_in(sim: Sim, application: Application) -> None:
+    """Logs in as a person does: the panel's row, the page in the browser, the way back."""
+    opened = len(application.opened_urls())
+    application.press("Login Quoxelin")
+    application.wait(urls=opened + 1)
+    application.open_url(sim.visit_login())

@@ -1,0 +1,64 @@
+"""What the program says to whoever calls it with nothing to show."""
+import subprocess
+
+import pytest
+
+from support.application import surroundings
+from support.sim import build_directory
+
+
+@pytest.fixture
+def call(tmp_path):
+    def run(*arguments):
+        return subprocess.run(
+            [build_directory() / "quoxelin-desktop", *arguments],
+            env=surroundings(tmp_path),
+            stdin=subprocess.DEVNULL,
+            capture_output=True,
+            text=True,
+            timeout=20,
+        )
+
+    return run
+
+
+@pytest.mark.parametrize(
+    "arguments",
+    [
+        ["--simulated"],
+        ["-h"],
+        ["--socket"],
+        ["--socket", ""],
+        ["status"],
+        ["https://example.com/?token=1"],
+        ["--simulate", ""],
+        ["--simulate=yes"],
+        ["--simulate", "\N{SNOWMAN}"],
+    ],
+)
+def test_what_it_does_not_understand_is_answered_with_its_usage(call, arguments):
+    done = call(*arguments)
+    assert done.returncode == 2
+    assert done.stdout == ""
+    assert "Usage: quoxelin-desktop" in done.stderr
+    assert "--simulate" in done.stderr and "--socket PATH" in done.stderr
+
+
+def test_help_goes_to_standard_output(call):
+    done = call("--help")
+    assert done.returncode == 0
+    assert done.stdout.startswith("Usage: quoxelin-desktop")
+    assert done.stderr == ""
+
+
+def test_version_is_one_line(call):
+    done = call("--version")
+    assert done.returncode == 0
+    assert done.stdout == "quoxelin-desktop 1.0.0\n"
+    assert done.stderr == ""
+
+
+def test_neither_of_them_leaves_a_log(call, tmp_path):
+    call("--help")
+    call("--bogus")
+    assert not (tmp_path / "data" / "Quoxelin").exists()

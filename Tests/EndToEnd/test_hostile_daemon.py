@@ -1,0 +1,177 @@
+"""Daemons that fail, stay silent or lie. The application goes on, says so in its log and quits."""
+import json
+import signal
+import time
+
+import pytest
+
+from support import scenario
+from support.application import Application
+from support.order import assert_in_order
+from support.sim import Sim
+
+
+def use_everything(application):
+    """Does what a person can do without a helpful daemon."""
+    application.press("Login Quoxelin")
+    application.press("Switch Account")
+    application.wait_text('"Add Account"')
+    application.press("Add Account")
+    application.open_url("quoxelin://login/callback?token=5")
+
+
+def assert_well(application):
+    """It answers, and it quits in good order."""
+    assert '"Quit Quoxelin"' in application.text()
+    began = time.monotonic()
+    application.send_signal(signal.SIGTERM)
+    assert application.exit_code() == 0
+    assert time.monotonic() - began < 3
+    assert application.log()[-1] == "[App] Quoxelin Desktop App terminated (quoxelind still running)"
+    assert application.standard_error == ""
+
+
+@pytest.fixture
+def shown(daemon, application):
+    application.wait_text('"Login Quoxelin"')
+    return application
+
+
+def test_errors_are_logged_with_what_the_daemon_said(daemon, shown):
+    daemon.do("answer", status=503, text="not now")
+    use_everything(shown)
+    shown.wait_log("[LocalAPI] HTTP error 503 for GET /localapi/v0/profiles: not now")
+    shown.wait_log("[State] Failed to get profiles: HTTP error 503: not now")
+    shown.wait_log("[LocalAPI] HTTP error 503 for POST /localapi/v0/profiles/switch-to-empty: not now")
+    shown.wait_log("[State] Failed to switch to empty profile: HTTP error 503: not now")
+    # A login does not look at the status, and there is no URL in this.
+    shown.wait_log("[UI] LocalAPI login failed: Failed to decode LocalAPI JSON response")
+    shown.wait_log("[LocalAPI] HTTP error 503 for GET /localapi/v0/status: not now")
+    assert shown.opened_urls() == []
+    assert_well(shown)
+
+
+def test_a_daemon_that_never_answers_holds_up_nothing(daemon, shown):
+    daemon.do("hang")
+    use_everything(shown)
+    daemon.wait(requests=4)
+    daemon.jail("still heard")
+    daemon.do("state", state="Stopped")
+    shown.wait_log("[State] Received HashiBus state: stopped")
+    assert_well(shown)
+
+
+@pytest.mark.parametrize(
+    "reply",
+    [
+        b"",
+        b"\0",
+        b"HTTP/1.1 200 OK\r\n",
+        b"HTTP/1.1 200 OK\r\n\r\n",
+        b"HTTP/1.1 200 OK\r\n\r\n{\"profiles\":[{\"id\":7}],\"current_profile_id\":true}",
+        b"HTTP/1.1 200 OK\r\n\r\n{\"interactive_login_url\":\"not a url at all \\u0000\"}",
+        b"\xff\xfe\r\n\r\n\xff\xfe",
+        b"HTTP/1.1 99999999999999999999 ?\r\n\r\n[]",
+        b"HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\n" + b"[" * 100_000,
+    ],
+    ids=range(9),
+)
+def test_lies_change_nothing(daemon, shown, reply):
+    daemon.answer_raw(None, reply)
+    use_everything(shown)
+    daemon.wait(requests=1, path="/localapi/v0/status")
+    daemon.wait(requests=1, path="/localapi/v0/profiles/switch-to-empty")
+    shown.wait_text('"Login Quoxelin"', without=("Email: ",))
+    assert_well(shown)
+
+
+def test_a_reply_without_end_is_cut_at_a_megabyte(daemon, shown):
+    head = b"HTTP/1.1 200 OK\r\n\r\n"
+    daemon.answer_raw("/localapi/v0/profiles", head + b'{"profiles":[],"current_profile_id":""}' + b" " * 2_000_000)
+    shown.press("Switch Account")
+    shown.wait_log("[State] Got 0 profiles")
+    too_large = [line for line in shown.log() if line.category == "LocalAPI"]
+    assert len(too_large) == 1
+    size = int(too_large[0].message.split("(")[1].split(" ")[0])
+    assert too_large[0].message == f"Response too large ({size} bytes), truncating"
+    assert 1_048_576 < size <= 1_048_576 + 16_384
+    assert_well(shown)
+
+
+def test_a_reply_cut_off_in_its_middle_is_no_answer(daemon, shown):
+    daemon.do("truncate", path="/localapi/v0/profiles", body_bytes=10)
+    shown.press("Switch Account")
+    shown.wait_log("[State] Failed to get profiles: Failed to decode LocalAPI JSON response")
+    daemon.do("clear")
+    daemon.do("truncate", path="/localapi/v0/profiles", bytes=10)
+    shown.press("Switch Account")
+    shown.wait_log("[State] Failed to get profiles: Bad HTTP response from LocalAPI")
+    assert_well(shown)
+
+
+def test_a_daemon_that_drops_every_connection_is_only_logged(daemon, shown):
+    daemon.do("accept", **{"as": "reset"})
+    use_everything(shown)
+    shown.wait_log("[UI] LocalAPI login failed: Failed to read response: Connection reset by peer")
+    assert_well(shown)
+
+
+def test_garbage_on_the_stream_is_passed_over(daemon, shown):
+    garbage = [
+        b"",
+        b"null",
+        b"[]",
+        b"{",
+        b'{"State":"Running"',
+        b'{"State":{}}',
+        b'{"State":true}',
+        b'{"NetMap":7}',
+        b'{"NetMap":{"SelfNode":{"Node":{"ID":"x"}}}}',
+        b"\xef\xbb\xbf{}",
+        b'{"Jailed":"yes"}',
+        b"\xff\xfe\xfd",
+        b"\0" * 50,
+        b'{"a":' * 100_000,
+        b'{"JailReason":"\\ud800"}',
+    ]
+    daemon.raw(b"".join(line + b"\n" for line in garbage))
+    daemon.raw(json.dumps({"State": "Stopped"}).encode() + b"\n")
+    shown.wait_log("[State] Received HashiBus state: stopped")
+    assert_in_order(
+        [line for line in shown.log() if line.message.startswith("Received")],
+        "[State] Received HashiBus state: needsLogin",
+        "[State] Received HashiBus state: stopped",
+    )
+    shown.wait_text('"Login Quoxelin"')
+    assert_well(shown)
+
+
+def test_a_line_of_many_megabytes_is_read_in_seconds(daemon, shown):
+    daemon.raw(b'{"Version":"' + b"x" * 20_000_000 + b'","State":"Stopped"}\n')
+    shown.wait_log("[State] Received HashiBus state: stopped", deadline=20)
+    assert_well(shown)
+
+
+def test_a_network_of_twenty_thousand_peers_is_followed():
+    with Sim("--logged-in", "--peers", "20000") as daemon, Application(daemon.socket) as application:
+        application.show_panel()
+        application.wait_text('"Connected"', deadline=20)
+        assert_well(application)
+
+
+def test_a_login_page_that_is_no_web_page_is_not_opened_as_one(daemon, shown):
+    daemon.answer_request("/localapi/v0/login", json={"interactive_login_url": "::: no url :::"})
+    shown.press("Login Quoxelin")
+    daemon.wait(requests=1, path="/localapi/v0/status")
+    assert shown.opened_urls() == []
+    assert_well(shown)
+
+
+def test_recovers_when_the_daemon_comes_to_its_senses(daemon, shown):
+    daemon.do("answer", status=500, text="")
+    shown.press("Login Quoxelin")
+    shown.wait_log("[UI] LocalAPI login failed: Failed to decode LocalAPI JSON response")
+    daemon.do("clear")
+    scenario.log_in(daemon, shown)
+    shown.wait_text('"Connected"')
+    assert_well(shown)

@@ -1,0 +1,84 @@
+"""From the start of the program to the first notification, byte for byte and line by line."""
+import datetime
+
+from support import wire
+from support.application import Application
+from support.order import assert_in_order
+from support.sim import Sim
+
+def test_the_log_tells_the_launch_in_order(application):
+    lines = application.log()
+    assert_in_order(
+        lines,
+        "[App] Quoxelin Desktop App Launching...",
+        "[App] Setting up Menu Bar...",
+        "[App] Registered app as login item (status: 1)",
+        "[App] Helper is ready and reachable. Starting daemon...",
+        "[SysExt] Activating extension com.quoxelin.desktop.PacketTunnel",
+        "[SysExt] Completed",
+        "[App] System Extension activated, ensuring VPN configuration...",
+        "[App] VPN configuration ready, starting app state...",
+        "[State] start() called",
+        "[HashiBus] Connected to socket",
+        "[State] HashiBus connected",
+    )
+    assert lines[0] == "[App] Quoxelin Desktop App Launching..."
+    for once in ("[State] start() called", "[HashiBus] Connected to socket"):
+        assert application.log_count(once) == 1
+
+
+def test_every_line_of_the_log_has_the_local_time(application):
+    lines = application.log()
+    times = [line.at for line in lines]
+    now = datetime.datetime.now(datetime.timezone.utc).replace(tzinfo=None)
+    assert abs(now - times[-1]) < datetime.timedelta(seconds=30)
+    assert max(times) - min(times) < datetime.timedelta(seconds=30)
+
+
+def test_local_time_is_that_of_the_time_zone(daemon):
+    with Application(daemon.socket, environment={"TZ": "Asia/Tokyo"}) as application:
+        line = application.wait_log("[State] HashiBus connected")
+        now = datetime.datetime.now(datetime.timezone(datetime.timedelta(hours=9)))
+        assert abs(now.replace(tzinfo=None) - line.at) < datetime.timedelta(seconds=30)
+
+
+def test_all_it_asks_of_a_daemon_without_an_account_is_the_stream(daemon, application):
+    application.wait_log("[State] Received HashiBus state: needsLogin")
+    application.wait_text('"Login Quoxelin"')
+    assert [request.bytes for request in daemon.requests()] == [wire.OBSERVE]
+
+
+def test_following_a_daemon_that_is_logged_in_connects():
+    with Sim("--logged-in") as daemon, Application(daemon.socket) as application:
+        application.show_panel()
+        application.wait_log("[State] daemon WantRunning=true")
+        application.wait_text('"Connected"')
+        application.wait_log("[State] Got 2 profiles")
+        requests = [request.bytes for request in daemon.requests()]
+        assert requests[0] == wire.OBSERVE
+        # Two queues: either may be first.
+        assert sorted(set(requests[1:])) == sorted([wire.PROFILES, wire.WANT_RUNNING])
+        assert requests.count(wire.WANT_RUNNING) == 1
+        assert_in_order(
+            application.log(),
+            "[State] HashiBus connected",
+            "[State] Received HashiBus state: running",
+            "[State] refreshProfiles called",
+            "[State] connect",
+            "[VPN] Tunnel start initiated successfully",
+            "[VPN] Status changed: NEVPNStatus(rawValue: 3)",
+        )
+
+
+def test_an_existing_log_is_continued(daemon):
+    with Application(daemon.socket) as application:
+        application.wait_log("[State] HashiBus connected")
+        first = application.log_path.read_bytes()
+        application.wait_log("[State] Received HashiBus state: needsLogin")
+        with open(application.log_path, "a", encoding="utf-8") as log:
+            log.write("[Other] 2020-01-01 00:00:00.000 another process\n")
+        daemon.do("close-streams")
+        application.wait_log("[State] HashiBus disconnected: nil")
+        assert application.log_path.read_bytes().startswith(first)
+        assert_in_order(application.log(), "[Other] another process", "[HashiBus] EOF",
+                        "[State] HashiBus disconnected: nil")

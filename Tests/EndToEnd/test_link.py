@@ -1,0 +1,83 @@
+"""The link to the daemon comes and goes; real seconds pass."""
+import pytest
+
+from support import wire
+from support.application import Application
+from support.order import assert_in_order
+from support.sim import Sim
+
+# A busy machine may wake a thread late, never early.
+PAUSE = 3.0
+LATE = 1.0
+
+
+def seconds_between(first, second):
+    return (second.at - first.at).total_seconds()
+
+
+def test_an_absent_daemon_is_looked_for_every_three_seconds(tmp_path):
+    with Application(str(tmp_path / "nobody.sock")) as application:
+        attempts = [
+            application.wait_log("[HashiBus] Connection failed, retrying in 3s...", count=count)
+            for count in (1, 2, 3)
+        ]
+        for first, second in zip(attempts, attempts[1:]):
+            # Both times are cut to milliseconds.
+            assert PAUSE - 0.002 <= seconds_between(first, second) < PAUSE + LATE
+        assert application.log_count("[HashiBus] Connected to socket") == 0
+
+
+def test_a_closed_stream_is_opened_again_after_three_seconds(daemon, application):
+    daemon.do("close-streams")
+    ended = application.wait_log("[HashiBus] EOF")
+    again = application.wait_log("[HashiBus] Connected to socket", count=2)
+    assert PAUSE - 0.002 <= seconds_between(ended, again) < PAUSE + LATE
+    application.wait_log("[State] HashiBus connected", count=2)
+    assert_in_order(
+        application.log(),
+        "[HashiBus] Connected to socket",
+        "[State] HashiBus connected",
+        "[HashiBus] EOF",
+        "[HashiBus] Connected to socket",
+    )
+    assert application.log_count("[State] HashiBus disconnected: nil") == 1
+    daemon.wait(requests=2, path="/localapi/v0/observe-hashi-bus")
+    assert [request.bytes for request in daemon.requests()] == [wire.OBSERVE] * 2
+
+
+def test_a_daemon_that_dies_and_starts_anew_is_found_again(tmp_path):
+    path = tmp_path / "d.sock"
+    with Sim("--logged-in", socket=path) as first, Application(str(path)) as application:
+        application.show_panel()
+        application.wait_text('"Connected"')
+        first.end()
+        application.wait_log("[State] HashiBus disconnected: nil")
+        # What was known last stays on the screen.
+        application.wait_text('"Connected"')
+        with Sim(socket=path):
+            application.wait_log("[State] Received HashiBus state: needsLogin")
+            application.wait_text('"Login Quoxelin"')
+
+
+def test_notifications_in_pieces_arrive_whole(daemon, application):
+    line = b'{"State":4,"Jailed":true}\n'
+    daemon.raw(line + b"\r\n" + line[:9] + b"\n" + line, split=[1, 7, 20, 27, 30], pause=0.01)
+    application.wait_log("[State] Received HashiBus state: running", count=2)
+
+
+@pytest.mark.parametrize("greeting", ["HTTP/1.1 500 No\r\nContent-Length: 0\r\n\r\n", "nonsense\r\n\r\n"])
+def test_the_streams_header_is_not_looked_at(greeting):
+    with Sim() as daemon:
+        daemon.do("stream", text=greeting)
+        with Application(daemon.socket) as application:
+            application.wait_log("[State] Received HashiBus state: needsLogin")
+
+
+def test_a_chunked_stream_is_read_by_its_lines():
+    with Sim() as daemon:
+        daemon.do("stream", chunked=True)
+        with Application(daemon.socket) as application:
+            application.wait_log("[State] Received HashiBus state: needsLogin")
+            daemon.jail("no screen lock")
+            daemon.do("state", state="Stopped")
+            application.wait_log("[State] Received HashiBus state: stopped")

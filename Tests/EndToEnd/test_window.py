@@ -1,0 +1,179 @@
+"""The real windows on a real X server: the icon in the tray, the panel under it, mouse and keyboard."""
+
+import time
+
+import pytest
+
+from support.application import Application
+from support.desktop import HEIGHT, WIDTH, Desktop
+
+BESIDE_EVERYTHING = (300, 600)
+
+
+@pytest.fixture
+def desktop():
+    with Desktop() as running:
+        yield running
+
+
+@pytest.fixture
+def application(desktop, daemon):
+    with Application(daemon.socket, environment=desktop.environment) as running:
+        running.wait_log("[State] HashiBus connected")
+        yield running
+
+
+@pytest.fixture(params=["trayer", "xfce4-panel"])
+def tray(request, desktop):
+    """A tray that is there before the application."""
+    desktop.start_tray(request.param)
+    return request.param
+
+
+@pytest.fixture
+def opened(tray, desktop, application):
+    """The panel is open, by a click on the icon."""
+    desktop.wait_icon(tray)
+    open_panel(desktop, application, tray)
+    return application
+
+
+def open_panel(desktop, application, tray):
+    """Clicks the icon and waits until the panel can be seen."""
+    desktop.click_icon(tray)
+    application.wait(panel_visible=1)
+
+    def is_painted():
+        place = panel_place(application)
+        return desktop.shows_card_at(place["x"] + place["width"] // 2, place["y"] + 4)
+
+    desktop.await_that(is_painted, "painted panel")
+
+
+def row(application, label: str) -> tuple[int, int]:
+    """The middle of the row on the screen."""
+    place = application.do("where", label=label)
+    return place["x"] + place["width"] // 2, place["y"] + place["height"] // 2
+
+
+def panel_place(application) -> dict:
+    return application.do("panel")
+
+
+def assert_wholly_on_screen(place):
+    assert place["x"] >= 0 and place["y"] >= 0
+    assert place["x"] + place["width"] <= WIDTH
+    assert place["y"] + place["height"] <= HEIGHT
+
+
+def test_a_click_on_the_icon_opens_the_panel_beside_it(tray, desktop, opened):
+    place = panel_place(opened)
+    assert_wholly_on_screen(place)
+    # Under the bar, whose height is 24 or 32.
+    assert 24 <= place["y"] <= 45
+
+
+def test_a_click_on_the_icon_closes_the_open_panel_and_the_next_opens_it_again(tray, desktop, opened):
+    for _ in range(2):
+        desktop.click_icon(tray)
+        opened.wait(panel_visible=0)
+        # No late word of the click opens it again.
+        time.sleep(0.3)
+        assert not panel_place(opened)["visible"]
+        open_panel(desktop, opened, tray)
+
+
+@pytest.mark.parametrize("button", [1, 3])
+def test_a_click_elsewhere_closes_the_panel(tray, desktop, opened, button):
+    desktop.click(*BESIDE_EVERYTHING, button)
+    opened.wait(panel_visible=0)
+
+
+def test_a_click_inside_the_panel_leaves_it_open(desktop, opened, tray):
+    place = panel_place(opened)
+    desktop.click(place["x"] + place["width"] // 2, place["y"] + 3)
+    desktop.click(place["x"] + place["width"] // 2, place["y"] + 3, button=3)
+    time.sleep(0.3)
+    assert panel_place(opened)["visible"], opened.standard_error
+
+
+def test_the_pointer_marks_the_row_below_it(desktop, opened, tray):
+    x, y = row(opened, "Login Quoxelin")
+    corner = x - 120, y - 8
+    desktop.await_that(lambda: desktop.shows_card_at(*corner), "painted row")
+    desktop.move(x, y)
+    desktop.await_that(lambda: not desktop.shows_card_at(*corner), "mark of the row")
+    desktop.move(*BESIDE_EVERYTHING)
+    desktop.await_that(lambda: desktop.shows_card_at(*corner), "end of the mark")
+
+
+def test_a_click_on_login_opens_the_browser(desktop, opened, tray, daemon):
+    desktop.click(*row(opened, "Login Quoxelin"))
+    desktop.await_that(desktop.opened_urls, "browser")
+    assert desktop.opened_urls() == [daemon.login_url()]
+
+
+def test_the_account_switcher_opens_beside_the_panel_and_closes_by_a_click_outside(
+        desktop, opened, tray):
+    desktop.click(*row(opened, "Switch Account"))
+    opened.wait_text('"Add Account"')
+    switcher = opened.do("where", label="Add Account")
+    assert_wholly_on_screen(switcher)
+    panel = panel_place(opened)
+    assert (switcher["x"] >= panel["x"] + panel["width"]
+            or switcher["x"] + switcher["width"] <= panel["x"])
+    desktop.click(panel["x"] + panel["width"] // 2, panel["y"] + 3)
+    opened.wait_text(without=('"Add Account"',))
+    assert panel_place(opened)["visible"], opened.standard_error
+
+
+def test_escape_closes_the_pop_over_and_then_the_panel(desktop, opened, tray):
+    desktop.click(*row(opened, "Switch Account"))
+    opened.wait_text('"Add Account"')
+    desktop.keys("Escape")
+    opened.wait_text(without=('"Add Account"',))
+    assert panel_place(opened)["visible"], opened.standard_error
+    desktop.keys("Escape")
+    opened.wait(panel_visible=0)
+
+
+def test_the_keyboard_walks_the_rows_and_acts(desktop, opened, tray):
+    desktop.keys("Tab", "Down", "Return")
+    opened.wait_text('"Add Account"')
+    desktop.keys("Escape")
+    opened.wait_text(without=('"Add Account"',))
+    desktop.keys("Down", "Return")
+    assert opened.exit_code() == 0
+    assert opened.log()[-1] == "[App] Quoxelin Desktop App terminated (quoxelind still running)"
+
+
+def test_the_icons_menu_quits(desktop, application, tray):
+    desktop.wait_icon(tray)
+    desktop.click_icon(tray, button=3)
+    time.sleep(0.5)
+    desktop.keys("Up", "Return")
+    assert application.exit_code() == 0
+
+
+@pytest.mark.parametrize("kind", ["trayer", "xfce4-panel"])
+def test_the_icon_comes_with_a_tray_that_comes_late_and_again_with_one_that_restarts(
+        desktop, application, kind):
+    application.wait_log("[App] Setting up Menu Bar...")
+    for _ in range(3):
+        desktop.start_tray(kind)
+        desktop.wait_icon(kind)
+        open_panel(desktop, application, kind)
+        desktop.click(*BESIDE_EVERYTHING)
+        application.wait(panel_visible=0)
+        desktop.end_tray(kind)
+        desktop.wait_no_icon(kind)
+
+
+def test_two_applications_beside_each_other_do_not_disturb_each_other(desktop, daemon, tray):
+    with Application(daemon.socket, environment=desktop.environment) as first:
+        desktop.wait_icon(tray)
+        open_panel(desktop, first, tray)
+        with Application(daemon.socket, environment=desktop.environment) as second:
+            second.wait_log("[State] HashiBus connected")
+            assert not panel_place(second)["visible"]
+        assert panel_place(first)["visible"]
