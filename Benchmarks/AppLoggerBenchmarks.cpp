@@ -1,0 +1,63 @@
+// Log lines into a real file, each of which opens and closes it.
+#include "Platform/Simulated/SimulatedFileManager.h"
+#include "Platform/SystemLog.h"
+#include "Runner/Shared/AppLogger.h"
+#include "Tests/Support/InlineDispatch.h"
+
+#include <benchmark/benchmark.h>
+#include <fcntl.h>
+#include <filesystem>
+#include <string>
+#include <unistd.h>
+
+namespace quoxelin::benchmarks {
+
+namespace {
+
+struct SilentLog final : SystemLog {
+    void log(const std::string&) override {}
+    void log(const std::string&, const std::string&, const std::string&) override {}
+};
+
+/// A temporary directory that the log file is in.
+struct Directory {
+    Directory() {
+        std::string pattern = (std::filesystem::temp_directory_path() / "qxXXXXXX").string();
+        path = ::mkdtemp(pattern.data());
+    }
+    ~Directory() { std::filesystem::remove_all(path); }
+    std::filesystem::path path;
+};
+
+} // namespace
+
+/// The bare system calls: open, append, close.
+void appendWithSystemCalls(benchmark::State& state) {
+    const Directory directory;
+    const auto path = directory.path / "app.log";
+    const std::string line = "[HashiBus] 2024-05-01 13:02:03.417 Connected to socket\n";
+    for (auto _ : state) {
+        const int file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0644);
+        if (::write(file, line.data(), line.size()) < 0)
+            std::abort();
+        ::close(file);
+    }
+    state.SetItemsProcessed(state.iterations());
+}
+BENCHMARK(appendWithSystemCalls);
+
+/// From the call to the line in the file, on one thread.
+void logLine(benchmark::State& state) {
+    const Directory directory;
+    testing::InlineDispatch dispatch;
+    SimulatedFileManager files;
+    files.applicationSupport = {directory.path};
+    SilentLog systemLog;
+    AppLogger logger({dispatch, files, systemLog});
+    for (auto _ : state)
+        logger.log("HashiBus", "Connected to socket");
+    state.SetItemsProcessed(state.iterations());
+}
+BENCHMARK(logLine);
+
+} // namespace quoxelin::benchmarks

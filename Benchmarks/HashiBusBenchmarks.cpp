@@ -1,0 +1,148 @@
+// From the bytes of the notification stream to decoded notifications, beside what the JSON library
+// needs to parse the same bytes.
+#include "Base/UnixSocket.h"
+#include "Benchmarks/NetworkMapLine.h"
+#include "Tests/Support/InlineLink.h"
+
+#include <array>
+#include <benchmark/benchmark.h>
+#include <cstring>
+#include <simdjson.h>
+#include <sys/socket.h>
+#include <thread>
+#include <unistd.h>
+
+namespace quoxelin::benchmarks {
+
+namespace {
+
+constexpr std::string_view header = "HTTP/1.1 200 OK\r\n\r\n";
+constexpr std::size_t bytesOfAStream = 8'000'000;
+constexpr std::size_t readSize = 4'096;
+
+/// The header and so many such lines as make a stream of some length.
+struct Stream {
+    explicit Stream(const std::string& line)
+        : lines(std::max<std::size_t>(1, bytesOfAStream / line.size())), bytes(header) {
+        for (std::size_t i = 0; i < lines; ++i)
+            bytes.append(line) += '\n';
+    }
+    std::size_t lines;
+    std::string bytes;
+};
+
+void setBytes(benchmark::State& state, std::size_t bytesPerIteration) {
+    state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(bytesPerIteration));
+}
+
+void followAll(benchmark::State& state, testing::InlineLink& link, const Stream& stream) {
+    std::size_t received = 0;
+    link.followOneStream([&](const HashiBusNotify& notify) {
+        benchmark::DoNotOptimize(&notify);
+        ++received;
+    });
+    if (received != stream.lines)
+        state.SkipWithError("lines were lost");
+}
+
+void peers(benchmark::internal::Benchmark* benchmark) {
+    benchmark->Arg(10)->Arg(1'000)->Arg(20'000)->Unit(benchmark::kMillisecond);
+}
+
+} // namespace
+
+/// The library alone, its parser kept, the bytes padded as it wants them.
+void parseWithTheLibrary(benchmark::State& state) {
+    const simdjson::padded_string line(networkMapLine(static_cast<int>(state.range(0))));
+    simdjson::dom::parser parser;
+    for (auto _ : state)
+        benchmark::DoNotOptimize(parser.parse(line).error());
+    setBytes(state, line.size());
+}
+BENCHMARK(parseWithTheLibrary)->Apply(peers);
+
+/// The same through our door: a copy, and no memory kept after a large text.
+void parseDocument(benchmark::State& state) {
+    const auto line = networkMapLine(static_cast<int>(state.range(0)));
+    for (auto _ : state)
+        benchmark::DoNotOptimize(json::Document::parse(line).has_value());
+    setBytes(state, line.size());
+}
+BENCHMARK(parseDocument)->Apply(peers);
+
+/// One line into the record.
+void decodeNotification(benchmark::State& state) {
+    const auto line = networkMapLine(static_cast<int>(state.range(0)));
+    for (auto _ : state)
+        benchmark::DoNotOptimize(json::decode<HashiBusNotify>(line).has_value());
+    setBytes(state, line.size());
+}
+BENCHMARK(decodeNotification)->Apply(peers);
+
+/// Framing and decoding, without the system calls.
+void followStreamInMemory(benchmark::State& state) {
+    const Stream stream(networkMapLine(static_cast<int>(state.range(0))));
+    testing::InlineLink link(stream.bytes, readSize);
+    for (auto _ : state)
+        followAll(state, link, stream);
+    setBytes(state, stream.bytes.size());
+}
+BENCHMARK(followStreamInMemory)->Apply(peers);
+
+/// From a real socket, which another thread fills, to decoded notifications. Its own processor time
+/// does not hold the other thread's: look at the time that passes.
+void followStreamFromSocket(benchmark::State& state) {
+    const Stream stream(networkMapLine(static_cast<int>(state.range(0))));
+    std::thread daemon;
+    testing::InlineLink link([&] {
+        std::array<int, 2> ends{};
+        if (::socketpair(AF_UNIX, SOCK_STREAM, 0, ends.data()) != 0)
+            std::abort();
+        daemon = std::thread([&stream, theirs = ends[1]] {
+            for (std::size_t sent = 0; sent < stream.bytes.size();)
+                sent += static_cast<std::size_t>(
+                    ::write(theirs, stream.bytes.data() + sent, stream.bytes.size() - sent));
+            ::close(theirs);
+        });
+        return std::make_unique<UnixSocket>(ends[0]);
+    });
+    for (auto _ : state) {
+        followAll(state, link, stream);
+        daemon.join();
+    }
+    setBytes(state, stream.bytes.size());
+}
+BENCHMARK(followStreamFromSocket)->Apply(peers)->UseRealTime();
+
+/// Framing alone: one line of 5 MB in reads of 4,096 bytes, which its first bytes keep from being
+/// parsed.
+void frameOneLongLine(benchmark::State& state) {
+    const std::string bytes =
+        std::string(header) + "\xEF\xBB\xBF" + std::string(5'000'000, 'x') + '\n';
+    testing::InlineLink link(bytes, readSize);
+    for (auto _ : state)
+        link.followOneStream([](const HashiBusNotify&) {});
+    setBytes(state, bytes.size());
+}
+BENCHMARK(frameOneLongLine)->Unit(benchmark::kMillisecond);
+
+/// What framing cannot do without: each byte copied into a buffer and looked at once.
+void copyAndSearchOneLongLine(benchmark::State& state) {
+    const std::string bytes = std::string(5'000'000, 'x') + '\n';
+    for (auto _ : state) {
+        std::string buffer;
+        const void* found = nullptr;
+        std::array<char, readSize> scratch{};
+        for (std::size_t at = 0; at < bytes.size(); at += readSize) {
+            const auto count = std::min(readSize, bytes.size() - at);
+            std::memcpy(scratch.data(), bytes.data() + at, count);
+            buffer.append(scratch.data(), count);
+            found = std::memchr(buffer.data() + at, '\n', count);
+        }
+        benchmark::DoNotOptimize(found);
+    }
+    setBytes(state, bytes.size());
+}
+BENCHMARK(copyAndSearchOneLongLine)->Unit(benchmark::kMillisecond);
+
+} // namespace quoxelin::benchmarks

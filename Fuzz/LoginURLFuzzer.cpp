@@ -1,0 +1,16 @@
+// A login URL is found only in an object, and is never empty.
+#include "Base/Json.h"
+#include "Base/Utf8.h"
+#include "Fuzz/Fuzzing.h"
+#include "Runner/Services/State/LocalAPIClient.h"
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    using namespace quoxelin;
+    const auto body = fuzzing::text(data, size);
+    if (const auto url = LocalAPIClient::extractInteractiveLoginURL(body)) {
+        fuzzing::require(!url->empty() && isValidUtf8(*url));
+        const auto document = json::Document::parse(body);
+        fuzzing::require(document && document->root().isObject());
+    }
+    return 0;
+}
