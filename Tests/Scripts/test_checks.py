@@ -1,0 +1,141 @@
+"""The checks of scripts/ notice what they are for. Each runs over a small tree made for it."""
+import pathlib
+import subprocess
+import sys
+
+import pytest
+
+SCRIPTS = pathlib.Path(__file__).resolve().parents[2] / "scripts"
+
+
+def check(name, root):
+    done = subprocess.run(
+        [sys.executable, SCRIPTS / name, "--root", root], capture_output=True, text=True, timeout=60
+    )
+    return done.returncode, done.stderr
+
+
+def write(root, files):
+    for folder in ("Base", "Platform", "Runner", "docs"):
+        (root / folder).mkdir(exist_ok=True)
+    (root / "README.md").touch()
+    for name, text in files.items():
+        path = root / name
+        path.parent.mkdir(parents=True, exist_ok=True)
+        path.write_text(text + "\n", "utf-8")
+
+
+@pytest.mark.parametrize(
+    "file, line",
+    [
+        ("Runner/A.cpp", "#include <unistd.h>"),
+        ("Runner/A.cpp", "#include <QWidget>"),
+        ("Runner/A.cpp", "#include <sys/socket.h>"),
+        ("Runner/A.cpp", "#include <simdjson.h>"),
+        ("Runner/A.cpp", '#include "Platform/Linux/QtPanel.h"'),
+        ("Runner/A.cpp", '#include "../Platform/Platform.h"'),
+        ("Runner/A.cpp", '#include "Tests/Support/VirtualDispatch.h"'),
+        ("Runner/A.mm", "#import <AppKit/AppKit.h>"),
+        ("Runner/A.cpp", "#ifdef __APPLE__"),
+        ("Runner/A.cpp", "#if defined(__linux__)"),
+        ("Runner/A.h", "#elif TARGET_OS_OSX"),
+        ("Platform/A.h", '#include "Runner/Views/ViewRecords.h"'),
+        ("Platform/A.h", '#include "Platform/Linux/A.h"'),
+        ("Platform/A.h", "#include <fmt/format.h>"),
+        ("Platform/Linux/A.cpp", '#include "Runner/Stores/AppViewState.h"'),
+        ("Platform/Linux/A.cpp", '#include "Platform/macOS/A.h"'),
+        ("Platform/Simulated/A.cpp", '#include "Platform/Linux/A.h"'),
+        ("Platform/Simulated/A.cpp", '#include "Tests/Support/VirtualDispatch.h"'),
+        ("Base/A.cpp", '#include "Platform/Platform.h"'),
+        ("Base/A.cpp", '#include "Runner/Shared/AppLogger.h"'),
+    ],
+)
+def test_a_wrong_include_is_found_and_named(tmp_path, file, line):
+    write(tmp_path, {file: "#pragma once\n" + line})
+    code, errors = check("check-layers", tmp_path)
+    assert code == 1
+    assert f"{file}:2: error: {line}" in errors
+
+
+@pytest.mark.parametrize(
+    "file, line",
+    [
+        ("Runner/A.cpp", "#include <vector>"),
+        ("Runner/A.cpp", "#include <fmt/format.h>"),
+        ("Runner/A.cpp", '#include "Base/Result.h"'),
+        ("Runner/A.cpp", '#include "Platform/Platform.h"'),
+        ("Runner/A.cpp", '#include "Runner/Stores/AppViewState.h"'),
+        ("Platform/A.h", '#include "Platform/Geometry.h"'),
+        ("Platform/Linux/A.cpp", "#include <QWidget>"),
+        ("Platform/Linux/A.cpp", '#include "Runner/Views/ViewRecords.h"'),
+        ("Platform/Linux/A.cpp", '#include "Platform/Linux/B.h"'),
+        ("Platform/Linux/A.cpp", '#include "Platform/Simulated/A.h"'),
+        ("Base/A.cpp", "#include <sys/socket.h>"),
+        ("Base/A.cpp", "#ifdef __APPLE__"),
+    ],
+)
+def test_a_right_include_passes(tmp_path, file, line):
+    write(tmp_path, {file: line})
+    assert check("check-layers", tmp_path) == (0, "")
+
+
+def test_two_types_of_one_name_are_found(tmp_path):
+    write(
+        tmp_path,
+        {
+            "Base/A.h": "struct Node {\n};",
+            "Platform/Linux/Node.h": "class Node;\nclass Node final {\n};",
+            "Platform/Linux/Use.h": "class Node;",
+        },
+    )
+    code, errors = check("check-layers", tmp_path)
+    assert code == 1
+    assert errors.splitlines() == [
+        "Platform/Linux/Node.h:2: error: class Node final {: Base/A.h has a type of that name, too"
+    ]
+
+
+def test_a_path_that_a_document_names_must_exist(tmp_path):
+    write(
+        tmp_path,
+        {
+            "Runner/main.cpp": "",
+            "docs/guide.md": "See `Runner/main.cpp`,\n`Runner/gone.cpp` and\n[this](absent.png).",
+        },
+    )
+    code, errors = check("check-docs", tmp_path)
+    assert code == 1
+    assert errors.splitlines() == [
+        "docs/guide.md:2: error: no such file: Runner/gone.cpp",
+        "docs/guide.md:3: error: no such file: absent.png",
+    ]
+
+
+def test_documents_may_name_what_is_built_and_other_systems_paths(tmp_path):
+    write(tmp_path, {"README.md": "`build/release/quoxelin-desktop` `/var/run/quoxelind.socket`"})
+    assert check("check-docs", tmp_path) == (0, "")
+
+
+@pytest.mark.parametrize(
+    "line",
+    [
+        "// TODO: the rest",
+        "GTEST_SKIP() << 1;",
+        "TEST(A, DISABLED_b)",
+        "@pytest.mark.skip",
+        "<<<<<<< HEAD",
+        "see /home/somebody/notes",
+        "curl https://registry.of-packages.io/x",
+    ],
+)
+def test_what_is_unfinished_or_tied_to_a_machine_is_found(tmp_path, line):
+    write(tmp_path, {"Base/A.cpp": line})
+    code, errors = check("check-text", tmp_path)
+    assert code == 1
+    assert errors.startswith("Base/A.cpp:1: error: ")
+
+
+@pytest.mark.parametrize("line", ["http://127.0.0.1:8080/login", "x/home/y", "https://quoxelin.com/"])
+def test_ordinary_text_passes(tmp_path, line):
+    write(tmp_path, {"Base/A.cpp": line})
+    assert check("check-text", tmp_path) == (0, "")

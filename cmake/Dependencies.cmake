@@ -1,0 +1,10 @@
+# Each has its row in docs/dependencies.md.
+find_package(fmt REQUIRED)
+find_package(simdjson REQUIRED)
+find_package(tl-expected REQUIRED)
+find_package(Boost 1.81 REQUIRED)
+find_package(Threads REQUIRED)
+if(BUILD_TESTING)
+    find_package(GTest REQUIRED)
+    find_package(rapidcheck REQUIRED)
+endif()

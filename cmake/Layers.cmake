@@ -1,0 +1,17 @@
+# The include directories of a box keep out what is not given to it; this keeps out the rest:
+# system headers, paths with "..", conditions on an operating system. Nothing compiles before it.
+find_package(Python3 REQUIRED COMPONENTS Interpreter)
+set(checked)
+foreach(box Base Platform Runner)
+    file(GLOB_RECURSE found CONFIGURE_DEPENDS
+        ${box}/*.h ${box}/*.cpp ${box}/*.mm ${box}/*.m)
+    list(APPEND checked ${found})
+endforeach()
+add_custom_command(
+    OUTPUT ${PROJECT_BINARY_DIR}/layers.stamp
+    COMMAND Python3::Interpreter ${PROJECT_SOURCE_DIR}/scripts/check-layers
+        --stamp ${PROJECT_BINARY_DIR}/layers.stamp
+    DEPENDS ${checked} ${PROJECT_SOURCE_DIR}/scripts/check-layers
+    COMMENT "Checking who includes what"
+    VERBATIM)
+add_custom_target(layers DEPENDS ${PROJECT_BINARY_DIR}/layers.stamp)
