@@ -2,8 +2,9 @@ import os
 
 import pytest
 
+from support import box as boxes
 from support.application import Application
-from support.sim import Sim
+from support.sim import Sim, build_directory
 
 # What the tests fetch is on this machine, whatever proxy the environment names.
 for name in ("http_proxy", "HTTP_PROXY", "all_proxy", "ALL_PROXY"):
@@ -31,3 +32,48 @@ def application(daemon):
         running.wait_log("[State] HashiBus connected")
         running.show_panel()
         yield running
+
+
+@pytest.fixture(scope="module")
+def box():
+    """A machine of its own with the product installed, its system services running; one for all
+    tests of a file."""
+    if reason := boxes.why_not():
+        pytest.fail(f"no box on this machine: {reason}")
+    with boxes.Box(boxes.HERE / "install", build_directory()) as box:
+        box.start_services()
+        yield box
+
+
+# Where there can be no box its tests cannot run. That is said where nobody overlooks it, and it is a
+# failure where the outcome decides (CI=true).
+left_out = pytest.StashKey[list]()
+
+
+def pytest_collection_modifyitems(config, items):
+    config.stash[left_out] = []
+    need = [item for item in items if "box" in item.fixturenames]
+    if not need or os.environ.get("CI") == "true" or not boxes.why_not():
+        return
+    config.stash[left_out] = need
+    config.hook.pytest_deselected(items=need)
+    items[:] = [item for item in items if item not in need]
+
+
+def pytest_terminal_summary(terminalreporter, config):
+    missing = config.stash.get(left_out, [])
+    if not missing:
+        return
+    terminalreporter.section("NOT TESTED", sep="!", red=True)
+    terminalreporter.line(f"No box on this machine: {boxes.why_not()}.")
+    terminalreporter.line(f"{len(missing)} tests against the real system services were left out:")
+    for item in missing:
+        terminalreporter.line(f"  {item.nodeid}")
+
+
+@pytest.hookimpl(hookwrapper=True)
+def pytest_runtest_makereport(item):
+    report = (yield).get_result()
+    if report.failed and isinstance(box := item.funcargs.get("box"), boxes.Box):
+        for name, text in box.logs().items():
+            report.sections.append((f"{name} in the box", text[-8000:]))

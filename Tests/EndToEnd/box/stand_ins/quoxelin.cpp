@@ -1,0 +1,9 @@
+// Stands in for the command-line tool: tells what it was asked.
+
+#include "Calls.h"
+
+int main(int, char** arguments) {
+    stand_ins::noteCall(arguments);
+    std::printf("quoxelin %s: done\n", arguments[1] == nullptr ? "" : arguments[1]);
+    return 0;
+}

@@ -1,0 +1,97 @@
+// Stands in for the daemon: "up" starts quoxelind-sim, unless it runs, and ends when it answers.
+//
+// In /run/stand-ins, tests find and leave:
+//   calls         each call of this program, a line of JSON
+//   sim-options   further words of quoxelind-sim's command line
+//   sim.in        a named pipe: its steering commands
+//   sim.out       its answers and events
+
+#include "Calls.h"
+
+#include <chrono>
+#include <cstring>
+#include <fcntl.h>
+#include <fstream>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <thread>
+#include <vector>
+
+namespace {
+
+constexpr const char* socketPath = "/var/run/quoxelind.socket";
+constexpr const char* program = "/usr/libexec/stand-ins/quoxelind-sim";
+constexpr std::chrono::seconds patience{10};
+
+bool isServed() {
+    const int descriptor = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    std::strcpy(address.sun_path, socketPath);
+    const bool served =
+        ::connect(descriptor, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
+    ::close(descriptor);
+    return served;
+}
+
+std::vector<std::string> commandLine() {
+    std::vector<std::string> words{program, "--socket", socketPath};
+    std::ifstream options(std::string(stand_ins::folder) + "/sim-options");
+    for (std::string word; options >> word;)
+        words.push_back(word);
+    return words;
+}
+
+[[noreturn]] void becomeSimulation() {
+    ::setsid();
+    // Everybody may connect, as to the daemon.
+    ::umask(0);
+    const std::string folder = stand_ins::folder;
+    // For writing, too: no end of the file between two tests.
+    const int commands = ::open((folder + "/sim.in").c_str(), O_RDWR);
+    const int answers = ::open((folder + "/sim.out").c_str(), O_WRONLY | O_CREAT | O_APPEND, 0644);
+    ::dup2(commands, STDIN_FILENO);
+    ::dup2(answers, STDOUT_FILENO);
+    ::dup2(answers, STDERR_FILENO);
+    auto words = commandLine();
+    std::vector<char*> arguments;
+    for (auto& word : words)
+        arguments.push_back(word.data());
+    arguments.push_back(nullptr);
+    ::execv(program, arguments.data());
+    ::_exit(127);
+}
+
+int up() {
+    if (isServed()) {
+        std::puts("quoxelind runs already");
+        return 0;
+    }
+    const pid_t child = ::fork();
+    if (child < 0)
+        return 1;
+    if (child == 0)
+        becomeSimulation();
+    const auto end = std::chrono::steady_clock::now() + patience;
+    while (!isServed()) {
+        if (std::chrono::steady_clock::now() > end) {
+            std::puts("quoxelind does not come up");
+            return 1;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    std::puts("quoxelind is up");
+    return 0;
+}
+
+} // namespace
+
+int main(int, char** arguments) {
+    stand_ins::noteCall(arguments);
+    const std::string command = arguments[1] == nullptr ? "" : arguments[1];
+    if (command == "up")
+        return up();
+    std::puts("usage: quoxelind up [--conductor-host HOST] [--signal-host HOST]");
+    return command == "--help" ? 0 : 2;
+}

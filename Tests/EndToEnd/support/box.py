@@ -1,0 +1,283 @@
+"""A machine of its own within this one, with the stock system bus, polkitd and NetworkManager, in
+which the product is installed; see Tests/EndToEnd/box."""
+
+import os
+import pathlib
+import re
+import shutil
+import signal
+import subprocess
+import time
+
+from .sim import build_directory
+from .steered import DEADLINE, SteeringError
+
+HERE = pathlib.Path(__file__).resolve().parents[1] / "box"
+TESTER, STRANGER = "tester", "stranger"
+USERS = {"root": 0, TESTER: 4321, STRANGER: 4322}
+PROGRAMS = ("unshare", "nsenter", "setpriv", "dbus-daemon", "/usr/lib/polkit-1/polkitd",
+            "/usr/sbin/NetworkManager", "nm-online", "ip")
+
+# What somebody who sits at the machine may do without a question.
+ALLOWED = (
+    ("org.freedesktop.NetworkManager.network-control", TESTER, "yes"),
+    ("org.freedesktop.NetworkManager.settings.modify.own", TESTER, "yes"),
+    ("com.quoxelin.desktop.helper.", TESTER, "yes"),
+)
+
+
+def why_not() -> str | None:
+    """Why there can be no box on this machine; None when there can."""
+    missing = [name for name in PROGRAMS if not shutil.which(name)]
+    if missing:
+        return "not installed: " + ", ".join(missing)
+    if os.geteuid() != 0:
+        return "only root can make one"
+    if not os.access("/dev/net/tun", os.R_OK | os.W_OK):
+        return "/dev/net/tun cannot be opened"
+    tried = subprocess.run(
+        ["unshare", "--net", "--mount", "--pid", "--ipc", "--uts", "--fork", "--mount-proc", "true"],
+        capture_output=True, text=True)
+    return tried.stderr.strip() or None if tried.returncode else None
+
+
+def wait_until(condition, what: str, deadline: float = DEADLINE):
+    """Waits until `condition` answers something that counts as true, and answers it."""
+    end = time.monotonic() + deadline
+    while True:
+        over = time.monotonic() > end
+        found = condition()
+        if found:
+            return found
+        if over:
+            raise SteeringError(f"not within {deadline} s: {what}")
+        time.sleep(0.01)
+
+
+class BoxProcess:
+    """A program that runs in the box. What it writes is in `output`, a file of the box."""
+
+    def __init__(self, box: "Box", command: list[str], output: pathlib.Path):
+        self.output = output
+        with open(output, "ab") as sink:
+            self._process = subprocess.Popen(
+                command, stdin=subprocess.DEVNULL, stdout=sink, stderr=subprocess.STDOUT,
+                env={}, cwd="/", start_new_session=True)
+        # What was started only waits for the program itself, which is not at once the one meant.
+        self.pid = wait_until(self._find_pid, f"{command} to start")
+
+    def _find_pid(self) -> int | None:
+        if self._process.poll() is not None:
+            return self._process.pid
+        number = self._process.pid
+        try:
+            child = pathlib.Path(f"/proc/{number}/task/{number}/children").read_text().split()[0]
+            name = pathlib.Path(f"/proc/{child}/comm").read_text().strip()
+        except (IndexError, OSError):
+            return None
+        return None if name in ("nsenter", "env", "setpriv") else int(child)
+
+    def is_running(self) -> bool:
+        return self._process.poll() is None
+
+    def send_signal(self, number: int) -> None:
+        if self.is_running():
+            os.kill(self.pid, number)
+
+    def exit_code(self, deadline: float = DEADLINE) -> int:
+        try:
+            return self._process.wait(deadline)
+        except subprocess.TimeoutExpired:
+            raise SteeringError(f"{self.output.name}: not ended within {deadline} s") from None
+
+    def end(self, number: int = signal.SIGTERM) -> int:
+        self.send_signal(number)
+        return self.exit_code()
+
+
+class Box:
+    """
+    with Box() as box:
+        box.start_services()
+        box.allow("com.quoxelin.desktop.install-extension", TESTER)
+        assert box.run("nmcli", "connection", user=TESTER)
+    """
+
+    def __init__(self, *install: str | os.PathLike):
+        """`install` is a command that is run in the box, as root, before anything else."""
+        self._install = [str(part) for part in install]
+        self._processes: dict[str, BoxProcess] = {}
+
+    def __enter__(self):
+        self._process = subprocess.Popen(
+            [HERE / "enter", *self._install], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+            stderr=subprocess.PIPE, text=True, start_new_session=True)
+        try:
+            if self._process.stdout.readline() != "up\n":
+                self._process.wait(DEADLINE)
+                raise SteeringError(f"no box: {self._process.stderr.read()}")
+            number = self._process.pid
+            children = pathlib.Path(f"/proc/{number}/task/{number}/children").read_text()
+            self.pid = int(children.split()[0])
+            for answer in ALLOWED:
+                self.answer(*answer)
+        except BaseException:
+            self.__exit__()
+            raise
+        return self
+
+    def __exit__(self, *_):
+        self._process.stdin.close()
+        try:
+            self._process.wait(DEADLINE)
+        except subprocess.TimeoutExpired:
+            self._process.kill()
+            self._process.wait()
+        for process in self._processes.values():
+            process.exit_code()
+        self._process.stdout.close()
+        self._process.stderr.close()
+
+    # Files
+
+    def path(self, inside: str) -> pathlib.Path:
+        """Where this process finds a file of the box. An absolute link leads out of the box."""
+        return pathlib.Path(f"/proc/{self.pid}/root{inside}")
+
+    def read(self, inside: str) -> str:
+        """A file's text; empty when there is none."""
+        try:
+            return self.path(inside).read_text("utf-8", "replace")
+        except FileNotFoundError:
+            return ""
+
+    def write(self, inside: str, text: str) -> None:
+        self.path(inside).write_text(text, "utf-8")
+
+    # Programs
+
+    def command(self, *command: str | os.PathLike, user: str = "root",
+                environment: dict[str, str] | None = None) -> list[str]:
+        """The command line that has a command run in the box by that user, in a clean environment."""
+        number = USERS[user]
+        home = "/root" if user == "root" else f"/home/{user}"
+        variables = {"PATH": "/usr/local/bin:/usr/bin:/bin", "HOME": home, "USER": user,
+                     "LOGNAME": user, "LANG": "C.UTF-8", "TZ": "UTC"}
+        if user == "root":
+            variables["PATH"] = "/usr/local/sbin:/usr/sbin:/sbin:" + variables["PATH"]
+        else:
+            variables["XDG_RUNTIME_DIR"] = f"/run/user/{number}"
+            variables["DBUS_SESSION_BUS_ADDRESS"] = f"unix:path=/run/user/{number}/bus"
+        variables |= environment or {}
+        groups = ["setpriv", f"--reuid={number}", f"--regid={number}", "--clear-groups"]
+        return [
+            "/usr/bin/nsenter", f"--target={self.pid}", "--net", "--mount", "--pid", "--ipc", "--uts",
+            "--root", f"--wd={self.path(home)}", "/usr/bin/env", "-i",
+            *(f"{name}={value}" for name, value in variables.items()),
+            *([] if user == "root" else groups), *(str(part) for part in command)]
+
+    def run(self, *command: str | os.PathLike, user: str = "root", check: bool = True,
+            environment: dict[str, str] | None = None, stdin: str = "",
+            deadline: float = DEADLINE) -> str:
+        """Has a command run and answers what it wrote; SteeringError when it fails."""
+        done = self.try_run(*command, user=user, environment=environment, stdin=stdin,
+                            deadline=deadline)
+        if check and done.returncode != 0:
+            raise SteeringError(f"{command}: exit code {done.returncode}: {done.stdout}{done.stderr}")
+        return done.stdout
+
+    def try_run(self, *command: str | os.PathLike, user: str = "root",
+                environment: dict[str, str] | None = None, stdin: str = "",
+                deadline: float = DEADLINE) -> subprocess.CompletedProcess:
+        """Has a command run; the answer has its returncode, stdout and stderr."""
+        return subprocess.run(
+            self.command(*command, user=user, environment=environment), input=stdin,
+            capture_output=True, text=True, timeout=deadline, env={}, cwd="/")
+
+    def start(self, name: str, *command: str | os.PathLike, user: str = "root",
+              environment: dict[str, str] | None = None) -> BoxProcess:
+        """Starts a program, which may then be found under that name, and its output in logs()."""
+        if name in self._processes and self._processes[name].is_running():
+            raise SteeringError(f"{name} runs already")
+        process = BoxProcess(self, self.command(*command, user=user, environment=environment),
+                             self.path(f"/run/box/{name}.log"))
+        self._processes[name] = process
+        return process
+
+    def process(self, name: str) -> BoxProcess:
+        return self._processes[name]
+
+    def pids(self, pattern: str) -> list[int]:
+        """The processes, zombies not, whose command line has the pattern; numbers of this side."""
+        namespace = os.readlink(f"/proc/{self.pid}/ns/pid")
+        found = []
+        for entry in pathlib.Path("/proc").glob("[0-9]*"):
+            try:
+                if os.readlink(entry / "ns/pid") != namespace:
+                    continue
+                line = (entry / "cmdline").read_bytes().replace(b"\0", b" ").decode(errors="replace")
+            except OSError:
+                continue
+            if re.search(pattern, line):
+                found.append(int(entry.name))
+        return found
+
+    # The person at the machine
+
+    def answer(self, action: str, user: str, answer: str) -> None:
+        """What polkit answers from now on, for actions that begin like this: yes, no, auth_admin..."""
+        lines = [line for line in self.read("/run/box/polkit").splitlines()
+                 if line.split()[:2] != [action, user]]
+        self.write("/run/box/polkit", "\n".join([f"{action} {user} {answer}", *lines]) + "\n")
+
+    def allow(self, action: str, user: str = TESTER) -> None:
+        self.answer(action, user, "yes")
+
+    def refuse(self, action: str, user: str = TESTER) -> None:
+        self.answer(action, user, "no")
+
+    # Services
+
+    def start_services(self) -> None:
+        """The system bus, polkitd and NetworkManager, connected to the network outside."""
+        self.start_bus()
+        self.start_polkit()
+        self.start_network_manager()
+
+    def start_bus(self) -> BoxProcess:
+        bus = self.start("dbus", "dbus-daemon", "--system", "--nofork", "--nopidfile", "--nosyslog")
+        wait_until(self.path("/run/dbus/system_bus_socket").is_socket, "the system bus")
+        return bus
+
+    def start_polkit(self) -> BoxProcess:
+        polkit = self.start("polkit", "/usr/lib/polkit-1/polkitd", "--no-debug")
+        self.wait_name("org.freedesktop.PolicyKit1")
+        return polkit
+
+    def start_network_manager(self) -> BoxProcess:
+        service = self.start("NetworkManager", "/usr/sbin/NetworkManager", "--no-daemon", "--debug")
+        self.wait_name("org.freedesktop.NetworkManager")
+        self.run("nm-online", "-q", "-t", "10")
+        return service
+
+    def start_session_bus(self, user: str = TESTER) -> BoxProcess:
+        address = f"/run/user/{USERS[user]}/bus"
+        bus = self.start(f"session-{user}", "dbus-daemon", "--session", "--nofork", "--nopidfile",
+                         f"--address=unix:path={address}", user=user)
+        wait_until(self.path(address).is_socket, "the session bus")
+        return bus
+
+    def wait_name(self, name: str, deadline: float = DEADLINE) -> None:
+        """Waits until somebody owns that name of the system bus."""
+        self.run("gdbus", "wait", "--system", f"--timeout={int(deadline)}", name, deadline=deadline + 1)
+
+    # When a test has failed
+
+    def logs(self) -> dict[str, str]:
+        """What the programs of the box wrote, and the application's log, by name."""
+        texts = {path.name: path.read_text("utf-8", "replace")
+                 for path in sorted(self.path("/run/box").glob("*.log"))}
+        for user in (TESTER, STRANGER):
+            if text := self.read(f"/home/{user}/.local/share/Quoxelin/app.log"):
+                texts[f"app.log of {user}"] = text
+        return texts

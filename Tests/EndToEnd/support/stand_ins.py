@@ -1,0 +1,78 @@
+"""Steers the stand-ins of the box and reads what they were asked; see Tests/EndToEnd/box/stand_ins."""
+
+import json
+import os
+
+from .box import Box, wait_until
+from .steered import DEADLINE, SteeringError
+
+FOLDER = "/run/stand-ins"
+
+
+class Daemon:
+    """The quoxelind-sim that `quoxelind up` starts in the box; see docs/quoxelind-sim.md."""
+
+    def __init__(self, box: Box):
+        self._box = box
+        self._commands = 0
+
+    def options(self, *words: str) -> None:
+        """Further words of the command line of the next one."""
+        self._box.write(f"{FOLDER}/sim-options", " ".join(words))
+
+    def told(self) -> list[dict]:
+        """Its answers and events so far."""
+        lines = self._box.read(f"{FOLDER}/sim.out").split("\n")[:-1]
+        return [json.loads(line) for line in lines if line.startswith("{")]
+
+    def do(self, do: str, **members) -> dict:
+        """Has a steering command carried out and answers its answer."""
+        self._commands += 1
+        number = f"{os.getpid()}-{id(self)}-{self._commands}"
+        command = {"do": do.replace("_", "-"), "id": number} | {
+            name.replace("_", "-"): value for name, value in members.items() if value is not None}
+        with open(self._box.path(f"{FOLDER}/sim.in"), "w", encoding="utf-8") as pipe:
+            pipe.write(json.dumps(command) + "\n")
+        answer = wait_until(
+            lambda: next((told for told in self.told() if told.get("id") == number), None),
+            f"the daemon's answer to {command}", DEADLINE + float(members.get("timeout") or 0))
+        if not answer["ok"]:
+            raise SteeringError(f"{do}: {answer['error']}")
+        return answer
+
+    def wait(self, **members) -> dict:
+        """Waits until all of it holds."""
+        return self.do("wait", **({"timeout": DEADLINE} | members))
+
+    def is_running(self) -> bool:
+        return bool(self._box.pids(r"^/usr/libexec/stand-ins/quoxelind-sim "))
+
+
+def calls(box: Box) -> list[dict]:
+    """Each call of `quoxelind` and `quoxelin`: arguments (the program first), environment, uid."""
+    return [json.loads(line) for line in box.read(f"{FOLDER}/calls").splitlines()]
+
+
+def fail_tunnel(box: Box, times: int) -> None:
+    """So many of the next attempts to bring the tunnel up fail."""
+    box.write(f"{FOLDER}/tunnel-failures", f"{times}\n")
+
+
+def hold_tunnel(box: Box, holds: bool) -> None:
+    """While it holds, the tunnel is coming up and does not get there."""
+    if holds:
+        box.write(f"{FOLDER}/tunnel-holds", "")
+    else:
+        box.path(f"{FOLDER}/tunnel-holds").unlink(missing_ok=True)
+
+
+def tunnel_requests(box: Box) -> list[str]:
+    """What NetworkManager asked of the tunnel: "connect" and "disconnect"."""
+    return box.read(f"{FOLDER}/tunnel.log").splitlines()
+
+
+def tunnel_devices(box: Box) -> dict[str, list[str]]:
+    """The tunnel devices that are up, with their IPv4 addresses."""
+    links = json.loads(box.run("ip", "-json", "-4", "address", "show", "up"))
+    return {link["ifname"]: [address["local"] for address in link["addr_info"]]
+            for link in links if link.get("ifname", "").startswith("quoxelin")}
