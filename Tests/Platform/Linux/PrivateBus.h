@@ -1,0 +1,127 @@
+#pragma once
+
+#include "Tests/Support/TemporaryDirectory.h"
+
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
+#include <QDBusMessage>
+#include <QDBusVirtualObject>
+#include <QProcess>
+#include <QStandardPaths>
+#include <functional>
+#include <gtest/gtest.h>
+#include <vector>
+
+namespace quoxelin::testing {
+
+/// A message bus of a test's own, with a configuration of its own and nothing on it. Services can
+/// be made activatable by files in `services()`, before `start`.
+class PrivateBus {
+  public:
+    PrivateBus() {
+        std::filesystem::create_directory(services());
+        std::ofstream(directory.path() / "bus.conf")
+            << "<!DOCTYPE busconfig PUBLIC \"-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN\""
+               " \"http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd\">\n"
+               "<busconfig><type>session</type><listen>"
+            << address().toStdString() << "</listen><servicedir>" << services().string()
+            << "</servicedir><policy context=\"default\"><allow send_destination=\"*\"/>"
+               "<allow eavesdrop=\"true\"/><allow own=\"*\"/></policy></busconfig>\n";
+    }
+    ~PrivateBus() {
+        for (const auto& name : names)
+            QDBusConnection::disconnectFromBus(name);
+        stop();
+    }
+
+    /// Where the bus is, also while it does not run.
+    QString address() const {
+        return QString::fromStdString("unix:path=" + (directory.path() / "bus").string());
+    }
+
+    std::filesystem::path services() const { return directory.path() / "services"; }
+
+    /// Returns when clients can connect.
+    void start() {
+        daemon.start(
+            "dbus-daemon",
+            {"--nofork", "--nopidfile", "--print-address=1",
+             QString::fromStdString("--config-file=" + (directory.path() / "bus.conf").string())});
+        while (daemon.state() != QProcess::NotRunning && !daemon.canReadLine())
+            daemon.waitForReadyRead(10000);
+        ASSERT_TRUE(daemon.canReadLine()) << "dbus-daemon did not start";
+        daemon.readLine();
+    }
+
+    void stop() {
+        daemon.kill();
+        daemon.waitForFinished(10000);
+        std::filesystem::remove(directory.path() / "bus");
+    }
+
+    /// A further connection, ended with the bus.
+    QDBusConnection connect() {
+        static int count = 0;
+        names.push_back(QStringLiteral("private-bus-%1").arg(++count));
+        return QDBusConnection::connectToBus(address(), names.back());
+    }
+
+  private:
+    TemporaryDirectory directory;
+    QProcess daemon;
+    std::vector<QString> names;
+};
+
+/// A service on a private bus: it keeps every call to any of its objects and answers as the test
+/// says, in the thread that made it.
+class FakeService final : public QDBusVirtualObject {
+  public:
+    /// Answers nothing when the function returns an invalid message.
+    using Answer = std::function<QDBusMessage(const QDBusMessage& call)>;
+
+    FakeService(PrivateBus& bus, const QString& name, Answer answer)
+        : connection(bus.connect()), name(name), answer(std::move(answer)) {
+        connection.registerVirtualObject("/", this, QDBusConnection::SubPath);
+        own();
+    }
+    ~FakeService() override {
+        connection.unregisterObject("/");
+        connection.unregisterService(name);
+    }
+
+    void own() { ASSERT_TRUE(connection.registerService(name)); }
+    void disown() { connection.unregisterService(name); }
+
+    void signal(const QString& path, const QString& interface, const QString& member,
+                const QVariantList& arguments) {
+        auto message = QDBusMessage::createSignal(path, interface, member);
+        message.setArguments(arguments);
+        connection.send(message);
+    }
+
+    std::vector<QDBusMessage> calls(const QString& member) const {
+        std::vector<QDBusMessage> found;
+        for (const auto& call : received)
+            if (call.member() == member)
+                found.push_back(call);
+        return found;
+    }
+
+    QString introspect(const QString&) const override { return {}; }
+
+    bool handleMessage(const QDBusMessage& call, const QDBusConnection& caller) override {
+        received.push_back(call);
+        const auto reply = answer(call);
+        if (reply.type() != QDBusMessage::InvalidMessage)
+            caller.send(reply);
+        return true;
+    }
+
+  private:
+    QDBusConnection connection;
+    QString name;
+    Answer answer;
+    std::vector<QDBusMessage> received;
+};
+
+} // namespace quoxelin::testing
