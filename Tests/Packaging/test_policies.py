@@ -1,0 +1,147 @@
+"""Who may do what: the policies for the system bus and for polkit."""
+import os
+import pathlib
+import re
+import subprocess
+import sys
+import tempfile
+import xml.etree.ElementTree as tree
+
+import pytest
+
+from conftest import run
+
+ID = "com.quoxelin.desktop"
+DTD = "/usr/share/polkit-1/policyconfig-1.dtd"
+NOBODY = 65534
+
+# As in the system bus's own configuration: what is not allowed by somebody's policy is denied.
+BUS = """<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
+ "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
+<busconfig>
+  <listen>unix:path={socket}</listen>
+  <auth>EXTERNAL</auth>
+  <policy context="default">
+    <allow user="*"/>
+    <deny own="*"/>
+    <deny send_type="method_call"/>
+    <allow send_type="signal"/>
+    <allow send_requested_reply="true" send_type="method_return"/>
+    <allow send_requested_reply="true" send_type="error"/>
+    <allow receive_type="method_call"/>
+    <allow receive_type="method_return"/>
+    <allow receive_type="error"/>
+    <allow receive_type="signal"/>
+    <allow send_destination="org.freedesktop.DBus" send_interface="org.freedesktop.DBus"/>
+  </policy>
+{includes}
+</busconfig>
+"""
+
+# Owns a name and answers every call with an error of its own, until its standard input ends.
+OWNER = """
+import sys
+from gi.repository import Gio, GLib
+
+flags = Gio.DBusConnectionFlags.AUTHENTICATION_CLIENT | Gio.DBusConnectionFlags.MESSAGE_BUS_CONNECTION
+bus = Gio.DBusConnection.new_for_address_sync(sys.argv[1], flags, None, None)
+try:
+    reply = bus.call_sync("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+                          "RequestName", GLib.Variant("(su)", (sys.argv[2], 4)), None, 0, -1, None)
+    print(reply.unpack()[0], flush=True)
+except GLib.Error as error:
+    print(Gio.DBusError.get_remote_error(error), flush=True)
+sys.stdin.read()
+"""
+
+
+def bus_policies(installation):
+    return [installation.extension / "nm-quoxelin-service.conf",
+            *sorted(installation.below("share/dbus-1/system.d").glob("*"))]
+
+
+class Bus:
+    """A message bus under the installation's policies; root's, but everybody may come."""
+
+    def __init__(self, folder: pathlib.Path, policies):
+        self.address = f"unix:path={folder}/socket"
+        includes = "\n".join(f"  <include>{policy}</include>" for policy in policies)
+        configuration = folder / "bus.conf"
+        configuration.write_text(BUS.format(socket=folder / "socket", includes=includes))
+        self.process = subprocess.Popen(
+            ["dbus-daemon", "--nofork", "--nosyslog", "--print-address", f"--config-file={configuration}"],
+            stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
+        if not self.process.stdout.readline():
+            raise AssertionError(self.process.communicate()[1])
+
+    def end(self):
+        self.process.terminate()
+        said = self.process.communicate(timeout=10)[1]
+        assert self.process.returncode == 0, said
+        # What a policy says and the bus does not know, such as a user, it only mentions.
+        assert "nknown" not in said, said
+
+    def own(self, name, user):
+        """Asks for a name: a process that holds it, and the bus's answer."""
+        owner = subprocess.Popen([*as_user(user), sys.executable, "-c", OWNER, self.address, name],
+                                 stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
+        return owner, owner.stdout.readline().strip()
+
+    def call(self, name, user, path, interface, member):
+        """Calls a method and answers the name of the error."""
+        done = subprocess.run(
+            [*as_user(user), "dbus-send", f"--bus={self.address}", "--print-reply",
+             "--reply-timeout=10000", f"--dest={name}", path, f"{interface}.{member}"],
+            stdin=subprocess.DEVNULL, capture_output=True, text=True, timeout=20)
+        return re.match(r"Error (\S+):|", done.stderr)[1]
+
+
+def as_user(user):
+    return ["setpriv", f"--reuid={user}", f"--regid={user}", "--clear-groups"] if user else []
+
+
+@pytest.fixture
+def bus(installation):
+    with tempfile.TemporaryDirectory(prefix="qxbus-") as folder:
+        os.chmod(folder, 0o711)
+        bus = Bus(pathlib.Path(folder), bus_policies(installation))
+        try:
+            yield bus
+        finally:
+            bus.end()
+
+
+DENIED = "org.freedesktop.DBus.Error.AccessDenied"
+# GDBus has no such object: the call has arrived.
+ARRIVED = "org.freedesktop.DBus.Error.UnknownMethod"
+OWNED = "1"
+
+TUNNEL = (f"{ID}.PacketTunnel", "/org/freedesktop/NetworkManager/VPN/Plugin",
+          "org.freedesktop.NetworkManager.VPN.Plugin", "Connect")
+
+
+def test_bus_policies_are_well_formed(installation):
+    for policy in bus_policies(installation):
+        run("xmllint", "--noout", "--nonet", policy)
+
+
+@pytest.mark.parametrize("name", [TUNNEL[0]])
+def test_only_root_owns_a_name(bus, name):
+    for user, answer in ((NOBODY, DENIED), (0, OWNED)):
+        owner, said = bus.own(name, user)
+        owner.communicate(timeout=10)
+        assert said == answer, f"{name} as user {user}"
+
+
+def test_only_root_talks_to_the_tunnels_service(bus):
+    owner, said = bus.own(TUNNEL[0], 0)
+    assert said == OWNED
+    assert bus.call(TUNNEL[0], 0, *TUNNEL[1:]) == ARRIVED
+    assert bus.call(TUNNEL[0], NOBODY, *TUNNEL[1:]) == DENIED
+    owner.communicate(timeout=10)
+
+
+def test_a_name_beside_the_policies_is_nobodys(bus):
+    owner, said = bus.own(f"{ID}.Other", 0)
+    owner.communicate(timeout=10)
+    assert said == DENIED
