@@ -34,7 +34,7 @@ std::optional<std::string> ApiServer::listen() {
     if (acceptor.is_open()) {
         return std::nullopt;
     }
-    if (const auto problem = clearTheWay()) {
+    if (auto problem = clearTheWay()) {
         return problem;
     }
     ErrorCode error;

@@ -31,7 +31,7 @@ std::optional<BackendState> backendStateNamed(std::string_view name) {
 }
 
 DaemonModel::DaemonModel(Settings settingsToUse, Outside outsideToUse)
-    : settings(std::move(settingsToUse)), outside(std::move(outsideToUse)), known(firstAccounts()),
+    : settings(settingsToUse), outside(std::move(outsideToUse)), known(firstAccounts()),
       current(known.front().id) {
     if (settings.loggedIn) {
         for (Account& account : known) {
