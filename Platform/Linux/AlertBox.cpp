@@ -35,10 +35,6 @@ QPixmap warningSign(qreal ratio) {
     return pixmap;
 }
 
-bool isSameButton(const Alert::Button& a, const Alert::Button& b) {
-    return a.title == b.title && a.role == b.role;
-}
-
 } // namespace
 
 AlertBox::AlertBox(QWidget& anchor) : anchor(anchor), box(anchor.window()) {
@@ -46,8 +42,7 @@ AlertBox::AlertBox(QWidget& anchor) : anchor(anchor), box(anchor.window()) {
     box.setIconPixmap(warningSign(box.devicePixelRatioF()));
     if (auto* title = box.findChild<QLabel*>("qt_msgbox_label"))
         title->setFont(Theme::font(Font::headline, FontWeight::semibold));
-    anchor.window()->installEventFilter(this);
-    connect(&box, &QMessageBox::buttonClicked, &box, [this](QAbstractButton* pressed) {
+    QObject::connect(&box, &QMessageBox::buttonClicked, &box, [this](QAbstractButton* pressed) {
         const auto index = static_cast<std::size_t>(pressed->property("index").toInt());
         if (index < actions.size())
             if (const auto action = actions[index])
@@ -59,13 +54,13 @@ void AlertBox::bind(const Alert& record) {
     box.setWindowTitle(QString::fromStdString(record.title));
     box.setText(QString::fromStdString(record.title));
     box.setInformativeText(QString::fromStdString(record.message));
-    bindButtons(record.buttons);
+    bindButtons(record);
     present();
 }
 
-void AlertBox::bindButtons(const std::vector<Alert::Button>& buttons) {
-    const auto shown = readBack().buttons;
-    if (!std::equal(shown.begin(), shown.end(), buttons.begin(), buttons.end(), isSameButton)) {
+void AlertBox::bindButtons(const Alert& record) {
+    const auto& buttons = record.buttons;
+    if (!haveSameButtons(readBack(), record)) {
         for (auto* button : box.buttons())
             box.removeButton(button);
         for (std::size_t i = 0; i < buttons.size(); ++i) {
@@ -96,13 +91,6 @@ Alert AlertBox::readBack() const {
                                       : Alert::Button::Role::cancel,
                                   nullptr});
     return record;
-}
-
-/// It goes with its window, and nothing is answered by that.
-bool AlertBox::eventFilter(QObject*, QEvent* event) {
-    if (event->type() == QEvent::Hide)
-        box.hide();
-    return false;
 }
 
 void AlertBox::present() {

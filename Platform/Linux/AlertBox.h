@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Runner/Views/ViewRecords.h"
+#include "Platform/Rendering/Element.h"
 
 #include <QMessageBox>
 #include <memory>
@@ -8,21 +8,17 @@
 namespace quoxelin {
 
 /// An alert over the window of the element that it belongs to, in the desktop's own look.
-class AlertBox final : public QObject {
+class AlertBox final : public Presentation<Alert> {
   public:
     explicit AlertBox(QWidget& anchor);
 
-    void bind(const Alert& record);
-    Alert readBack() const;
-
-    /// Comes up, if its anchor is on the screen.
-    void present();
-
-  protected:
-    bool eventFilter(QObject* object, QEvent* event) override;
+    void bind(const Alert& record) override;
+    Alert readBack() const override;
+    void present() override;
+    void takeAway() override { box.hide(); }
 
   private:
-    void bindButtons(const std::vector<Alert::Button>& buttons);
+    void bindButtons(const Alert& record);
 
     QWidget& anchor;
     QMessageBox box;

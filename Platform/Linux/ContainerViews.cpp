@@ -1,6 +1,7 @@
 #include "Platform/Linux/ContainerViews.h"
 
 #include "Platform/Linux/Theme.h"
+#include "Platform/Rendering/Reconcile.h"
 
 #include <QKeyEvent>
 #include <QPainter>
@@ -17,11 +18,7 @@ ChildViews::ChildViews(QWidget& owner, QBoxLayout::Direction direction)
 void ChildViews::bind(const ViewNode& parent) {
     const auto& nodes = parent.children;
     layout->setSpacing(static_cast<int>(std::lround(parent.spacing)));
-    std::vector<std::unique_ptr<ElementView>> next;
-    next.reserve(nodes.size());
-    for (std::size_t i = 0; i < nodes.size(); ++i)
-        next.push_back(takeViewOf(nodes[i], i));
-    views = std::move(next); // those that stand for nothing any more go
+    views = reconciled(std::move(views), nodes);
     const bool isCentred = parent.alignment == Alignment::center;
     for (std::size_t i = 0; i < nodes.size(); ++i) {
         Qt::Alignment alignment;
@@ -34,13 +31,6 @@ void ChildViews::bind(const ViewNode& parent) {
         place(*views[i], alignment, static_cast<int>(i));
         views[i]->bind(nodes[i]);
     }
-}
-
-std::unique_ptr<ElementView> ChildViews::takeViewOf(const ViewNode& node, std::size_t position) {
-    for (std::size_t i = 0; i < views.size(); ++i)
-        if (views[i] && views[i]->standsFor(node, i == position))
-            return std::move(views[i]);
-    return ElementView::make(node.kind);
 }
 
 void ChildViews::place(ElementView& view, Qt::Alignment alignment, int position) {
@@ -66,9 +56,14 @@ void ChildViews::read(ViewNode& node) const {
     }
 }
 
-void ChildViews::present() {
+void ChildViews::windowDidShow() {
     for (const auto& view : views)
-        view->present();
+        view->windowDidShow();
+}
+
+void ChildViews::windowDidHide() {
+    for (const auto& view : views)
+        view->windowDidHide();
 }
 
 void ChildViews::collectFocusable(std::vector<QWidget*>& widgets) {
@@ -89,9 +84,14 @@ void StackView::readContent(ViewNode& node) const {
     children.read(node);
 }
 
-void StackView::present() {
-    ElementView::present();
-    children.present();
+void StackView::windowDidShow() {
+    ElementView::windowDidShow();
+    children.windowDidShow();
+}
+
+void StackView::windowDidHide() {
+    ElementView::windowDidHide();
+    children.windowDidHide();
 }
 
 void StackView::collectFocusable(std::vector<QWidget*>& widgets) {
@@ -132,9 +132,14 @@ void RowView::readContent(ViewNode& node) const {
     children.read(node);
 }
 
-void RowView::present() {
-    ElementView::present();
-    children.present();
+void RowView::windowDidShow() {
+    ElementView::windowDidShow();
+    children.windowDidShow();
+}
+
+void RowView::windowDidHide() {
+    ElementView::windowDidHide();
+    children.windowDidHide();
 }
 
 void RowView::collectFocusable(std::vector<QWidget*>& widgets) {

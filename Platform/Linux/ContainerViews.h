@@ -8,8 +8,7 @@
 
 namespace quoxelin {
 
-/// The elements within a stack or row. Views stay with the record that they stand for: by its key,
-/// or by its position where it has none.
+/// The elements within a stack or row.
 class ChildViews {
   public:
     ChildViews(QWidget& owner, QBoxLayout::Direction direction);
@@ -17,11 +16,11 @@ class ChildViews {
     /// The children of that stack or row.
     void bind(const ViewNode& parent);
     void read(ViewNode& node) const;
-    void present();
+    void windowDidShow();
+    void windowDidHide();
     void collectFocusable(std::vector<QWidget*>& widgets);
 
   private:
-    std::unique_ptr<ElementView> takeViewOf(const ViewNode& node, std::size_t position);
     void place(ElementView& view, Qt::Alignment alignment, int position);
 
     QBoxLayout* layout;
@@ -34,7 +33,8 @@ class StackView final : public QWidget, public ElementView {
 
     QWidget& widget() override { return *this; }
     const QWidget& widget() const override { return *this; }
-    void present() override;
+    void windowDidShow() override;
+    void windowDidHide() override;
     void collectFocusable(std::vector<QWidget*>& widgets) override;
 
   protected:
@@ -54,7 +54,8 @@ class RowView final : public QAbstractButton, public ElementView {
 
     QWidget& widget() override { return *this; }
     const QWidget& widget() const override { return *this; }
-    void present() override;
+    void windowDidShow() override;
+    void windowDidHide() override;
     void collectFocusable(std::vector<QWidget*>& widgets) override;
 
   protected:

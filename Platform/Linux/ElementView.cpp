@@ -5,6 +5,7 @@
 #include "Platform/Linux/LeafViews.h"
 #include "Platform/Linux/PopoverWindow.h"
 #include "Platform/Linux/Theme.h"
+#include "Platform/Rendering/Reconcile.h"
 
 #include <QPainter>
 #include <cmath>
@@ -33,40 +34,8 @@ std::optional<double> fixedLength(int minimum, int maximum) {
 } // namespace
 
 std::unique_ptr<ElementView> ElementView::make(ViewNode::Kind kind) {
-    switch (kind) {
-    case ViewNode::Kind::text:
-        return std::make_unique<TextView>();
-    case ViewNode::Kind::symbol:
-        return std::make_unique<SymbolView>();
-    case ViewNode::Kind::circle:
-        return std::make_unique<CircleView>();
-    case ViewNode::Kind::spacer:
-        return std::make_unique<SpacerView>();
-    case ViewNode::Kind::divider:
-        return std::make_unique<DividerView>();
-    case ViewNode::Kind::row:
-        return std::make_unique<RowView>();
-    case ViewNode::Kind::horizontalStack:
-    case ViewNode::Kind::verticalStack:
-        return std::make_unique<StackView>(kind);
-    }
-    return nullptr;
-}
-
-ElementView::ElementView(ViewNode::Kind kind) : kind(kind) {}
-
-ElementView::~ElementView() = default;
-
-bool ElementView::standsFor(const ViewNode& node, bool samePosition) const {
-    return kind == node.kind && key == node.key && (samePosition || !key.empty());
-}
-
-void ElementView::bind(const ViewNode& node) {
-    key = node.key;
-    bindFrame(node);
-    bindContent(node);
-    bindAttachments(node);
-    widget().update();
+    return makeView<ElementView, TextView, SymbolView, CircleView, SpacerView, DividerView, RowView,
+                    StackView>(kind);
 }
 
 void ElementView::bindFrame(const ViewNode& node) {
@@ -82,42 +51,15 @@ void ElementView::bindFrame(const ViewNode& node) {
     alignment = node.alignment;
     background = Theme().color(node.background, node.backgroundOpacity);
     cornerRadius = node.cornerRadius;
+    widget().update();
 }
 
-void ElementView::bindAttachments(const ViewNode& node) {
-    if (!node.popover)
-        popover.reset();
-    else if (!popover)
-        popover = std::make_unique<PopoverWindow>(widget());
-    if (popover)
-        popover->bind(*node.popover);
-
-    if (!node.alert)
-        alert.reset();
-    else if (!alert)
-        alert = std::make_unique<AlertBox>(widget());
-    if (alert)
-        alert->bind(*node.alert);
+std::unique_ptr<Presentation<Popover>> ElementView::makePopover() {
+    return std::make_unique<PopoverWindow>(widget());
 }
 
-void ElementView::present() {
-    if (popover)
-        popover->present();
-    if (alert)
-        alert->present();
-}
-
-ViewNode ElementView::readBack() const {
-    ViewNode node;
-    node.kind = kind;
-    node.key = key;
-    readFrame(node);
-    readContent(node);
-    if (popover)
-        node.popover = std::make_shared<Popover>(popover->readBack());
-    if (alert)
-        node.alert = std::make_shared<Alert>(alert->readBack());
-    return node;
+std::unique_ptr<Presentation<Alert>> ElementView::makeAlert() {
+    return std::make_unique<AlertBox>(widget());
 }
 
 void ElementView::readFrame(ViewNode& node) const {

@@ -2,6 +2,7 @@
 
 #include "Platform/Linux/FocusOrder.h"
 #include "Platform/Linux/ScreenGeometry.h"
+#include "Platform/Rendering/Reconcile.h"
 
 #include <QCloseEvent>
 
@@ -15,18 +16,14 @@ PopoverWindow::PopoverWindow(QWidget& anchor)
     : FloatingWindow(anchor.window(), Qt::Popup), anchor(anchor) {
     // The press that closes it shall not press a row below as well.
     setAttribute(Qt::WA_NoMouseReplay);
-    anchor.window()->installEventFilter(this);
     setEscapePressed([this] { close(); });
     setResized([this] { moveBesideAnchor(); });
 }
 
 void PopoverWindow::bind(const Popover& record) {
     onDismiss = record.onDismiss;
-    if (!content || !content->standsFor(record.content, true)) {
-        content = ElementView::make(record.content.kind);
-        setContent(&content->widget());
-    }
-    content->bind(record.content);
+    reconcileRoot(content, record.content,
+                  [this](ElementView& view) { setContent(&view.widget()); });
     setFocusOrder(*content);
     present();
 }
@@ -41,7 +38,7 @@ void PopoverWindow::present() {
     fitContent();
     moveBesideAnchor();
     show();
-    content->present();
+    content->windowDidShow();
 }
 
 void PopoverWindow::moveBesideAnchor() {
@@ -54,11 +51,10 @@ void PopoverWindow::moveBesideAnchor() {
     moveCard(movedOntoScreen(place, beside.center()).topLeft());
 }
 
-/// It is not dismissed by going with its window.
-bool PopoverWindow::eventFilter(QObject*, QEvent* event) {
-    if (event->type() == QEvent::Hide)
-        hide();
-    return false;
+void PopoverWindow::hideEvent(QHideEvent* event) {
+    FloatingWindow::hideEvent(event);
+    if (content)
+        content->windowDidHide();
 }
 
 void PopoverWindow::closeEvent(QCloseEvent* event) {

@@ -2,24 +2,22 @@
 
 #include "Platform/Linux/ElementView.h"
 #include "Platform/Linux/FloatingWindow.h"
-#include "Runner/Views/ViewRecords.h"
 
 namespace quoxelin {
 
 /// A pop-over beside the element that it belongs to.
-class PopoverWindow final : public FloatingWindow {
+class PopoverWindow final : public FloatingWindow, public Presentation<Popover> {
   public:
     explicit PopoverWindow(QWidget& anchor);
 
-    void bind(const Popover& record);
-    Popover readBack() const;
-
-    /// Comes up, if its anchor is on the screen.
-    void present();
+    void bind(const Popover& record) override;
+    Popover readBack() const override;
+    void present() override;
+    void takeAway() override { hide(); }
 
   protected:
     void closeEvent(QCloseEvent* event) override;
-    bool eventFilter(QObject* object, QEvent* event) override;
+    void hideEvent(QHideEvent* event) override;
 
   private:
     void moveBesideAnchor();

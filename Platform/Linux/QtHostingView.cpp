@@ -1,6 +1,7 @@
 #include "Platform/Linux/QtHostingView.h"
 
 #include "Platform/Linux/FocusOrder.h"
+#include "Platform/Rendering/Reconcile.h"
 
 #include <QEvent>
 #include <QVBoxLayout>
@@ -25,7 +26,13 @@ class QtHostingView::Container final : public QWidget {
     void showEvent(QShowEvent* event) override {
         QWidget::showEvent(event);
         if (root)
-            root->present();
+            root->windowDidShow();
+    }
+
+    void hideEvent(QHideEvent* event) override {
+        QWidget::hideEvent(event);
+        if (root)
+            root->windowDidHide();
     }
 
     /// The records' colours and fonts are relative to the desktop's.
@@ -38,11 +45,8 @@ class QtHostingView::Container final : public QWidget {
 
   private:
     void rebind() {
-        if (!root || !root->standsFor(tree, true)) {
-            root = ElementView::make(tree.kind);
-            layout()->addWidget(&root->widget());
-        }
-        root->bind(tree);
+        reconcileRoot(root, tree,
+                      [this](ElementView& view) { layout()->addWidget(&view.widget()); });
         setFocusOrder(*root);
     }
 

@@ -1,27 +1,23 @@
 #pragma once
 
-#include "Runner/Views/ViewRecords.h"
+#include "Platform/Rendering/Element.h"
 
 #import <AppKit/AppKit.h>
 
 namespace quoxelin {
 
 /// An alert over the window of the element that it belongs to.
-class AlertSheet {
+class AlertSheet final : public Presentation<Alert> {
   public:
     explicit AlertSheet(NSView* anchor);
     AlertSheet(const AlertSheet&) = delete;
     AlertSheet& operator=(const AlertSheet&) = delete;
-    ~AlertSheet();
+    ~AlertSheet() override;
 
-    void bind(const Alert& record);
-    Alert readBack() const;
-
-    /// Comes up, if its anchor is on the screen.
-    void present();
-
-    /// Goes without an answer.
-    void takeAway();
+    void bind(const Alert& record) override;
+    Alert readBack() const override;
+    void present() override;
+    void takeAway() override;
 
   private:
     struct Actions;

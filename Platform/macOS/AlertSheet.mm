@@ -2,8 +2,6 @@
 
 #include "Platform/macOS/ObjC.h"
 
-#include <algorithm>
-
 namespace quoxelin {
 
 struct AlertSheet::Actions {
@@ -19,15 +17,6 @@ struct AlertSheet::Actions {
 };
 
 namespace {
-
-bool isSameButton(const Alert::Button& a, const Alert::Button& b) {
-    return a.title == b.title && a.role == b.role;
-}
-
-bool hasSameButtons(const Alert& a, const Alert& b) {
-    return std::equal(a.buttons.begin(), a.buttons.end(), b.buttons.begin(), b.buttons.end(),
-                      isSameButton);
-}
 
 /// Return presses nothing that cannot be undone.
 void setRole(NSButton* button, Alert::Button::Role role) {
@@ -59,7 +48,7 @@ NSAlert* AlertSheet::makeAlert(const Alert& record) const {
 }
 
 void AlertSheet::bind(const Alert& record) {
-    if (alert == nil || !hasSameButtons(readBack(), record)) {
+    if (alert == nil || !haveSameButtons(readBack(), record)) {
         takeAway();
         alert = makeAlert(record);
     }

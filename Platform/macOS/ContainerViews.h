@@ -7,8 +7,7 @@
 
 namespace quoxelin {
 
-/// Elements beside each other or below each other. Those that stand for the same record stay when
-/// the records change; only what differs is touched.
+/// Elements beside each other or below each other.
 class ContainerView : public ElementView {
   public:
     void windowDidShow() override;
@@ -23,7 +22,6 @@ class ContainerView : public ElementView {
     void placeContent(CGRect place) override;
 
   private:
-    std::unique_ptr<ElementView> takeViewOf(const ViewNode& node, std::size_t position);
     bool isVertical() const { return kind == ViewNode::Kind::verticalStack; }
     CGFloat gaps() const;
     std::vector<CGSize> sizesBeside(CGFloat available) const;

@@ -1,5 +1,6 @@
 #include "Platform/macOS/ContainerViews.h"
 
+#include "Platform/Rendering/Reconcile.h"
 #include "Platform/macOS/ObjC.h"
 
 #include <algorithm>
@@ -11,11 +12,7 @@ ContainerView::ContainerView(ViewNode::Kind kind, QXBox* box) : ElementView(kind
 void ContainerView::bindContent(const ViewNode& node) {
     const auto& nodes = node.children;
     spacing = node.spacing;
-    std::vector<std::unique_ptr<ElementView>> next;
-    next.reserve(nodes.size());
-    for (std::size_t i = 0; i < nodes.size(); ++i)
-        next.push_back(takeViewOf(nodes[i], i));
-    views = std::move(next); // those that stand for nothing any more go
+    views = reconciled(std::move(views), nodes);
     for (std::size_t i = 0; i < nodes.size(); ++i) {
         QXBox* const child = views[i]->view();
         NSArray<NSView*>* const shown = view().subviews;
@@ -26,13 +23,6 @@ void ContainerView::bindContent(const ViewNode& node) {
                     relativeTo:next];
         views[i]->bind(nodes[i]);
     }
-}
-
-std::unique_ptr<ElementView> ContainerView::takeViewOf(const ViewNode& node, std::size_t position) {
-    for (std::size_t i = 0; i < views.size(); ++i)
-        if (views[i] && views[i]->standsFor(node, i == position))
-            return std::move(views[i]);
-    return ElementView::make(node.kind);
 }
 
 void ContainerView::readContent(ViewNode& node) const {

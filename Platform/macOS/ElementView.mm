@@ -1,5 +1,6 @@
 #include "Platform/macOS/ElementView.h"
 
+#include "Platform/Rendering/Reconcile.h"
 #include "Platform/macOS/AlertSheet.h"
 #include "Platform/macOS/ContainerViews.h"
 #include "Platform/macOS/LeafViews.h"
@@ -11,41 +12,14 @@
 namespace quoxelin {
 
 std::unique_ptr<ElementView> ElementView::make(ViewNode::Kind kind) {
-    switch (kind) {
-    case ViewNode::Kind::text:
-        return std::make_unique<TextView>();
-    case ViewNode::Kind::symbol:
-        return std::make_unique<SymbolView>();
-    case ViewNode::Kind::circle:
-        return std::make_unique<CircleView>();
-    case ViewNode::Kind::spacer:
-        return std::make_unique<SpacerView>();
-    case ViewNode::Kind::divider:
-        return std::make_unique<DividerView>();
-    case ViewNode::Kind::row:
-        return std::make_unique<RowView>();
-    case ViewNode::Kind::horizontalStack:
-    case ViewNode::Kind::verticalStack:
-        return std::make_unique<StackView>(kind);
-    }
-    return nullptr;
+    return makeView<ElementView, TextView, SymbolView, CircleView, SpacerView, DividerView, RowView,
+                    StackView>(kind);
 }
 
-ElementView::ElementView(ViewNode::Kind kind, QXBox* box) : kind(kind), box(box) {}
+ElementView::ElementView(ViewNode::Kind kind, QXBox* box) : Element(kind), box(box) {}
 
 ElementView::~ElementView() {
     [box removeFromSuperview];
-}
-
-bool ElementView::standsFor(const ViewNode& node, bool samePosition) const {
-    return kind == node.kind && key == node.key && (samePosition || !key.empty());
-}
-
-void ElementView::bind(const ViewNode& node) {
-    key = node.key;
-    bindFrame(node);
-    bindContent(node);
-    bindAttachments(node);
 }
 
 void ElementView::bindFrame(const ViewNode& node) {
@@ -63,33 +37,12 @@ void ElementView::bindFrame(const ViewNode& node) {
         box.cornerRadius = node.cornerRadius;
 }
 
-void ElementView::bindAttachments(const ViewNode& node) {
-    if (!node.popover)
-        popover.reset();
-    else if (!popover)
-        popover = std::make_unique<PopoverPresenter>(box);
-    if (popover)
-        popover->bind(*node.popover);
-
-    if (!node.alert)
-        alert.reset();
-    else if (!alert)
-        alert = std::make_unique<AlertSheet>(box);
-    if (alert)
-        alert->bind(*node.alert);
+std::unique_ptr<Presentation<Popover>> ElementView::makePopover() {
+    return std::make_unique<PopoverPresenter>(box);
 }
 
-ViewNode ElementView::readBack() const {
-    ViewNode node;
-    node.kind = kind;
-    node.key = key;
-    readFrame(node);
-    readContent(node);
-    if (popover)
-        node.popover = std::make_shared<Popover>(popover->readBack());
-    if (alert)
-        node.alert = std::make_shared<Alert>(alert->readBack());
-    return node;
+std::unique_ptr<Presentation<Alert>> ElementView::makeAlert() {
+    return std::make_unique<AlertSheet>(box);
 }
 
 void ElementView::readFrame(ViewNode& node) const {
@@ -119,20 +72,6 @@ void ElementView::place(CGRect frame) {
         box.needsDisplay = YES;
     }
     placeContent(box.contentRect);
-}
-
-void ElementView::windowDidShow() {
-    if (popover)
-        popover->present();
-    if (alert)
-        alert->present();
-}
-
-void ElementView::windowDidHide() {
-    if (popover)
-        popover->takeAway();
-    if (alert)
-        alert->takeAway();
 }
 
 } // namespace quoxelin

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Runner/Views/ViewRecords.h"
+#include "Platform/Rendering/Element.h"
 
 #import <AppKit/AppKit.h>
 
@@ -10,21 +10,17 @@
 namespace quoxelin {
 
 /// A pop-over beside the element that it belongs to.
-class PopoverPresenter {
+class PopoverPresenter final : public Presentation<Popover> {
   public:
     explicit PopoverPresenter(NSView* anchor);
     PopoverPresenter(const PopoverPresenter&) = delete;
     PopoverPresenter& operator=(const PopoverPresenter&) = delete;
-    ~PopoverPresenter();
+    ~PopoverPresenter() override;
 
-    void bind(const Popover& record);
-    Popover readBack() const;
-
-    /// Comes up, if its anchor is on the screen.
-    void present();
-
-    /// Goes without having been dismissed.
-    void takeAway();
+    void bind(const Popover& record) override;
+    Popover readBack() const override;
+    void present() override;
+    void takeAway() override;
 
   private:
     __weak NSView* const anchor;

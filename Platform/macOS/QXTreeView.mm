@@ -1,5 +1,6 @@
 #include "Platform/macOS/QXTreeView.h"
 
+#include "Platform/Rendering/Reconcile.h"
 #include "Platform/macOS/ElementView.h"
 
 @implementation QXTreeView {
@@ -13,11 +14,8 @@
 }
 
 - (void)show:(const quoxelin::ViewNode&)tree {
-    if (!root || !root->standsFor(tree, true)) {
-        root = quoxelin::ElementView::make(tree.kind);
-        [self addSubview:root->view()];
-    }
-    root->bind(tree);
+    quoxelin::reconcileRoot(root, tree,
+                            [self](quoxelin::ElementView& view) { [self addSubview:view.view()]; });
     self.needsLayout = YES;
     const auto newSize = root->measure(CGFLOAT_MAX);
     if (CGSizeEqualToSize(size, newSize))
