@@ -40,6 +40,9 @@ class Toolkit {
 struct Desktop {
     explicit Desktop(const LaunchOptions& options);
 
+    /// Whether somebody may sit in front of it.
+    bool isAttended() const { return Toolkit::hasDisplay(); }
+
     Toolkit toolkit;
     QtDispatch dispatch;
     UnixSocketConnector connector;

@@ -16,6 +16,11 @@
 @implementation QXApplication
 
 - (void)terminate:(id)sender {
+    // A dialogue's own loop ends first, and then the one around it.
+    if (self.modalWindow != nil)
+        dispatch_async(dispatch_get_main_queue(), ^{
+            [self terminate:sender];
+        });
     [self stop:sender];
     // The loop looks after an event whether it is to end.
     [self postEvent:[NSEvent otherEventWithType:NSEventTypeApplicationDefined

@@ -8,9 +8,12 @@
 #include "Platform/macOS/MacDispatch.h"
 #include "Platform/macOS/MacFoundation.h"
 #include "Platform/macOS/MacPanels.h"
+#include "Platform/macOS/MacQuitSignals.h"
 #include "Platform/macOS/MacStatusBar.h"
 #include "Platform/macOS/MacSystemLog.h"
 #include "Platform/macOS/MacWorkspace.h"
+
+#include <cstdlib>
 
 namespace quoxelin {
 
@@ -21,6 +24,9 @@ struct MacDesktop {
         if (options.callbackURL)
             appleEventManager.send(options.callbackURL);
     }
+
+    /// Whether somebody may sit in front of it: a Mac that only runs tests has windows, too.
+    bool isAttended() const { return std::getenv("QUOXELIN_UNATTENDED") == nullptr; }
 
     MacDispatch dispatch;
     UnixSocketConnector connector;
@@ -34,6 +40,7 @@ struct MacDesktop {
     MacPasteboard pasteboard;
     MacOpenPanel openPanel;
     MacAppleEventManager appleEventManager;
+    MacQuitSignals quitSignals{[this] { application.terminate(); }};
 };
 
 } // namespace quoxelin

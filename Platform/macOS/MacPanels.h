@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Base/ObserverList.h"
 #include "Platform/NSPanel.h"
 
 namespace quoxelin {
@@ -10,6 +11,12 @@ class MacPanels final : public Panels {
     std::shared_ptr<NSHostingView> makeHostingView() override;
     Subscription addGlobalMonitorForEvents(unsigned long long mask,
                                            std::function<void()> handler) override;
+
+    /// As when somebody presses the left button outside of all that is ours.
+    void pressElsewhere() const { pretended.notify(NSEventMaskLeftMouseDown); }
+
+  private:
+    ObserverList<unsigned long long> pretended;
 };
 
 } // namespace quoxelin

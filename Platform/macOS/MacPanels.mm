@@ -123,9 +123,15 @@ Subscription MacPanels::addGlobalMonitorForEvents(unsigned long long mask,
                                                         handler:^(NSEvent*) {
                                                             handler();
                                                         }];
-    return Subscription([monitor] {
+    const auto other =
+        std::make_shared<Subscription>(pretended.add([mask, handler](unsigned long long kind) {
+            if ((kind & mask) != 0)
+                handler();
+        }));
+    return Subscription([monitor, other] {
         if (monitor != nil)
             [NSEvent removeMonitor:monitor];
+        other->cancel();
     });
 }
 

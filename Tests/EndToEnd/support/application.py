@@ -6,6 +6,7 @@ import os
 import pathlib
 import re
 import shutil
+import sys
 import tempfile
 import time
 
@@ -59,7 +60,14 @@ def surroundings(home: pathlib.Path) -> dict[str, str]:
         "DBUS_SESSION_BUS_ADDRESS": "disabled:",
         "DBUS_SYSTEM_BUS_ADDRESS": "disabled:",
     }
+    if sys.platform == "darwin":
+        environment |= {"CFFIXED_USER_HOME": str(home), "QUOXELIN_UNATTENDED": "1"}
     return environment
+
+
+def application_support(home: pathlib.Path) -> pathlib.Path:
+    """Where the application keeps its files."""
+    return home / ("Library/Application Support" if sys.platform == "darwin" else "data")
 
 
 class Application(SteeredProcess):
@@ -73,7 +81,7 @@ class Application(SteeredProcess):
         # Not the test's own directory: paths of sockets have to be short.
         self.home = pathlib.Path(tempfile.mkdtemp(prefix="qxapp-"))
         self.environment = surroundings(self.home) | (environment or {})
-        self.log_path = self.home / "data" / "Quoxelin" / "app.log"
+        self.log_path = application_support(self.home) / "Quoxelin" / "app.log"
         super().__init__(
             [build_directory() / "quoxelin-desktop", "--simulate", "--socket", socket, *arguments],
             env=self.environment,

@@ -1,0 +1,51 @@
+#include "Platform/macOS/MacQuitSignals.h"
+
+#import <Foundation/Foundation.h>
+#include <array>
+#include <csignal>
+
+namespace quoxelin {
+
+namespace {
+
+constexpr std::array quitSignals{SIGINT, SIGTERM};
+
+/// The system tells the queue of a signal besides.
+void passOver(int) {}
+
+void handleWith(void (*handler)(int)) {
+    struct sigaction action {};
+    // Not SIG_IGN, which the programs that we start would inherit.
+    action.sa_handler = handler;
+    action.sa_flags = SA_RESTART;
+    sigemptyset(&action.sa_mask);
+    for (const int number : quitSignals)
+        ::sigaction(number, &action, nullptr);
+}
+
+} // namespace
+
+struct MacQuitSignals::Sources {
+    std::array<dispatch_source_t, quitSignals.size()> each;
+};
+
+MacQuitSignals::MacQuitSignals(std::function<void()> quit) : sources(std::make_unique<Sources>()) {
+    handleWith(passOver);
+    for (std::size_t i = 0; i < quitSignals.size(); ++i) {
+        sources->each[i] = dispatch_source_create(DISPATCH_SOURCE_TYPE_SIGNAL,
+                                                  static_cast<uintptr_t>(quitSignals[i]), 0,
+                                                  dispatch_get_main_queue());
+        dispatch_source_set_event_handler(sources->each[i], ^{
+            quit();
+        });
+        dispatch_resume(sources->each[i]);
+    }
+}
+
+MacQuitSignals::~MacQuitSignals() {
+    for (const auto& source : sources->each)
+        dispatch_source_cancel(source);
+    handleWith(SIG_DFL);
+}
+
+} // namespace quoxelin
