@@ -50,14 +50,29 @@ def box():
 left_out = pytest.StashKey[list]()
 
 
+@pytest.hookimpl(tryfirst=True)  # xdist reads the marks
 def pytest_collection_modifyitems(config, items):
     config.stash[left_out] = []
     need = [item for item in items if "box" in item.fixturenames]
     if not need or os.environ.get("CI") == "true" or not boxes.why_not():
+        for item in need:
+            # Several processes share the tests; those of one box go to one of them, in their order.
+            item.add_marker(pytest.mark.xdist_group(item.path.name))
         return
-    config.stash[left_out] = need
+    config.stash[left_out] = [item.nodeid for item in need]
     config.hook.pytest_deselected(items=need)
     items[:] = [item for item in items if item not in need]
+
+
+def pytest_sessionfinish(session):
+    if hasattr(session.config, "workeroutput"):
+        session.config.workeroutput["left out"] = session.config.stash.get(left_out, [])
+
+
+@pytest.hookimpl(optionalhook=True)
+def pytest_testnodedown(node):
+    """One of the processes ended: each of them has left out the same tests."""
+    node.config.stash[left_out] = getattr(node, "workeroutput", {}).get("left out", [])
 
 
 def pytest_terminal_summary(terminalreporter, config):
@@ -67,8 +82,8 @@ def pytest_terminal_summary(terminalreporter, config):
     terminalreporter.section("NOT TESTED", sep="!", red=True)
     terminalreporter.line(f"No box on this machine: {boxes.why_not()}.")
     terminalreporter.line(f"{len(missing)} tests against the real system services were left out:")
-    for item in missing:
-        terminalreporter.line(f"  {item.nodeid}")
+    for name in missing:
+        terminalreporter.line(f"  {name}")
 
 
 @pytest.hookimpl(hookwrapper=True)

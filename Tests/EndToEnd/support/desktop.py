@@ -60,10 +60,23 @@ class Screen:
             ctypes.c_uint, ctypes.c_uint, ctypes.c_ulong, ctypes.c_int]
         self._x11.XGetImage.restype = ctypes.POINTER(_Image)
         self._x11.XFree.argtypes = [ctypes.c_void_p]
+        self._x11.XInternAtom.argtypes = [ctypes.c_void_p, ctypes.c_char_p, ctypes.c_int]
+        self._x11.XInternAtom.restype = ctypes.c_ulong
+        self._x11.XListProperties.argtypes = [ctypes.c_void_p, ctypes.c_ulong, ctypes.c_void_p]
+        self._x11.XListProperties.restype = ctypes.POINTER(ctypes.c_ulong)
         self._display = self._x11.XOpenDisplay(display.encode())
         if not self._display:
             raise SteeringError(f"no X server answers at {display}")
         self._root = self._x11.XDefaultRootWindow(self._display)
+
+    def has_window_manager(self) -> bool:
+        """Whether a window manager has said that it is there."""
+        said = self._x11.XInternAtom(self._display, b"_NET_SUPPORTING_WM_CHECK", 1)
+        kinds = ctypes.c_int()
+        atoms = self._x11.XListProperties(self._display, self._root, ctypes.byref(kinds))
+        found = said != 0 and said in atoms[:kinds.value]
+        self._x11.XFree(atoms)
+        return found
 
     def close(self):
         self._x11.XCloseDisplay.argtypes = [ctypes.c_void_p]
@@ -143,6 +156,8 @@ class Desktop:
                          ["dbus-daemon", "--session", "--nofork", "--print-address={}"])
         self.screen = Screen(self.environment["DISPLAY"])
         self._spawn(["openbox"])
+        # A tray that comes before it may stay out of sight for good.
+        self.await_that(self.screen.has_window_manager, "window manager")
 
     def _spawn(self, command: list[str], **popen) -> subprocess.Popen:
         process = subprocess.Popen(command, env=self.environment, cwd=self.home,
