@@ -11,6 +11,8 @@
 /// `terminate:`. Where the framework's own would end the process there and then, this one ends the
 /// main loop, so that what follows it in the program still happens.
 @interface QXApplication : NSApplication
+- (void)handleQuitEvent:(NSAppleEventDescriptor*)event
+         withReplyEvent:(NSAppleEventDescriptor*)reply;
 @end
 
 @implementation QXApplication
@@ -33,6 +35,13 @@
                                           data1:0
                                           data2:0]
             atStart:YES];
+}
+
+/// Answered with success. The framework's own handler takes a `terminate:` that returns for a
+/// refusal, and the end of the session would be called off.
+- (void)handleQuitEvent:(NSAppleEventDescriptor*)event
+         withReplyEvent:(NSAppleEventDescriptor*)reply {
+    [self terminate:nil];
 }
 
 @end
@@ -94,12 +103,21 @@ MacApplication::MacApplication(NotificationCenter& notificationCenter)
     notifications->observe(::NSApplicationDidBecomeActiveNotification, [&notificationCenter] {
         notificationCenter.post(NSApplicationDidBecomeActiveNotification);
     });
+    // Launching installs the framework's own handlers.
+    notifications->observe(NSApplicationWillFinishLaunchingNotification, [] {
+        [[::NSAppleEventManager sharedAppleEventManager] setEventHandler:NSApp
+                                                             andSelector:@selector(handleQuitEvent:
+                                                                                    withReplyEvent:)
+                                                           forEventClass:kCoreEventClass
+                                                              andEventID:kAEQuitApplication];
+    });
 }
 
 MacApplication::~MacApplication() = default;
 
 int MacApplication::run(NSApplicationDelegate& delegate) {
-    QXApplicationDelegate* const adapter =
+    // The application refers to it weakly.
+    NS_VALID_UNTIL_END_OF_SCOPE QXApplicationDelegate* const adapter =
         [[QXApplicationDelegate alloc] initWithDelegate:delegate];
     NSApp.delegate = adapter;
     [NSApp run];

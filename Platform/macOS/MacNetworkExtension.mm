@@ -10,7 +10,15 @@ namespace quoxelin {
 
 namespace {
 
+static_assert(static_cast<int>(NEVPNStatus::invalid) == NEVPNStatusInvalid);
+static_assert(static_cast<int>(NEVPNStatus::disconnected) == NEVPNStatusDisconnected);
+static_assert(static_cast<int>(NEVPNStatus::connecting) == NEVPNStatusConnecting);
+static_assert(static_cast<int>(NEVPNStatus::connected) == NEVPNStatusConnected);
+static_assert(static_cast<int>(NEVPNStatus::reasserting) == NEVPNStatusReasserting);
 static_assert(static_cast<int>(NEVPNStatus::disconnecting) == NEVPNStatusDisconnecting);
+static_assert(static_cast<int>(NEVPNError::configurationInvalid) == NEVPNErrorConfigurationInvalid);
+static_assert(static_cast<int>(NEVPNError::configurationDisabled) ==
+              NEVPNErrorConfigurationDisabled);
 static_assert(static_cast<int>(NEVPNError::configurationUnknown) == NEVPNErrorConfigurationUnknown);
 
 /// Answers from the framework's block, or from here when the framework throws instead.
@@ -65,16 +73,28 @@ NSString* optionalNSString(const std::optional<std::string>& text) {
     return text ? toNSString(*text) : nil;
 }
 
+/// What the record does not tell of stays as it was.
+void write(const NEVPNProtocol& record, ::NEVPNProtocol* shown) {
+    if (const auto* tunnel = dynamic_cast<const NETunnelProviderProtocol*>(&record))
+        static_cast<::NETunnelProviderProtocol*>(shown).providerBundleIdentifier =
+            optionalNSString(tunnel->providerBundleIdentifier);
+    shown.serverAddress = optionalNSString(record.serverAddress);
+    shown.disconnectOnSleep = record.disconnectOnSleep;
+}
+
 class Manager final : public NETunnelProviderManager {
   public:
     explicit Manager(::NETunnelProviderManager* manager) : manager(manager) {}
 
     void loadFromPreferences(PreferencesCompletion completion) override {
+        protocol = {};
         answering(completion,
                   [&](auto block) { [manager loadFromPreferencesWithCompletionHandler:block]; });
     }
 
     void saveToPreferences(PreferencesCompletion completion) override {
+        if (protocol.record && protocol.shown == manager.protocolConfiguration)
+            write(*protocol.record, protocol.shown);
         answering(completion,
                   [&](auto block) { [manager saveToPreferencesWithCompletionHandler:block]; });
     }
@@ -84,25 +104,24 @@ class Manager final : public NETunnelProviderManager {
                   [&](auto block) { [manager removeFromPreferencesWithCompletionHandler:block]; });
     }
 
-    /// A copy: changes reach the configuration when it is set again.
+    /// The framework hands out its own object, as long as it has that one: so does this, and what
+    /// is changed on the record is saved without an assignment.
     std::shared_ptr<NEVPNProtocol> protocolConfiguration() const override {
-        return recordOf(manager.protocolConfiguration);
+        ::NEVPNProtocol* const current = manager.protocolConfiguration;
+        if (!protocol.record || protocol.shown != current)
+            protocol = {recordOf(current), current};
+        return protocol.record;
     }
 
-    /// What the record does not tell of stays as it was saved.
     void setProtocolConfiguration(std::shared_ptr<NEVPNProtocol> record) override {
-        ::NEVPNProtocol* shown = manager.protocolConfiguration;
-        if (const auto* tunnel = dynamic_cast<const NETunnelProviderProtocol*>(record.get())) {
-            if (![shown isKindOfClass:[::NETunnelProviderProtocol class]])
-                shown = [[::NETunnelProviderProtocol alloc] init];
-            static_cast<::NETunnelProviderProtocol*>(shown).providerBundleIdentifier =
-                optionalNSString(tunnel->providerBundleIdentifier);
-        }
-        if (record) {
-            shown.serverAddress = optionalNSString(record->serverAddress);
-            shown.disconnectOnSleep = record->disconnectOnSleep;
-        }
-        manager.protocolConfiguration = record ? shown : nil;
+        ::NEVPNProtocol* shown = record ? manager.protocolConfiguration : nil;
+        const bool isTunnel = dynamic_cast<NETunnelProviderProtocol*>(record.get()) != nullptr;
+        if (isTunnel && ![shown isKindOfClass:[::NETunnelProviderProtocol class]])
+            shown = [[::NETunnelProviderProtocol alloc] init];
+        if (record)
+            write(*record, shown);
+        manager.protocolConfiguration = shown;
+        protocol = {std::move(record), shown};
     }
 
     std::optional<std::string> localizedDescription() const override {
@@ -125,7 +144,14 @@ class Manager final : public NETunnelProviderManager {
     }
 
   private:
+    /// The framework's object that was handed out last, as a record.
+    struct Protocol {
+        std::shared_ptr<NEVPNProtocol> record;
+        ::NEVPNProtocol* shown = nil;
+    };
+
     ::NETunnelProviderManager* manager;
+    mutable Protocol protocol;
 };
 
 } // namespace

@@ -9,10 +9,16 @@ namespace quoxelin {
 
 namespace {
 
+static_assert(static_cast<int>(OSSystemExtensionError::requestCanceled) ==
+              OSSystemExtensionErrorRequestCanceled);
+static_assert(static_cast<int>(OSSystemExtensionError::requestSuperseded) ==
+              OSSystemExtensionErrorRequestSuperseded);
 static_assert(static_cast<int>(OSSystemExtensionError::authorizationRequired) ==
               OSSystemExtensionErrorAuthorizationRequired);
 static_assert(static_cast<int>(OSSystemExtensionReplacementAction::replace) ==
               OSSystemExtensionReplacementActionReplace);
+static_assert(static_cast<int>(OSSystemExtensionRequestResult::completed) ==
+              OSSystemExtensionRequestCompleted);
 static_assert(static_cast<int>(OSSystemExtensionRequestResult::willCompleteAfterReboot) ==
               OSSystemExtensionRequestWillCompleteAfterReboot);
 

@@ -50,6 +50,8 @@ static_assert(UNAuthorizationOptionSound == ::UNAuthorizationOptionSound);
 static_assert(UNAuthorizationOptionAlert == ::UNAuthorizationOptionAlert);
 static_assert(UNNotificationPresentationOptionSound == ::UNNotificationPresentationOptionSound);
 static_assert(UNNotificationPresentationOptionBanner == ::UNNotificationPresentationOptionBanner);
+static_assert(static_cast<int>(UNAuthorizationStatus::authorized) ==
+              UNAuthorizationStatusAuthorized);
 static_assert(static_cast<int>(UNAuthorizationStatus::provisional) ==
               UNAuthorizationStatusProvisional);
 

@@ -33,12 +33,16 @@ void MacWorkspace::openApplication(const std::filesystem::path& application) {
                completionHandler:nil];
 }
 
+/// The framework throws when the pasteboard's server cannot be reached.
 void MacPasteboard::clearContents() {
-    [[::NSPasteboard generalPasteboard] clearContents];
+    withoutExceptions([] { [[::NSPasteboard generalPasteboard] clearContents]; });
 }
 
 void MacPasteboard::setString(const std::string& text) {
-    [[::NSPasteboard generalPasteboard] setString:toNSString(text) forType:NSPasteboardTypeString];
+    withoutExceptions([&] {
+        [[::NSPasteboard generalPasteboard] setString:toNSString(text)
+                                              forType:NSPasteboardTypeString];
+    });
 }
 
 void MacOpenPanel::begin(

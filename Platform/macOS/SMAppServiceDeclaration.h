@@ -19,4 +19,9 @@
 
 @end
 
+#else
+
+static_assert(SMAppServiceStatusNotRegistered == 0 && SMAppServiceStatusEnabled == 1 &&
+              SMAppServiceStatusRequiresApproval == 2 && SMAppServiceStatusNotFound == 3);
+
 #endif

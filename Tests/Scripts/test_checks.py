@@ -111,6 +111,21 @@ def test_a_path_that_a_document_names_must_exist(tmp_path):
     ]
 
 
+def test_the_macos_document_must_name_every_operation_of_the_platform(tmp_path):
+    write(
+        tmp_path,
+        {
+            "Platform/Script.h": "virtual std::optional<std::string>\nrun(std::function<void(int)> f) = 0;\n"
+            "virtual bool isThere() const = 0;\nvirtual ~Script() = default;",
+            "docs/macos.md": "| `Script::run` | run: |\n\nisThere is told elsewhere.",
+        },
+    )
+    assert check("check-docs", tmp_path) == (
+        1,
+        "Platform/Script.h: error: docs/macos.md does not say what isThere is on a Mac\n",
+    )
+
+
 def test_documents_may_name_what_is_built_and_other_systems_paths(tmp_path):
     write(tmp_path, {"README.md": "`build/release/quoxelin-desktop` `/var/run/quoxelind.socket`"})
     assert check("check-docs", tmp_path) == (0, "")

@@ -1,0 +1,25 @@
+#include "Platform/NSApplication.h"
+#include "Platform/NSPanel.h"
+#include "Platform/NSWorkspace.h"
+#include "Platform/NetworkExtension.h"
+#include "Platform/SystemExtensions.h"
+#include "Platform/macOS/ObjC.h"
+
+#import <AppKit/AppKit.h>
+#import <NetworkExtension/NetworkExtension.h>
+#import <SystemExtensions/SystemExtensions.h>
+#include <gtest/gtest.h>
+
+namespace quoxelin::testing {
+
+// What the frameworks define at run time only; the rest is checked while the adapters compile.
+
+TEST(MacConstants, areTheFrameworksOwn) {
+    EXPECT_EQ(toString(::NEVPNErrorDomain), NEVPNErrorDomain);
+    EXPECT_EQ(toString(::OSSystemExtensionErrorDomain), OSSystemExtensionErrorDomain);
+    EXPECT_EQ(toString(::NSApplicationDidBecomeActiveNotification),
+              NSApplicationDidBecomeActiveNotification);
+    EXPECT_EQ(::NSFloatingWindowLevel, NSFloatingWindowLevel);
+}
+
+} // namespace quoxelin::testing
