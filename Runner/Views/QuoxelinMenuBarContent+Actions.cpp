@@ -4,10 +4,12 @@
 #include "Runner/Services/State/LocalAPIClient.h"
 #include "Runner/Services/SystemExtension/SystemExtensionService.h"
 #include "Runner/Shared/AppLogger.h"
+#include "Runner/Shared/OpenURL.h"
 #include "Runner/Shared/Uuid.h"
 #include "Runner/Stores/AppViewState.h"
 #include "Runner/Views/QuoxelinMenuBarContent.h"
 
+#include <array>
 #include <fmt/ranges.h>
 #include <system_error>
 
@@ -45,13 +47,12 @@ void QuoxelinMenuBarContent::startLoginFlow() {
 }
 
 void QuoxelinMenuBarContent::openLoginItemsSettings() {
-    for (const auto* const address : {
-             "x-apple.systempreferences:com.apple.LoginItems-Settings.extension",
-             "x-apple.systempreferences:com.apple.settings.PrivacySecurity.extension",
-             "x-apple.systempreferences:com.apple.preference.security?General",
-         })
-        if (open(address))
-            return;
+    openFirstURL(dependencies.workspace,
+                 std::array{
+                     "x-apple.systempreferences:com.apple.LoginItems-Settings.extension",
+                     "x-apple.systempreferences:com.apple.settings.PrivacySecurity.extension",
+                     "x-apple.systempreferences:com.apple.preference.security?General",
+                 });
 }
 
 void QuoxelinMenuBarContent::resolveSystemExtension() {
@@ -114,9 +115,8 @@ void QuoxelinMenuBarContent::exportLogs(const std::filesystem::path& directory) 
     dependencies.workspace.openFolder(directory);
 }
 
-bool QuoxelinMenuBarContent::open(const std::string& text) {
-    const auto url = Url::parse(text);
-    return url && dependencies.workspace.open(*url);
+void QuoxelinMenuBarContent::open(const std::string& text) {
+    openURL(dependencies.workspace, text);
 }
 
 } // namespace quoxelin

@@ -97,6 +97,10 @@ class QuoxelinMenuBarContent final : public ObservableObject {
     /// The panel has been hidden: pop-overs and confirmation close, nothing is under the pointer.
     void panelDidHide();
 
+    /// Puts the text on the clipboard and notifies of it: the label and " Copied", or "Copied"
+    /// alone when the label is empty.
+    void copy(const std::string& text, const std::string& label);
+
     struct SplitIPs {
         std::optional<std::string> ipv4;
         std::optional<std::string> ipv6;
@@ -142,11 +146,10 @@ class QuoxelinMenuBarContent final : public ObservableObject {
     void startLoginFlow();
     void openLoginItemsSettings();
     void resolveSystemExtension();
-    void copy(const std::string& text, const std::string& label);
     void notifyCopied(const std::string& title, const std::string& body);
     void exportLogs();
     void exportLogs(const std::filesystem::path& directory);
-    bool open(const std::string& text);
+    void open(const std::string& text);
 
     Dependencies dependencies;
     Subscription loginSubscription;

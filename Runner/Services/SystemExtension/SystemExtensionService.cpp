@@ -1,13 +1,13 @@
 #include "Runner/Services/SystemExtension/SystemExtensionService.h"
 
 #include "Base/Dispatch.h"
-#include "Base/Url.h"
 #include "Platform/Foundation.h"
 #include "Platform/NSApplication.h"
 #include "Platform/NSWorkspace.h"
 #include "Platform/Platform.h"
 #include "Runner/Services/SystemExtension/ExtensionPropertiesProbe.h"
 #include "Runner/Shared/AppLogger.h"
+#include "Runner/Shared/OpenURL.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -289,12 +289,9 @@ void SystemExtensionService::openSystemSettings() {
         return;
     }
     auto& workspace = dependencies.workspace;
-    for (const auto* address :
-         settingsAddresses(dependencies.processInfo.operatingSystemMajorVersion())) {
-        const auto url = Url::parse(address);
-        if (url && workspace.open(*url))
-            return;
-    }
+    if (openFirstURL(workspace,
+                     settingsAddresses(dependencies.processInfo.operatingSystemMajorVersion())))
+        return;
     for (const auto* application : {"com.apple.SystemSettings", "com.apple.systempreferences"}) {
         if (const auto url = workspace.urlForApplication(application)) {
             workspace.openApplication(*url);

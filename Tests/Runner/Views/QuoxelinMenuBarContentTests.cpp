@@ -168,6 +168,15 @@ TEST_F(QuoxelinMenuBarContentTests, splitsAddressesByFamily) {
     EXPECT_EQ(split("localhost"), Split{});
 }
 
+TEST_F(QuoxelinMenuBarContentTests, saysCopiedAloneOfWhatHasNoLabel) {
+    content->copy("100.64.0.4", "");
+    EXPECT_EQ(system.pasteboard.string(), "100.64.0.4");
+    const auto requests = system.userNotificationCenter.requests();
+    ASSERT_EQ(requests.size(), 1u);
+    EXPECT_EQ(requests[0].title, "Copied");
+    EXPECT_EQ(requests[0].body, "100.64.0.4");
+}
+
 TEST_F(QuoxelinMenuBarContentTests, copiesAnAddressAndSaysSo) {
     logIn();
     click("Quoxelin IPv4: 100.64.0.4");

@@ -1,0 +1,208 @@
+#include "Tests/Runner/Services/State/HashiBusClientFixture.h"
+
+namespace quoxelin::testing {
+
+class HashiBusClientStream : public HashiBusClientFixture {};
+
+TEST_F(HashiBusClientStream, asksForTheStreamWithExactBytesInOneWrite) {
+    start();
+    ASSERT_EQ(daemon.requests().size(), 1u);
+    EXPECT_EQ(daemon.requests()[0].bytes, "GET /localapi/v0/observe-hashi-bus HTTP/1.1\r\n"
+                                          "Host: local-quoxelind.sock\r\n\r\n");
+    EXPECT_EQ(daemon.lastPath(), socketPath);
+    EXPECT_EQ(log(), (Lines{"[HashiBus] Connected to socket", "[State] HashiBus connected"}));
+}
+
+TEST_F(HashiBusClientStream, handsEachLineToItsDelegateOnTheMainThread) {
+    start();
+    send(line("a") + line("b"));
+    EXPECT_EQ(delegate->versions, "ab");
+    send(line("c"));
+    EXPECT_EQ(delegate->versions, "abc");
+}
+
+TEST_F(HashiBusClientStream, joinsALineThatComesInSeveralReads) {
+    start();
+    send("{\"Vers");
+    send("ion\":\"a\"");
+    EXPECT_EQ(delegate->versions, "");
+    send("}\n");
+    EXPECT_EQ(delegate->versions, "a");
+}
+
+TEST_F(HashiBusClientStream, findsTheEndOfTheHeaderWhereverItIsSplit) {
+    const std::string header = "HTTP/1.1 200 OK\r\nA: b\r\n\r\n";
+    daemon.busHeader = "";
+    start();
+    for (std::size_t first = 0; first < header.size(); ++first) {
+        SCOPED_TRACE(first);
+        auto another = std::make_shared<HashiBusClient>(
+            HashiBusClient::Dependencies{dispatch, daemon, logger}, socketPath);
+        another->delegate = delegate;
+        another->start();
+        dispatch.runUntilIdle();
+        delegate->versions.clear();
+        send(header.substr(0, first));
+        send(header.substr(first) + line("a"));
+        send(line("b"));
+        EXPECT_EQ(delegate->versions, "ab");
+        another->stop();
+        dispatch.runUntilIdle();
+    }
+}
+
+TEST_F(HashiBusClientStream, findsTheEndOfAHeaderThatComesByteByByte) {
+    daemon.busHeader = "";
+    start();
+    for (const char byte : std::string("HTTP/1.1 200 OK\r\n\r\n") + line("a") + line("b"))
+        send({byte});
+    EXPECT_EQ(delegate->versions, "ab");
+}
+
+TEST_F(HashiBusClientStream, takesNoLineForANotificationBeforeTheHeaderHasEnded) {
+    daemon.busHeader = "";
+    start();
+    send(line("a") + "\n\n" + line("b"));
+    EXPECT_EQ(delegate->versions, "");
+    send("\r\n\r\n" + line("c"));
+    EXPECT_EQ(delegate->versions, "c");
+}
+
+TEST_F(HashiBusClientStream, acceptsAnyStatus) {
+    daemon.busHeader = "nonsense 500\r\n\r\n";
+    start();
+    send(line("a"));
+    EXPECT_EQ(delegate->versions, "a");
+}
+
+TEST_F(HashiBusClientStream, dropsWhatIsNoNotificationSilently) {
+    start();
+    send(line("a") +
+         "\n\r\n \n1a3f\r\n[]\nnull\n{\"Version\":1}\n{\"Version\":\"x\"\n\xEF\xBB\xBF" +
+         line("x") + "{\"Version\":\"\xFF\"}\n" + std::string("{\"Version\":\"x\"}\0\n", 17) +
+         std::string(100'000, '[') + "\n{\"NetMap\":{\"Peers\":[{\"Node\":{}}]}}\n" + line("b"));
+    EXPECT_EQ(delegate->versions, "ab");
+    EXPECT_EQ(log().size(), 2u);
+}
+
+TEST_F(HashiBusClientStream, acceptsACarriageReturnAtTheEndOfALine) {
+    start();
+    send("{\"Version\":\"a\"}\r\n");
+    EXPECT_EQ(delegate->versions, "a");
+}
+
+TEST_F(HashiBusClientStream, takesAnEmptyObjectForANotification) {
+    start();
+    send("{}\n");
+    EXPECT_EQ(delegate->versions, "-");
+}
+
+TEST_F(HashiBusClientStream, keepsTheOrderOfNotesAndNotifications) {
+    struct Ordered final : HashiBusClientDelegate {
+        explicit Ordered(SimulatedSystemLog& log) : log(log) {}
+        void hashiBusDidReceiveNotify(const HashiBusNotify& notify) override {
+            log.log("notified " + *notify.version);
+        }
+        SimulatedSystemLog& log;
+    };
+    const auto ordered = std::make_shared<Ordered>(systemLog);
+    client->delegate = ordered;
+    start();
+    daemon.send(line("a") + line("b"));
+    daemon.closeBus();
+    dispatch.runUntilIdle();
+    dispatch.advance(seconds(3));
+    send(line("c"));
+    Lines ofMain;
+    for (const auto& text : log()) {
+        if (!text.starts_with("[HashiBus]"))
+            ofMain.push_back(text);
+    }
+    EXPECT_EQ(ofMain, (Lines{"[State] HashiBus connected", "notified a", "notified b",
+                             "[State] HashiBus disconnected: nil", "[State] HashiBus connected",
+                             "notified c"}));
+}
+
+TEST_F(HashiBusClientStream, passesTheNextStreamsHeaderThroughAsLinesOfTheFirst) {
+    start();
+    daemon.send(line("a"));
+    daemon.closeBus();
+    dispatch.advance(seconds(3));
+    send(line("b") + line("c"));
+    EXPECT_EQ(delegate->versions, "abc");
+}
+
+TEST_F(HashiBusClientStream, dropsALineThatTheStreamsEndHasCutTogetherWithWhatFollows) {
+    start();
+    daemon.send(line("a") + "{\"Version\":\"cut\"");
+    daemon.closeBus();
+    dispatch.advance(seconds(3));
+    send(line("b"));
+    EXPECT_EQ(delegate->versions, "ab");
+}
+
+TEST_F(HashiBusClientStream, joinsTheLineThatWasCutToTheNextStreamsFirst) {
+    start();
+    daemon.send("{\"Version\":");
+    daemon.closeBus();
+    dispatch.runUntilIdle();
+    daemon.busHeader = "";
+    dispatch.advance(seconds(3));
+    send("\"joined \"}\n" + line("b"));
+    EXPECT_EQ(delegate->versions, "joined b");
+}
+
+TEST_F(HashiBusClientStream, goesOnWithAHeaderThatTheStreamsEndHasCut) {
+    daemon.busHeader = "HTTP/1.1 200 OK\r\n";
+    start();
+    daemon.closeBus();
+    dispatch.advance(seconds(3));
+    send("\r\n" + line("a"));
+    EXPECT_EQ(delegate->versions, "a");
+}
+
+TEST_F(HashiBusClientStream, discardsNotificationsAndLogsNoStateWithoutADelegate) {
+    delegate.reset();
+    start();
+    send(line("a"));
+    daemon.closeBus();
+    dispatch.advance(seconds(3));
+    EXPECT_EQ(log(), (Lines{"[HashiBus] Connected to socket", "[HashiBus] EOF",
+                            "[HashiBus] Connected to socket"}));
+    delegate = std::make_shared<Delegate>(dispatch);
+    client->delegate = delegate;
+    send(line("b"));
+    EXPECT_EQ(delegate->versions, "b");
+}
+
+TEST_F(HashiBusClientStream, forgetsADelegateThatGoesAwayBetweenTwoNotifications) {
+    struct Leaving final : HashiBusClientDelegate {
+        Leaving(std::shared_ptr<Leaving>& self, int& count) : self(self), count(count) {}
+        void hashiBusDidReceiveNotify(const HashiBusNotify&) override {
+            ++count;
+            self.reset();
+        }
+        std::shared_ptr<Leaving>& self;
+        int& count;
+    };
+    int count = 0;
+    std::shared_ptr<Leaving> leaving;
+    leaving = std::make_shared<Leaving>(leaving, count);
+    client->delegate = leaving;
+    start();
+    send(line("a") + line("b"));
+    EXPECT_EQ(count, 1);
+    daemon.closeBus();
+    dispatch.runUntilIdle();
+    EXPECT_EQ(log().back(), "[HashiBus] EOF");
+}
+
+TEST_F(HashiBusClientStream, readsALongLineInTimeProportionalToItsLength) {
+    start();
+    // In reads of 4,096 bytes, searching all of it again for each one would take a minute.
+    send("{\"Version\":\"long\",\"x\":\"" + std::string(std::size_t(48) << 20, 'x') + "\"}\n" +
+         line(" then short"));
+    EXPECT_EQ(delegate->versions, "long then short");
+}
+
+} // namespace quoxelin::testing

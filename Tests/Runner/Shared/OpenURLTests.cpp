@@ -1,0 +1,43 @@
+#include "Runner/Shared/OpenURL.h"
+
+#include "Platform/Simulated/SimulatedWorkspace.h"
+
+#include <array>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace quoxelin::testing {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+TEST(OpenURL, opensWhatIsAURL) {
+    SimulatedWorkspace workspace;
+    EXPECT_TRUE(openURL(workspace, "https://example.com/"));
+    EXPECT_THAT(workspace.openedURLs(), ElementsAre("https://example.com/"));
+}
+
+TEST(OpenURL, doesNotAskTheWorkspaceToOpenWhatIsNoURL) {
+    SimulatedWorkspace workspace;
+    for (const auto* const text : {"", "not a url", "https://example.com/%", "é:"})
+        EXPECT_FALSE(openURL(workspace, text)) << text;
+    EXPECT_THAT(workspace.triedURLs(), IsEmpty());
+}
+
+TEST(OpenURL, passesOverAnAddressThatIsNoURL) {
+    SimulatedWorkspace workspace;
+    EXPECT_TRUE(openFirstURL(workspace, std::array{"a settings pane", "settings:a", "settings:b"}));
+    EXPECT_THAT(workspace.triedURLs(), ElementsAre("settings:a"));
+}
+
+TEST(OpenURL, goesOnUntilOneOpens) {
+    SimulatedWorkspace workspace;
+    workspace.refuseURLs("settings:");
+    const std::array addresses{"settings:a", "settings:b", "other:c", "other:d"};
+    EXPECT_TRUE(openFirstURL(workspace, addresses));
+    EXPECT_THAT(workspace.openedURLs(), ElementsAre("other:c"));
+    workspace.refuseURLs("");
+    EXPECT_FALSE(openFirstURL(workspace, addresses));
+}
+
+} // namespace quoxelin::testing
