@@ -86,7 +86,11 @@ void SimulatedNetworkExtension::perform(Operation operation, std::function<void(
         const auto error = failure == errors.end() ? std::nullopt : std::optional(failure->second);
         if (!error)
             effect();
-        answer([completion, error] { completion(error); });
+        answer([this, completion, error] {
+            completion(error);
+            if (answersTwice)
+                completion(error);
+        });
     });
     if (answers == Answers::beforeReturning)
         work();

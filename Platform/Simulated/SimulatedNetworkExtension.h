@@ -68,6 +68,8 @@ class SimulatedNetworkExtension final : public NetworkExtension {
 
     ProtocolAccess protocolAccess = ProtocolAccess::byReference;
     Answers answers = Answers::onMainThread;
+    /// A faulty one, which answers everything a second time.
+    bool answersTwice = false;
     /// How long an operation takes; it has its effect, or fails, at the end.
     Duration answerDelay{0};
     /// Operations that fail when their answer is due.

@@ -6,6 +6,7 @@
 #include "Platform/Platform.h"
 #include "Runner/Shared/AppLogger.h"
 
+#include <atomic>
 #include <fmt/format.h>
 
 namespace quoxelin {
@@ -57,12 +58,15 @@ VPNTunnelService& VPNTunnelService::shared() {
 }
 
 /// The completion of a preference call, which comes on any thread: `function` receives the answer
-/// on a later turn of the main queue. Once the service is gone, `completion` is called instead.
+/// on a later turn of the main queue. Once the service is gone, `completion` is called instead. A
+/// platform that answers twice is heard once.
 template <typename Function>
 auto VPNTunnelService::onMainQueue(Function function, Done completion) const {
     return [&main = dependencies.dispatch.main(),
-            work = lifetime.weaklyOr(std::move(function), std::move(completion))](
-               auto answer) mutable {
+            work = lifetime.weaklyOr(std::move(function), std::move(completion)),
+            answered = std::make_shared<std::atomic_flag>()](auto answer) mutable {
+        if (answered->test_and_set())
+            return;
         // Moved, so that nothing of the caller's is left behind on the answering thread.
         main.async([work = std::move(work), answer = std::move(answer)]() mutable {
             work(std::move(answer));
@@ -78,6 +82,7 @@ void VPNTunnelService::start() {
         return;
     }
     pendingStartAfterApproval = true;
+    wasRemoved = false;
     if (manager) {
         startVPNTunnel();
         return;
@@ -118,6 +123,7 @@ void VPNTunnelService::ensureConfigurationSaved(std::function<void()> completion
             [this, completion] { ensureConfigurationSaved(completion); }, completion));
         return;
     }
+    wasRemoved = false;
     loadManager(true, lifetime.weaklyOr(
                           [this, completion] {
                               updateStatus();
@@ -211,6 +217,11 @@ void VPNTunnelService::loadManager(bool forceSave, Done completion) {
                 return;
             }
             manager = firstMatch(*loaded);
+            // The removal is itself a configuration change: it must not bring back what it removes.
+            if (!manager && wasRemoved) {
+                completion();
+                return;
+            }
             if (!manager) {
                 if (!loaded->empty())
                     log("Found existing manager(s) but none match Quoxelin; creating a new "
@@ -233,7 +244,7 @@ void VPNTunnelService::loadManager(bool forceSave, Done completion) {
 
 /// Works on the manager that is held now: a removal, or another load, may have come between.
 void VPNTunnelService::configureAndSave(bool forceSave, Done completion) {
-    if (!manager) {
+    if (!manager || wasRemoved) {
         completion();
         return;
     }
@@ -283,6 +294,7 @@ bool VPNTunnelService::ensureConfigured(NETunnelProviderManager& candidate) cons
 }
 
 void VPNTunnelService::removeAll(const Managers& managers, Done completion) {
+    wasRemoved = true;
     auto& main = dependencies.dispatch.main();
     const Done whenEmpty = lifetime.weaklyOr(
         [this, completion, count = managers.size()] {

@@ -82,6 +82,8 @@ class VPNTunnelService final : public ObservableObject {
     std::shared_ptr<NETunnelProviderManager> manager;
     /// A start was asked for and has not succeeded yet; a configuration change tries it again.
     bool pendingStartAfterApproval = false;
+    /// The configuration was removed, and nobody has asked for one since.
+    bool wasRemoved = false;
     Subscription statusObserver;
     Subscription configurationObserver;
     Lifetime lifetime;

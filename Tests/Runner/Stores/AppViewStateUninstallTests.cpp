@@ -81,6 +81,7 @@ TEST(AppViewStateUninstall, removesEverythingInOrderAndQuits) {
     EXPECT_EQ(app.tunnelCommands(), Lines{"10.000 stop"});
     const auto& asked = app.system.networkExtension.requests;
     EXPECT_EQ(std::count(asked.begin(), asked.end(), "remove"), 1);
+    EXPECT_TRUE(app.system.networkExtension.configurations().empty());
     EXPECT_EQ(app.system.serviceManagement.mainAppRegistration().unregistrations(), 1);
     EXPECT_EQ(app.system.userDefaults.removals(),
               (Lines{"loginItemRegisteredBuild", "loginItemRegistered"}));

@@ -24,6 +24,7 @@ TEST_F(VPNTunnelService, removesAllItsConfigurationsAndNoOther) {
     EXPECT_EQ(network.requests[1], "remove");
     EXPECT_EQ(network.requests[2], "remove");
     const auto saved = network.configurations();
+    ASSERT_EQ(saved.size(), 1u);
     EXPECT_EQ(saved.at(0).tunnel()->providerBundleIdentifier, foreignProvider);
 }
 
@@ -44,6 +45,39 @@ TEST_F(VPNTunnelService, clearsPublishesAndLogsBeforeItCompletesARemoval) {
               (Lines{"2 [VPN] Configuration changed; reloading manager",
                      "2 [VPN] Configuration changed; reloading manager", "2 = disconnected",
                      "2 [VPN] Removed 2 VPN configuration(s)", "2 removed"}));
+}
+
+TEST_F(VPNTunnelService, bringsARemovedConfigurationBackOnlyForSomebodyWhoAsksForIt) {
+    saveOurs();
+    createAndSettle();
+    service->removeConfiguration([] {});
+    // Told before the removal is answered, as a platform may, and again afterwards.
+    network.tellConfigurationChange();
+    dispatch.runUntilIdle();
+    network.tellConfigurationChange();
+    dispatch.runUntilIdle();
+    EXPECT_TRUE(network.configurations().empty());
+    service->ensureConfigurationSaved([] {});
+    dispatch.runUntilIdle();
+    EXPECT_EQ(network.configurations().size(), 1u);
+    service->removeConfiguration([] {});
+    dispatch.runUntilIdle();
+    EXPECT_TRUE(network.configurations().empty());
+    service->start();
+    dispatch.runUntilIdle();
+    EXPECT_EQ(network.configurations().size(), 1u);
+}
+
+TEST_F(VPNTunnelService, hearsAPlatformThatAnswersTwiceOnce) {
+    network.answersTwice = true;
+    create();
+    service->ensureConfigurationSaved(noting("saved"));
+    dispatch.runUntilIdle();
+    service->removeConfiguration(noting("removed"));
+    dispatch.runUntilIdle();
+    const auto lines = trace.take();
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), "saved"), 1);
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), "removed"), 1);
 }
 
 TEST_F(VPNTunnelService, countsTheConfigurationsThatCouldNotBeRemoved) {

@@ -242,14 +242,12 @@ TEST_F(VPNTunnelService, completesWhatWasAskedForWhenItHasGone) {
     for (const double end : {0.5, 1.5, 2.5, 3.5, 4.5}) {
         create();
         dispatch.advance(seconds(1));
-        const auto began = dispatch.now();
         service->ensureConfigurationSaved(noting("saved"));
         dispatch.advance(seconds(end));
         destroy();
         dispatch.advance(seconds(10));
         const auto lines = trace.take();
         EXPECT_EQ(std::count(lines.begin(), lines.end(), "saved"), 1) << end;
-        EXPECT_GE(dispatch.now(), began);
     }
     for (const double end : {0.5, 1.5}) {
         create();
