@@ -4,7 +4,6 @@
 #include "Base/Utf8.h"
 
 #include <cstdio>
-#include <fmt/format.h>
 
 namespace quoxelin {
 
@@ -18,7 +17,8 @@ std::string quoted(const std::string& text) {
 }
 
 void printLine(const std::string& line) {
-    fmt::print(stdout, "{}\n", line);
+    // Unlike formatted output this throws nothing where the output is closed.
+    std::fputs((line + '\n').c_str(), stdout);
 }
 
 void printStatus(const HashiStatus& status) {
