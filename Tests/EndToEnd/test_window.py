@@ -149,8 +149,9 @@ def test_the_keyboard_walks_the_rows_and_acts(desktop, opened, tray):
 
 def test_the_icons_menu_quits(desktop, application, tray):
     desktop.wait_icon(tray)
+    without_menu = desktop.around_icon(tray)
     desktop.click_icon(tray, button=3)
-    time.sleep(0.5)
+    desktop.await_that(lambda: desktop.around_icon(tray) != without_menu, "menu")
     desktop.keys("Up", "Return")
     assert application.exit_code() == 0
 

@@ -47,6 +47,20 @@ TEST_F(AppDelegateLaunch, runsItsStepsInOrder) {
     EXPECT_TRUE(hasStartedAppState());
 }
 
+TEST_F(AppDelegateLaunch, registersTheLoginItemThenTheHelperThenPingsIt) {
+    loginItem().failRegistration(Error{"SMAppServiceErrorDomain", 1, "Not today."});
+    helper().failRegistration(Error{"SMAppServiceErrorDomain", 1, "Not tomorrow."});
+    system.xpc.setHelper(Helper::incompatible);
+    launch();
+    EXPECT_THAT(Surroundings::log(),
+                ElementsAre("[App] Quoxelin Desktop App Launching...",
+                            "[App] Setting up Menu Bar...",
+                            "[App] Login item register failed: Not today.",
+                            "[App] Helper register attempt failed: Not tomorrow.",
+                            "[XPC] Failed to obtain HelperToolProtocol proxy for: "
+                            "com.quoxelin.desktop.Helper"));
+}
+
 TEST_F(AppDelegateLaunch, bringsTheDaemonUpBeforeItActivatesTheExtension) {
     launch();
     dispatch.runUntilIdle();

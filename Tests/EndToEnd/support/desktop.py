@@ -194,6 +194,11 @@ class Desktop:
         pixels = self.screen.pixels(x - 8, y - 8, 16, 16)
         return {pixels[i:i + 3] for i in range(0, len(pixels), 4)}
 
+    def around_icon(self, kind: str) -> bytes:
+        """What is shown beside the icon and below it, where its menu opens."""
+        x, _ = ICONS[kind]
+        return self.screen.pixels(max(0, min(x - 60, WIDTH - 120)), 34, 120, 60)
+
     def wait_icon(self, kind: str):
         """Waits until there is a drawing where the icon belongs, dark on light or light on dark,
         that does not change any more."""
