@@ -1,0 +1,215 @@
+"""The privileged helper as root, behind the stock system bus and polkit, and those who attack it."""
+
+import contextlib
+import json
+import re
+
+import pytest
+
+from support.box import STRANGER, TESTER
+from support.stand_ins import calls
+
+ACTION = "com.quoxelin.desktop.helper.run"
+NAME = "com.quoxelin.desktop.Helper"
+CALL = ("gdbus", "call", "--system", "--dest", NAME, "--object-path", "/com/quoxelin/desktop/Helper",
+        "--method")
+INTERFACE = "com.quoxelin.desktop.HelperToolProtocol"
+RESOURCES = "/usr/lib/quoxelin-desktop/Contents/Resources"
+DAEMON, TOOL = f"{RESOURCES}/quoxelind", f"{RESOURCES}/quoxelin"
+HOME = "/home/" + TESTER
+HELPER = "/usr/libexec/quoxelin-desktop/quoxelin-helper"
+ERROR = re.compile(r"org\.freedesktop\.DBus\.Error\.(\w+)")
+
+# Sends many calls over one connection before it reads the first answer; counts the answers.
+FLOOD = """
+import json, sys
+from gi.repository import Gio, GLib
+count, path, arguments = int(sys.argv[1]), sys.argv[2], json.loads(sys.argv[3])
+arguments = [text * (int(sys.argv[4]) if len(sys.argv) > 4 else 1) for text in arguments]
+bus = Gio.bus_get_sync(Gio.BusType.SYSTEM)
+loop, outcomes = GLib.MainLoop(), {}
+def answered(bus, result):
+    try:
+        bus.call_finish(result)
+        outcome = "replied"
+    except GLib.Error as error:
+        outcome = (Gio.DBusError.get_remote_error(error) or error.message).split(".")[-1]
+    outcomes[outcome] = outcomes.get(outcome, 0) + 1
+    if sum(outcomes.values()) == count:
+        loop.quit()
+for _ in range(count):
+    bus.call("com.quoxelin.desktop.Helper", "/com/quoxelin/desktop/Helper",
+             "com.quoxelin.desktop.HelperToolProtocol", "RunGoTool",
+             GLib.Variant("(sas)", (path, arguments)), None, Gio.DBusCallFlags.NONE, 10000, None,
+             answered)
+loop.run()
+print(json.dumps(outcomes))
+"""
+
+
+def run_go_tool(box, path, *arguments, user=TESTER):
+    """("replied", output) or the name of the D-Bus error and its text."""
+    done = box.try_run(*CALL, f"{INTERFACE}.RunGoTool", path, json.dumps(arguments), user=user)
+    if done.returncode == 0:
+        return "replied", done.stdout
+    return ERROR.search(done.stderr)[1], done.stderr
+
+
+def outcome(box, *call, user=TESTER):
+    return run_go_tool(box, *call, user=user)[0]
+
+
+def flood(box, count, path, *arguments, times=1, user=TESTER):
+    return json.loads(box.run("/usr/bin/python3", "-c", FLOOD, str(count), path,
+                              json.dumps(arguments), str(times), user=user))
+
+
+@contextlib.contextmanager
+def changed(box, change, back):
+    """Runs a test between two shell commands of the box's root."""
+    box.run("sh", "-ec", change)
+    try:
+        yield
+    finally:
+        box.run("sh", "-ec", back)
+
+
+def test_it_is_started_by_the_first_caller_and_runs_the_program_with_a_clean_environment(box):
+    assert box.run(*CALL, f"{INTERFACE}.Ping", user=TESTER) == "(true,)\n"
+    assert box.pids(f"^{HELPER}")
+    what, output = run_go_tool(box, DAEMON, "--help")
+    assert what == "replied" and "usage" in output
+    assert calls(box)[-1] == {
+        "arguments": [DAEMON, "--help"],
+        "environment": ["PATH=/usr/sbin:/usr/bin:/sbin:/bin", "LANG=C.UTF-8"], "uid": 0}
+
+
+def test_polkit_decides_who_may_use_it(box):
+    before = len(calls(box))
+    assert outcome(box, TOOL, "down", user=STRANGER) == "AccessDenied"
+    box.refuse(ACTION)
+    assert outcome(box, TOOL, "down") == "AccessDenied"
+    assert len(calls(box)) == before
+    box.allow(ACTION)
+    assert outcome(box, TOOL, "down") == "replied"
+    assert len(calls(box)) == before + 1
+    assert outcome(box, TOOL, "down", user=STRANGER) == "AccessDenied"
+    assert outcome(box, TOOL, "down", user="root") == "replied"
+
+
+def test_without_polkit_it_refuses_everybody_and_with_it_works_again(box):
+    polkitd = "/usr/lib/polkit-1/polkitd"
+    with changed(box, f"mv {polkitd} {polkitd}.away", f"mv {polkitd}.away {polkitd}"):
+        box.process("polkit").end()
+        assert outcome(box, TOOL, "down") == "AccessDenied"
+        assert outcome(box, TOOL, "down", user="root") == "AccessDenied"
+    box.start_polkit()
+    assert outcome(box, TOOL, "down") == "replied"
+
+
+@pytest.mark.parametrize("path", [
+    "/bin/sh", "", "quoxelin", "./quoxelin", "Contents/Resources/quoxelin",
+    f"{RESOURCES}/../Resources/quoxelin", f"/{TOOL}", f"{RESOURCES}//quoxelin", f"{TOOL}/", "/tmp/link",
+    f"{HOME}/quoxelin", "/proc/self/exe"])
+def test_it_runs_nothing_at_another_path(box, path):
+    box.run("ln", "-sf", TOOL, "/tmp/link", user=TESTER)
+    box.run("cp", TOOL, f"{HOME}/quoxelin", user=TESTER)
+    before = len(calls(box))
+    assert outcome(box, path, "down") == "InvalidArgs"
+    assert outcome(box, path, "down", user="root") == "InvalidArgs"
+    assert len(calls(box)) == before
+
+
+@pytest.mark.parametrize("call", [
+    [DAEMON], [DAEMON, "up", "--state=/etc/shadow"], [DAEMON, "--help", "up"], [DAEMON, "down"],
+    [DAEMON, "up", "--conductor-host", "--signal-host=x"], [DAEMON, "up", "--conductor-host", "a b"],
+    [DAEMON, "up", "--conductor-host", "$(reboot)"], [DAEMON, "up", "--conductor-host"],
+    [DAEMON, "up", "--signal-host", "a", "--conductor-host", "b"], [TOOL], [TOOL, "login"],
+    [TOOL, "up", "--operator=tester"], [TOOL, "down", ""], [TOOL, "status", "-json=true", "-x"]])
+def test_it_passes_no_argument_that_the_application_does_not_send(box, call):
+    before = len(calls(box))
+    assert outcome(box, *call) == "InvalidArgs"
+    assert len(calls(box)) == before
+
+
+ALTERED = {
+    "a link in place of the program": (
+        f"mv {TOOL} {TOOL}.real; ln -s quoxelin.real {TOOL}", f"mv {TOOL}.real {TOOL}"),
+    "a link to somebody's own program": (
+        f"mv {TOOL} /usr/lib/real; ln -s {HOME}/quoxelin {TOOL}", f"mv /usr/lib/real {TOOL}"),
+    "a link in place of a folder": (
+        f"mv {RESOURCES} {RESOURCES}.real; ln -s Resources.real {RESOURCES}",
+        f"rm {RESOURCES}; mv {RESOURCES}.real {RESOURCES}"),
+    "a link in place of the bundle": (
+        "mv /usr/lib/quoxelin-desktop /usr/lib/real; ln -s real /usr/lib/quoxelin-desktop",
+        "rm /usr/lib/quoxelin-desktop; mv /usr/lib/real /usr/lib/quoxelin-desktop"),
+    "another name of the program": (f"ln {TOOL} {TOOL}2", f"rm {TOOL}2"),
+    "a program that a group can write": (f"chmod g+w {TOOL}", f"chmod g-w {TOOL}"),
+    "a program that all can write": (f"chmod o+w {TOOL}", f"chmod o-w {TOOL}"),
+    "a program of somebody's": (f"chown tester {TOOL}", f"chown root {TOOL}"),
+    "a program with a set-id bit": (f"chmod u+s {TOOL}", f"chmod u-s {TOOL}"),
+    "a folder that a group can write": (f"chmod g+w {RESOURCES}", f"chmod g-w {RESOURCES}"),
+    "a folder above that all can write": ("chmod o+w,+t /usr/lib", "chmod o-w,-t /usr/lib"),
+    "a folder of somebody's": (f"chown tester {RESOURCES}", f"chown root {RESOURCES}"),
+    "a script": (f"mv {TOOL} {TOOL}.real; printf '#!/bin/sh\\nid\\n' >{TOOL}; chmod 755 {TOOL}",
+                 f"mv {TOOL}.real {TOOL}"),
+    "a pipe": (f"mv {TOOL} {TOOL}.real; mkfifo -m 755 {TOOL}", f"rm {TOOL}; mv {TOOL}.real {TOOL}"),
+    "nothing": (f"mv {TOOL} {TOOL}.real", f"mv {TOOL}.real {TOOL}"),
+}
+
+
+@pytest.mark.parametrize("what", ALTERED)
+def test_it_runs_no_program_that_is_not_as_it_was_installed(box, what):
+    before = len(calls(box))
+    with changed(box, *ALTERED[what]):
+        assert outcome(box, TOOL, "down") == "Failed"
+    assert len(calls(box)) == before
+    assert outcome(box, TOOL, "down") == "replied"
+
+
+def test_a_flood_of_calls_is_cut_off_and_leaves_room_for_others(box):
+    outcomes = flood(box, 1000, DAEMON, "--help")
+    assert outcomes.pop("LimitsExceeded") > 0
+    assert outcomes.pop("replied") > 0
+    assert not outcomes
+    box.allow(ACTION, STRANGER)
+    assert outcome(box, TOOL, "down", user=STRANGER) == "replied"
+    box.answer(ACTION, STRANGER, "no")
+    assert outcome(box, TOOL, "down") == "replied"
+
+
+def test_a_flood_of_refused_calls_ends_neither_helper_nor_service(box):
+    running = box.pids(f"^{HELPER}")
+    outcomes = flood(box, 1000, "/bin/sh", "-c", "id")
+    assert set(outcomes) <= {"InvalidArgs", "LimitsExceeded"}
+    assert outcome(box, TOOL, "down") == "replied"
+    assert box.pids(f"^{HELPER}") == running
+
+
+@pytest.mark.parametrize("call", [
+    (1, TOOL, ["x"] * 1000), (10 * 1024 * 1024, TOOL, ["x"]), (1, "/" + "x" * 100000, ["up"]),
+    (2000, DAEMON, ["up", "--conductor-host", "x"])])
+def test_huge_arguments_are_refused(box, call):
+    times, path, arguments = call
+    running = box.pids(f"^{HELPER}")
+    assert flood(box, 3, path, *arguments, times=times) == {"InvalidArgs": 3}
+    assert outcome(box, TOOL, "down") == "replied"
+    assert box.pids(f"^{HELPER}") == running
+
+
+def test_nobody_else_can_take_its_name_or_its_place(box):
+    refused = box.try_run(
+        "gdbus", "call", "--system", "--dest", "org.freedesktop.DBus", "--object-path",
+        "/org/freedesktop/DBus", "--method", "org.freedesktop.DBus.RequestName", NAME, "0",
+        user=TESTER)
+    assert "AccessDenied" in refused.stderr
+    assert box.try_run(HELPER, user=TESTER).returncode == 1
+    assert box.try_run(HELPER, "--bundle=/tmp").returncode == 1
+
+
+def test_a_daemon_that_was_brought_up_stays(box):
+    what, output = run_go_tool(box, DAEMON, "up", "--conductor-host", "conductor.example.com")
+    assert what == "replied" and "quoxelind is up" in output
+    assert box.pids("quoxelind-sim")
+    assert "runs already" in run_go_tool(box, DAEMON, "up")[1]
+    assert box.pids("quoxelind-sim")
