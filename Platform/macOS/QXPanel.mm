@@ -56,11 +56,14 @@
 }
 
 - (void)orderOut:(id)sender {
-    [super orderOut:sender];
-    if (!isShown)
-        return;
+    const BOOL wasShown = isShown;
     isShown = NO;
-    [self.treeView windowDidHide];
+    // Before it goes: a sheet holds its window on the screen.
+    if (wasShown)
+        [self.treeView windowDidHide];
+    [super orderOut:sender];
+    if (!wasShown)
+        return;
     if (const auto current = didOrderOut)
         current();
 }
