@@ -2,6 +2,7 @@
 
 #include "Base/Result.h"
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -30,10 +31,22 @@ class PlatformHost {
   public:
     virtual ~PlatformHost() = default;
     virtual const Platform& platform() const = 0;
+
+    /// Calls the observer with a line for the application's log about each service of the system
+    /// that it has to do without, and again when one comes or goes. Once, on the main thread, where
+    /// it is called, too: from the main loop, after the launch.
+    virtual void observeMissingServices(std::function<void(const std::string& line)>) {}
+};
+
+/// Why there is no platform, and how the process ends.
+struct LaunchRefusal {
+    /// For standard error; empty where nobody needs to be told.
+    std::string text;
+    int exitCode = 0;
 };
 
 /// Makes the platform of this build; each platform implements it, and a program links exactly one.
-/// Call it once, on the main thread. A failure is a text for standard error.
-Result<std::unique_ptr<PlatformHost>, std::string> makePlatform(const LaunchOptions& options);
+/// Call it once, on the main thread.
+Result<std::unique_ptr<PlatformHost>, LaunchRefusal> makePlatform(const LaunchOptions& options);
 
 } // namespace quoxelin

@@ -15,19 +15,24 @@ namespace {
 
 constexpr int usageExitCode = 2;
 
-int report(const std::string& problem) {
+void report(const std::string& problem) {
     fmt::print(stderr, "quoxelin-desktop: {}\n", problem);
-    return usageExitCode;
 }
 
 int launch(const LaunchOptions& options) {
     auto host = makePlatform(options);
-    if (!host)
-        return report(host.error());
+    if (!host) {
+        if (!host.error().text.empty())
+            report(host.error().text);
+        return host.error().exitCode;
+    }
     // Never destroyed: work on other threads, some of it blocked for ever, refers to it to the end.
-    const Platform& platform = host->release()->platform();
+    auto& lasting = *host->release();
+    const Platform& platform = lasting.platform();
     Platform::use(platform);
     const auto delegate = AppDelegate::make(AppDelegate::Dependencies::fromCurrentPlatform());
+    lasting.observeMissingServices(
+        [](const std::string& line) { AppLogger::shared().log("App", line); });
     const int code = platform.application.run(*delegate);
     AppLogger::shared().flush();
     std::fflush(nullptr);

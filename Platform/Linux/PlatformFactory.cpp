@@ -28,10 +28,11 @@ bool canShowWindows() {
 
 } // namespace
 
-Result<std::unique_ptr<PlatformHost>, std::string> makePlatform(const LaunchOptions& options) {
+Result<std::unique_ptr<PlatformHost>, LaunchRefusal> makePlatform(const LaunchOptions& options) {
     if (!options.simulate)
-        return tl::unexpected(std::string("this build runs on the simulated operating system only: "
-                                          "start it with --simulate"));
+        return tl::unexpected(LaunchRefusal{"this build runs on the simulated operating system "
+                                            "only: start it with --simulate",
+                                            2});
     if (!isSet("QT_QPA_PLATFORM") && !canShowWindows())
         ::setenv("QT_QPA_PLATFORM", "offscreen", 0);
     return std::make_unique<SimulatedHost>(options);

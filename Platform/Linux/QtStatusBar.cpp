@@ -12,18 +12,21 @@
 
 namespace quoxelin {
 
-namespace {
-
 /// Its icon comes with the tray.
-class TrayButton final : public QObject, public NSStatusBarButton {
+class QtStatusBar::Button final : public QObject, public NSStatusBarButton {
   public:
-    TrayButton(QMenu& contextMenu, ClickWatch& clicks)
-        : contextMenu(contextMenu), clicks(clicks), watch([this] { appear(); }) {
+    explicit Button(QtStatusBar& bar)
+        : bar(bar), contextMenu(bar.contextMenu), clicks(bar.clicks), watch([this] { appear(); }) {
         qApp->installEventFilter(this);
         clicks.setStatusItemArea([this] { return area(); });
+        bar.button = this;
     }
 
-    ~TrayButton() override { clicks.setStatusItemArea(nullptr); }
+    ~Button() override {
+        clicks.setStatusItemArea(nullptr);
+        if (bar.button == this)
+            bar.button = nullptr;
+    }
 
     void setImage(std::shared_ptr<NSImage> newImage) override {
         image = std::static_pointer_cast<TemplateImage>(newImage);
@@ -41,6 +44,11 @@ class TrayButton final : public QObject, public NSStatusBarButton {
     std::optional<NSRect> frameOnScreen() const override {
         const auto known = area();
         return fromScreen(known.isEmpty() ? QRect(QCursor::pos(), QSize(0, 0)) : known);
+    }
+
+    void click() {
+        if (action)
+            action();
     }
 
   protected:
@@ -61,6 +69,8 @@ class TrayButton final : public QObject, public NSStatusBarButton {
                 [this](QSystemTrayIcon::ActivationReason reason) { activated(reason); });
         refresh();
         icon->show();
+        if (bar.appeared)
+            bar.appeared();
     }
 
     void refresh() {
@@ -76,10 +86,10 @@ class TrayButton final : public QObject, public NSStatusBarButton {
             return;
         if (area().isEmpty() && clicks.takeClickOnStatusItem())
             return;
-        if (action)
-            action();
+        click();
     }
 
+    QtStatusBar& bar;
     QMenu& contextMenu;
     ClickWatch& clicks;
     std::shared_ptr<TemplateImage> image;
@@ -89,20 +99,27 @@ class TrayButton final : public QObject, public NSStatusBarButton {
     TrayWatch watch;
 };
 
-class TrayItem final : public NSStatusItem {
+class QtStatusBar::Item final : public NSStatusItem {
   public:
-    TrayItem(QMenu& contextMenu, ClickWatch& clicks) : trayButton(contextMenu, clicks) {}
-    NSStatusBarButton* button() override { return &trayButton; }
+    explicit Item(QtStatusBar& bar) : ownButton(bar) {}
+    NSStatusBarButton* button() override { return &ownButton; }
 
   private:
-    TrayButton trayButton;
+    Button ownButton;
 };
 
-} // namespace
+bool QtStatusBar::hasTray() {
+    return TrayWatch::hasTray();
+}
+
+void QtStatusBar::click() {
+    if (button != nullptr)
+        button->click();
+}
 
 /// A tray's icons are all square.
 std::unique_ptr<NSStatusItem> QtStatusBar::statusItemWithLength(double) {
-    return std::make_unique<TrayItem>(contextMenu, clicks);
+    return std::make_unique<Item>(*this);
 }
 
 std::shared_ptr<NSImage> QtStatusBar::imageNamed(const std::string& name) {

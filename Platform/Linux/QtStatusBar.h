@@ -3,6 +3,7 @@
 #include "Platform/NSStatusBar.h"
 
 #include <QMenu>
+#include <functional>
 
 namespace quoxelin {
 
@@ -18,9 +19,21 @@ class QtStatusBar final : public NSStatusBar {
     std::unique_ptr<NSStatusItem> statusItemWithLength(double length) override;
     std::shared_ptr<NSImage> imageNamed(const std::string& name) override;
 
+    /// Whether the desktop has a tray. `appeared` is called when an item has come into it.
+    static bool hasTray();
+    void setAppeared(std::function<void()> newAppeared) { appeared = std::move(newAppeared); }
+
+    /// As when somebody clicks the item that was made last; also without a tray.
+    void click();
+
   private:
+    class Button;
+    class Item;
+
     QMenu& contextMenu;
     ClickWatch& clicks;
+    std::function<void()> appeared;
+    Button* button = nullptr;
 };
 
 } // namespace quoxelin

@@ -1,42 +1,113 @@
 #include "Platform/Linux/QtWorkspace.h"
 
-#include <QDesktopServices>
-#include <QProcess>
-#include <QRegularExpression>
-#include <QSettings>
 #include <QStandardPaths>
-#include <QUrl>
+#include <QString>
+#include <array>
+#include <gio/gdesktopappinfo.h>
+#include <memory>
+#include <vector>
 
 namespace quoxelin {
 
-bool QtWorkspace::open(const Url& url) {
-    return QDesktopServices::openUrl(QUrl::fromEncoded(QByteArray::fromStdString(url.text())));
+namespace {
+
+struct Unref {
+    void operator()(gpointer object) const { g_object_unref(object); }
+};
+using Application = std::unique_ptr<GAppInfo, Unref>;
+
+/// Returns at once; a failure shows nowhere, as nobody could do anything about it.
+void launch(GAppInfo* application, const std::string* uri) {
+    GList* const uris =
+        uri == nullptr ? nullptr : g_list_append(nullptr, const_cast<char*>(uri->c_str()));
+    g_app_info_launch_uris_async(application, uris, nullptr, nullptr, nullptr, nullptr);
+    g_list_free(uris);
 }
 
-void QtWorkspace::openFolder(const std::filesystem::path& folder) {
-    QDesktopServices::openUrl(QUrl::fromLocalFile(QString::fromStdString(folder.string())));
+struct Settings {
+    const char* desktop;
+    const char* entry;
+};
+
+/// Where each desktop has its system settings, best first.
+constexpr std::array settingsApplications{
+    Settings{"GNOME", "org.gnome.Settings"},
+    Settings{"GNOME", "gnome-control-center"},
+    Settings{"Unity", "gnome-control-center"},
+    Settings{"Budgie", "org.buddiesofbudgie.ControlCenter"},
+    Settings{"Budgie", "budgie-control-center"},
+    Settings{"Pantheon", "io.elementary.settings"},
+    Settings{"Pantheon", "io.elementary.switchboard"},
+    Settings{"COSMIC", "com.system76.CosmicSettings"},
+    Settings{"KDE", "systemsettings"},
+    Settings{"KDE", "org.kde.systemsettings"},
+    Settings{"XFCE", "xfce-settings-manager"},
+    Settings{"X-Cinnamon", "cinnamon-settings"},
+    Settings{"MATE", "matecc"},
+    Settings{"LXQt", "lxqt-config"},
+    Settings{"LXDE", "lxde-control-center"},
+    Settings{"Deepin", "dde-control-center"},
+    Settings{"DDE", "org.deepin.dde.control-center"},
+};
+
+bool isSystemSettings(const std::string& bundleIdentifier) {
+    return bundleIdentifier == "com.apple.SystemSettings" ||
+           bundleIdentifier == "com.apple.systempreferences";
 }
 
-std::optional<std::filesystem::path>
-QtWorkspace::urlForApplication(const std::string& bundleIdentifier) const {
+std::optional<std::filesystem::path> desktopEntry(const QString& name) {
     const auto entry =
-        QStandardPaths::locate(QStandardPaths::ApplicationsLocation,
-                               QString::fromStdString(bundleIdentifier) + ".desktop");
+        QStandardPaths::locate(QStandardPaths::ApplicationsLocation, name + ".desktop");
     if (entry.isEmpty())
         return std::nullopt;
     return entry.toStdString();
 }
 
-void QtWorkspace::openApplication(const std::filesystem::path& application) {
-    const QSettings entry(QString::fromStdString(application.string()), QSettings::IniFormat);
-    auto command = entry.value("Desktop Entry/Exec").toString();
-    command.remove(
-        QRegularExpression("%[a-zA-Z]")); // places for files and URLs, of which we have none
-    auto words = QProcess::splitCommand(command);
-    if (words.isEmpty())
+/// The session names its desktop, and behind it others that it resembles.
+std::optional<std::filesystem::path> settingsEntry() {
+    for (const auto& desktop : qEnvironmentVariable("XDG_CURRENT_DESKTOP").split(':'))
+        for (const auto& settings : settingsApplications)
+            if (desktop.compare(QLatin1String(settings.desktop), Qt::CaseInsensitive) == 0)
+                if (auto entry = desktopEntry(settings.entry))
+                    return entry;
+    return std::nullopt;
+}
+
+} // namespace
+
+bool QtWorkspace::open(const Url& url) {
+    const auto scheme = url.scheme();
+    if (scheme.empty())
+        return false;
+    const Application handler(g_app_info_get_default_for_uri_scheme(scheme.c_str()));
+    if (!handler)
+        return false;
+    launch(handler.get(), &url.text());
+    return true;
+}
+
+void QtWorkspace::openFolder(const std::filesystem::path& folder) {
+    const Application handler(g_app_info_get_default_for_type("inode/directory", TRUE));
+    const std::unique_ptr<char, decltype(&g_free)> uri(
+        g_filename_to_uri(folder.c_str(), nullptr, nullptr), &g_free);
+    if (!handler || !uri)
         return;
-    const auto program = words.takeFirst();
-    QProcess::startDetached(program, words);
+    const std::string text = uri.get();
+    launch(handler.get(), &text);
+}
+
+std::optional<std::filesystem::path>
+QtWorkspace::urlForApplication(const std::string& bundleIdentifier) const {
+    if (isSystemSettings(bundleIdentifier))
+        return settingsEntry();
+    return desktopEntry(QString::fromStdString(bundleIdentifier));
+}
+
+void QtWorkspace::openApplication(const std::filesystem::path& application) {
+    const std::unique_ptr<GDesktopAppInfo, Unref> entry(
+        g_desktop_app_info_new_from_filename(application.c_str()));
+    if (entry)
+        launch(G_APP_INFO(entry.get()), nullptr);
 }
 
 } // namespace quoxelin

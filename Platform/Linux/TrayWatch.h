@@ -15,8 +15,9 @@ class TrayWatch final : public QObject {
     explicit TrayWatch(std::function<void()> appeared);
     ~TrayWatch() override;
 
-  private:
     static bool hasTray();
+
+  private:
     void check();
 
     std::function<void()> appeared;

@@ -5,7 +5,7 @@
 
 namespace quoxelin {
 
-Result<std::unique_ptr<PlatformHost>, std::string> makePlatform(const LaunchOptions& options) {
+Result<std::unique_ptr<PlatformHost>, LaunchRefusal> makePlatform(const LaunchOptions& options) {
     if (options.simulate)
         return std::make_unique<MacSimulatedHost>(options);
     return std::make_unique<MacHost>(options);

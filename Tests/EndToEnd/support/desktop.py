@@ -134,15 +134,23 @@ class Desktop:
         binaries.mkdir()
         self.opened = self.home / "opened"
         # The browser of this desktop writes down what it is asked to open.
-        browser = binaries / "xdg-open"
+        browser = binaries / "browser"
         browser.write_text(f'#!/bin/sh\nprintf "%s\\n" "$1" >>{self.opened}\n')
         browser.chmod(0o755)
+        entries = self.home / "share/applications"
+        entries.mkdir(parents=True)
+        (entries / "browser.desktop").write_text(
+            f"[Desktop Entry]\nType=Application\nName=Browser\nExec={browser} %u\n")
+        (self.home / "config/mimeapps.list").write_text(
+            "[Default Applications]\n" + "".join(
+                f"x-scheme-handler/{scheme}=browser.desktop\n" for scheme in ("http", "https")))
         directories |= {"XDG_CONFIG_HOME": self.home / "config",
                         "XDG_CACHE_HOME": self.home / "cache",
                         "XDG_RUNTIME_DIR": self.home / "run"}
         self.environment = {name: str(path) for name, path in directories.items()} | {
             "PATH": f"{binaries}:{os.environ['PATH']}",
             "LANG": "C.UTF-8",
+            "XDG_DATA_DIRS": f"{self.home / 'share'}:/usr/local/share:/usr/share",
             "NO_AT_BRIDGE": "1",
             "GTK_A11Y": "none",
             "XDG_SESSION_TYPE": "x11",

@@ -2,6 +2,7 @@
 
 #include <QCoreApplication>
 #include <QEventLoop>
+#include <QTimer>
 
 namespace quoxelin::testing {
 
@@ -10,6 +11,14 @@ template <typename Condition>
 void runLoopUntil(Condition condition) {
     while (!condition())
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+}
+
+/// The same for what no event tells of, such as a file that another process writes.
+template <typename Condition>
+void pollUntil(Condition condition) {
+    QTimer ticks;
+    ticks.start(5);
+    runLoopUntil(condition);
 }
 
 /// Runs what can run now, deferred deletions and layouts included.

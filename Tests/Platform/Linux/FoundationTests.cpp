@@ -2,37 +2,15 @@
 #include "Platform/Linux/LinuxFileManager.h"
 #include "Platform/Linux/LinuxProcessInfo.h"
 #include "Platform/Linux/LinuxUserDefaults.h"
+#include "Tests/Platform/Linux/Variable.h"
 #include "Tests/Support/TemporaryDirectory.h"
 
-#include <cstdlib>
 #include <fstream>
 #include <gtest/gtest.h>
 
 namespace quoxelin::testing {
 
 namespace {
-
-/// Sets a variable of the environment, or takes it away, until the end of the scope.
-class Variable {
-  public:
-    Variable(std::string name, const char* value) : name(std::move(name)) {
-        if (const char* before = std::getenv(this->name.c_str()))
-            previous = before;
-        assign(value);
-    }
-    ~Variable() { assign(previous ? previous->c_str() : nullptr); }
-
-  private:
-    void assign(const char* value) const {
-        if (value != nullptr)
-            ::setenv(name.c_str(), value, 1);
-        else
-            ::unsetenv(name.c_str());
-    }
-
-    std::string name;
-    std::optional<std::string> previous;
-};
 
 std::vector<std::filesystem::path> supportDirectories() {
     return LinuxFileManager().applicationSupportDirectories();

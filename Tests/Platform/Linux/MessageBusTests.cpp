@@ -22,8 +22,7 @@ void awaitAnswer(const ServicePresence& presence, bool answer) {
 } // namespace
 
 TEST(MessageBus, isConnectedAtOnceWhereThereIsABus) {
-    PrivateBus daemon;
-    daemon.start();
+    RunningBus daemon;
     const MessageBus bus(daemon.address());
     EXPECT_TRUE(bus.isConnected());
 }
@@ -45,8 +44,7 @@ TEST(MessageBus, comesWithTheBusAndGoesWithIt) {
 }
 
 TEST(MessageBus, waitsForASocketInADirectoryThatIsNotThereYet) {
-    PrivateBus daemon;
-    daemon.start();
+    RunningBus daemon;
     const auto socket = daemon.address().mid(QString("unix:path=").size()).toStdString();
     TemporaryDirectory directory;
     const auto deep = directory.path() / "run" / "user";
@@ -72,8 +70,7 @@ TEST(ServicePresence, isFalseWithoutABus) {
 }
 
 TEST(ServicePresence, followsTheOwnerOfTheName) {
-    PrivateBus daemon;
-    daemon.start();
+    RunningBus daemon;
     MessageBus bus(daemon.address());
     ServicePresence presence(bus, service, running, [] {});
     awaitAnswer(presence, false);
@@ -108,8 +105,7 @@ TEST(ServicePresence, comesBackWithTheBus) {
 }
 
 TEST(ServicePresence, tellsThoseWhoAskedBeforeItWasKnown) {
-    PrivateBus daemon;
-    daemon.start();
+    RunningBus daemon;
     MessageBus bus(daemon.address());
     ServicePresence presence(bus, service, running, [] {});
     std::vector<bool> told;

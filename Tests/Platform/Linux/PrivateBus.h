@@ -72,6 +72,12 @@ class PrivateBus {
     std::vector<QString> names;
 };
 
+/// One that runs from the beginning.
+class RunningBus final : public PrivateBus {
+  public:
+    RunningBus() { start(); }
+};
+
 /// A service on a private bus: it keeps every call to any of its objects and answers as the test
 /// says, in the thread that made it.
 class FakeService final : public QDBusVirtualObject {

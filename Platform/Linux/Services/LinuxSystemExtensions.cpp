@@ -1,0 +1,170 @@
+#include "Platform/Linux/Services/LinuxSystemExtensions.h"
+
+#include "Platform/Linux/LinuxBundle.h"
+#include "Platform/Linux/Services/KeyFile.h"
+
+#include <QProcess>
+#include <fmt/format.h>
+#include <system_error>
+#include <unistd.h>
+
+namespace quoxelin {
+
+namespace {
+
+/// What pkexec's own exit codes mean.
+constexpr int dismissed = 126;
+constexpr int notAuthorized = 127;
+
+void finish(const OSSystemExtensionRequest& request) {
+    if (const auto delegate = request.delegate.lock())
+        delegate->didFinishWithResult(request,
+                                      static_cast<int>(OSSystemExtensionRequestResult::completed));
+}
+
+void fail(const OSSystemExtensionRequest& request, OSSystemExtensionError code,
+          const std::string& description) {
+    if (const auto delegate = request.delegate.lock())
+        delegate->didFailWithError(
+            request, {OSSystemExtensionErrorDomain, static_cast<int>(code), description});
+}
+
+} // namespace
+
+LinuxSystemExtensions::~LinuxSystemExtensions() {
+    // An installation goes on to its end; nobody is told.
+    for (const auto& [identifier, installation] : installations)
+        installation.process->disconnect(this);
+}
+
+void LinuxSystemExtensions::submitRequest(const OSSystemExtensionRequest& request) {
+    QMetaObject::invokeMethod(
+        this,
+        [this, request] {
+            switch (request.kind) {
+            case OSSystemExtensionRequest::Kind::activation:
+                activate(request);
+                break;
+            case OSSystemExtensionRequest::Kind::properties:
+                answerProperties(request);
+                break;
+            }
+        },
+        Qt::QueuedConnection);
+}
+
+void LinuxSystemExtensions::answerProperties(const OSSystemExtensionRequest& request) const {
+    std::vector<OSSystemExtensionProperties> found;
+    if (auto one = installed(request.identifier))
+        found.push_back(std::move(*one));
+    if (const auto delegate = request.delegate.lock())
+        delegate->foundProperties(request, found);
+}
+
+void LinuxSystemExtensions::activate(const OSSystemExtensionRequest& request) {
+    const auto running = installations.find(request.identifier);
+    if (running != installations.end()) {
+        const auto superseded = std::exchange(running->second.request, request);
+        fail(superseded, OSSystemExtensionError::requestSuperseded, "The request was superseded.");
+        return;
+    }
+    const auto extension = bundled(request.identifier);
+    if (!extension) {
+        fail(request, OSSystemExtensionError::extensionNotFound,
+             fmt::format("The application contains no extension {}.", request.identifier));
+        return;
+    }
+    const auto existing = installed(request.identifier);
+    const bool sameVersion =
+        existing && existing->bundleShortVersion == extension->bundleShortVersion;
+    if (sameVersion && existing->isEnabled) {
+        finish(request);
+        return;
+    }
+    if (existing && !sameVersion) {
+        const auto delegate = request.delegate.lock();
+        if (!delegate || delegate->actionForReplacingExtension(request, *existing, *extension) ==
+                             OSSystemExtensionReplacementAction::cancel) {
+            fail(request, OSSystemExtensionError::requestCanceled, "The request was canceled.");
+            return;
+        }
+    }
+    install(request);
+}
+
+void LinuxSystemExtensions::install(const OSSystemExtensionRequest& request) {
+    auto* const process = new QProcess;
+    // It belongs to the process that runs, not to us.
+    connect(process, &QProcess::finished, process, &QObject::deleteLater);
+    installations.insert_or_assign(request.identifier, Installation{request, process});
+    process->setStandardInputFile(QProcess::nullDevice());
+    process->setStandardOutputFile(QProcess::nullDevice());
+    connect(process, &QProcess::finished, this, [this, process, identifier = request.identifier] {
+        installerEnded(identifier, *process,
+                       process->readAllStandardError().trimmed().toStdString());
+    });
+    connect(process, &QProcess::errorOccurred, this,
+            [this, process, identifier = request.identifier](QProcess::ProcessError error) {
+                if (error != QProcess::FailedToStart)
+                    return;
+                process->deleteLater();
+                const auto ended = installations.extract(identifier).mapped().request;
+                fail(ended, OSSystemExtensionError::unknown,
+                     fmt::format("{} cannot be started: {}", places.pkexec,
+                                 process->errorString().toStdString()));
+            });
+    process->start(QString::fromStdString(places.pkexec),
+                   {QString::fromStdString(places.installer.string())});
+}
+
+void LinuxSystemExtensions::installerEnded(const std::string& identifier, const QProcess& process,
+                                           const std::string& said) {
+    const auto request = installations.extract(identifier).mapped().request;
+    const bool exited = process.exitStatus() == QProcess::NormalExit;
+    if (exited && process.exitCode() == 0) {
+        finish(request);
+    } else if (exited && process.exitCode() == dismissed) {
+        fail(request, OSSystemExtensionError::authorizationRequired,
+             said.empty() ? "The authorization was dismissed." : said);
+    } else if (exited && process.exitCode() == notAuthorized) {
+        if (const auto delegate = request.delegate.lock())
+            delegate->requestNeedsUserApproval(request);
+    } else {
+        fail(request, OSSystemExtensionError::unknown,
+             said.empty() ? "The extension could not be installed." : said);
+    }
+}
+
+std::optional<OSSystemExtensionProperties>
+LinuxSystemExtensions::bundled(const std::string& identifier) const {
+    std::error_code error;
+    const auto folder = places.bundle / "Contents" / "Library" / "SystemExtensions";
+    for (std::filesystem::directory_iterator entry(folder, error), end; !error && entry != end;
+         entry.increment(error)) {
+        if (entry->path().extension() != ".systemextension")
+            continue;
+        const LinuxBundle extension(entry->path());
+        if (extension.bundleIdentifier() != identifier)
+            continue;
+        return OSSystemExtensionProperties{
+            .bundleIdentifier = identifier,
+            .bundleShortVersion =
+                extension.stringForInfoDictionaryKey("CFBundleShortVersionString").value_or("")};
+    }
+    return std::nullopt;
+}
+
+/// NetworkManager ignores the group that holds the version.
+std::optional<OSSystemExtensionProperties>
+LinuxSystemExtensions::installed(const std::string& identifier) const {
+    const KeyFile plugin(places.installedName);
+    if (plugin.string("VPN Connection", "service") != identifier)
+        return std::nullopt;
+    const auto program = plugin.string("VPN Connection", "program");
+    return OSSystemExtensionProperties{
+        .bundleIdentifier = identifier,
+        .bundleShortVersion = plugin.string("Quoxelin", "version").value_or(""),
+        .isEnabled = program && ::access(program->c_str(), X_OK) == 0};
+}
+
+} // namespace quoxelin

@@ -1,0 +1,152 @@
+#include "Platform/Linux/Services/LinuxUpdates.h"
+
+#include <QPointer>
+#include <algorithm>
+#include <utility>
+
+namespace quoxelin {
+
+namespace {
+
+const QString packageName = QStringLiteral("quoxelin-desktop");
+
+// PackageKit's bit fields.
+constexpr qulonglong noFilter = 1ULL << 1;
+constexpr qulonglong onlyTrusted = 1ULL << 1;
+
+QString versionOf(const QString& packageId) {
+    return packageId.section(';', 1, 1);
+}
+
+} // namespace
+
+class LinuxUpdates::Controller final : public SPUStandardUpdaterController, public SPUUpdater {
+  public:
+    explicit Controller(LinuxUpdates& updates) : updates(updates) {}
+
+    SPUUpdater& updater() override { return *this; }
+    void checkForUpdates() override { updates.check(); }
+    bool canCheckForUpdates() const override { return updates.canCheck(); }
+
+    Subscription observeCanCheckForUpdates(std::function<void(bool)> observer) override {
+        auto subscription = updates.observers.add(observer);
+        observer(updates.canCheck());
+        return subscription;
+    }
+
+  private:
+    LinuxUpdates& updates;
+};
+
+LinuxUpdates::LinuxUpdates(MessageBus& bus)
+    : bus(bus), packageKit(bus, PackageKitTransaction::service,
+                           ServicePresence::Counts::runningOrActivatable, [this] { changed(); }) {}
+
+std::unique_ptr<SPUStandardUpdaterController>
+LinuxUpdates::makeStandardUpdaterController(bool startingUpdater) {
+    started = started || startingUpdater;
+    changed();
+    return std::make_unique<Controller>(*this);
+}
+
+void LinuxUpdates::changed() {
+    if (const bool now = canCheck(); now != lastTold) {
+        lastTold = now;
+        observers.notify(now);
+    }
+}
+
+void LinuxUpdates::check() {
+    if (!canCheck())
+        return;
+    showProgress(QStringLiteral("Checking for updates..."));
+    // The lists of what there is may be old, and PackageKit does not renew them by itself.
+    run(QStringLiteral("RefreshCache"), {false}, [this](const Outcome&) { lookForUpdate(); });
+}
+
+void LinuxUpdates::lookForUpdate() {
+    run(QStringLiteral("GetUpdates"), {noFilter}, [this](const Outcome& listed) {
+        endTask();
+        showOutcome(listed);
+    });
+}
+
+void LinuxUpdates::install(const QString& packageId) {
+    // It may have been taken away meanwhile.
+    if (!canCheck()) {
+        window->show({.text = QStringLiteral("The update could not be installed."),
+                      .details = QStringLiteral("The package service is not there."),
+                      .dismissal = QStringLiteral("Close")});
+        return;
+    }
+    const auto version = versionOf(packageId);
+    showProgress(QStringLiteral("Installing version %1...").arg(version));
+    run(QStringLiteral("UpdatePackages"), {onlyTrusted, QStringList{packageId}},
+        [this, version](const Outcome&) {
+            endTask();
+            window->show({.text = QStringLiteral("Version %1 is installed.").arg(version),
+                          .details = QStringLiteral("It is used from the next start on."),
+                          .dismissal = QStringLiteral("Close")});
+        });
+}
+
+/// One task of the service, in place of the one before.
+void LinuxUpdates::run(const QString& method, const QVariantList& arguments,
+                       std::function<void(const Outcome&)> succeeded) {
+    auto ended = [this, succeeded = std::move(succeeded)](const Outcome& outcome) {
+        switch (outcome.kind) {
+        case Outcome::Kind::succeeded:
+            succeeded(outcome);
+            return;
+        case Outcome::Kind::cancelled:
+            endTask();
+            window.reset();
+            return;
+        case Outcome::Kind::failed:
+            endTask();
+            window->show({.text = QStringLiteral("The update failed."),
+                          .details = QString::fromStdString(outcome.error),
+                          .dismissal = QStringLiteral("Close")});
+            return;
+        }
+    };
+    // The one before is in the middle of telling its end.
+    if (transaction)
+        transaction.release()->deleteLater();
+    transaction = std::make_unique<PackageKitTransaction>(bus.connection(), method, arguments,
+                                                          std::move(ended));
+    changed();
+}
+
+void LinuxUpdates::endTask() {
+    if (transaction)
+        transaction.release()->deleteLater();
+    changed();
+}
+
+void LinuxUpdates::showProgress(const QString& text) {
+    if (!window)
+        window = std::make_unique<UpdateWindow>();
+    window->show({.text = text, .dismissal = QStringLiteral("Cancel"), .onDismissal = [this] {
+                      if (transaction)
+                          transaction->cancel();
+                  }});
+}
+
+void LinuxUpdates::showOutcome(const Outcome& listed) {
+    const auto found =
+        std::find_if(listed.packages.begin(), listed.packages.end(), [](const QString& packageId) {
+            return packageId.section(';', 0, 0) == packageName;
+        });
+    if (found == listed.packages.end()) {
+        window->show({.text = QStringLiteral("Quoxelin is up to date."),
+                      .dismissal = QStringLiteral("Close")});
+        return;
+    }
+    window->show({.text = QStringLiteral("Version %1 is available.").arg(versionOf(*found)),
+                  .action = QStringLiteral("Install"),
+                  .onAction = [this, packageId = *found] { install(packageId); },
+                  .dismissal = QStringLiteral("Later")});
+}
+
+} // namespace quoxelin

@@ -1,0 +1,77 @@
+#include "Platform/Linux/Services/LinuxAppleScript.h"
+#include "Tests/Platform/Linux/Recorder.h"
+
+#include <future>
+#include <gtest/gtest.h>
+
+namespace quoxelin::testing {
+
+namespace {
+
+const std::string opening = "do shell script \"";
+const std::string closing = "\" with administrator privileges";
+
+std::optional<std::string> run(const Recorder& pkexec, const std::string& commands) {
+    const auto script =
+        LinuxAppleScript(pkexec.path()).initWithSource(opening + commands + closing);
+    // Where it may block.
+    return std::async(std::launch::async, [&] { return script->executeAndReturnError(); }).get();
+}
+
+} // namespace
+
+TEST(LinuxAppleScript, handsTheCommandsToARootShellUnchanged) {
+    const Recorder pkexec;
+    const std::string commands = "echo 'a b' $HOME `c` 2>/dev/null || true; rm -f /no/such/file";
+    EXPECT_EQ(run(pkexec, commands), std::nullopt);
+    EXPECT_EQ(pkexec.arguments(), "/bin/sh\n-s\n");
+    EXPECT_EQ(pkexec.input(), commands + "\n");
+}
+
+TEST(LinuxAppleScript, handsOverMoreThanAPipeHolds) {
+    const Recorder pkexec;
+    const std::string commands(1 << 20, ':');
+    EXPECT_EQ(run(pkexec, commands), std::nullopt);
+    EXPECT_EQ(pkexec.input().size(), commands.size() + 1);
+}
+
+TEST(LinuxAppleScript, tellsADismissedAuthorizationFromARefusedOneAndFromAFailure) {
+    EXPECT_EQ(run(Recorder("exit 126"), ":"), "The authorization was dismissed.");
+    EXPECT_EQ(run(Recorder("exit 127"), ":"), "The authorization was not obtained.");
+    EXPECT_EQ(run(Recorder("exit 3"), ":"), "The script ended with exit code 3.");
+    EXPECT_EQ(run(Recorder("kill -KILL $$"), ":"), "The script was ended by a signal.");
+}
+
+TEST(LinuxAppleScript, addsWhatWasSaidOnStandardError) {
+    EXPECT_EQ(run(Recorder("echo '  no agent ' >&2; exit 127"), ":"),
+              "The authorization was not obtained. no agent");
+    EXPECT_EQ(run(Recorder("echo noise >&2"), ":"), std::nullopt);
+}
+
+TEST(LinuxAppleScript, survivesAProgramThatReadsNothing) {
+    const Recorder pkexec("exit 126");
+    std::ofstream(pkexec.path()) << "#!/bin/sh\nexit 126\n";
+    EXPECT_EQ(run(pkexec, std::string(1 << 20, ':')), "The authorization was dismissed.");
+}
+
+TEST(LinuxAppleScript, failsWhereNothingCanAskForAPassword) {
+    const auto script = LinuxAppleScript("/no/such/pkexec").initWithSource(opening + closing);
+    const auto error = script->executeAndReturnError();
+    ASSERT_TRUE(error);
+    EXPECT_TRUE(error->starts_with("/no/such/pkexec cannot be started: ")) << *error;
+}
+
+TEST(LinuxAppleScript, takesNoOtherText) {
+    using namespace std::string_literals;
+    LinuxAppleScript scripts("/no/such/pkexec");
+    for (const auto& text :
+         {""s, "beep"s, opening, closing, opening + ":\"", "do shell script \":\""s,
+          " " + opening + ":" + closing, opening + ":" + closing + " ",
+          opening + "echo \\\"a\\\"" + closing, opening + "a\" & \"b" + closing,
+          opening + "a\\" + closing, opening + "a\0b"s + closing,
+          "do shell script \" with administrator privileges"s})
+        EXPECT_EQ(scripts.initWithSource(text), nullptr) << text;
+    EXPECT_NE(scripts.initWithSource(opening + ":" + closing), nullptr);
+}
+
+} // namespace quoxelin::testing

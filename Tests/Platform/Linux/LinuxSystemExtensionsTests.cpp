@@ -1,0 +1,219 @@
+#include "Platform/Linux/Services/LinuxSystemExtensions.h"
+#include "Tests/Platform/Linux/EventLoop.h"
+#include "Tests/Platform/Linux/Recorder.h"
+
+#include <gtest/gtest.h>
+
+namespace quoxelin::testing {
+
+namespace {
+
+const std::string identifier = "com.quoxelin.test.PacketTunnel";
+using Kind = OSSystemExtensionRequest::Kind;
+
+/// Writes down what it is told, a word each.
+class Delegate final : public OSSystemExtensionRequestDelegate {
+  public:
+    OSSystemExtensionReplacementAction
+    actionForReplacingExtension(const OSSystemExtensionRequest&,
+                                const OSSystemExtensionProperties& existing,
+                                const OSSystemExtensionProperties& extension) override {
+        told.push_back("replace " + existing.bundleShortVersion + " " +
+                       extension.bundleShortVersion);
+        return action;
+    }
+    void requestNeedsUserApproval(const OSSystemExtensionRequest&) override {
+        told.push_back("approval");
+    }
+    void didFinishWithResult(const OSSystemExtensionRequest&, int result) override {
+        told.push_back("finished " + std::to_string(result));
+    }
+    void didFailWithError(const OSSystemExtensionRequest&, const Error& error) override {
+        EXPECT_EQ(error.domain, OSSystemExtensionErrorDomain);
+        told.push_back("failed " + std::to_string(error.code) + " " + error.localizedDescription);
+    }
+    void foundProperties(const OSSystemExtensionRequest&,
+                         const std::vector<OSSystemExtensionProperties>& properties) override {
+        std::string text = "found";
+        for (const auto& one : properties)
+            text += " " + one.bundleIdentifier + " " + one.bundleShortVersion +
+                    (one.isEnabled ? " enabled" : " disabled") +
+                    (one.isAwaitingUserApproval ? " awaiting" : "");
+        told.push_back(text);
+    }
+
+    OSSystemExtensionReplacementAction action = OSSystemExtensionReplacementAction::replace;
+    std::vector<std::string> told;
+};
+
+using Told = std::vector<std::string>;
+
+} // namespace
+
+class LinuxSystemExtensionsTest : public ::testing::Test {
+  protected:
+    LinuxSystemExtensionsTest() { bundleHas(identifier, "2.0"); }
+
+    void bundleHas(const std::string& bundled, const std::string& version) {
+        const auto folder = directory.path() / "Contents" / "Library" / "SystemExtensions" /
+                            (bundled + ".systemextension") / "Contents";
+        std::filesystem::create_directories(folder);
+        std::ofstream(folder / "Info.plist")
+            << "<plist version=\"1.0\"><dict><key>CFBundleIdentifier</key><string>" << bundled
+            << "</string><key>CFBundleShortVersionString</key><string>" << version
+            << "</string></dict></plist>";
+    }
+
+    void install(const std::string& version, const std::string& program = "/bin/true") {
+        std::ofstream(name()) << "[VPN Connection]\nname=x\nservice=" << identifier
+                              << "\nprogram=" << program << "\n\n[Quoxelin]\nversion=" << version
+                              << "\n";
+    }
+
+    std::filesystem::path name() const { return directory.path() / "installed.name"; }
+
+    LinuxSystemExtensions::Places places(const std::string& pkexec) const {
+        return {.bundle = directory.path(),
+                .installedName = name(),
+                .pkexec = pkexec,
+                .installer = "/somewhere/install-extension"};
+    }
+
+    OSSystemExtensionRequest request(Kind kind, const std::string& of = identifier) const {
+        return {kind, of, delegate};
+    }
+
+    /// What the delegate is told of one request; nothing is told from within it.
+    Told told(const std::string& pkexec, Kind kind, const std::string& of = identifier) {
+        LinuxSystemExtensions extensions(places(pkexec));
+        extensions.submitRequest(request(kind, of));
+        EXPECT_TRUE(delegate->told.empty());
+        runLoopUntil([&] {
+            return !delegate->told.empty() && !delegate->told.back().starts_with("replace");
+        });
+        return std::exchange(delegate->told, {});
+    }
+
+    TemporaryDirectory directory;
+    std::shared_ptr<Delegate> delegate = std::make_shared<Delegate>();
+};
+
+TEST_F(LinuxSystemExtensionsTest, installsThroughTheOneInstallerAsRoot) {
+    const Recorder pkexec;
+    EXPECT_EQ(told(pkexec.path(), Kind::activation), Told{"finished 0"});
+    EXPECT_EQ(pkexec.arguments(), "/somewhere/install-extension\n");
+}
+
+TEST_F(LinuxSystemExtensionsTest, asksNobodyWhereThisVersionIsInstalled) {
+    install("2.0");
+    const Recorder pkexec("exit 1");
+    EXPECT_EQ(told(pkexec.path(), Kind::activation), Told{"finished 0"});
+    EXPECT_EQ(pkexec.calls(), 0u);
+}
+
+TEST_F(LinuxSystemExtensionsTest, installsAgainWhatLacksItsProgram) {
+    install("2.0", "/no/such/service");
+    const Recorder pkexec;
+    EXPECT_EQ(told(pkexec.path(), Kind::activation), Told{"finished 0"});
+    EXPECT_EQ(pkexec.calls(), 1u);
+}
+
+TEST_F(LinuxSystemExtensionsTest, replacesAnotherVersionWhenTheDelegateSaysSo) {
+    const Recorder pkexec;
+    for (const char* version : {"1.0", "3.0", ""}) {
+        install(version);
+        EXPECT_EQ(told(pkexec.path(), Kind::activation),
+                  (Told{std::string("replace ") + version + " 2.0", "finished 0"}));
+    }
+    EXPECT_EQ(pkexec.calls(), 3u);
+}
+
+TEST_F(LinuxSystemExtensionsTest, keepsAnotherVersionWhenTheDelegateSaysSo) {
+    install("1.0");
+    delegate->action = OSSystemExtensionReplacementAction::cancel;
+    const Recorder pkexec;
+    EXPECT_EQ(told(pkexec.path(), Kind::activation),
+              (Told{"replace 1.0 2.0", "failed 11 The request was canceled."}));
+    EXPECT_EQ(pkexec.calls(), 0u);
+}
+
+TEST_F(LinuxSystemExtensionsTest, tellsADismissedQuestionFromARefusal) {
+    EXPECT_EQ(told(Recorder("exit 126").path(), Kind::activation),
+              Told{"failed 13 The authorization was dismissed."});
+    EXPECT_EQ(told(Recorder("echo Request dismissed >&2; exit 126").path(), Kind::activation),
+              Told{"failed 13 Request dismissed"});
+    EXPECT_EQ(told(Recorder("exit 127").path(), Kind::activation), Told{"approval"});
+}
+
+TEST_F(LinuxSystemExtensionsTest, passesOnWhyTheInstallerFailed) {
+    EXPECT_EQ(told(Recorder("echo 'no room left' >&2; exit 1").path(), Kind::activation),
+              Told{"failed 1 no room left"});
+    EXPECT_EQ(told(Recorder("kill -KILL $$").path(), Kind::activation),
+              Told{"failed 1 The extension could not be installed."});
+}
+
+TEST_F(LinuxSystemExtensionsTest, failsWhereNothingCanAskForAnAuthorization) {
+    const auto answer = told("/no/such/pkexec", Kind::activation);
+    ASSERT_EQ(answer.size(), 1u);
+    EXPECT_TRUE(answer[0].starts_with("failed 1 /no/such/pkexec cannot be started: ")) << answer[0];
+}
+
+TEST_F(LinuxSystemExtensionsTest, knowsOnlyTheExtensionsOfTheBundle) {
+    const Recorder pkexec;
+    EXPECT_EQ(told(pkexec.path(), Kind::activation, "com.quoxelin.test.Other"),
+              Told{"failed 4 The application contains no extension com.quoxelin.test.Other."});
+    EXPECT_EQ(pkexec.calls(), 0u);
+}
+
+TEST_F(LinuxSystemExtensionsTest, aNewerRequestSupersedesTheOneThatIsWaiting) {
+    const Recorder pkexec;
+    LinuxSystemExtensions extensions(places(pkexec.path()));
+    const auto first = std::make_shared<Delegate>();
+    extensions.submitRequest({Kind::activation, identifier, first});
+    extensions.submitRequest(request(Kind::activation));
+    runLoopUntil([&] { return !delegate->told.empty(); });
+    EXPECT_EQ(first->told, Told{"failed 12 The request was superseded."});
+    EXPECT_EQ(delegate->told, Told{"finished 0"});
+    EXPECT_EQ(pkexec.calls(), 1u);
+}
+
+TEST_F(LinuxSystemExtensionsTest, asksAgainAfterADismissedQuestion) {
+    const Recorder pkexec("exit 126");
+    LinuxSystemExtensions extensions(places(pkexec.path()));
+    for (std::size_t round = 1; round <= 2; ++round) {
+        extensions.submitRequest(request(Kind::activation));
+        runLoopUntil([&] { return delegate->told.size() == round; });
+        EXPECT_EQ(pkexec.calls(), round);
+    }
+}
+
+TEST_F(LinuxSystemExtensionsTest, foundIsWhatIsInstalled) {
+    EXPECT_EQ(told("/no", Kind::properties), Told{"found"});
+    install("1.5");
+    EXPECT_EQ(told("/no", Kind::properties), Told{"found " + identifier + " 1.5 enabled"});
+    EXPECT_EQ(told("/no", Kind::properties, "com.quoxelin.test.Other"), Told{"found"});
+    install("1.5", "/no/such/service");
+    EXPECT_EQ(told("/no", Kind::properties), Told{"found " + identifier + " 1.5 disabled"});
+    std::ofstream(name()) << "neither [a] group\nnor = a key\xff\n";
+    EXPECT_EQ(told("/no", Kind::properties), Told{"found"});
+}
+
+TEST_F(LinuxSystemExtensionsTest, outlivesNeitherDelegatesNorItself) {
+    const auto gate = directory.path() / "gate";
+    const Recorder pkexec("while ! [ -e " + gate.string() + " ]; do sleep 0.01; done");
+    {
+        LinuxSystemExtensions extensions(places(pkexec.path()));
+        extensions.submitRequest(request(Kind::activation));
+        pollUntil([&] { return pkexec.calls() == 1; });
+    }
+    std::ofstream(gate) << "open";
+    LinuxSystemExtensions extensions(places(pkexec.path()));
+    extensions.submitRequest(request(Kind::properties));
+    runLoopUntil([&] { return !delegate->told.empty(); });
+    extensions.submitRequest({Kind::activation, identifier, {}});
+    extensions.submitRequest({Kind::properties, identifier, {}});
+    pollUntil([&] { return pkexec.calls() == 2; });
+    EXPECT_EQ(delegate->told, Told{"found"});
+}
+
+} // namespace quoxelin::testing
