@@ -6,11 +6,12 @@ import pathlib
 import re
 import shutil
 import signal
+import socket
 import subprocess
 import time
 
 from .sim import build_directory
-from .steered import DEADLINE, SteeringError
+from .steered import DEADLINE, SteeredProcess, SteeringError
 
 HERE = pathlib.Path(__file__).resolve().parents[1] / "box"
 TESTER, STRANGER = "tester", "stranger"
@@ -54,35 +55,66 @@ def wait_until(condition, what: str, deadline: float = DEADLINE):
         time.sleep(0.01)
 
 
-class BoxProcess:
-    """A program that runs in the box. What it writes is in `output`, a file of the box."""
+def program_pid(process: subprocess.Popen) -> int:
+    """Waits for the program that `Box.command` names to run. The process that was started only waits
+    for it."""
 
-    def __init__(self, box: "Box", command: list[str], output: pathlib.Path):
-        self.output = output
-        with open(output, "ab") as sink:
-            self._process = subprocess.Popen(
-                command, stdin=subprocess.DEVNULL, stdout=sink, stderr=subprocess.STDOUT,
-                env={}, cwd="/", start_new_session=True)
-        # What was started only waits for the program itself, which is not at once the one meant.
-        self.pid = wait_until(self._find_pid, f"{command} to start")
-
-    def _find_pid(self) -> int | None:
-        if self._process.poll() is not None:
-            return self._process.pid
-        number = self._process.pid
+    def find() -> int | None:
+        if process.poll() is not None:
+            return process.pid
         try:
-            child = pathlib.Path(f"/proc/{number}/task/{number}/children").read_text().split()[0]
+            children = pathlib.Path(f"/proc/{process.pid}/task/{process.pid}/children").read_text()
+            child = children.split()[0]
             name = pathlib.Path(f"/proc/{child}/comm").read_text().strip()
         except (IndexError, OSError):
             return None
         return None if name in ("nsenter", "env", "setpriv") else int(child)
 
+    return wait_until(find, f"{process.args} to start")
+
+
+class SteeredInBox(SteeredProcess):
+    """A program of this project that runs in the box and is steered from outside."""
+
+    def __init__(self, box: "Box", *command: str | os.PathLike, user: str = TESTER):
+        super().__init__(box.command(*command, user=user), env={}, cwd="/", start_new_session=True)
+        self._program = program_pid(self._process)
+
+    @property
+    def pid(self) -> int:
+        return self._program
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        if self.is_running():
+            os.kill(self._program, signal.SIGTERM)
+            self.exit_code()
+        self.end()
+
+
+class BoxProcess:
+    """A program that runs in the box. What it writes is in `output`, a file of the box."""
+
+    def __init__(self, command: list[str], output: pathlib.Path):
+        self.output = output
+        with open(output, "ab") as sink:
+            self._process = subprocess.Popen(
+                command, stdin=subprocess.DEVNULL, stdout=sink, stderr=subprocess.STDOUT,
+                env={}, cwd="/", start_new_session=True)
+        self.pid = program_pid(self._process)
+
     def is_running(self) -> bool:
         return self._process.poll() is None
 
     def send_signal(self, number: int) -> None:
-        if self.is_running():
-            os.kill(self.pid, number)
+        if not self.is_running():
+            return
+        os.kill(self.pid, number)
+        if number in (signal.SIGKILL, signal.SIGCONT):
+            # What waits for a program stops and goes on with it.
+            self._process.send_signal(signal.SIGCONT)
 
     def exit_code(self, deadline: float = DEADLINE) -> int:
         try:
@@ -199,7 +231,7 @@ class Box:
         """Starts a program, which may then be found under that name, and its output in logs()."""
         if name in self._processes and self._processes[name].is_running():
             raise SteeringError(f"{name} runs already")
-        process = BoxProcess(self, self.command(*command, user=user, environment=environment),
+        process = BoxProcess(self.command(*command, user=user, environment=environment),
                              self.path(f"/run/box/{name}.log"))
         self._processes[name] = process
         return process
@@ -246,7 +278,7 @@ class Box:
 
     def start_bus(self) -> BoxProcess:
         bus = self.start("dbus", "dbus-daemon", "--system", "--nofork", "--nopidfile", "--nosyslog")
-        wait_until(self.path("/run/dbus/system_bus_socket").is_socket, "the system bus")
+        self.wait_socket("/run/dbus/system_bus_socket")
         return bus
 
     def start_polkit(self) -> BoxProcess:
@@ -264,8 +296,17 @@ class Box:
         address = f"/run/user/{USERS[user]}/bus"
         bus = self.start(f"session-{user}", "dbus-daemon", "--session", "--nofork", "--nopidfile",
                          f"--address=unix:path={address}", user=user)
-        wait_until(self.path(address).is_socket, "the session bus")
+        self.wait_socket(address)
         return bus
+
+    def wait_socket(self, inside: str) -> None:
+        """Waits until somebody listens on that socket."""
+
+        def is_served() -> bool:
+            with socket.socket(socket.AF_UNIX) as client:
+                return client.connect_ex(str(self.path(inside))) == 0
+
+        wait_until(is_served, inside)
 
     def wait_name(self, name: str, deadline: float = DEADLINE) -> None:
         """Waits until somebody owns that name of the system bus."""

@@ -1,0 +1,60 @@
+#pragma once
+
+#include <functional>
+#include <gio/gio.h>
+#include <memory>
+#include <string>
+
+namespace quoxelin {
+
+// What it takes to keep GLib's objects, errors and answers in the ways of this program.
+
+struct GObjectUnref {
+    void operator()(gpointer object) const { g_object_unref(object); }
+};
+
+/// One reference to an object.
+template <typename Object>
+using GPtr = std::unique_ptr<Object, GObjectUnref>;
+
+/// The error of one call, if it makes one.
+class GFailure {
+  public:
+    GFailure() = default;
+    GFailure(const GFailure&) = delete;
+    GFailure& operator=(const GFailure&) = delete;
+    ~GFailure() { g_clear_error(&error); }
+
+    /// To be passed to the call.
+    GError** out() { return &error; }
+
+    /// For people.
+    std::string text() const {
+        return error != nullptr && error->message != nullptr ? error->message : "unknown error";
+    }
+
+  private:
+    GError* error = nullptr;
+};
+
+/// Receives what an asynchronous call came to; called exactly once, on the main thread.
+using AsyncAnswer = std::function<void(GObject* source, GAsyncResult* result)>;
+
+/// The last two arguments of an asynchronous call are `answered` and `passing(answer)`.
+inline gpointer passing(AsyncAnswer answer) {
+    return std::make_unique<AsyncAnswer>(std::move(answer)).release();
+}
+
+inline void answered(GObject* source, GAsyncResult* result, gpointer data) {
+    const std::unique_ptr<AsyncAnswer> answer(static_cast<AsyncAnswer*>(data));
+    (*answer)(source, result);
+}
+
+/// Calls `function` with each element of a library's list.
+template <typename Item, typename Function>
+void forEach(const GPtrArray* items, const Function& function) {
+    for (guint place = 0; place < items->len; ++place)
+        function(static_cast<Item*>(g_ptr_array_index(items, place)));
+}
+
+} // namespace quoxelin

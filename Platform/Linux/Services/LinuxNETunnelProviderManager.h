@@ -1,0 +1,48 @@
+#pragma once
+
+#include "Platform/Linux/Services/NetworkManagerProfiles.h"
+
+namespace quoxelin {
+
+/// What the application holds of a VPN connection of NetworkManager: a working copy, and the UUID
+/// under which it is saved, so that it outlives a NetworkManager that starts anew. The protocol
+/// object is handed out as a copy. Main thread only.
+class LinuxNETunnelProviderManager final : public NETunnelProviderManager {
+  public:
+    /// A new, empty configuration.
+    explicit LinuxNETunnelProviderManager(std::shared_ptr<NetworkManagerProfiles> profiles);
+
+    /// One that is saved.
+    LinuxNETunnelProviderManager(std::shared_ptr<NetworkManagerProfiles> profiles, std::string uuid,
+                                 VPNProfile profile);
+
+    /// These answer perhaps before they return.
+    void loadFromPreferences(PreferencesCompletion completion) override;
+    void saveToPreferences(PreferencesCompletion completion) override;
+    /// Removing what was never saved is no error.
+    void removeFromPreferences(PreferencesCompletion completion) override;
+
+    std::shared_ptr<NEVPNProtocol> protocolConfiguration() const override;
+    void setProtocolConfiguration(std::shared_ptr<NEVPNProtocol> protocol) override;
+
+    std::optional<std::string> localizedDescription() const override {
+        return working.localizedDescription;
+    }
+    void setLocalizedDescription(const std::string& description) override {
+        working.localizedDescription = description;
+    }
+
+    bool isEnabled() const override { return working.isEnabled; }
+    void setEnabled(bool enabled) override { working.isEnabled = enabled; }
+
+    std::shared_ptr<NEVPNConnection> connection() const override { return tunnel; }
+
+  private:
+    std::shared_ptr<NetworkManagerProfiles> profiles;
+    /// Empty until it is saved.
+    std::shared_ptr<std::string> uuid;
+    VPNProfile working;
+    std::shared_ptr<NEVPNConnection> tunnel;
+};
+
+} // namespace quoxelin

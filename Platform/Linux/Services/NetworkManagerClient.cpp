@@ -1,0 +1,253 @@
+#include "Platform/Linux/Services/NetworkManagerClient.h"
+
+#include "Platform/Linux/Services/GLib.h"
+
+#include <NetworkManager.h>
+
+namespace quoxelin {
+
+namespace {
+
+constexpr const char* notRunning = "NetworkManager is not running";
+constexpr const char* ownerKey = "quoxelin-owner";
+constexpr const char* toldKey = "quoxelin-told";
+
+/// Keeps with a connection what it says now, to know later whether it says something else.
+void rememberContent(NMRemoteConnection* connection) {
+    g_object_set_data_full(G_OBJECT(connection), toldKey,
+                           nm_simple_connection_new_clone(NM_CONNECTION(connection)),
+                           g_object_unref);
+}
+
+} // namespace
+
+/// One connection to the bus and all that hangs on it. It ends as a whole: no answer and no signal
+/// arrives afterwards.
+struct NetworkManagerClient::Link {
+    explicit Link(NetworkManagerClient* owner)
+        : anchor(G_OBJECT(g_object_new(G_TYPE_OBJECT, nullptr))), cancellable(g_cancellable_new()) {
+        g_object_set_data(anchor.get(), ownerKey, owner);
+    }
+    ~Link() { g_cancellable_cancel(cancellable.get()); }
+    Link(const Link&) = delete;
+    Link& operator=(const Link&) = delete;
+
+    GPtr<GDBusConnection> bus;
+    GPtr<NMClient> client;
+    /// The signals' handlers live as long as this object.
+    GPtr<GObject> anchor;
+    GPtr<GCancellable> cancellable;
+    Lifetime lifetime;
+};
+
+NetworkManagerClient::NetworkManagerClient(std::function<void(const Changes&)> changed)
+    : changed(std::move(changed)), reason(notRunning) {}
+
+NetworkManagerClient::~NetworkManagerClient() {
+    if (source != 0)
+        g_source_remove(source);
+}
+
+// Coming and going
+
+void NetworkManagerClient::connect(const std::string& busAddress) {
+    disconnect();
+    address = busAddress;
+    link = std::make_unique<Link>(this);
+    // A connection of its own: the end of the one that GLib shares would end the process.
+    g_dbus_connection_new_for_address(
+        address.c_str(),
+        static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
+                                          G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
+        nullptr, link->cancellable.get(), answered,
+        passing(link->lifetime.weakly([this](GObject*, GAsyncResult* result) {
+            GFailure failure;
+            link->bus.reset(g_dbus_connection_new_for_address_finish(result, failure.out()));
+            if (!link->bus)
+                return failed(failure.text());
+            follow(link->bus.get(), "closed", G_CALLBACK(busClosed));
+            makeClient();
+        })));
+}
+
+void NetworkManagerClient::disconnect() {
+    address.clear();
+    failed(notRunning);
+}
+
+void NetworkManagerClient::makeClient() {
+    g_async_initable_new_async(
+        NM_TYPE_CLIENT, G_PRIORITY_DEFAULT, link->cancellable.get(), answered,
+        passing(link->lifetime.weakly([this](GObject* initable, GAsyncResult* result) {
+            GFailure failure;
+            auto* client =
+                g_async_initable_new_finish(G_ASYNC_INITABLE(initable), result, failure.out());
+            if (client == nullptr)
+                return failed(failure.text());
+            link->client.reset(NM_CLIENT(client));
+            reason = notRunning;
+            follow();
+            update();
+        })),
+        NM_CLIENT_DBUS_CONNECTION, link->bus.get(), NM_CLIENT_INSTANCE_FLAGS,
+        static_cast<guint>(NM_CLIENT_INSTANCE_FLAGS_NO_AUTO_FETCH_PERMISSIONS), nullptr);
+}
+
+void NetworkManagerClient::failed(const std::string& text) {
+    reason = text;
+    link.reset();
+    update();
+}
+
+NMClient* NetworkManagerClient::running() const {
+    if (!link || !link->client || isStarting() || !nm_client_get_nm_running(link->client.get()))
+        return nullptr;
+    return link->client.get();
+}
+
+/// Until it has read its connections NetworkManager shows none.
+bool NetworkManagerClient::isStarting() const {
+    return nm_client_get_nm_running(link->client.get()) &&
+           nm_client_get_startup(link->client.get());
+}
+
+void NetworkManagerClient::whenReady(std::function<void()> ready) {
+    // What failed for another reason than the bus's absence may be in order by now.
+    if (!link && !address.empty())
+        connect(std::string(address));
+    waiting.push_back(std::move(ready));
+    update();
+}
+
+/// Whatever bears on presence has changed.
+void NetworkManagerClient::update() {
+    const bool isPresent = running() != nullptr;
+    if (wasPresent && *wasPresent != isPresent) {
+        wasPresent = isPresent;
+        tell({.configurations = isPresent, .tunnels = true, .presence = true});
+    }
+    if (waiting.empty() || (link && (!link->client || isStarting())))
+        return;
+    wasPresent = isPresent;
+    for (const auto& ready : std::exchange(waiting, {}))
+        ready();
+}
+
+void NetworkManagerClient::flush() const {
+    if (link && link->bus)
+        g_dbus_connection_flush_sync(link->bus.get(), nullptr, nullptr);
+}
+
+// Following what happens
+
+NetworkManagerClient& NetworkManagerClient::ownerOf(GObject* anchor) {
+    return *static_cast<NetworkManagerClient*>(g_object_get_data(anchor, ownerKey));
+}
+
+/// The handler's first argument is the anchor, the signal's own follow.
+void NetworkManagerClient::follow(void* object, const char* signal, void (*handler)()) {
+    g_signal_connect_object(object, signal, handler, link->anchor.get(), G_CONNECT_SWAPPED);
+}
+
+void NetworkManagerClient::follow() {
+    auto* client = link->client.get();
+    forEach<NMRemoteConnection>(nm_client_get_connections(client),
+                                [this](auto* connection) { followVPN(connection); });
+    forEach<NMActiveConnection>(nm_client_get_active_connections(client),
+                                [this](auto* active) { followVPN(active); });
+    follow(client, "notify::" NM_CLIENT_NM_RUNNING, G_CALLBACK(presenceChanged));
+    follow(client, "notify::" NM_CLIENT_STARTUP, G_CALLBACK(presenceChanged));
+    follow(client, NM_CLIENT_CONNECTION_ADDED, G_CALLBACK(connectionAdded));
+    follow(client, NM_CLIENT_CONNECTION_REMOVED, G_CALLBACK(connectionRemoved));
+    follow(client, NM_CLIENT_ACTIVE_CONNECTION_ADDED, G_CALLBACK(activeConnectionAdded));
+    follow(client, NM_CLIENT_ACTIVE_CONNECTION_REMOVED, G_CALLBACK(activeConnectionRemoved));
+}
+
+bool NetworkManagerClient::followVPN(NMRemoteConnection* connection) {
+    if (!nm_connection_is_type(NM_CONNECTION(connection), NM_SETTING_VPN_SETTING_NAME))
+        return false;
+    rememberContent(connection);
+    follow(connection, NM_CONNECTION_CHANGED, G_CALLBACK(connectionChanged));
+    return true;
+}
+
+bool NetworkManagerClient::followVPN(NMActiveConnection* connection) {
+    if (!nm_active_connection_get_vpn(connection))
+        return false;
+    follow(connection, "notify::" NM_ACTIVE_CONNECTION_STATE, G_CALLBACK(stateChanged));
+    return true;
+}
+
+void NetworkManagerClient::connectionAdded(GObject* anchor, NMRemoteConnection* connection) {
+    if (ownerOf(anchor).followVPN(connection))
+        ownerOf(anchor).configurationsChanged();
+}
+
+void NetworkManagerClient::connectionRemoved(GObject* anchor, NMRemoteConnection* connection) {
+    if (nm_connection_is_type(NM_CONNECTION(connection), NM_SETTING_VPN_SETTING_NAME))
+        ownerOf(anchor).configurationsChanged();
+}
+
+/// Comes also when a connection was merely saved, or used.
+void NetworkManagerClient::connectionChanged(GObject* anchor, NMRemoteConnection* connection) {
+    auto* told = g_object_get_data(G_OBJECT(connection), toldKey);
+    if (nm_connection_compare(NM_CONNECTION(connection), NM_CONNECTION(told),
+                              NM_SETTING_COMPARE_FLAG_IGNORE_TIMESTAMP))
+        return;
+    rememberContent(connection);
+    ownerOf(anchor).configurationsChanged();
+}
+
+void NetworkManagerClient::configurationsChanged() {
+    tell({.configurations = true, .tunnels = false, .presence = false});
+}
+
+void NetworkManagerClient::activeConnectionAdded(GObject* anchor, NMActiveConnection* connection) {
+    if (ownerOf(anchor).followVPN(connection))
+        stateChanged(anchor);
+}
+
+void NetworkManagerClient::activeConnectionRemoved(GObject* anchor,
+                                                   NMActiveConnection* connection) {
+    if (nm_active_connection_get_vpn(connection))
+        stateChanged(anchor);
+}
+
+void NetworkManagerClient::stateChanged(GObject* anchor) {
+    ownerOf(anchor).tunnelsChanged();
+}
+
+void NetworkManagerClient::presenceChanged(GObject* anchor) {
+    ownerOf(anchor).reason = notRunning;
+    ownerOf(anchor).update();
+}
+
+void NetworkManagerClient::busClosed(GObject* anchor) {
+    ownerOf(anchor).failed(notRunning);
+}
+
+void NetworkManagerClient::tunnelsChanged() {
+    tell({.configurations = false, .tunnels = true, .presence = false});
+}
+
+void NetworkManagerClient::tell(const Changes& changes) {
+    untold.configurations |= changes.configurations;
+    untold.tunnels |= changes.tunnels;
+    untold.presence |= changes.presence;
+    if (source != 0)
+        return;
+    source = g_idle_add_full(
+        G_PRIORITY_DEFAULT,
+        [](gpointer data) -> gboolean {
+            auto& self = *static_cast<NetworkManagerClient*>(data);
+            self.source = 0;
+            auto due = std::exchange(self.untold, {});
+            // With NetworkManager goes the sight of its connections, not the connections.
+            due.configurations &= self.running() != nullptr;
+            self.changed(due);
+            return G_SOURCE_REMOVE;
+        },
+        this, nullptr);
+}
+
+} // namespace quoxelin

@@ -1,0 +1,338 @@
+#include "Platform/Linux/Services/NetworkManagerProfiles.h"
+
+#include "Platform/Linux/Services/GLib.h"
+
+#include <NetworkManager.h>
+
+namespace quoxelin {
+
+namespace {
+
+constexpr auto readWriteFailed = NEVPNError::configurationReadWriteFailed;
+
+NEVPNStatus statusOf(NMActiveConnection* active) {
+    switch (nm_active_connection_get_state(active)) {
+    case NM_ACTIVE_CONNECTION_STATE_UNKNOWN:
+    case NM_ACTIVE_CONNECTION_STATE_ACTIVATING:
+        return NEVPNStatus::connecting;
+    case NM_ACTIVE_CONNECTION_STATE_ACTIVATED:
+        return NEVPNStatus::connected;
+    case NM_ACTIVE_CONNECTION_STATE_DEACTIVATING:
+        return NEVPNStatus::disconnecting;
+    case NM_ACTIVE_CONNECTION_STATE_DEACTIVATED:
+        break;
+    }
+    return NEVPNStatus::disconnected;
+}
+
+/// Where one tunnel goes down while another comes up, the latter tells the status.
+int weight(NEVPNStatus status) {
+    switch (status) {
+    case NEVPNStatus::connected:
+        return 3;
+    case NEVPNStatus::connecting:
+    case NEVPNStatus::reasserting:
+        return 2;
+    case NEVPNStatus::disconnecting:
+        return 1;
+    case NEVPNStatus::invalid:
+    case NEVPNStatus::disconnected:
+        break;
+    }
+    return 0;
+}
+
+template <typename Function>
+void forEachTunnel(NMClient* client, const Function& function) {
+    if (client == nullptr)
+        return;
+    forEach<NMActiveConnection>(nm_client_get_active_connections(client), [&](auto* active) {
+        const char* uuid = nm_active_connection_get_uuid(active);
+        if (uuid != nullptr && nm_active_connection_get_vpn(active))
+            function(std::string(uuid), active);
+    });
+}
+
+/// This user's own, so that keeping it takes no administrator.
+GPtr<NMConnection> makeConnection() {
+    GPtr<NMConnection> connection(nm_simple_connection_new());
+    auto* general = nm_setting_connection_new();
+    const std::unique_ptr<char, decltype(&g_free)> uuid(nm_utils_uuid_generate(), &g_free);
+    g_object_set(general, NM_SETTING_CONNECTION_UUID, uuid.get(), NM_SETTING_CONNECTION_TYPE,
+                 NM_SETTING_VPN_SETTING_NAME, NM_SETTING_CONNECTION_AUTOCONNECT, FALSE, nullptr);
+    nm_setting_connection_add_permission(NM_SETTING_CONNECTION(general), "user", g_get_user_name(),
+                                         nullptr);
+    nm_connection_add_setting(connection.get(), general);
+    nm_connection_add_setting(connection.get(), nm_setting_vpn_new());
+    return connection;
+}
+
+GVariant* settingsOf(NMConnection* connection) {
+    return nm_connection_to_dbus(connection, NM_CONNECTION_SERIALIZE_ALL);
+}
+
+} // namespace
+
+std::shared_ptr<NetworkManagerProfiles>
+NetworkManagerProfiles::make(std::function<void()> statusChanged,
+                             std::function<void()> configurationChanged) {
+    return std::shared_ptr<NetworkManagerProfiles>(
+        new NetworkManagerProfiles(std::move(statusChanged), std::move(configurationChanged)));
+}
+
+NetworkManagerProfiles::NetworkManagerProfiles(std::function<void()> statusChanged,
+                                               std::function<void()> configurationChanged)
+    : networkManager([this](const auto& changes) { changed(changes); }),
+      statusChanged(std::move(statusChanged)),
+      configurationChanged(std::move(configurationChanged)) {}
+
+// What is saved
+
+Error NetworkManagerProfiles::notRunning(NEVPNError code) const {
+    return vpnError(code, networkManager.problem());
+}
+
+void NetworkManagerProfiles::all(Completion<std::vector<std::string>, Error> completion) {
+    networkManager.whenReady([self = shared_from_this(), completion = std::move(completion)] {
+        auto* client = self->networkManager.running();
+        if (client == nullptr) {
+            completion(tl::unexpected(self->notRunning(readWriteFailed)));
+            return;
+        }
+        std::vector<std::string> uuids;
+        forEach<NMConnection>(nm_client_get_connections(client), [&](auto* connection) {
+            const char* uuid = nm_connection_get_uuid(connection);
+            if (uuid != nullptr && nm_connection_is_type(connection, NM_SETTING_VPN_SETTING_NAME))
+                uuids.emplace_back(uuid);
+        });
+        completion(std::move(uuids));
+    });
+}
+
+NMRemoteConnection* NetworkManagerProfiles::find(const std::string& uuid) const {
+    auto* client = networkManager.running();
+    return client == nullptr ? nullptr : nm_client_get_connection_by_uuid(client, uuid.c_str());
+}
+
+Result<NMRemoteConnection*, Error> NetworkManagerProfiles::saved(const std::string& uuid) const {
+    if (networkManager.running() == nullptr)
+        return tl::unexpected(notRunning(readWriteFailed));
+    auto* connection = find(uuid);
+    if (connection == nullptr)
+        return tl::unexpected(
+            vpnError(NEVPNError::configurationStale, "The VPN connection is no longer there"));
+    return connection;
+}
+
+Result<VPNProfile, Error> NetworkManagerProfiles::read(const std::string& uuid) const {
+    return saved(uuid).map(
+        [](auto* connection) { return VPNProfile::of(NM_CONNECTION(connection)); });
+}
+
+void NetworkManagerProfiles::add(const VPNProfile& profile, Added completion) {
+    networkManager.whenReady(
+        [self = shared_from_this(), profile, completion] { self->addNow(profile, completion); });
+}
+
+void NetworkManagerProfiles::addNow(const VPNProfile& profile, Added completion) {
+    auto* client = networkManager.running();
+    if (client == nullptr) {
+        completion(tl::unexpected(notRunning(readWriteFailed)));
+        return;
+    }
+    const auto connection = makeConnection();
+    profile.writeTo(connection.get());
+    nm_client_add_connection2(
+        client, settingsOf(connection.get()),
+        static_cast<NMSettingsAddConnection2Flags>(
+            NM_SETTINGS_ADD_CONNECTION2_FLAG_TO_DISK |
+            NM_SETTINGS_ADD_CONNECTION2_FLAG_BLOCK_AUTOCONNECT),
+        nullptr, TRUE, nullptr, answered,
+        passing([completion = std::move(completion)](GObject* source, GAsyncResult* result) {
+            GFailure failure;
+            const GPtr<NMRemoteConnection> added(nm_client_add_connection2_finish(
+                NM_CLIENT(source), result, nullptr, failure.out()));
+            if (added)
+                completion(std::string(nm_connection_get_uuid(NM_CONNECTION(added.get()))));
+            else
+                completion(tl::unexpected(vpnError(readWriteFailed, failure.text())));
+        }));
+}
+
+void NetworkManagerProfiles::update(const std::string& uuid, const VPNProfile& profile,
+                                    PreferencesCompletion completion) {
+    const auto found = saved(uuid);
+    if (!found) {
+        completion(found.error());
+        return;
+    }
+    std::shared_ptr<NMConnection> changed(nm_simple_connection_new_clone(NM_CONNECTION(*found)),
+                                          GObjectUnref());
+    profile.writeTo(changed.get());
+    nm_remote_connection_update2(
+        *found, settingsOf(changed.get()),
+        static_cast<NMSettingsUpdate2Flags>(NM_SETTINGS_UPDATE2_FLAG_TO_DISK |
+                                            NM_SETTINGS_UPDATE2_FLAG_BLOCK_AUTOCONNECT),
+        nullptr, nullptr, answered,
+        passing(
+            [changed, completion = std::move(completion)](GObject* source, GAsyncResult* result) {
+                GFailure failure;
+                GVariant* answer = nm_remote_connection_update2_finish(NM_REMOTE_CONNECTION(source),
+                                                                       result, failure.out());
+                if (answer == nullptr) {
+                    completion(vpnError(readWriteFailed, failure.text()));
+                    return;
+                }
+                g_variant_unref(answer);
+                // The library comes to know it a little later; whoever reads now reads what was
+                // saved.
+                if (!nm_connection_compare(NM_CONNECTION(source), changed.get(),
+                                           NM_SETTING_COMPARE_FLAG_EXACT))
+                    nm_connection_replace_settings_from_connection(NM_CONNECTION(source),
+                                                                   changed.get());
+                completion(std::nullopt);
+            }));
+}
+
+void NetworkManagerProfiles::remove(const std::string& uuid, PreferencesCompletion completion) {
+    const auto found = saved(uuid);
+    if (!found) {
+        completion(found.error());
+        return;
+    }
+    nm_remote_connection_delete_async(
+        *found, nullptr, answered,
+        passing([completion = std::move(completion)](GObject* source, GAsyncResult* result) {
+            GFailure failure;
+            if (nm_remote_connection_delete_finish(NM_REMOTE_CONNECTION(source), result,
+                                                   failure.out()))
+                completion(std::nullopt);
+            else
+                completion(vpnError(readWriteFailed, failure.text()));
+        }));
+}
+
+// The tunnels
+
+NEVPNStatus NetworkManagerProfiles::tunnelStatus(const std::string& uuid) const {
+    auto status = NEVPNStatus::disconnected;
+    forEachTunnel(networkManager.running(), [&](const std::string& one, auto* active) {
+        if (one == uuid && weight(statusOf(active)) > weight(status))
+            status = statusOf(active);
+    });
+    const auto start = starts.find(uuid);
+    if (start == starts.end() || weight(status) > weight(NEVPNStatus::connecting))
+        return status;
+    return start->second.stopIsWanted ? NEVPNStatus::disconnecting : NEVPNStatus::connecting;
+}
+
+int NetworkManagerProfiles::status(const std::string& uuid) const {
+    const bool isGone = networkManager.running() != nullptr && find(uuid) == nullptr;
+    return static_cast<int>(isGone ? NEVPNStatus::invalid : tunnelStatus(uuid));
+}
+
+Result<void, Error> NetworkManagerProfiles::start(const std::string& uuid) {
+    auto* client = networkManager.running();
+    if (client == nullptr)
+        return tl::unexpected(notRunning(NEVPNError::connectionFailed));
+    auto* connection = find(uuid);
+    if (connection == nullptr)
+        return tl::unexpected(
+            vpnError(NEVPNError::configurationInvalid, "The VPN connection is no longer there"));
+    if (!VPNProfile::of(NM_CONNECTION(connection)).isEnabled)
+        return tl::unexpected(
+            vpnError(NEVPNError::configurationDisabled, "The VPN connection is disabled"));
+    const auto status = tunnelStatus(uuid);
+    if (status == NEVPNStatus::connecting || status == NEVPNStatus::connected)
+        return {};
+    const unsigned number = ++startCount;
+    starts[uuid] = {number, false};
+    nm_client_activate_connection_async(
+        client, NM_CONNECTION(connection), nullptr, nullptr, nullptr, answered,
+        passing([weak = weak_from_this(), uuid, number](GObject* source, GAsyncResult* result) {
+            // What the tunnel comes to is seen in its status, whatever the answer.
+            const GPtr<NMActiveConnection> active(
+                nm_client_activate_connection_finish(NM_CLIENT(source), result, nullptr));
+            if (const auto self = weak.lock())
+                self->startAnswered(uuid, number);
+        }));
+    networkManager.tunnelsChanged();
+    return {};
+}
+
+void NetworkManagerProfiles::startAnswered(const std::string& uuid, unsigned number) {
+    const auto found = starts.find(uuid);
+    if (found == starts.end() || found->second.number != number)
+        return;
+    if (found->second.stopIsWanted)
+        // It counts as going down until NetworkManager has taken note, which the answer tells.
+        deactivate(uuid, [this, uuid, number] { endStart(uuid, number); });
+    else
+        endStart(uuid, number);
+}
+
+void NetworkManagerProfiles::endStart(const std::string& uuid, unsigned number) {
+    const auto found = starts.find(uuid);
+    if (found != starts.end() && found->second.number == number)
+        starts.erase(found);
+    networkManager.tunnelsChanged();
+}
+
+void NetworkManagerProfiles::stop(const std::string& uuid) {
+    const auto found = starts.find(uuid);
+    if (found != starts.end())
+        found->second.stopIsWanted = true;
+    deactivate(uuid, [] {});
+    // The application may be about to end.
+    networkManager.flush();
+    networkManager.tunnelsChanged();
+}
+
+/// `done` is called when NetworkManager has answered, or there is nothing to ask it for.
+void NetworkManagerProfiles::deactivate(const std::string& uuid,
+                                        const std::function<void()>& done) {
+    auto* client = networkManager.running();
+    bool asked = false;
+    forEachTunnel(client, [&](const std::string& one, auto* active) {
+        if (one != uuid)
+            return;
+        asked = true;
+        nm_client_deactivate_connection_async(
+            client, active, nullptr, answered,
+            passing([weak = weak_from_this(), done](GObject* source, GAsyncResult* result) {
+                nm_client_deactivate_connection_finish(NM_CLIENT(source), result, nullptr);
+                if (const auto self = weak.lock())
+                    done();
+            }));
+    });
+    if (!asked)
+        done();
+}
+
+std::map<std::string, NEVPNStatus> NetworkManagerProfiles::tunnels() const {
+    std::map<std::string, NEVPNStatus> found;
+    for (const auto& [uuid, start] : starts)
+        found[uuid] = tunnelStatus(uuid);
+    forEachTunnel(networkManager.running(), [&](const std::string& uuid, auto*) {
+        const auto status = tunnelStatus(uuid);
+        if (status != NEVPNStatus::disconnected)
+            found[uuid] = status;
+    });
+    return found;
+}
+
+// What has changed
+
+void NetworkManagerProfiles::changed(const NetworkManagerClient::Changes& changes) {
+    if (changes.configurations)
+        configurationChanged();
+    if (!changes.tunnels)
+        return;
+    auto now = tunnels();
+    if (now == told && !changes.presence)
+        return;
+    told = std::move(now);
+    statusChanged();
+}
+
+} // namespace quoxelin

@@ -1,0 +1,84 @@
+#include "Platform/Linux/Services/VPNProfile.h"
+
+#include <NetworkManager.h>
+
+namespace quoxelin {
+
+namespace {
+
+constexpr const char* serverAddressKey = "server-address";
+constexpr const char* disconnectOnSleepKey = "disconnect-on-sleep";
+constexpr const char* enabledKey = "enabled";
+
+std::optional<std::string> toOptional(const char* text) {
+    if (text == nullptr)
+        return std::nullopt;
+    return text;
+}
+
+/// D-Bus carries nothing but valid UTF-8.
+std::string valid(const std::string& text) {
+    const std::unique_ptr<char, decltype(&g_free)> made(
+        g_utf8_make_valid(text.c_str(), static_cast<gssize>(text.size())), &g_free);
+    return made.get();
+}
+
+void setItem(NMSettingVpn* vpn, const char* key, const std::optional<std::string>& value) {
+    if (value && !value->empty())
+        nm_setting_vpn_add_data_item(vpn, key, valid(*value).c_str());
+    else
+        nm_setting_vpn_remove_data_item(vpn, key);
+}
+
+bool says(NMSettingVpn* vpn, const char* key, const char* value) {
+    return g_strcmp0(nm_setting_vpn_get_data_item(vpn, key), value) == 0;
+}
+
+} // namespace
+
+VPNProfile VPNProfile::copy() const {
+    auto result = *this;
+    if (const auto* tunnel = dynamic_cast<const NETunnelProviderProtocol*>(protocol.get()))
+        result.protocol = std::make_shared<NETunnelProviderProtocol>(*tunnel);
+    else if (protocol)
+        result.protocol = std::make_shared<NEVPNProtocol>(*protocol);
+    return result;
+}
+
+VPNProfile VPNProfile::of(NMConnection* connection) {
+    VPNProfile profile;
+    profile.localizedDescription = toOptional(nm_connection_get_id(connection));
+    auto* vpn = nm_connection_get_setting_vpn(connection);
+    if (vpn == nullptr)
+        return profile;
+    profile.isEnabled = !says(vpn, enabledKey, "no");
+    const auto tunnel = std::make_shared<NETunnelProviderProtocol>();
+    tunnel->providerBundleIdentifier = toOptional(nm_setting_vpn_get_service_type(vpn));
+    tunnel->serverAddress = toOptional(nm_setting_vpn_get_data_item(vpn, serverAddressKey));
+    tunnel->disconnectOnSleep = says(vpn, disconnectOnSleepKey, "yes");
+    profile.protocol = tunnel;
+    return profile;
+}
+
+void VPNProfile::writeTo(NMConnection* connection) const {
+    auto* general = nm_connection_get_setting_connection(connection);
+    auto* vpn = nm_connection_get_setting_vpn(connection);
+    if (general == nullptr || vpn == nullptr)
+        return;
+    g_object_set(general, NM_SETTING_CONNECTION_ID,
+                 valid(localizedDescription.value_or("")).c_str(), nullptr);
+    setItem(vpn, enabledKey, isEnabled ? "yes" : "no");
+    if (!protocol)
+        return;
+    setItem(vpn, serverAddressKey, protocol->serverAddress);
+    setItem(vpn, disconnectOnSleepKey, protocol->disconnectOnSleep ? "yes" : "no");
+    if (const auto* tunnel = dynamic_cast<const NETunnelProviderProtocol*>(protocol.get()))
+        g_object_set(vpn, NM_SETTING_VPN_SERVICE_TYPE,
+                     valid(tunnel->providerBundleIdentifier.value_or("")).c_str(), nullptr);
+}
+
+Error vpnError(NEVPNError code, const std::string& description) {
+    return {NEVPNErrorDomain, static_cast<int>(code), description};
+}
+
+} // namespace quoxelin

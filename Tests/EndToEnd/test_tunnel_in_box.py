@@ -1,0 +1,333 @@
+"""The VPN preferences and the tunnel on a real NetworkManager, one call at a time; see
+Tests/EndToEnd/box/vpn_driver."""
+
+import json
+import os
+import signal
+
+import pytest
+
+from support.box import STRANGER, TESTER, SteeredInBox, wait_until
+from support.sim import build_directory
+from support.stand_ins import (fail_tunnel, hold_tunnel, tunnel_devices, tunnel_requests)
+
+PROVIDER = "com.quoxelin.desktop.PacketTunnel"
+DOMAIN = "NEVPNErrorDomain"
+INVALID, DISCONNECTED, CONNECTING, CONNECTED, DISCONNECTING = 0, 1, 2, 3, 5
+CONTROL = "org.freedesktop.NetworkManager.network-control"
+MODIFY = "org.freedesktop.NetworkManager.settings.modify.own"
+SAVED = {"description": "Quoxelin", "enabled": True, "provider": PROVIDER, "server": "localhost",
+         "sleep": False}
+
+
+class Adapter(SteeredInBox):
+    """The adapter; its first manager is the one that the operations concern."""
+
+    def __init__(self, box, user=TESTER):
+        super().__init__(box, build_directory() / "vpn-driver", user=user)
+        self.wait_event("ready")
+        self._seen = len(self.events)
+
+    def call(self, name: str, **members) -> dict:
+        """The answer's own members: none, unless there is something to say."""
+        return self.own(self.do(name, **members))
+
+    @staticmethod
+    def own(answer: dict) -> dict:
+        return {key: value for key, value in answer.items() if key not in ("ok", "do", "id")}
+
+    def fresh(self) -> list:
+        """What was notified since it was asked last: a status, or "configuration"."""
+        told = self.events[self._seen:]
+        self._seen += len(told)
+        return [event["status"] if event["event"] == "status" else "configuration"
+                for event in told]
+
+    def expect(self, *notifications) -> None:
+        """Waits for exactly these since it was asked last."""
+        wait_until(lambda: len(self.events) - self._seen >= len(notifications),
+                   f"{notifications} in {self.events[self._seen:]}")
+        assert self.fresh() == list(notifications)
+
+    def save_new(self, **members) -> None:
+        self.do("new")
+        self.do("set", **(SAVED | members))
+        assert self.call("save") == {}
+        assert self.call("load") == {}
+        self.expect("configuration")
+
+    def connect(self) -> None:
+        assert self.call("start") == {"status": CONNECTING}
+        self.expect(CONNECTING, CONNECTED)
+
+    def disconnect(self) -> None:
+        self.do("stop")
+        self.expect(DISCONNECTING, DISCONNECTED)
+
+
+@pytest.fixture
+def plugin(box):
+    """The tunnel's plugin is installed, and nothing is saved or asked for yet."""
+    box.run("/usr/libexec/quoxelin-desktop/install-extension")
+    box.path("/run/stand-ins/tunnel.log").unlink(missing_ok=True)
+    yield box
+    box.allow(CONTROL)
+    box.allow(MODIFY)
+    fail_tunnel(box, 0)
+    hold_tunnel(box, False)
+    for line in box.run("nmcli", "-t", "-f", "TYPE,UUID", "connection").splitlines():
+        if line.startswith("vpn:"):
+            box.run("nmcli", "connection", "delete", line.removeprefix("vpn:"))
+
+
+@pytest.fixture
+def adapter(plugin):
+    with Adapter(plugin) as running:
+        yield running
+        assert running.is_running(), running.standard_error
+        assert running.standard_error == ""
+
+
+def test_a_configuration_is_saved_found_changed_and_removed(box, adapter):
+    assert adapter.call("load-all") == {"managers": []}
+    adapter.do("new")
+    assert adapter.call("load") == {}
+    assert adapter.call("read") == {"enabled": False, "status": INVALID}
+    assert adapter.call("start") | {"error-text": ""} == {
+        "domain": DOMAIN, "code": 1, "error-text": "", "status": INVALID}
+    adapter.do("set", **SAVED)
+    assert adapter.call("save") == {}
+    assert adapter.call("load") == {}
+    adapter.expect("configuration")
+    assert adapter.call("read") == SAVED | {"status": DISCONNECTED}
+    with Adapter(box) as another:
+        assert another.call("load-all") == {"managers": [SAVED | {"status": DISCONNECTED}]}
+        adapter.do("set", description="Qu\u00f6xelin", sleep=True)
+        assert adapter.call("save") == {}
+        assert adapter.call("load") == {}
+        adapter.expect("configuration")
+        another.expect("configuration")
+        changed = SAVED | {"description": "Qu\u00f6xelin", "sleep": True, "status": DISCONNECTED}
+        assert another.call("load") == {} and another.call("read") == changed
+        assert adapter.call("read") == changed
+        assert another.call("remove") == {}
+        another.expect("configuration")
+        adapter.expect("configuration")
+    assert adapter.call("read")["status"] == INVALID
+    assert adapter.call("load")["code"] == 4
+    assert adapter.call("save")["code"] == 4
+    assert adapter.call("remove")["code"] == 4
+    assert adapter.call("start")["code"] == 1
+    assert adapter.call("load-all") == {"managers": []}
+
+
+def test_a_configuration_is_its_user_s_own_and_starts_on_demand_only(box, adapter):
+    adapter.save_new()
+    shown = box.run("nmcli", "-t", "-f",
+                    "connection.permissions,connection.autoconnect,vpn.service-type,vpn.data",
+                    "connection", "show", SAVED["description"], user=TESTER)
+    assert shown.splitlines() == [
+        f"connection.permissions:user:{TESTER}", "connection.autoconnect:no",
+        f"vpn.service-type:{PROVIDER}",
+        "vpn.data:disconnect-on-sleep = no, enabled = yes, server-address = localhost"]
+    with Adapter(box, user=STRANGER) as stranger:
+        assert stranger.call("load-all") == {"managers": []}
+
+
+def test_saving_what_is_saved_already_tells_of_no_change(adapter):
+    adapter.save_new()
+    assert adapter.call("save") == {}
+    adapter.do("set", description="Another name")
+    assert adapter.call("save") == {}
+    adapter.expect("configuration")
+
+
+def test_what_the_application_does_not_know_of_stays_as_it_was(box, adapter):
+    adapter.save_new()
+    box.run("nmcli", "connection", "modify", "Quoxelin", "ipv4.never-default", "yes",
+            "+vpn.data", "another=item", user=TESTER)
+    adapter.expect("configuration")
+    adapter.do("load")
+    adapter.do("set", description="Renamed")
+    assert adapter.call("save") == {}
+    shown = box.run("nmcli", "-t", "-f", "ipv4.never-default,vpn.data", "connection", "show",
+                    "Renamed", user=TESTER)
+    assert shown.startswith("ipv4.never-default:yes\nvpn.data:another = item, ")
+
+
+def test_other_vpns_are_there_too_and_other_connections_are_not(box, adapter):
+    box.run("nmcli", "connection", "add", "type", "vpn", "vpn-type", "org.example.vpn",
+            "con-name", "Another's", "connection.permissions", f"user:{TESTER}", user=TESTER)
+    adapter.expect("configuration")
+    assert adapter.call("load-all") == {"managers": [
+        {"description": "Another's", "enabled": True, "provider": "org.example.vpn",
+         "sleep": False, "status": DISCONNECTED}]}
+
+
+def test_the_tunnel_goes_up_and_down(box, adapter):
+    adapter.save_new()
+    adapter.connect()
+    assert adapter.call("read")["status"] == CONNECTED
+    assert tunnel_devices(box) == {"quoxelin0": ["100.64.0.1"]}
+    assert "dev quoxelin0" in box.run("ip", "route", "get", "100.64.0.9")
+    assert adapter.call("start") == {"status": CONNECTED}
+    adapter.disconnect()
+    wait_until(lambda: tunnel_devices(box) == {}, "the device to go")
+    assert tunnel_requests(box) == ["connect", "disconnect"]
+
+
+def test_a_disabled_configuration_does_not_start(adapter):
+    adapter.save_new(enabled=False)
+    assert adapter.call("start") == {
+        "domain": DOMAIN, "code": 2, "error-text": "The VPN connection is disabled",
+        "status": DISCONNECTED}
+    adapter.do("set", enabled=True)
+    assert adapter.call("save") == {}
+    # What was saved counts at once.
+    assert adapter.call("start") == {"status": CONNECTING}
+    wait_until(lambda: adapter.call("read")["status"] == CONNECTED, "the tunnel")
+
+
+def test_a_tunnel_that_does_not_come_up_is_disconnected(box, adapter):
+    adapter.save_new()
+    fail_tunnel(box, 1)
+    assert adapter.call("start") == {"status": CONNECTING}
+    adapter.expect(CONNECTING, DISCONNECTED)
+    adapter.connect()
+
+
+def test_a_tunnel_is_stopped_while_it_comes_up(box, adapter):
+    adapter.save_new()
+    hold_tunnel(box, True)
+    adapter.do("start")
+    adapter.expect(CONNECTING)
+    wait_until(lambda: "connect" in tunnel_requests(box), "the plugin to be asked")
+    adapter.disconnect()
+
+
+def test_a_start_that_was_not_answered_yet_is_stopped(box, adapter):
+    adapter.save_new()
+    adapter.send(b'{"do":"start","id":901}\n{"do":"stop","id":902}\n{"do":"read","id":903}\n')
+    assert adapter.answer(901)["status"] == CONNECTING
+    assert adapter.answer(903)["status"] == DISCONNECTING
+    wait_until(lambda: adapter.call("read")["status"] == DISCONNECTED, "its end")
+    assert CONNECTED not in adapter.fresh()
+    wait_until(lambda: "GENERAL.STATE" not in box.run("nmcli", "connection", "show", "Quoxelin"),
+               "NetworkManager to end it, too")
+
+
+def test_the_plugin_that_dies_takes_the_tunnel_down_and_comes_back(box, adapter):
+    adapter.save_new()
+    adapter.connect()
+    for pid in box.pids(r"systemextension/Contents/nm-quoxelin-service"):
+        os.kill(pid, signal.SIGKILL)
+    adapter.expect(DISCONNECTED)
+    adapter.connect()
+
+
+def test_a_refused_start_ends_disconnected_and_a_refused_change_is_an_error(box, adapter):
+    adapter.save_new()
+    box.refuse(CONTROL)
+    assert adapter.call("start") == {"status": CONNECTING}
+    adapter.expect(CONNECTING, DISCONNECTED)
+    box.refuse(MODIFY)
+    refusal = {"domain": DOMAIN, "code": 5, "error-text": "Insufficient privileges"}
+    adapter.do("set", description="Refused")
+    assert adapter.call("save") == refusal
+    assert adapter.call("remove") == refusal
+    assert adapter.call("load") == {} and adapter.call("read")["description"] == "Quoxelin"
+    adapter.do("new")
+    adapter.do("set", place=1, **SAVED)
+    assert adapter.call("save", place=1) == refusal
+    assert adapter.call("read", place=1)["status"] == INVALID
+    box.allow(CONTROL)
+    box.allow(MODIFY)
+    assert adapter.call("save", place=1) == {}
+    adapter.expect("configuration")
+    adapter.connect()
+
+
+ABSENT = {"domain": DOMAIN, "code": 5, "error-text": "NetworkManager is not running"}
+
+
+def test_network_manager_goes_and_comes_back(box, adapter):
+    adapter.save_new()
+    adapter.connect()
+    box.process("NetworkManager").end()
+    adapter.expect(DISCONNECTED)
+    assert adapter.call("load-all") == ABSENT
+    assert adapter.call("load") == ABSENT
+    assert adapter.call("save") == ABSENT
+    assert adapter.call("start") == ABSENT | {"code": 3, "status": DISCONNECTED}
+    adapter.do("stop")
+    box.start_network_manager()
+    adapter.expect("configuration", DISCONNECTED)
+    # The same manager as before.
+    assert adapter.call("load") == {} and adapter.call("read") == SAVED | {"status": DISCONNECTED}
+    adapter.connect()
+    adapter.disconnect()
+
+
+@pytest.mark.parametrize("operation", ["save", "remove", "start", "new"])
+def test_network_manager_dies_before_it_has_answered(box, adapter, operation):
+    adapter.save_new()
+    place = 0
+    if operation == "new":
+        adapter.do("new")
+        place, operation = 1, "save"
+        adapter.do("set", place=1, **SAVED)
+    box.process("NetworkManager").send_signal(signal.SIGSTOP)
+    try:
+        command = adapter.start_command(operation, place=place)
+        # Behind it, so that it is on its way.
+        adapter.do("read")
+    finally:
+        box.process("NetworkManager").end(signal.SIGKILL)
+    answer = adapter.own(adapter.answer(command))
+    if operation == "start":
+        adapter.expect(CONNECTING, DISCONNECTED)
+    else:
+        assert (answer["domain"], answer["code"]) == (DOMAIN, 5)
+        adapter.expect(DISCONNECTED)
+    box.start_network_manager()
+    adapter.expect("configuration", DISCONNECTED)
+
+
+def test_the_bus_goes_and_comes_back(box, adapter):
+    adapter.save_new()
+    for name in ("dbus", "NetworkManager", "polkit"):
+        box.process(name).end(signal.SIGKILL)
+    adapter.expect(DISCONNECTED)
+    assert adapter.call("load-all") == ABSENT
+    box.start_services()
+    adapter.expect("configuration", DISCONNECTED)
+    assert adapter.call("load-all") == {"managers": [SAVED | {"status": DISCONNECTED}]}
+    adapter.connect()
+
+
+def test_what_was_asked_for_is_answered_also_when_the_adapter_ends(adapter):
+    adapter.save_new()
+    adapter.send(b"".join(
+        json.dumps({"do": name, "id": 900 + place}).encode() + b"\n"
+        for place, name in enumerate(("save", "load-all", "start", "remove", "end"))))
+    for place in range(5):
+        assert adapter.answer(900 + place)["ok"]
+    assert adapter.call("load")["code"] == 4
+    assert adapter.fresh() == []
+
+
+def test_an_idle_adapter_sleeps(box, adapter):
+    adapter.save_new()
+    adapter.connect()
+
+    def switches() -> int:
+        """How often any of its threads went to sleep, and was woken up."""
+        total = 0
+        for task in os.scandir(f"/proc/{adapter.pid}/task"):
+            with open(f"{task.path}/status", encoding="ascii") as status:
+                total += sum(int(line.split()[1]) for line in status if "ctxt_switches" in line)
+        return total
+
+    # NetworkManager settles, and then a second passes by the clock of another process.
+    wait_until(lambda: (switches(), box.run("sleep", "1"))[0] == switches(),
+               "a second without a wake-up")
