@@ -1,44 +1,19 @@
-#include "Platform/macOS/MacHostingView.h"
 #include "Platform/macOS/MacPanels.h"
+#include "Platform/macOS/MacQuitSignals.h"
 #include "Platform/macOS/MacStatusBar.h"
+#include "Tests/Platform/macOS/PanelOnScreen.h"
 #include "Tests/Support/PanelStates.h"
 
-#import <AppKit/AppKit.h>
+#include <csignal>
 #include <gtest/gtest.h>
 
 namespace quoxelin::testing {
 
 namespace {
 
-/// The window server answers in its own time.
-bool comesTrue(const std::function<bool()>& condition) {
-    NSDate* const patience = [NSDate dateWithTimeIntervalSinceNow:5];
-    while (!condition() && patience.timeIntervalSinceNow > 0)
-        [[NSRunLoop mainRunLoop] runMode:NSDefaultRunLoopMode
-                              beforeDate:[NSDate dateWithTimeIntervalSinceNow:0.02]];
-    return condition();
-}
-
-struct OpenPanel {
-    OpenPanel() {
-        hosting->setRootView(panelStates().front().scene()->tree());
-        NSVisualEffectView background;
-        background.frame = {0, 0, 300, 400};
-        background.wantsLayer = true;
-        background.subview = hosting;
-        panel->setContentView(background);
-    }
-
-    MacPanels panels;
-    std::shared_ptr<NSHostingView> hosting = panels.makeHostingView();
-    std::unique_ptr<NSPanel> panel = panels.makePanel(
-        {.contentRect = {0, 0, 300, 400},
-         .styleMask = NSWindowStyleMaskNonactivatingPanel | NSWindowStyleMaskFullSizeContentView,
-         .backing = NSBackingStoreBuffered,
-         .clearBackground = true,
-         .opaque = false,
-         .hasShadow = true,
-         .level = NSFloatingWindowLevel});
+struct OpenPanel : PanelOnScreen {
+    explicit OpenPanel(MacPanels& panels)
+        : PanelOnScreen(panels, panelStates().front().scene()->tree()) {}
 };
 
 } // namespace
@@ -55,7 +30,8 @@ TEST(MacStatusBar, putsItsItemOnTheScreen) {
 }
 
 TEST(MacPanels, openAPanelThatIsAsLargeAsItsContent) {
-    OpenPanel open;
+    MacPanels panels;
+    OpenPanel open(panels);
     open.panel->makeKeyAndOrderFront();
     EXPECT_TRUE(comesTrue([&] { return open.panel->isVisible(); }));
     EXPECT_EQ(open.panel->frame().width, 260);
@@ -63,7 +39,8 @@ TEST(MacPanels, openAPanelThatIsAsLargeAsItsContent) {
 }
 
 TEST(MacPanels, tellOnceThatAPanelWasHidden) {
-    OpenPanel open;
+    MacPanels panels;
+    OpenPanel open(panels);
     int hidden = 0;
     open.panel->setDidOrderOut([&] { ++hidden; });
     open.panel->makeKeyAndOrderFront();
@@ -71,6 +48,20 @@ TEST(MacPanels, tellOnceThatAPanelWasHidden) {
     open.panel->orderOut();
     EXPECT_FALSE(open.panel->isVisible());
     EXPECT_EQ(hidden, 1);
+}
+
+TEST(MacQuitSignals, comeAsWorkOfTheMainThread) {
+    int quits = 0;
+    const MacQuitSignals signals([&] {
+        EXPECT_TRUE([NSThread isMainThread]);
+        ++quits;
+    });
+    for (const int number : {SIGTERM, SIGINT}) {
+        const int before = quits;
+        ::raise(number);
+        EXPECT_EQ(quits, before);
+        EXPECT_TRUE(comesTrue([&] { return quits == before + 1; }));
+    }
 }
 
 } // namespace quoxelin::testing

@@ -1,0 +1,106 @@
+#include "Platform/macOS/MacDesktop.h"
+#include "Platform/macOS/Simulation/MacScreen.h"
+#include "Tests/Platform/macOS/PanelOnScreen.h"
+#include "Tests/Support/TemporaryDirectory.h"
+
+#include <fstream>
+#include <gtest/gtest.h>
+
+namespace quoxelin::testing {
+
+namespace {
+
+ViewNode text(const std::string& words) {
+    ViewNode node;
+    node.kind = ViewNode::Kind::text;
+    node.text = words;
+    return node;
+}
+
+ViewNode row(const std::string& label, std::function<void()> action) {
+    ViewNode node;
+    node.kind = ViewNode::Kind::row;
+    node.padding = {6, 14, 6, 14};
+    node.fillsWidth = true;
+    node.accessibilityLabel = label;
+    node.action = std::move(action);
+    node.children = {text(label)};
+    return node;
+}
+
+/// A panel on the screen whose rows count how often they are pressed.
+class MacScreenTest : public ::testing::Test {
+  protected:
+    MacScreenTest() {
+        onScreen.panel->makeKeyAndOrderFront();
+        EXPECT_TRUE(comesTrue([&] { return screen.panel().has_value(); }));
+    }
+
+    ViewNode tree() {
+        auto disabled = row("Check for Updates...", [this] { ++presses; });
+        disabled.disabled = true;
+        ViewNode column;
+        column.width = 260;
+        column.children = {text("Signed in"), row("Connect", [this] { ++presses; }), disabled};
+        return column;
+    }
+
+    int presses = 0;
+    MacDesktop desktop{LaunchOptions{}};
+    MacScreen screen{desktop};
+    PanelOnScreen onScreen{desktop.panels, tree()};
+};
+
+} // namespace
+
+TEST_F(MacScreenTest, readsTheTextsFromTopToBottom) {
+    EXPECT_EQ(screen.texts(),
+              (std::vector<std::string>{"Signed in", "Connect", "Check for Updates..."}));
+    onScreen.panel->orderOut();
+    EXPECT_TRUE(screen.texts().empty());
+}
+
+TEST_F(MacScreenTest, pressesWhatCanBePressed) {
+    EXPECT_EQ(screen.press("Connect"), SteeredScreen::Press::done);
+    EXPECT_EQ(presses, 1);
+    EXPECT_EQ(screen.press("Check for Updates..."), SteeredScreen::Press::disabled);
+    EXPECT_EQ(screen.press("Disconnect"), SteeredScreen::Press::absent);
+    EXPECT_EQ(presses, 1);
+}
+
+TEST_F(MacScreenTest, tellsThePlaceOfARowWithinThePanel) {
+    const auto panel = screen.panel();
+    const auto place = screen.placeOf("Connect");
+    ASSERT_TRUE(panel && place);
+    EXPECT_EQ(place->width, 260);
+    EXPECT_GT(place->y, panel->y);
+    EXPECT_LT(place->y + place->height, panel->y + panel->height);
+}
+
+TEST_F(MacScreenTest, savesAPictureOfThePanel) {
+    const TemporaryDirectory directory;
+    const auto file = directory.path() / "panel.png";
+    ASSERT_EQ(screen.savePicture(file), SteeredScreen::Picture::saved);
+    std::string heading(8, ' ');
+    std::ifstream(file).read(heading.data(), 8);
+    EXPECT_EQ(heading, "\x89PNG\r\n\x1a\n");
+    EXPECT_EQ(screen.savePicture(directory.path() / "nowhere" / "panel.png"),
+              SteeredScreen::Picture::failed);
+    onScreen.panel->orderOut();
+    EXPECT_EQ(screen.savePicture(file), SteeredScreen::Picture::empty);
+}
+
+TEST_F(MacScreenTest, pretendsAPressElsewhereToWhomItConcerns) {
+    int left = 0, right = 0;
+    const auto onLeft =
+        desktop.panels.addGlobalMonitorForEvents(NSEventMaskLeftMouseDown, [&] { ++left; });
+    {
+        const auto onRight =
+            desktop.panels.addGlobalMonitorForEvents(NSEventMaskRightMouseDown, [&] { ++right; });
+        screen.pressElsewhere();
+    }
+    EXPECT_EQ(left, 1);
+    EXPECT_EQ(right, 0);
+}
+
+} // namespace quoxelin::testing
