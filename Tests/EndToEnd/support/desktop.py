@@ -42,6 +42,11 @@ TRAYS = {
     # The newer kind, which asks for items over the session bus.
     "xfce4-panel": ["xfce4-panel", "--disable-wm-check"],
 }
+READY = {
+    "trayer": ["xdotool", "search", "--onlyvisible", "--class", "^trayer$"],
+    "xfce4-panel": ["dbus-send", "--session", "--print-reply", "--dest=org.freedesktop.DBus", "/",
+                    "org.freedesktop.DBus.GetNameOwner", "string:org.kde.StatusNotifierWatcher"],
+}
 ICONS = {"trayer": (WIDTH - 12, 12), "xfce4-panel": (17, 16)}
 
 
@@ -60,23 +65,35 @@ class Screen:
             ctypes.c_uint, ctypes.c_uint, ctypes.c_ulong, ctypes.c_int]
         self._x11.XGetImage.restype = ctypes.POINTER(_Image)
         self._x11.XFree.argtypes = [ctypes.c_void_p]
-        self._x11.XInternAtom.argtypes = [ctypes.c_void_p, ctypes.c_char_p, ctypes.c_int]
-        self._x11.XInternAtom.restype = ctypes.c_ulong
-        self._x11.XListProperties.argtypes = [ctypes.c_void_p, ctypes.c_ulong, ctypes.c_void_p]
-        self._x11.XListProperties.restype = ctypes.POINTER(ctypes.c_ulong)
+        self._x11.XCreateSimpleWindow.argtypes = [
+            ctypes.c_void_p, ctypes.c_ulong, ctypes.c_int, ctypes.c_int, ctypes.c_uint,
+            ctypes.c_uint, ctypes.c_uint, ctypes.c_ulong, ctypes.c_ulong]
+        self._x11.XCreateSimpleWindow.restype = ctypes.c_ulong
+        self._x11.XMapWindow.argtypes = [ctypes.c_void_p, ctypes.c_ulong]
+        self._x11.XDestroyWindow.argtypes = [ctypes.c_void_p, ctypes.c_ulong]
+        self._x11.XQueryTree.argtypes = [ctypes.c_void_p, ctypes.c_ulong, *[ctypes.c_void_p] * 4]
+        self._x11.XFlush.argtypes = [ctypes.c_void_p]
         self._display = self._x11.XOpenDisplay(display.encode())
         if not self._display:
             raise SteeringError(f"no X server answers at {display}")
         self._root = self._x11.XDefaultRootWindow(self._display)
 
-    def has_window_manager(self) -> bool:
-        """Whether a window manager has said that it is there."""
-        said = self._x11.XInternAtom(self._display, b"_NET_SUPPORTING_WM_CHECK", 1)
-        kinds = ctypes.c_int()
-        atoms = self._x11.XListProperties(self._display, self._root, ctypes.byref(kinds))
-        found = said != 0 and said in atoms[:kinds.value]
-        self._x11.XFree(atoms)
-        return found
+    def new_window(self) -> int:
+        """A small window that is not shown."""
+        return self._x11.XCreateSimpleWindow(self._display, self._root, 0, 0, 1, 1, 0, 0, 0)
+
+    def is_framed(self, window: int) -> bool:
+        """Asks for the window to be shown; whether a window manager did so."""
+        self._x11.XMapWindow(self._display, window)
+        root, parent, children = ctypes.c_ulong(), ctypes.c_ulong(), ctypes.c_void_p()
+        self._x11.XQueryTree(self._display, window, ctypes.byref(root), ctypes.byref(parent),
+                             ctypes.byref(children), ctypes.byref(ctypes.c_uint()))
+        self._x11.XFree(children)
+        return parent.value != self._root
+
+    def destroy(self, window: int):
+        self._x11.XDestroyWindow(self._display, window)
+        self._x11.XFlush(self._display)
 
     def close(self):
         self._x11.XCloseDisplay.argtypes = [ctypes.c_void_p]
@@ -164,8 +181,10 @@ class Desktop:
                          ["dbus-daemon", "--session", "--nofork", "--print-address={}"])
         self.screen = Screen(self.environment["DISPLAY"])
         self._spawn(["openbox"])
-        # A tray that comes before it may stay out of sight for good.
-        self.await_that(self.screen.has_window_manager, "window manager")
+        # What is shown while the window manager starts may stay out of sight for good.
+        window = self.screen.new_window()
+        self.await_that(lambda: self.screen.is_framed(window), "window manager")
+        self.screen.destroy(window)
 
     def _spawn(self, command: list[str], **popen) -> subprocess.Popen:
         process = subprocess.Popen(command, env=self.environment, cwd=self.home,
@@ -187,11 +206,18 @@ class Desktop:
     # Trays
 
     def start_tray(self, kind: str):
+        """Answers when the tray is there: one of the older kind loses an icon that comes while it
+        starts, and one of the newer kind is of the older kind as well, a moment earlier."""
         if kind == "xfce4-panel":
             folder = self.home / "config/xfce4/xfconf/xfce-perchannel-xml"
             folder.mkdir(parents=True, exist_ok=True)
             (folder / "xfce4-panel.xml").write_text(XFCE_PANEL)
         self._trays[kind] = self._spawn(TRAYS[kind])
+        self.await_that(lambda: self._succeeds(READY[kind]), f"{kind} that is ready")
+
+    def _succeeds(self, command: list[str]) -> bool:
+        return subprocess.run(command, env=self.environment, capture_output=True,
+                              timeout=DEADLINE).returncode == 0
 
     def end_tray(self, kind: str):
         _end(self._trays.pop(kind))
