@@ -1,4 +1,5 @@
 """Who may do what: the policies for the system bus and for polkit."""
+import configparser
 import os
 import pathlib
 import re
@@ -57,7 +58,7 @@ sys.stdin.read()
 
 def bus_policies(installation):
     return [installation.extension / "nm-quoxelin-service.conf",
-            *sorted(installation.below("share/dbus-1/system.d").glob("*"))]
+            *sorted(installation.at("/usr/share/dbus-1/system.d").iterdir())]
 
 
 class Bus:
@@ -120,12 +121,15 @@ TUNNEL = (f"{ID}.PacketTunnel", "/org/freedesktop/NetworkManager/VPN/Plugin",
           "org.freedesktop.NetworkManager.VPN.Plugin", "Connect")
 
 
+HELPER = (f"{ID}.Helper", "/com/quoxelin/desktop/Helper", f"{ID}.HelperToolProtocol", "RunGoTool")
+
+
 def test_bus_policies_are_well_formed(installation):
     for policy in bus_policies(installation):
         run("xmllint", "--noout", "--nonet", policy)
 
 
-@pytest.mark.parametrize("name", [TUNNEL[0]])
+@pytest.mark.parametrize("name", [TUNNEL[0], HELPER[0]])
 def test_only_root_owns_a_name(bus, name):
     for user, answer in ((NOBODY, DENIED), (0, OWNED)):
         owner, said = bus.own(name, user)
@@ -141,7 +145,69 @@ def test_only_root_talks_to_the_tunnels_service(bus):
     owner.communicate(timeout=10)
 
 
+def test_everybody_may_ask_the_helper_and_nothing_but_its_messages(bus):
+    owner, said = bus.own(HELPER[0], 0)
+    assert said == OWNED
+    name, path, interface, member = HELPER
+    for user in (0, NOBODY):
+        assert bus.call(name, user, path, interface, member) == ARRIVED
+    for other_path, other_interface in (("/", interface), (path, "org.freedesktop.DBus.Properties")):
+        assert bus.call(name, NOBODY, other_path, other_interface, member) == DENIED
+    owner.communicate(timeout=10)
+
+
 def test_a_name_beside_the_policies_is_nobodys(bus):
     owner, said = bus.own(f"{ID}.Other", 0)
     owner.communicate(timeout=10)
     assert said == DENIED
+
+
+def test_the_bus_starts_the_installed_helper_as_root(either):
+    path = either.at(f"/usr/share/dbus-1/system-services/{HELPER[0]}.service")
+    service = configparser.ConfigParser(interpolation=None)
+    service.optionxform = str
+    service.read_string(path.read_text("utf-8"), str(path))
+    program = f"{either.prefix}/libexec/quoxelin-desktop/quoxelin-helper"
+    assert {name: dict(service[name]) for name in service.sections()} == {
+        "D-BUS Service": {"Name": HELPER[0], "Exec": program, "User": "root"}}
+    assert os.access(either.at(program), os.X_OK)
+
+
+# polkit
+
+ANSWERS = {"no", "yes", "auth_self", "auth_admin", "auth_self_keep", "auth_admin_keep"}
+
+
+def actions(installation):
+    """Every action with its file: polkit looks in /usr/share, whatever the prefix is."""
+    return {action.get("id"): (path, action)
+            for path in sorted(installation.at("/usr/share/polkit-1/actions").iterdir())
+            for action in tree.parse(path).iter("action")}
+
+
+def test_polkit_policies_are_valid(installation):
+    for path in sorted(installation.at("/usr/share/polkit-1/actions").iterdir()):
+        assert path.suffix == ".policy", path
+        run("xmllint", "--noout", "--nonet", "--dtdvalid", DTD, path)
+
+
+def test_polkit_is_told_of_the_two_actions(installation):
+    found = {}
+    for name, (path, action) in actions(installation).items():
+        assert action.findtext("description") and action.findtext("message"), f"{path}: {name}"
+        found[name] = [action.findtext(f"defaults/allow_{who}") for who in ("any", "inactive", "active")]
+        assert set(found[name]) <= ANSWERS, f"{path}: {name}"
+    assert found == {
+        f"{ID}.helper.run": ["auth_admin", "auth_admin", "yes"],
+        f"{ID}.install-extension": ["auth_admin", "auth_admin", "auth_admin"],
+    }
+
+
+def test_pkexec_takes_the_installed_program_for_the_action(either):
+    path, action = actions(either)[f"{ID}.install-extension"]
+    annotations = {note.get("key"): note.text for note in action.iter("annotate")}
+    # Nothing else: neither with a display nor for other arguments.
+    assert annotations == {
+        "org.freedesktop.policykit.exec.path":
+            f"{either.prefix}/libexec/quoxelin-desktop/install-extension"}, path
+    assert os.access(either.at(annotations["org.freedesktop.policykit.exec.path"]), os.X_OK)

@@ -1,0 +1,69 @@
+"""The installation on a machine with the real services: polkit knows its actions, and what pkexec
+runs as root makes NetworkManager know the tunnel."""
+
+import pytest
+
+from support.box import STRANGER, TESTER, wait_until
+
+ACTION = "com.quoxelin.desktop.install-extension"
+INSTALLER = "/usr/libexec/quoxelin-desktop/install-extension"
+EXTENSION = ("/usr/lib/quoxelin-desktop/Contents/Library/SystemExtensions/"
+             "com.quoxelin.desktop.PacketTunnel.systemextension/Contents")
+INSTALLED = ("/etc/dbus-1/system.d/nm-quoxelin-service.conf",
+             "/etc/NetworkManager/VPN/nm-quoxelin-service.name")
+
+
+def pkexec(box, *arguments, user=TESTER):
+    # Not for this process, its parent: that is not in the box.
+    return box.try_run("sh", "-c", '"$@"; exit $?', "sh", "pkexec", "--disable-internal-agent",
+                       *arguments, user=user)
+
+
+def installed(box):
+    return [path for path in INSTALLED if box.path(path).exists()]
+
+
+@pytest.mark.parametrize("action, anybody, away, present", [
+    (ACTION, "auth_admin", "auth_admin", "auth_admin"),
+    ("com.quoxelin.desktop.helper.run", "auth_admin", "auth_admin", "yes"),
+])
+def test_polkit_knows_the_actions(box, action, anybody, away, present):
+    told = dict(line.strip().split(":", 1) for line in
+                box.run("pkaction", "--verbose", "--action-id", action).splitlines()[1:] if line)
+    assert [told[f"implicit {who}"].strip() for who in ("any", "inactive", "active")] \
+        == [anybody, away, present]
+    assert told["vendor"].strip() == "Quoxelin"
+
+
+def test_who_is_not_allowed_installs_nothing(box):
+    # Nobody is there to be asked.
+    done = pkexec(box, INSTALLER, user=STRANGER)
+    assert (done.returncode, installed(box)) == (127, [])
+    box.refuse(ACTION)
+    done = pkexec(box, INSTALLER)
+    assert (done.returncode, installed(box)) == (127, [])
+
+
+def test_who_may_install_the_extension_may_run_nothing_else(box):
+    box.allow(ACTION)
+    for command in (["/bin/true"], ["/bin/sh", INSTALLER], [f"/usr/../{INSTALLER}.gone"]):
+        assert pkexec(box, *command).returncode == 127
+    done = pkexec(box, INSTALLER, "--help")
+    assert (done.returncode, done.stderr) == (2, "install-extension: takes no arguments\n")
+    assert installed(box) == []
+
+
+def test_who_may_install_the_extension_makes_networkmanager_know_the_tunnel(box):
+    box.allow(ACTION)
+    done = pkexec(box, INSTALLER)
+    assert (done.returncode, done.stdout, done.stderr) == (0, "", "")
+    for path in INSTALLED:
+        name = path.rsplit("/", 1)[-1]
+        assert box.read(path) == box.read(f"{EXTENSION}/{name}") != ""
+    box.run("nmcli", "connection", "add", "type", "vpn", "vpn-type",
+            "com.quoxelin.desktop.PacketTunnel", "con-name", "tunnel", "vpn.data", "address=vpn",
+            "connection.permissions", f"user:{TESTER}", user=TESTER)
+    box.run("nmcli", "connection", "up", "tunnel", user=TESTER)
+    wait_until(lambda: "tunnel:activated" in box.run(
+        "nmcli", "-t", "-f", "NAME,STATE", "connection", "show", "--active"), "the tunnel")
+    box.run("nmcli", "connection", "delete", "tunnel", user=TESTER)
