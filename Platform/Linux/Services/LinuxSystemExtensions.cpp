@@ -124,7 +124,9 @@ void LinuxSystemExtensions::installerEnded(const std::string& identifier, const 
     if (exited && process.exitCode() == 0) {
         finish(request);
     } else if (exited && process.exitCode() == dismissed) {
-        fail(request, OSSystemExtensionError::authorizationRequired,
+        // A request that waits for approval is made again whenever the application becomes active:
+        // the question that somebody has just waved away would come back with every click.
+        fail(request, OSSystemExtensionError::requestCanceled,
              said.empty() ? "The authorization was dismissed." : said);
     } else if (exited && process.exitCode() == notAuthorized) {
         if (const auto delegate = request.delegate.lock())

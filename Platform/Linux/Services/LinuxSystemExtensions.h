@@ -14,7 +14,7 @@ namespace quoxelin {
 /// The NetworkManager VPN plugin that carries the tunnel, as the system extension: it comes with
 /// the bundle, and a program that runs as root through pkexec makes it known to NetworkManager.
 ///
-/// The authorization dismissed is `authorizationRequired`; refused, or not to be had, it needs the
+/// The authorization dismissed is `requestCanceled`; refused, or not to be had, it needs the
 /// user's approval, and nothing more is told of that request. Main thread only.
 class LinuxSystemExtensions final : public QObject, public OSSystemExtensionManager {
   public:

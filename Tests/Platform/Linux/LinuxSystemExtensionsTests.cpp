@@ -139,9 +139,9 @@ TEST_F(LinuxSystemExtensionsTest, keepsAnotherVersionWhenTheDelegateSaysSo) {
 
 TEST_F(LinuxSystemExtensionsTest, tellsADismissedQuestionFromARefusal) {
     EXPECT_EQ(told(Recorder("exit 126").path(), Kind::activation),
-              Told{"failed 13 The authorization was dismissed."});
+              Told{"failed 11 The authorization was dismissed."});
     EXPECT_EQ(told(Recorder("echo Request dismissed >&2; exit 126").path(), Kind::activation),
-              Told{"failed 13 Request dismissed"});
+              Told{"failed 11 Request dismissed"});
     EXPECT_EQ(told(Recorder("exit 127").path(), Kind::activation), Told{"approval"});
 }
 
