@@ -128,7 +128,8 @@ class AppDelegateLaunchOrder : public AppDelegateFixture {
             {notedPlatform, logger, localAPI, *tunnel, systemExtension, appState});
     }
 
-    ~AppDelegateLaunchOrder() override { delegate.reset(); }
+    /// It refers to what is noted here.
+    void TearDown() override { delegate.reset(); }
 
     Notes notes;
     NotedUpdates updates{platform.updates, notes};
