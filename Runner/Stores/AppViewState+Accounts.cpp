@@ -16,6 +16,8 @@ constexpr double loginPollingInterval = 1.0;
 } // namespace
 
 void AppViewState::pollForLoginCompletion() {
+    if (handOver([this] { pollForLoginCompletion(); }))
+        return;
     scheduleLoginPollingTick(std::make_shared<LoginPolling>(LoginPolling{0, logoutCount}));
 }
 
@@ -53,6 +55,8 @@ void AppViewState::loginPollingAnswer(const std::shared_ptr<LoginPolling>& polli
 }
 
 void AppViewState::logout() {
+    if (handOver([this] { logout(); }))
+        return;
     log("logout called");
     isLoggingOut = true;
     ++logoutCount;
@@ -90,6 +94,8 @@ void AppViewState::applyLocalCurrentProfile(const std::string& id) {
 }
 
 void AppViewState::switchProfile(std::string id) {
+    if (handOver([this, id] { switchProfile(id); }))
+        return;
     log("switchProfile to " + id);
     applyLocalCurrentProfile(id);
     dependencies.localAPI.switchProfile(
@@ -105,6 +111,8 @@ void AppViewState::switchProfile(std::string id) {
 }
 
 void AppViewState::switchProfileAndLogin(std::string id) {
+    if (handOver([this, id] { switchProfileAndLogin(id); }))
+        return;
     log("switchProfileAndLogin to " + id);
     applyLocalCurrentProfile(id);
     dependencies.localAPI.switchProfile(
@@ -126,6 +134,8 @@ void AppViewState::switchProfileAndLogin(std::string id) {
 }
 
 void AppViewState::addNewAccount() {
+    if (handOver([this] { addNewAccount(); }))
+        return;
     log("addNewAccount called");
     dependencies.localAPI.switchToEmptyProfile(
         onMain([this](const Result<void, LocalAPIError>& answer) {

@@ -9,6 +9,8 @@
 namespace quoxelin {
 
 void AppViewState::connect() {
+    if (handOver([this] { connect(); }))
+        return;
     log("connect");
     cancelVPNRetry();
     vpnRetryCount = 0;
@@ -22,6 +24,8 @@ void AppViewState::connect() {
 }
 
 void AppViewState::disconnect() {
+    if (handOver([this] { disconnect(); }))
+        return;
     log("disconnect");
     cancelVPNRetry();
     wantsTunnel = false;

@@ -46,6 +46,8 @@ std::string privilegedCleanupScript() {
 } // namespace
 
 void AppViewState::uninstall() {
+    if (handOver([this] { uninstall(); }))
+        return;
     log("uninstall called");
     runPrivilegedCleanup(lifetime.weakly([this](bool succeeded) {
         if (succeeded)

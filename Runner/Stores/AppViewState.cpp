@@ -151,6 +151,8 @@ void AppViewState::followTunnel() {
 }
 
 void AppViewState::start() {
+    if (handOver([this] { start(); }))
+        return;
     log("start() called");
     hashiBus->start();
 }
@@ -233,6 +235,8 @@ void AppViewState::notifyJailTransition(const LoginViewState& old, const LoginVi
 }
 
 void AppViewState::refreshProfiles() {
+    if (handOver([this] { refreshProfiles(); }))
+        return;
     log("refreshProfiles called");
     dependencies.localAPI.getProfiles(
         onMain([this](const Result<ProfilesResponse, LocalAPIError>& answer) {

@@ -31,7 +31,8 @@ class UNUserNotificationCenter;
 class VPNTunnelService;
 
 /// All that the application knows of the account and the tunnel, and all that a person can do about
-/// them. The panel shows its published fields and calls its actions. Main thread only.
+/// them. The panel shows its published fields and calls its actions. Main thread only; an operation
+/// called on another thread is repeated on the main queue.
 ///
 /// The actions' code: AppViewState+Connection.cpp, AppViewState+Accounts.cpp,
 /// AppViewState+Uninstall.cpp.
@@ -111,6 +112,15 @@ class AppViewState final : public ObservableObject, public HashiBusClientDelegat
     AppViewState(const Dependencies& dependencies, std::shared_ptr<HashiBusClient> hashiBus);
 
     void log(const std::string& message);
+
+    /// Called on another thread, has the main queue repeat the operation, and says so.
+    template <typename Operation>
+    bool handOver(Operation operation) {
+        if (dependencies.dispatch.isMainThread())
+            return false;
+        dependencies.dispatch.main().async(lifetime.weakly(std::move(operation)));
+        return true;
+    }
 
     /// Turns `function` into a completion that may be called on any thread: it is performed on the
     /// main queue, if the store still exists then.
