@@ -121,6 +121,9 @@ void StoreWatch::published(const LoginViewState& login) {
     EXPECT_EQ(login.nodeID, 0);
     EXPECT_EQ(login.hostName + login.quoxelinIPs, "");
     EXPECT_EQ(login.jailedReason, std::nullopt);
+    // The list of accounts may still name one; this one only the bus knows.
+    EXPECT_NE(login.email, onlyOnTheBus);
+    EXPECT_NE(login.userName, onlyOnTheBus);
 }
 
 } // namespace quoxelin::testing

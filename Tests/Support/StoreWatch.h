@@ -22,6 +22,10 @@ namespace quoxelin::testing {
 /// It takes over the fixture's hooks; the fixture's own lists of lines and commands stay empty.
 class StoreWatch {
   public:
+    /// The e-mail address of the bus's own user profiles. No status and no list of accounts may
+    /// name it.
+    static constexpr const char* onlyOnTheBus = "one@example.com";
+
     explicit StoreWatch(AppFixture& app);
     ~StoreWatch();
     StoreWatch(const StoreWatch&) = delete;

@@ -55,7 +55,9 @@ TEST(AppViewStateLogout, refillsNothingWhileLoggingOut) {
     app.advance(seconds(1));
     app.forget();
     app.bus(R"({"State":"Running","Jailed":true,"JailReason":"one",)"
-            R"("NetMap":{"SelfNode":{"Node":{"ID":7,"UserID":42,"Name":"laptop"}}}})");
+            R"("NetMap":{"SelfNode":{"Node":{"ID":7,"UserID":42,"Name":"laptop",)"
+            R"("Addresses":["100.64.0.1"]}},)"
+            R"("UserProfiles":{"42":{"LoginName":"ann@example.com","DisplayName":"Ann"}}}})");
     app.bus(R"({"State":"NoState"})");
     app.bus(bareMap);
     EXPECT_EQ(app.appState->login.get(), LoginViewState{});

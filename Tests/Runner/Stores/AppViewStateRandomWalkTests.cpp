@@ -145,8 +145,8 @@ class Walk {
             members.push_back(fmt::format(
                 R"("NetMap":{{"SelfNode":{{"Node":{{"ID":{0},"UserID":{1},"Name":"host-{0}",)"
                 R"("Addresses":["100.64.0.{0}"]}}}},)"
-                R"("UserProfiles":{{"1":{{"LoginName":"one@example.com"}}}}}})",
-                1 + dice.below(3), dice.below(3)));
+                R"("UserProfiles":{{"1":{{"LoginName":"{2}"}}}}}})",
+                1 + dice.below(3), dice.below(3), StoreWatch::onlyOnTheBus));
         if (dice.oneIn(4))
             members.push_back(fmt::format(R"("Jailed":{},"JailReason":"{}")", dice.oneIn(2),
                                           dice.oneIn(2) ? " \\n" : "policy"));
