@@ -2,7 +2,7 @@
 
 #include <cstddef>
 #include <cstring>
-#include <poll.h>
+#include <fcntl.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -28,6 +28,7 @@ int openStreamSocket() {
     if (descriptor >= 0) {
         const int on = 1;
         ::setsockopt(descriptor, SOL_SOCKET, SO_NOSIGPIPE, &on, sizeof on);
+        ::fcntl(descriptor, F_SETFD, FD_CLOEXEC);
     }
     return descriptor;
 #endif
@@ -41,34 +42,6 @@ sockaddr_un addressOf(const std::string& path) {
     address.sun_len = static_cast<unsigned char>(path.size() + 2);
 #endif
     return address;
-}
-
-/// After an interrupted connect the attempt goes on by itself; its outcome is asked for here.
-int awaitConnection(int descriptor) {
-    pollfd waiting{descriptor, POLLOUT, 0};
-    while (::poll(&waiting, 1, -1) < 0 && errno == EINTR) {
-    }
-    int outcome = 0;
-    socklen_t size = sizeof outcome;
-    ::getsockopt(descriptor, SOL_SOCKET, SO_ERROR, &outcome, &size);
-    return outcome;
-}
-
-/// 0, or the error number.
-int connectTo(int descriptor, const sockaddr_un& address) {
-    for (;;) {
-        if (::connect(descriptor, reinterpret_cast<const sockaddr*>(&address), addressLength) == 0)
-            return 0;
-        switch (errno) {
-        case EINTR:
-            continue;
-        case EISCONN:
-            return 0;
-        case EALREADY:
-            return awaitConnection(descriptor);
-        }
-        return errno;
-    }
 }
 
 template <typename Call>
@@ -93,9 +66,14 @@ Result<std::unique_ptr<Connection>, ConnectError> UnixSocket::connect(const std:
     if (path.size() >= pathFieldSize)
         return tl::unexpected(
             ConnectError{ConnectError::Reason::socketPathTooLong, SystemError{ENAMETOOLONG}});
-    if (const int failure = connectTo(descriptor, addressOf(path)); failure != 0)
-        return tl::unexpected(
-            ConnectError{ConnectError::Reason::connectFailed, SystemError{failure}});
+    const auto address = addressOf(path);
+    // A local attempt either blocks and is taken back by a signal, or never blocks at all: unlike
+    // one over a network, it is simply made again.
+    const auto connected = retryingInterrupted([&] {
+        return ::connect(descriptor, reinterpret_cast<const sockaddr*>(&address), addressLength);
+    });
+    if (!connected)
+        return tl::unexpected(ConnectError{ConnectError::Reason::connectFailed, connected.error()});
     return socket;
 }
 

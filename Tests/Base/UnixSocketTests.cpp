@@ -8,6 +8,7 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <optional>
 #include <pthread.h>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -38,14 +39,14 @@ class UnixSocketTest : public ::testing::Test {
         return directory + '/' + std::string(length - directory.size() - 1, 's');
     }
 
-    void listenAt(const std::string& path) {
+    void listenAt(const std::string& path, int backlog = 8) {
         sockaddr_un address{};
         address.sun_family = AF_UNIX;
         std::memcpy(address.sun_path, path.data(), path.size());
         listener = ::socket(AF_UNIX, SOCK_STREAM, 0);
         const auto length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + path.size());
         ASSERT_EQ(::bind(listener, reinterpret_cast<const sockaddr*>(&address), length), 0);
-        ASSERT_EQ(::listen(listener, 8), 0);
+        ASSERT_EQ(::listen(listener, backlog), 0);
     }
 
     std::string directory;
@@ -79,6 +80,35 @@ std::size_t openDescriptors() {
         count += ::fcntl(descriptor, F_GETFD) >= 0 ? 1 : 0;
     return count;
 }
+
+/// Those that a program started now would have, too.
+std::size_t descriptorsForOtherPrograms() {
+    std::size_t count = 0;
+    for (int descriptor = 0; descriptor < 256; ++descriptor) {
+        const int flags = ::fcntl(descriptor, F_GETFD);
+        count += flags >= 0 && (flags & FD_CLOEXEC) == 0 ? 1 : 0;
+    }
+    return count;
+}
+
+/// A signal whose handler is installed without restarting system calls: it interrupts them.
+class InterruptingSignal {
+  public:
+    InterruptingSignal() {
+        struct sigaction interrupting {};
+        interrupting.sa_handler = [](int) {};
+        ::sigaction(SIGUSR1, &interrupting, &before);
+    }
+    ~InterruptingSignal() { ::sigaction(SIGUSR1, &before, nullptr); }
+
+    void interrupt(std::thread& thread) const {
+        ::pthread_kill(thread.native_handle(), SIGUSR1);
+        std::this_thread::yield();
+    }
+
+  private:
+    struct sigaction before {};
+};
 
 } // namespace
 
@@ -144,6 +174,36 @@ TEST_F(UnixSocketTest, leavesNoDescriptorOpen) {
     EXPECT_EQ(openDescriptors(), before);
 }
 
+TEST_F(UnixSocketTest, keepsItsDescriptorFromOtherPrograms) {
+    const auto path = directory + "/socket";
+    listenAt(path);
+    const auto before = descriptorsForOtherPrograms();
+    const auto connection = UnixSocket::connect(path);
+    ASSERT_TRUE(connection.has_value());
+    EXPECT_EQ(descriptorsForOtherPrograms(), before);
+}
+
+TEST_F(UnixSocketTest, goesOnConnectingAfterASignal) {
+    // Where the system makes an attempt wait for its turn, the second one waits here.
+    const auto path = directory + "/socket";
+    listenAt(path, 0);
+    const auto first = UnixSocket::connect(path);
+    ASSERT_TRUE(first.has_value());
+    const InterruptingSignal signal;
+    std::optional<bool> connected;
+    std::atomic<bool> done = false;
+    std::thread connecting([&] {
+        connected = UnixSocket::connect(path).has_value();
+        done = true;
+    });
+    for (int i = 0; i < 10'000 && !done; ++i)
+        signal.interrupt(connecting);
+    const int peer = ::accept(listener, nullptr, nullptr);
+    connecting.join();
+    EXPECT_EQ(connected, true);
+    ::close(peer);
+}
+
 TEST(UnixSocket, reportsAPeerThatWentAwayAsAValue) {
     Pair pair;
     pair.closeTheirs();
@@ -174,11 +234,7 @@ TEST(UnixSocket, endsABlockedReadFromAnotherThread) {
 }
 
 TEST(UnixSocket, goesOnReadingAfterASignal) {
-    // The handler is installed without restarting system calls, so the read is interrupted.
-    struct sigaction interrupting {
-    }, before{};
-    interrupting.sa_handler = [](int) {};
-    ASSERT_EQ(::sigaction(SIGUSR1, &interrupting, &before), 0);
+    const InterruptingSignal signal;
     Pair pair;
     Result<std::size_t, SystemError> outcome = 99;
     std::array<char, 4> bytes{};
@@ -187,23 +243,17 @@ TEST(UnixSocket, goesOnReadingAfterASignal) {
         outcome = pair.ours->read(bytes);
         done = true;
     });
-    for (int i = 0; i < 1'000; ++i) {
-        ::pthread_kill(reader.native_handle(), SIGUSR1);
-        std::this_thread::yield();
-    }
+    for (int i = 0; i < 1'000; ++i)
+        signal.interrupt(reader);
     EXPECT_FALSE(done);
     EXPECT_EQ(::write(pair.theirs, "abc", 3), 3);
     reader.join();
     EXPECT_EQ(outcome, 3u);
-    ::sigaction(SIGUSR1, &before, nullptr);
 }
 
 TEST(UnixSocket, takesAsMuchOfAWriteAsThePeerHasRoomForOnceSignalled) {
     Pair pair;
-    struct sigaction interrupting {
-    }, before{};
-    interrupting.sa_handler = [](int) {};
-    ASSERT_EQ(::sigaction(SIGUSR1, &interrupting, &before), 0);
+    const InterruptingSignal signal;
     const std::string large(std::size_t(64) << 20, 'x');
     Result<std::size_t, SystemError> written = 0;
     std::atomic<bool> done = false;
@@ -212,15 +262,12 @@ TEST(UnixSocket, takesAsMuchOfAWriteAsThePeerHasRoomForOnceSignalled) {
         done = true;
     });
     // Nobody reads: the write blocks with a part of it taken, until a signal has it return that.
-    while (!done) {
-        ::pthread_kill(writer.native_handle(), SIGUSR1);
-        std::this_thread::yield();
-    }
+    while (!done)
+        signal.interrupt(writer);
     writer.join();
     ASSERT_TRUE(written.has_value());
     EXPECT_GT(*written, 0u);
     EXPECT_LT(*written, large.size());
-    ::sigaction(SIGUSR1, &before, nullptr);
 }
 
 } // namespace quoxelin
