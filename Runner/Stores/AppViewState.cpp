@@ -1,5 +1,6 @@
 #include "Runner/Stores/AppViewState.h"
 
+#include "Base/AsciiCase.h"
 #include "Base/Trim.h"
 #include "Platform/Platform.h"
 #include "Runner/Services/State/LocalAPIClient.h"
@@ -33,15 +34,6 @@ std::string_view caseName(HashiBusState state) {
     return {};
 }
 
-/// The names that matter are plain ASCII, and no other letter's lower case is.
-std::string lowercased(std::string text) {
-    for (auto& c : text) {
-        if (c >= 'A' && c <= 'Z')
-            c = static_cast<char>(c - 'A' + 'a');
-    }
-    return text;
-}
-
 std::string joined(const std::vector<std::string>& addresses) {
     return fmt::format("{}", fmt::join(addresses, ","));
 }
@@ -53,8 +45,9 @@ std::optional<std::string> jailedReason(bool jailed, const std::optional<std::st
     return std::string(trimmed.empty() ? "device posture non-compliant" : trimmed);
 }
 
-/// A copy of what the store reads. The peers, of which a large network has tens of thousands, would
-/// hold up the main thread for no use.
+/// A copy of what the store reads; whatever else `updateState` comes to read has to be listed here.
+/// The peers, of which a large network has tens of thousands, would hold up the main thread for no
+/// use.
 HashiBusNotify copyWithoutPeers(const HashiBusNotify& notify) {
     HashiBusNotify copy;
     copy.state = notify.state;
@@ -89,10 +82,12 @@ void fillFromNetMap(LoginViewState& s, const NetworkMap& netMap, const Node& nod
 void fillFromBackendState(LoginViewState& s, const DaemonStatus& status) {
     if (!status.backendState)
         return;
-    const auto state = lowercased(*status.backendState);
-    if (state == "running" || state == "starting" || state == "stopped") {
+    const auto isState = [&](std::string_view name) {
+        return equalIgnoringAsciiCase(*status.backendState, name);
+    };
+    if (isState("running") || isState("starting") || isState("stopped")) {
         s.isLoggedIn = true;
-    } else if (state == "needslogin") {
+    } else if (isState("needslogin")) {
         s.isLoggedIn = false;
         s.interactiveLoginUrl = status.interactiveLoginUrl.value_or("");
     }

@@ -1,5 +1,7 @@
 #include "Runner/Models/HashiBus/HashiBusNotify.h"
 
+#include "Base/AsciiCase.h"
+
 #include <array>
 
 namespace quoxelin {
@@ -11,20 +13,6 @@ constexpr std::array states = {HashiBusState::noState, HashiBusState::needsLogin
                                HashiBusState::stopped, HashiBusState::starting,
                                HashiBusState::running};
 
-char lowerCased(char c) {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
-
-bool equalInAnyCase(std::string_view a, std::string_view b) {
-    if (a.size() != b.size())
-        return false;
-    for (std::size_t i = 0; i < a.size(); ++i) {
-        if (lowerCased(a[i]) != lowerCased(b[i]))
-            return false;
-    }
-    return true;
-}
-
 HashiBusState stateOf(std::int64_t number) {
     const bool known = number >= 0 && number < static_cast<std::int64_t>(states.size());
     return known ? states[static_cast<std::size_t>(number)] : HashiBusState::noState;
@@ -32,7 +20,7 @@ HashiBusState stateOf(std::int64_t number) {
 
 HashiBusState stateOf(std::string_view name) {
     for (const auto state : states) {
-        if (equalInAnyCase(name, rawValue(state)))
+        if (equalIgnoringAsciiCase(name, rawValue(state)))
             return state;
     }
     return HashiBusState::noState;
