@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstring>
 #include <simdjson.h>
+#include <type_traits>
 
 namespace quoxelin::json {
 
@@ -23,6 +24,8 @@ static_assert(std::is_trivially_copyable_v<Value> && std::is_trivially_copyable_
 /// As std::bit_cast, which the oldest standard library among our platforms lacks.
 template <typename To, typename From>
 To withBitsOf(const From& from) {
+    static_assert(sizeof(To) == sizeof(From) && std::is_trivially_copyable_v<To> &&
+                  std::is_trivially_copyable_v<From>);
     To to;
     std::memcpy(static_cast<void*>(&to), &from, sizeof to);
     return to;
