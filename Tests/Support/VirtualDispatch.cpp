@@ -112,7 +112,8 @@ Queue& VirtualDispatch::global(QualityOfService quality) {
     throw std::logic_error("no such quality of service");
 }
 
-std::unique_ptr<SerialQueue> VirtualDispatch::makeSerial(std::string) {
+std::unique_ptr<SerialQueue> VirtualDispatch::makeSerial(std::string label) {
+    labels.push_back(std::move(label));
     return std::make_unique<Serial>(*this);
 }
 

@@ -10,6 +10,7 @@
 #include <mutex>
 #include <optional>
 #include <set>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -56,6 +57,9 @@ class VirtualDispatch final : public Dispatch {
     /// Global work by the quality it was submitted with, in the order of submission.
     const std::vector<QualityOfService>& submittedQualities() const { return qualities; }
 
+    /// The labels of the serial queues, in the order of their making.
+    const std::vector<std::string>& serialLabels() const { return labels; }
+
     /// Ends all blocked work by unwinding its stack, and drops what has not run yet. Called by the
     /// destructor; a test calls it where what the work uses must go before this object.
     void endAllWork();
@@ -96,6 +100,7 @@ class VirtualDispatch final : public Dispatch {
     std::list<Parked> parked;
     std::size_t unfinished = 0;
     std::vector<QualityOfService> qualities;
+    std::vector<std::string> labels;
 
     std::mutex baton;
     Fiber* running = nullptr; // null: the test's thread
