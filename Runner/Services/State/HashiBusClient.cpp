@@ -50,7 +50,10 @@ void HashiBusClient::logout() {
 
 void HashiBusClient::connectLoop() {
     while (isRunning) {
-        if (auto connection = dependencies.connector.connect(socketPath))
+        auto connection = dependencies.connector.connect(socketPath);
+        if (!isRunning)
+            break;
+        if (connection)
             follow(*std::move(connection));
         else
             dependencies.logger.log("HashiBus", "Connection failed, retrying in 3s...");

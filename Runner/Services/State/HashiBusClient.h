@@ -43,8 +43,9 @@ class HashiBusClient : public std::enable_shared_from_this<HashiBusClient> {
     /// Begins to follow the stream; a second call does nothing.
     void start();
 
-    /// Ends it for good: the blocked read returns, the loop ends without another attempt. Any
-    /// thread.
+    /// Ends it for good: the blocked read returns, the loop ends without another attempt. An
+    /// attempt that waits for a daemon too busy to accept it is not cut short; a connection that
+    /// it still brings is closed unused. Any thread.
     void stop();
 
     /// Asks the daemon to log out, over a connection of its own. The outcome is only logged.

@@ -85,6 +85,12 @@ TEST_F(HashiBusClientTest, followsOneStreamHoweverOftenItIsStarted) {
     EXPECT_EQ(daemon.connectInstants(), std::vector{seconds(0)});
 }
 
+TEST_F(HashiBusClientTest, followsTheStreamOnAQueueOfItsOwn) {
+    EXPECT_EQ(dispatch.serialLabels().back(), "com.quoxelin.desktop.hashibus");
+    start();
+    EXPECT_TRUE(dispatch.submittedQualities().empty());
+}
+
 TEST_F(HashiBusClientTest, stopsInTheMiddleOfARead) {
     start();
     client->stop();
@@ -130,6 +136,34 @@ TEST_F(HashiBusClientTest, makesNoAttemptWhenStoppedBeforeItsFirst) {
     dispatch.advance(seconds(10));
     EXPECT_TRUE(daemon.connectInstants().empty());
     EXPECT_TRUE(log().empty());
+}
+
+TEST_F(HashiBusClientTest, leavesAConnectionUnusedThatComesOnlyAfterTheStop) {
+    /// The daemon is too busy to accept a connection.
+    struct Busy final : Connector {
+        Busy(VirtualDispatch& dispatch, Connector& daemon) : dispatch(dispatch), daemon(daemon) {}
+        Result<std::unique_ptr<Connection>, ConnectError>
+        connect(const std::string& path) override {
+            dispatch.waitUntil([this] { return accepts; });
+            return daemon.connect(path);
+        }
+        VirtualDispatch& dispatch;
+        Connector& daemon;
+        bool accepts = false;
+    } busy(dispatch, daemon);
+    const auto waiting = std::make_shared<HashiBusClient>(
+        HashiBusClient::Dependencies{dispatch, busy, logger}, socketPath);
+    waiting->delegate = delegate;
+    waiting->start();
+    dispatch.runUntilIdle();
+    waiting->stop();
+    busy.accepts = true;
+    dispatch.runUntilIdle();
+    EXPECT_EQ(daemon.connectInstants().size(), 1u);
+    EXPECT_EQ(daemon.openConnections(), 0u);
+    EXPECT_TRUE(daemon.requests().empty());
+    EXPECT_EQ(log(), Lines{});
+    EXPECT_EQ(dispatch.unfinishedBackgroundWork(), 0u);
 }
 
 TEST_F(HashiBusClientTest, isStoppedForGood) {
