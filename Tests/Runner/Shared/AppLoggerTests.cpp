@@ -38,6 +38,11 @@ TEST_F(AppLoggerTest, writesTagTimestampAndMessage) {
     EXPECT_EQ(contentsOf(file()), "[HashiBus] 2024-05-01 13:02:03.417 Connected to socket\n");
 }
 
+TEST_F(AppLoggerTest, writesOnAQueueOfItsOwn) {
+    makeLogger();
+    EXPECT_EQ(dispatch.serialLabels(), std::vector<std::string>{"com.quoxelin.desktop.applogger"});
+}
+
 TEST_F(AppLoggerTest, tellsTheSystemsLogAtOnceAndWithoutATimestamp) {
     auto logger = makeLogger();
     logger.log("App", "Quoxelin Desktop App Launching...");
@@ -47,11 +52,27 @@ TEST_F(AppLoggerTest, tellsTheSystemsLogAtOnceAndWithoutATimestamp) {
 }
 
 TEST_F(AppLoggerTest, stampsALineWithTheInstantOfTheCall) {
-    auto logger = makeLogger();
+    // Time passes here while nothing runs, so the line is written at the later instant.
+    struct PassingTime final : Dispatch {
+        explicit PassingTime(Dispatch& queues) : queues(queues) {}
+        MainQueue& main() override { return queues.main(); }
+        Queue& global(QualityOfService quality) override { return queues.global(quality); }
+        std::unique_ptr<SerialQueue> makeSerial(std::string label) override {
+            return queues.makeSerial(std::move(label));
+        }
+        bool isMainThread() const override { return queues.isMainThread(); }
+        void sleep(Duration duration) override { queues.sleep(duration); }
+        std::chrono::system_clock::time_point date() const override {
+            return queues.date() + passed;
+        }
+        Dispatch& queues;
+        std::chrono::milliseconds passed{0};
+    } time(dispatch);
+    AppLogger logger({time, fileManager, systemLog});
     logger.log("App", "first");
-    // Nothing runs meanwhile, so both lines are written at the later instant.
-    dispatch.main().asyncAfter(seconds(0.583), [&] { logger.log("App", "second"); });
-    dispatch.advance(seconds(0.583));
+    time.passed = std::chrono::milliseconds(583);
+    logger.log("App", "second");
+    dispatch.runUntilIdle();
     EXPECT_EQ(contentsOf(file()), "[App] 2024-05-01 13:02:03.417 first\n"
                                   "[App] 2024-05-01 13:02:04.000 second\n");
 }
