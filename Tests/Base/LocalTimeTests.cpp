@@ -1,10 +1,45 @@
 #include "Base/LocalTime.h"
 
+#include <cstdlib>
 #include <gtest/gtest.h>
+#include <optional>
+#include <string>
 
 namespace quoxelin::testing {
 
-TEST(LocalTime, agreesWithTheStandardLibrarysOwnInEverySeason) {
+namespace {
+
+/// The process lives where the clocks are put forward in summer, whatever its surroundings say.
+class LocalTime : public ::testing::Test {
+  protected:
+    LocalTime() {
+        if (const auto* zone = std::getenv("TZ"))
+            before = zone;
+        ::setenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3", 1);
+        ::tzset();
+    }
+    ~LocalTime() override {
+        if (before)
+            ::setenv("TZ", before->c_str(), 1);
+        else
+            ::unsetenv("TZ");
+        ::tzset();
+    }
+
+  private:
+    std::optional<std::string> before;
+};
+
+} // namespace
+
+TEST_F(LocalTime, isWhatTheClocksShowInEverySeason) {
+    constexpr std::time_t winterNoon = 1'704'542'400; // 2024-01-06 12:00:00 UTC
+    EXPECT_EQ(localTime(winterNoon).tm_hour, 13);
+    constexpr std::time_t summerNoon = 1'720'267'200; // 2024-07-06 12:00:00 UTC
+    EXPECT_EQ(localTime(summerNoon).tm_hour, 14);
+}
+
+TEST_F(LocalTime, agreesWithTheStandardLibrarysOwnInEverySeason) {
     for (std::time_t time = 0; time < 2'000'000'000; time += 10'000'019) {
         const auto ours = localTime(time);
         const auto theirs = *std::localtime(&time);
@@ -16,7 +51,7 @@ TEST(LocalTime, agreesWithTheStandardLibrarysOwnInEverySeason) {
     }
 }
 
-TEST(LocalTime, countsBackBeforeTheEpoch) {
+TEST_F(LocalTime, countsBackBeforeTheEpoch) {
     const std::time_t time = -86400 * 366 * 5 - 1;
     auto ours = localTime(time);
     EXPECT_EQ(std::mktime(&ours), time);
