@@ -73,18 +73,6 @@ TEST(AppViewState, mirrorsEveryTunnelStatusALaterTurn) {
                                  VPNConnectionStatus::error}));
 }
 
-TEST(AppViewState, tellsObserversBeforeEveryChange) {
-    AppFixture app;
-    app.startAndForget();
-    std::vector<bool> before;
-    const auto subscription =
-        app.appState->objectWillChange([&] { before.push_back(app.appState->login->isLoggedIn); });
-    app.bus(bareMap);
-    ASSERT_FALSE(before.empty());
-    EXPECT_FALSE(before.front());
-    EXPECT_TRUE(app.appState->login->isLoggedIn);
-}
-
 // Bus messages
 
 TEST(AppViewState, worksOnABusMessageATurnLater) {
