@@ -24,7 +24,10 @@ struct ThreadPool::State {
 };
 
 ThreadPool::ThreadPool(std::size_t limit, std::chrono::milliseconds patience)
-    : state(std::make_shared<State>(limit, patience)) {}
+    : state(std::make_shared<State>(limit, patience)) {
+    const std::lock_guard lock(state->mutex);
+    startThread();
+}
 
 ThreadPool::~ThreadPool() {
     const std::lock_guard lock(state->mutex);
@@ -42,23 +45,34 @@ void ThreadPool::async(Work work) {
     if (state->threads == state->limit)
         return;
     try {
-        std::thread([state = state] { serve(state); }).detach();
-        ++state->threads;
+        startThread();
     } catch (const std::system_error&) {
         // The system has no thread left; the work waits for one of ours.
     }
+}
+
+/// The lock is held: the new thread waits for it before it looks at what is counted here.
+void ThreadPool::startThread() {
+    std::thread([state = state] { serve(state); }).detach();
+    ++state->threads;
 }
 
 void ThreadPool::serve(const std::shared_ptr<State>& state) {
     std::unique_lock lock(state->mutex);
     for (;;) {
         if (state->waiting.empty()) {
+            const auto isOver = [&] { return !state->waiting.empty() || state->abandoned; };
             ++state->idleThreads;
-            state->workCame.wait_for(lock, state->patience,
-                                     [&] { return !state->waiting.empty() || state->abandoned; });
+            if (state->threads > 1)
+                state->workCame.wait_for(lock, state->patience, isOver);
+            else
+                state->workCame.wait(lock, isOver);
             --state->idleThreads;
-            if (state->waiting.empty())
+        }
+        if (state->waiting.empty()) {
+            if (state->abandoned || state->threads > 1)
                 break;
+            continue; // the others have left meanwhile, so this one stays
         }
         auto work = std::move(state->waiting.front());
         state->waiting.pop_front();

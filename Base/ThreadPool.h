@@ -9,7 +9,8 @@
 namespace quoxelin {
 
 /// Threads that come when there is work and nobody is free, and leave when they had nothing to do
-/// for a while. Any thread.
+/// for a while. One of them is there from the beginning and stays, so that work is performed also
+/// when the system has no further thread to give. Any thread.
 ///
 /// The threads are detached: work that blocks for ever keeps its thread, and neither the pool's
 /// destruction nor the end of the process waits for it. Work that was submitted before the pool
@@ -17,7 +18,9 @@ namespace quoxelin {
 class ThreadPool final : public Queue {
   public:
     /// At most `limit` threads at once; work beyond that waits for one to become free. A thread
-    /// without work leaves after `patience`.
+    /// without work leaves after `patience`, if it is not the only one.
+    ///
+    /// Throws std::system_error when the system has not even one thread.
     explicit ThreadPool(std::size_t limit, std::chrono::milliseconds patience);
     ThreadPool(const ThreadPool&) = delete;
     ThreadPool& operator=(const ThreadPool&) = delete;
@@ -30,6 +33,7 @@ class ThreadPool final : public Queue {
 
   private:
     struct State;
+    void startThread();
     static void serve(const std::shared_ptr<State>& state);
 
     std::shared_ptr<State> state;

@@ -1,13 +1,12 @@
 #include "Platform/Linux/QtDispatch.h"
 
-#include "Base/PooledSerialQueue.h"
+#include "Base/ThreadSerialQueue.h"
 #include "Platform/Linux/QtTimers.h"
 
 #include <QCoreApplication>
 #include <QEvent>
 #include <QTimerEvent>
 #include <deque>
-#include <limits>
 
 namespace quoxelin {
 
@@ -70,8 +69,7 @@ class QtDispatch::Main final : public QObject, public MainQueue {
 };
 
 QtDispatch::QtDispatch()
-    : mainQueue(std::make_shared<Main>()), globalThreads(globalThreadLimit, threadPatience),
-      serialThreads(std::numeric_limits<std::size_t>::max(), threadPatience) {}
+    : mainQueue(std::make_shared<Main>()), globalThreads(globalThreadLimit, threadPatience) {}
 
 QtDispatch::~QtDispatch() = default;
 
@@ -84,7 +82,8 @@ Queue& QtDispatch::global(QualityOfService) {
 }
 
 std::unique_ptr<SerialQueue> QtDispatch::makeSerial(std::string) {
-    return std::make_unique<PooledSerialQueue>(serialThreads);
+    // Serial queues are few, and each may occupy its thread for ever.
+    return std::make_unique<ThreadSerialQueue>();
 }
 
 bool QtDispatch::isMainThread() const {

@@ -28,8 +28,6 @@ class QtDispatch final : public Dispatch {
     const std::thread::id mainThread = std::this_thread::get_id();
     std::shared_ptr<Main> mainQueue;
     ThreadPool globalThreads;
-    /// Serial queues are few, and each may occupy its thread for ever.
-    ThreadPool serialThreads;
 };
 
 } // namespace quoxelin

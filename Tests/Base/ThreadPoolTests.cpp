@@ -1,9 +1,13 @@
 #include "Base/ThreadPool.h"
 
+#include <barrier>
+#include <functional>
 #include <gtest/gtest.h>
 #include <latch>
 #include <memory>
+#include <pthread.h>
 #include <semaphore>
+#include <system_error>
 #include <thread>
 
 namespace quoxelin::testing {
@@ -12,14 +16,14 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// Counts down when the thread that made it ends.
+/// Says when the thread that made it ends.
 class ThreadEnd {
   public:
-    explicit ThreadEnd(std::shared_ptr<std::latch> ended) : ended(std::move(ended)) {}
-    ~ThreadEnd() { ended->count_down(); }
+    explicit ThreadEnd(std::function<void()> tell) : tell(std::move(tell)) {}
+    ~ThreadEnd() { tell(); }
 
   private:
-    std::shared_ptr<std::latch> ended;
+    std::function<void()> tell;
 };
 
 } // namespace
@@ -75,34 +79,63 @@ TEST(ThreadPool, performsWorkInTheOrderOfItsSubmissionWhereOneThreadHasToDoAll) 
     EXPECT_EQ(order, "abc");
 }
 
-TEST(ThreadPool, letsThreadsLeaveThatHaveNothingToDo) {
-    ThreadPool pool(64, 1ms);
-    const auto ended = std::make_shared<std::latch>(8);
-    for (int i = 0; i < 8; ++i) {
-        std::binary_semaphore performed(0);
-        pool.async([&] {
-            thread_local std::unique_ptr<ThreadEnd> end;
-            if (end)
-                ended->count_down(); // served by a thread that waited: it ends only once
-            else
-                end = std::make_unique<ThreadEnd>(ended);
-            performed.release();
-        });
-        performed.acquire();
+TEST(ThreadPool, letsAllButOneThreadLeaveWhenThereIsNothingToDo) {
+    const auto ended = std::make_shared<std::counting_semaphore<>>(0);
+    {
+        ThreadPool pool(8, 1ms);
+        const auto met = std::make_shared<std::barrier<>>(8);
+        for (int i = 0; i < 8; ++i)
+            pool.async([=] {
+                thread_local ThreadEnd end([=] { ended->release(); });
+                met->arrive_and_wait();
+            });
+        for (int i = 0; i < 7; ++i)
+            ended->acquire();
+        EXPECT_EQ(pool.threadCount(), 1u);
     }
-    ended->wait();
-    EXPECT_EQ(pool.threadCount(), 0u);
+    ended->acquire();
 }
 
-TEST(ThreadPool, comesBackToLifeAfterAllThreadsLeft) {
-    ThreadPool pool(64, 0ms);
-    for (int i = 0; i < 3; ++i) {
-        const auto ended = std::make_shared<std::latch>(1);
-        pool.async([&] { thread_local ThreadEnd end(ended); });
-        ended->wait();
-        EXPECT_EQ(pool.threadCount(), 0u);
+#ifdef __GLIBC__ // elsewhere a program cannot have its own threads refused
+
+/// While it lives, the system gives no thread.
+class NoFurtherThread {
+  public:
+    NoFurtherThread() {
+        ::pthread_getattr_default_np(&before);
+        pthread_attr_t beyondAllMemory;
+        ::pthread_attr_init(&beyondAllMemory);
+        ::pthread_attr_setstacksize(&beyondAllMemory, std::size_t(1) << 48);
+        ::pthread_setattr_default_np(&beyondAllMemory);
+        ::pthread_attr_destroy(&beyondAllMemory);
     }
+    ~NoFurtherThread() {
+        ::pthread_setattr_default_np(&before);
+        ::pthread_attr_destroy(&before);
+    }
+
+  private:
+    pthread_attr_t before;
+};
+
+TEST(ThreadPool, performsWorkAlsoWhenTheSystemHasNoFurtherThread) {
+    ThreadPool pool(8, 0ms);
+    const NoFurtherThread refusing;
+    EXPECT_THROW(std::thread([] {}).join(), std::system_error);
+    const auto performed = std::make_shared<std::binary_semaphore>(0);
+    for (int i = 0; i < 5'000; ++i) {
+        pool.async([=] { performed->release(); });
+        ASSERT_TRUE(performed->try_acquire_for(10s)) << "no thread is left after " << i;
+    }
+    EXPECT_EQ(pool.threadCount(), 1u);
 }
+
+TEST(ThreadPool, needsAThreadToBeginWith) {
+    const NoFurtherThread refusing;
+    EXPECT_THROW(ThreadPool(8, 1h), std::system_error);
+}
+
+#endif
 
 TEST(ThreadPool, performsWhatWasSubmittedBeforeItWent) {
     const auto open = std::make_shared<std::latch>(1);
@@ -120,7 +153,7 @@ TEST(ThreadPool, sendsItsIdleThreadsAwayWhenItGoes) {
     const auto ended = std::make_shared<std::latch>(1);
     {
         ThreadPool pool(1, 1h);
-        pool.async([=] { thread_local ThreadEnd end(ended); });
+        pool.async([=] { thread_local ThreadEnd end([=] { ended->count_down(); }); });
     }
     ended->wait();
 }
@@ -128,7 +161,7 @@ TEST(ThreadPool, sendsItsIdleThreadsAwayWhenItGoes) {
 TEST(ThreadPool, releasesWhatWorkHeldWithoutWaitingForTheNext) {
     ThreadPool pool(1, 1h);
     const auto released = std::make_shared<std::latch>(1);
-    pool.async([end = std::make_shared<ThreadEnd>(released)] {});
+    pool.async([end = std::make_shared<ThreadEnd>([=] { released->count_down(); })] {});
     released->wait();
 }
 

@@ -1,5 +1,4 @@
-#include "Base/PooledSerialQueue.h"
-#include "Base/ThreadPool.h"
+#include "Base/ThreadSerialQueue.h"
 
 #include <gtest/gtest.h>
 #include <latch>
@@ -9,13 +8,8 @@
 
 namespace quoxelin::testing {
 
-namespace {
-using namespace std::chrono_literals;
-}
-
-TEST(PooledSerialQueue, performsOneAtATimeInTheOrderOfSubmission) {
-    ThreadPool pool(8, 1h);
-    PooledSerialQueue queue(pool);
+TEST(ThreadSerialQueue, performsOneAtATimeInTheOrderOfSubmission) {
+    ThreadSerialQueue queue;
     std::vector<int> order; // unguarded on purpose
     for (int i = 0; i < 1000; ++i)
         queue.async([&, i] { order.push_back(i); });
@@ -25,9 +19,8 @@ TEST(PooledSerialQueue, performsOneAtATimeInTheOrderOfSubmission) {
         EXPECT_EQ(order[static_cast<std::size_t>(i)], i);
 }
 
-TEST(PooledSerialQueue, keepsTheOrderOfEachOfManyWriters) {
-    ThreadPool pool(8, 1h);
-    PooledSerialQueue queue(pool);
+TEST(ThreadSerialQueue, keepsTheOrderOfEachOfManyWriters) {
+    ThreadSerialQueue queue;
     std::vector<std::pair<int, int>> order;
     std::vector<std::thread> writers;
     for (int writer = 0; writer < 4; ++writer)
@@ -44,9 +37,8 @@ TEST(PooledSerialQueue, keepsTheOrderOfEachOfManyWriters) {
         EXPECT_EQ(i, next[static_cast<std::size_t>(writer)]++);
 }
 
-TEST(PooledSerialQueue, doesNotHinderOtherQueuesWhileItsWorkBlocks) {
-    ThreadPool pool(8, 1h);
-    PooledSerialQueue blocked(pool), free(pool);
+TEST(ThreadSerialQueue, doesNotHinderOtherQueuesWhileItsWorkBlocks) {
+    ThreadSerialQueue blocked, free;
     const auto open = std::make_shared<std::latch>(1);
     blocked.async([=] { open->wait(); });
     bool performed = false;
@@ -55,12 +47,11 @@ TEST(PooledSerialQueue, doesNotHinderOtherQueuesWhileItsWorkBlocks) {
     open->count_down();
 }
 
-TEST(PooledSerialQueue, performsWhatWasSubmittedBeforeItWent) {
-    ThreadPool pool(8, 1h);
+TEST(ThreadSerialQueue, performsWhatWasSubmittedBeforeItWent) {
     const auto open = std::make_shared<std::latch>(1);
     const auto performed = std::make_shared<std::latch>(2);
     {
-        PooledSerialQueue queue(pool);
+        ThreadSerialQueue queue;
         queue.async([=] {
             open->wait();
             performed->count_down();
@@ -71,9 +62,8 @@ TEST(PooledSerialQueue, performsWhatWasSubmittedBeforeItWent) {
     performed->wait();
 }
 
-TEST(PooledSerialQueue, returnsFromSyncAfterTheWorkAndAllBeforeIt) {
-    ThreadPool pool(8, 1h);
-    PooledSerialQueue queue(pool);
+TEST(ThreadSerialQueue, returnsFromSyncAfterTheWorkAndAllBeforeIt) {
+    ThreadSerialQueue queue;
     int performed = 0;
     for (int i = 0; i < 10; ++i)
         queue.async([&] { ++performed; });
