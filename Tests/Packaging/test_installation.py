@@ -4,6 +4,7 @@ import configparser
 import os
 import plistlib
 import re
+import shutil
 import struct
 import subprocess
 import xml.etree.ElementTree as tree
@@ -55,6 +56,13 @@ def test_without_the_programs_all_the_rest_is_installed(tmp_path):
     absent = {line for line in listed() if line.rsplit("/", 1)[-1] in PROGRAMS}
     assert len(absent) == len(PROGRAMS)
     assert installed(tmp_path) == listed() - absent
+
+
+def test_the_manifest_is_enough_to_uninstall(tmp_path, programs):
+    install(BUILD, tmp_path, programs)
+    for name in (BUILD / "install_manifest.txt").read_text("utf-8").splitlines():
+        (tmp_path / name.lstrip("/")).unlink()
+    assert [path for path in tmp_path.rglob("*") if not path.is_dir()] == []
 
 
 def test_a_program_that_is_missing_is_named(tmp_path, programs):
@@ -177,6 +185,13 @@ def test_callback_urls_are_handed_to_the_application(installation):
     # Neither would be true: the bus starts nothing, and a status icon opens no window.
     assert "DBusActivatable" not in entry
     assert entry["StartupNotify"] == "false"
+
+
+def test_the_desktops_index_leads_callback_urls_to_it(installation, tmp_path):
+    shutil.copy(installation.below(f"share/applications/{ID}.desktop"), tmp_path)
+    run("update-desktop-database", tmp_path)
+    index = (tmp_path / "mimeinfo.cache").read_text("utf-8")
+    assert f"x-scheme-handler/quoxelin={ID}.desktop;" in index.splitlines()
 
 
 def test_the_session_starts_the_application_without_arguments(installation):
