@@ -2,8 +2,6 @@
 
 #include "Platform/Linux/Services/GLib.h"
 
-#include <NetworkManager.h>
-
 namespace quoxelin {
 
 namespace {
@@ -34,6 +32,10 @@ struct NetworkManagerClient::Link {
 
     GPtr<GDBusConnection> bus;
     GPtr<NMClient> client;
+    /// The client is being made, anew if there is one.
+    bool isMaking = false;
+    /// The client shows all that NetworkManager has.
+    bool isComplete = false;
     /// The signals' handlers live as long as this object.
     GPtr<GObject> anchor;
     GPtr<GCancellable> cancellable;
@@ -76,6 +78,8 @@ void NetworkManagerClient::disconnect() {
 }
 
 void NetworkManagerClient::makeClient() {
+    if (std::exchange(link->isMaking, true))
+        return;
     g_async_initable_new_async(
         NM_TYPE_CLIENT, G_PRIORITY_DEFAULT, link->cancellable.get(), answered,
         passing(link->lifetime.weakly([this](GObject* initable, GAsyncResult* result) {
@@ -85,6 +89,8 @@ void NetworkManagerClient::makeClient() {
             if (client == nullptr)
                 return failed(failure.text());
             link->client.reset(NM_CLIENT(client));
+            link->isMaking = false;
+            link->isComplete = hasStarted();
             reason = notRunning;
             follow();
             update();
@@ -100,15 +106,14 @@ void NetworkManagerClient::failed(const std::string& text) {
 }
 
 NMClient* NetworkManagerClient::running() const {
-    if (!link || !link->client || isStarting() || !nm_client_get_nm_running(link->client.get()))
-        return nullptr;
-    return link->client.get();
+    return link && link->isComplete ? link->client.get() : nullptr;
 }
 
-/// Until it has read its connections NetworkManager shows none.
-bool NetworkManagerClient::isStarting() const {
-    return nm_client_get_nm_running(link->client.get()) &&
-           nm_client_get_startup(link->client.get());
+/// It is on the bus first, then it has a version, and at last it has read its connections.
+bool NetworkManagerClient::hasStarted() const {
+    auto* client = link->client.get();
+    return nm_client_get_nm_running(client) && nm_client_get_version(client) != nullptr &&
+           !nm_client_get_startup(client);
 }
 
 void NetworkManagerClient::whenReady(std::function<void()> ready) {
@@ -126,7 +131,8 @@ void NetworkManagerClient::update() {
         wasPresent = isPresent;
         tell({.configurations = isPresent, .tunnels = true, .presence = true});
     }
-    if (waiting.empty() || (link && (!link->client || isStarting())))
+    const bool isAbsent = !link || (link->client && !nm_client_get_nm_running(link->client.get()));
+    if (waiting.empty() || (!isPresent && !isAbsent))
         return;
     wasPresent = isPresent;
     for (const auto& ready : std::exchange(waiting, {}))
@@ -156,6 +162,7 @@ void NetworkManagerClient::follow() {
     forEach<NMActiveConnection>(nm_client_get_active_connections(client),
                                 [this](auto* active) { followVPN(active); });
     follow(client, "notify::" NM_CLIENT_NM_RUNNING, G_CALLBACK(presenceChanged));
+    follow(client, "notify::" NM_CLIENT_VERSION, G_CALLBACK(presenceChanged));
     follow(client, "notify::" NM_CLIENT_STARTUP, G_CALLBACK(presenceChanged));
     follow(client, NM_CLIENT_CONNECTION_ADDED, G_CALLBACK(connectionAdded));
     follow(client, NM_CLIENT_CONNECTION_REMOVED, G_CALLBACK(connectionRemoved));
@@ -217,9 +224,15 @@ void NetworkManagerClient::stateChanged(GObject* anchor) {
     ownerOf(anchor).tunnelsChanged();
 }
 
+/// A client that sees NetworkManager start gets its connections one by one, and nobody says which
+/// is the last: one that is made afterwards begins with all of them.
 void NetworkManagerClient::presenceChanged(GObject* anchor) {
-    ownerOf(anchor).reason = notRunning;
-    ownerOf(anchor).update();
+    auto& self = ownerOf(anchor);
+    if (!self.hasStarted())
+        self.link->isComplete = false;
+    else if (!self.link->isComplete)
+        self.makeClient();
+    self.update();
 }
 
 void NetworkManagerClient::busClosed(GObject* anchor) {

@@ -2,16 +2,12 @@
 
 #include "Base/Lifetime.h"
 
+#include <NetworkManager.h>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
-
-struct _GObject;
-struct _NMActiveConnection;
-struct _NMClient;
-struct _NMRemoteConnection;
 
 namespace quoxelin {
 
@@ -43,7 +39,7 @@ class NetworkManagerClient {
     void whenReady(std::function<void()> ready);
 
     /// Null while NetworkManager does not run, as far as is known.
-    _NMClient* running() const;
+    NMClient* running() const;
 
     /// Why `running` has nothing to show, for people.
     const std::string& problem() const { return reason; }
@@ -57,24 +53,24 @@ class NetworkManagerClient {
   private:
     struct Link;
 
-    static NetworkManagerClient& ownerOf(_GObject* anchor);
-    static void connectionAdded(_GObject* anchor, _NMRemoteConnection* connection);
-    static void connectionRemoved(_GObject* anchor, _NMRemoteConnection* connection);
-    static void connectionChanged(_GObject* anchor, _NMRemoteConnection* connection);
-    static void activeConnectionAdded(_GObject* anchor, _NMActiveConnection* connection);
-    static void activeConnectionRemoved(_GObject* anchor, _NMActiveConnection* connection);
-    static void stateChanged(_GObject* anchor);
-    static void presenceChanged(_GObject* anchor);
-    static void busClosed(_GObject* anchor);
+    static NetworkManagerClient& ownerOf(GObject* anchor);
+    static void connectionAdded(GObject* anchor, NMRemoteConnection* connection);
+    static void connectionRemoved(GObject* anchor, NMRemoteConnection* connection);
+    static void connectionChanged(GObject* anchor, NMRemoteConnection* connection);
+    static void activeConnectionAdded(GObject* anchor, NMActiveConnection* connection);
+    static void activeConnectionRemoved(GObject* anchor, NMActiveConnection* connection);
+    static void stateChanged(GObject* anchor);
+    static void presenceChanged(GObject* anchor);
+    static void busClosed(GObject* anchor);
 
     void makeClient();
     void follow();
     void follow(void* object, const char* signal, void (*handler)());
-    bool followVPN(_NMRemoteConnection* connection);
-    bool followVPN(_NMActiveConnection* connection);
+    bool followVPN(NMRemoteConnection* connection);
+    bool followVPN(NMActiveConnection* connection);
     void configurationsChanged();
     void failed(const std::string& text);
-    bool isStarting() const;
+    bool hasStarted() const;
     void update();
     void tell(const Changes& changes);
 

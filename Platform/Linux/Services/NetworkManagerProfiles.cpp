@@ -2,8 +2,6 @@
 
 #include "Platform/Linux/Services/GLib.h"
 
-#include <NetworkManager.h>
-
 namespace quoxelin {
 
 namespace {
@@ -254,19 +252,22 @@ Result<void, Error> NetworkManagerProfiles::start(const std::string& uuid) {
             const GPtr<NMActiveConnection> active(
                 nm_client_activate_connection_finish(NM_CLIENT(source), result, nullptr));
             if (const auto self = weak.lock())
-                self->startAnswered(uuid, number);
+                self->startAnswered(uuid, number, active.get());
         }));
     networkManager.tunnelsChanged();
     return {};
 }
 
-void NetworkManagerProfiles::startAnswered(const std::string& uuid, unsigned number) {
+/// `active` is null when nothing was started. It need not be among all the others yet.
+void NetworkManagerProfiles::startAnswered(const std::string& uuid, unsigned number,
+                                           NMActiveConnection* active) {
     const auto found = starts.find(uuid);
     if (found == starts.end() || found->second.number != number)
         return;
-    if (found->second.stopIsWanted)
+    auto* client = networkManager.running();
+    if (found->second.stopIsWanted && active != nullptr && client != nullptr)
         // It counts as going down until NetworkManager has taken note, which the answer tells.
-        deactivate(uuid, [this, uuid, number] { endStart(uuid, number); });
+        deactivate(client, active, [this, uuid, number] { endStart(uuid, number); });
     else
         endStart(uuid, number);
 }
@@ -282,31 +283,27 @@ void NetworkManagerProfiles::stop(const std::string& uuid) {
     const auto found = starts.find(uuid);
     if (found != starts.end())
         found->second.stopIsWanted = true;
-    deactivate(uuid, [] {});
+    auto* client = networkManager.running();
+    forEachTunnel(client, [&](const std::string& one, auto* active) {
+        if (one == uuid)
+            deactivate(client, active, [] {});
+    });
     // The application may be about to end.
     networkManager.flush();
     networkManager.tunnelsChanged();
 }
 
-/// `done` is called when NetworkManager has answered, or there is nothing to ask it for.
-void NetworkManagerProfiles::deactivate(const std::string& uuid,
-                                        const std::function<void()>& done) {
-    auto* client = networkManager.running();
-    bool asked = false;
-    forEachTunnel(client, [&](const std::string& one, auto* active) {
-        if (one != uuid)
-            return;
-        asked = true;
-        nm_client_deactivate_connection_async(
-            client, active, nullptr, answered,
-            passing([weak = weak_from_this(), done](GObject* source, GAsyncResult* result) {
-                nm_client_deactivate_connection_finish(NM_CLIENT(source), result, nullptr);
-                if (const auto self = weak.lock())
-                    done();
-            }));
-    });
-    if (!asked)
-        done();
+/// `done` is called when NetworkManager has answered.
+void NetworkManagerProfiles::deactivate(NMClient* client, NMActiveConnection* active,
+                                        std::function<void()> done) {
+    nm_client_deactivate_connection_async(
+        client, active, nullptr, answered,
+        passing([weak = weak_from_this(), done = std::move(done)](GObject* source,
+                                                                  GAsyncResult* result) {
+            nm_client_deactivate_connection_finish(NM_CLIENT(source), result, nullptr);
+            if (const auto self = weak.lock())
+                done();
+        }));
 }
 
 std::map<std::string, NEVPNStatus> NetworkManagerProfiles::tunnels() const {

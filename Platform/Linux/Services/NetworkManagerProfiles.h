@@ -5,8 +5,6 @@
 
 #include <map>
 
-struct _NMRemoteConnection;
-
 namespace quoxelin {
 
 /// NetworkManager's VPN connections, by their UUIDs, and the tunnels behind them. What was asked
@@ -54,11 +52,11 @@ class NetworkManagerProfiles final : public std::enable_shared_from_this<Network
 
     void addNow(const VPNProfile& profile, Added completion);
     void changed(const NetworkManagerClient::Changes& changes);
-    void startAnswered(const std::string& uuid, unsigned number);
+    void startAnswered(const std::string& uuid, unsigned number, NMActiveConnection* active);
     void endStart(const std::string& uuid, unsigned number);
-    void deactivate(const std::string& uuid, const std::function<void()>& done);
-    _NMRemoteConnection* find(const std::string& uuid) const;
-    Result<_NMRemoteConnection*, Error> saved(const std::string& uuid) const;
+    void deactivate(NMClient* client, NMActiveConnection* active, std::function<void()> done);
+    NMRemoteConnection* find(const std::string& uuid) const;
+    Result<NMRemoteConnection*, Error> saved(const std::string& uuid) const;
     Error notRunning(NEVPNError code) const;
     NEVPNStatus tunnelStatus(const std::string& uuid) const;
     std::map<std::string, NEVPNStatus> tunnels() const;

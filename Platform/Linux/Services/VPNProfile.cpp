@@ -1,7 +1,5 @@
 #include "Platform/Linux/Services/VPNProfile.h"
 
-#include <NetworkManager.h>
-
 namespace quoxelin {
 
 namespace {

@@ -2,7 +2,7 @@
 
 #include "Platform/NetworkExtension.h"
 
-struct _NMConnection;
+#include <NetworkManager.h>
 
 namespace quoxelin {
 
@@ -19,10 +19,10 @@ struct VPNProfile {
 
     /// What a connection of type VPN says. One that says nothing of being enabled can be started
     /// from everywhere else, so it is.
-    static VPNProfile of(_NMConnection* connection);
+    static VPNProfile of(NMConnection* connection);
 
     /// Makes the connection, of type VPN, say this. What is not told of here stays as it is.
-    void writeTo(_NMConnection* connection) const;
+    void writeTo(NMConnection* connection) const;
 };
 
 /// An error of the VPN preferences, or of the tunnel behind one.

@@ -156,7 +156,7 @@ int main(void) {
     GMainLoop* loop = g_main_loop_new(NULL, FALSE);
     Tunnel* tunnel = g_initable_new(tunnel_get_type(), NULL, &error,
                                     NM_VPN_SERVICE_PLUGIN_DBUS_SERVICE_NAME, SERVICE,
-                                    NM_VPN_SERVICE_PLUGIN_DBUS_WATCH_PEER, TRUE, NULL);
+                                    NM_VPN_SERVICE_PLUGIN_DBUS_WATCH_PEER, FALSE, NULL);
     if (tunnel == NULL) {
         g_printerr("nm-quoxelin-service: %s\n", error->message);
         return 1;

@@ -56,6 +56,7 @@ std::vector<std::string> commandLine() {
     ::dup2(answers, STDERR_FILENO);
     auto words = commandLine();
     std::vector<char*> arguments;
+    arguments.reserve(words.size() + 1);
     for (auto& word : words)
         arguments.push_back(word.data());
     arguments.push_back(nullptr);
