@@ -1,27 +1,38 @@
 #include "Platform/Linux/Services/KeyFile.h"
 
 #include <glib.h>
+#include <memory>
 
 namespace quoxelin {
 
-KeyFile::KeyFile(const std::filesystem::path& path) : file(g_key_file_new()) {
-    if (!g_key_file_load_from_file(file, path.c_str(), G_KEY_FILE_NONE, nullptr)) {
-        g_key_file_unref(file);
-        file = g_key_file_new();
+namespace {
+
+using Words = std::unique_ptr<char*, decltype(&g_strfreev)>;
+
+} // namespace
+
+KeyFile::KeyFile(const std::filesystem::path& path) {
+    const std::unique_ptr<GKeyFile, decltype(&g_key_file_unref)> file(g_key_file_new(),
+                                                                      &g_key_file_unref);
+    if (!g_key_file_load_from_file(file.get(), path.c_str(), G_KEY_FILE_NONE, nullptr))
+        return;
+    const Words groups(g_key_file_get_groups(file.get(), nullptr), &g_strfreev);
+    for (char** group = groups.get(); *group != nullptr; ++group) {
+        const Words keys(g_key_file_get_keys(file.get(), *group, nullptr, nullptr), &g_strfreev);
+        for (char** key = keys.get(); key != nullptr && *key != nullptr; ++key) {
+            const std::unique_ptr<char, decltype(&g_free)> value(
+                g_key_file_get_string(file.get(), *group, *key, nullptr), &g_free);
+            if (value)
+                values[{*group, *key}] = value.get();
+        }
     }
 }
 
-KeyFile::~KeyFile() {
-    g_key_file_unref(file);
-}
-
 std::optional<std::string> KeyFile::string(const std::string& group, const std::string& key) const {
-    char* const value = g_key_file_get_string(file, group.c_str(), key.c_str(), nullptr);
-    if (value == nullptr)
+    const auto found = values.find({group, key});
+    if (found == values.end())
         return std::nullopt;
-    std::string copy = value;
-    g_free(value);
-    return copy;
+    return found->second;
 }
 
 } // namespace quoxelin

@@ -1,26 +1,23 @@
 #pragma once
 
 #include <filesystem>
+#include <map>
 #include <optional>
 #include <string>
 
-struct _GKeyFile;
-
 namespace quoxelin {
 
-/// A key file as desktop entries and NetworkManager's plugins are written in, read once.
+/// The texts in a key file, as desktop entries and NetworkManager's plugins are written in, read
+/// once.
 class KeyFile {
   public:
     /// One that is missing or broken holds nothing.
     explicit KeyFile(const std::filesystem::path& path);
-    KeyFile(const KeyFile&) = delete;
-    KeyFile& operator=(const KeyFile&) = delete;
-    ~KeyFile();
 
     std::optional<std::string> string(const std::string& group, const std::string& key) const;
 
   private:
-    _GKeyFile* file;
+    std::map<std::pair<std::string, std::string>, std::string> values;
 };
 
 } // namespace quoxelin

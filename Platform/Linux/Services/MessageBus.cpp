@@ -29,7 +29,7 @@ QString socketOf(const QString& addresses) {
 } // namespace
 
 QString MessageBus::sessionAddress() {
-    const auto named = qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS");
+    auto named = qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS");
     if (!named.isEmpty())
         return named;
     const auto directory = qEnvironmentVariable("XDG_RUNTIME_DIR");

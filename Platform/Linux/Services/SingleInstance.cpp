@@ -13,34 +13,6 @@ const QString applicationName = QStringLiteral("com.quoxelin.desktop");
 const QString applicationPath = QStringLiteral("/com/quoxelin/desktop");
 const QString applicationInterface = QStringLiteral("org.freedesktop.Application");
 
-/// What the first instance and the desktop's launchers call.
-class ApplicationObject final : public QObject {
-    Q_OBJECT
-    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Application")
-
-  public:
-    ApplicationObject(SingleInstance::Requests requests, QObject* parent)
-        : QObject(parent), requests(std::move(requests)) {}
-
-  public Q_SLOTS:
-    void Activate(const QVariantMap&) { requests.activate(); }
-
-    void Open(const QStringList& uris, const QVariantMap&) {
-        std::vector<std::string> urls;
-        for (const auto& uri : uris)
-            urls.push_back(uri.toStdString());
-        requests.open(urls);
-    }
-
-    /// The desktop entry offers no actions.
-    void ActivateAction(const QString&, const QVariantList&, const QVariantMap&) {
-        requests.activate();
-    }
-
-  private:
-    SingleInstance::Requests requests;
-};
-
 /// What the desktop told this process about the start, which belongs to whoever comes to the front.
 QVariantMap platformData() {
     QVariantMap data;
@@ -109,5 +81,3 @@ SingleInstance::claim(const std::optional<std::string>& url, std::chrono::millis
 }
 
 } // namespace quoxelin
-
-#include "SingleInstance.moc"

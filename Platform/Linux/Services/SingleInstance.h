@@ -1,12 +1,12 @@
 #pragma once
 
 #include "Base/Result.h"
+#include "Platform/Linux/Services/ApplicationObject.h"
 #include "Platform/Linux/Services/MessageBus.h"
 
 #include <chrono>
-#include <functional>
+#include <optional>
 #include <string>
-#include <vector>
 
 namespace quoxelin {
 
@@ -15,12 +15,7 @@ namespace quoxelin {
 class SingleInstance final : public QObject {
   public:
     /// What the first is asked by those that follow; also by the desktop itself.
-    struct Requests {
-        /// Open these URLs.
-        std::function<void(const std::vector<std::string>& urls)> open;
-        /// Come to the front.
-        std::function<void()> activate;
-    };
+    using Requests = ApplicationObject::Requests;
 
     /// The session's bus, which lives longer. Without a bus nobody follows until there is one.
     SingleInstance(MessageBus& bus, Requests requests);

@@ -200,7 +200,8 @@ TEST_F(LinuxSystemExtensionsTest, foundIsWhatIsInstalled) {
 
 TEST_F(LinuxSystemExtensionsTest, outlivesNeitherDelegatesNorItself) {
     const auto gate = directory.path() / "gate";
-    const Recorder pkexec("while ! [ -e " + gate.string() + " ]; do sleep 0.01; done");
+    const Recorder pkexec("while [ -d " + directory.path().string() + " ] && ! [ -e " +
+                          gate.string() + " ]; do sleep 0.01; done");
     {
         LinuxSystemExtensions extensions(places(pkexec.path()));
         extensions.submitRequest(request(Kind::activation));
