@@ -36,6 +36,10 @@ class PlatformHost {
     /// that it has to do without, and again when one comes or goes. Once, on the main thread, where
     /// it is called, too: from the main loop, after the launch.
     virtual void observeMissingServices(std::function<void(const std::string& line)>) {}
+
+    /// Called once, last: returns when what was sent at the end has arrived, where that takes this
+    /// process, or when it has had its time.
+    virtual void settle() {}
 };
 
 /// Why there is no platform, and how the process ends.

@@ -34,6 +34,7 @@ int launch(const LaunchOptions& options) {
     lasting.observeMissingServices(
         [](const std::string& line) { AppLogger::shared().log("App", line); });
     const int code = platform.application.run(*delegate);
+    lasting.settle();
     AppLogger::shared().flush();
     std::fflush(nullptr);
     // For the same reason nothing static is destroyed.

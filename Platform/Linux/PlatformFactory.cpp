@@ -1,5 +1,6 @@
 #include "Platform/PlatformFactory.h"
 
+#include "Platform/Linux/LinuxHost.h"
 #include "Platform/Linux/Simulation/SimulatedHost.h"
 
 #include <cstdlib>
@@ -29,13 +30,14 @@ bool canShowWindows() {
 } // namespace
 
 Result<std::unique_ptr<PlatformHost>, LaunchRefusal> makePlatform(const LaunchOptions& options) {
-    if (!options.simulate)
-        return tl::unexpected(LaunchRefusal{"this build runs on the simulated operating system "
-                                            "only: start it with --simulate",
-                                            2});
     if (!isSet("QT_QPA_PLATFORM") && !canShowWindows())
         ::setenv("QT_QPA_PLATFORM", "offscreen", 0);
-    return std::make_unique<SimulatedHost>(options);
+    if (options.simulate)
+        return std::make_unique<SimulatedHost>(options);
+    auto host = std::make_unique<LinuxHost>(options);
+    if (auto refusal = host->refusal(options))
+        return tl::unexpected(std::move(*refusal));
+    return host;
 }
 
 } // namespace quoxelin

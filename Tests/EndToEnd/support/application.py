@@ -77,16 +77,15 @@ class Application(SteeredProcess):
             application.wait_log("[HashiBus] Connected to socket")
     """
 
+    platform = ["--simulate"]
+
     def __init__(self, socket: str, *arguments: str, environment: dict[str, str] | None = None):
         # Not the test's own directory: paths of sockets have to be short.
         self.home = pathlib.Path(tempfile.mkdtemp(prefix="qxapp-"))
         self.environment = surroundings(self.home) | (environment or {})
         self.log_path = application_support(self.home) / "Quoxelin" / "app.log"
-        super().__init__(
-            [build_directory() / "quoxelin-desktop", "--simulate", "--socket", socket, *arguments],
-            env=self.environment,
-            cwd=self.home,
-        )
+        self.command = [build_directory() / "quoxelin-desktop", *self.platform, "--socket", socket]
+        super().__init__([*self.command, *arguments], env=self.environment, cwd=self.home)
 
     def __enter__(self):
         return self

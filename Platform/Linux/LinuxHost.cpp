@@ -1,0 +1,93 @@
+#include "Platform/Linux/LinuxHost.h"
+
+#include <algorithm>
+
+namespace quoxelin {
+
+namespace {
+
+/// A process that is alive answers in milliseconds; one that starts or is busy gets some time.
+constexpr std::chrono::milliseconds handOverPatience{5000};
+
+/// For the helper to find out who asked it last, while there still is somebody.
+constexpr auto settlingTime = seconds(1);
+
+constexpr int doesNotAnswerExitCode = 1;
+
+} // namespace
+
+LinuxHost::LinuxHost(const LaunchOptions& options)
+    : desktop(options),
+      singleInstance(sessionBus, {.open =
+                                      [this](const std::vector<std::string>& urls) {
+                                          for (const auto& url : urls)
+                                              desktop.appleEventManager.send(url);
+                                      },
+                                  .activate = [this] { comeToTheFront(); }}),
+      processInfo(mainBundle, options.program),
+      systemExtensions(
+          {.bundle = mainBundle.bundleURL(), .installer = QUOXELIN_LIBEXEC "/install-extension"}),
+      services(compose(options)) {}
+
+Platform LinuxHost::compose(const LaunchOptions& options) {
+    return {
+        .dispatch = desktop.dispatch,
+        .connector = desktop.connector,
+        .notificationCenter = desktop.notificationCenter,
+        .systemLog = desktop.systemLog,
+        .mainBundle = mainBundle,
+        .userDefaults = userDefaults,
+        .processInfo = processInfo,
+        .fileManager = desktop.fileManager,
+        .networkExtension = networkExtension,
+        .systemExtensionManager = systemExtensions,
+        .serviceManagement = serviceManagement,
+        .xpc = xpc,
+        .userNotificationCenter = userNotificationCenter,
+        .updates = updates,
+        .appleScript = appleScript,
+        .application = desktop.application,
+        .statusBar = desktop.statusBar,
+        .panels = desktop.panels,
+        .workspace = desktop.workspace,
+        .pasteboard = desktop.pasteboard,
+        .openPanel = desktop.openPanel,
+        .appleEventManager = desktop.appleEventManager,
+        .daemonSocketPath = options.socketPath.value_or(defaultDaemonSocketPath),
+    };
+}
+
+/// On a desktop without a tray this is the way to the panel.
+void LinuxHost::comeToTheFront() {
+    const auto windows = QApplication::topLevelWidgets();
+    if (std::any_of(windows.begin(), windows.end(),
+                    [](const QWidget* window) { return window->isVisible(); }))
+        desktop.application.activateIgnoringOtherApps();
+    else
+        desktop.statusBar.click();
+}
+
+void LinuxHost::observeMissingServices(std::function<void(const std::string&)> observer) {
+    // From a turn of the loop that comes after the one in which the application is launched.
+    desktop.dispatch.main().async([this, observer = std::move(observer)] {
+        desktop.dispatch.main().async([this, observer] {
+            missingServices = std::make_unique<MissingServices>(sessionBus, systemBus,
+                                                                desktop.statusBar, observer);
+        });
+    });
+}
+
+void LinuxHost::settle() {
+    xpc.waitForRecentReplies(settlingTime);
+}
+
+std::optional<LaunchRefusal> LinuxHost::refusal(const LaunchOptions& options) {
+    const auto role = singleInstance.claim(options.callbackURL, handOverPatience);
+    if (!role)
+        return LaunchRefusal{role.error(), doesNotAnswerExitCode};
+    if (*role == SingleInstance::Role::follower)
+        return LaunchRefusal{};
+    return std::nullopt;
+}
+
+} // namespace quoxelin

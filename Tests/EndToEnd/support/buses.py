@@ -1,0 +1,126 @@
+"""Message buses of a test's own, and services on them that come and go; nothing of this machine's
+buses is seen or changed."""
+
+import os
+import pathlib
+import shutil
+import subprocess
+import sys
+import tempfile
+import time
+
+from .steered import DEADLINE, SteeringError
+
+CONFIGURATION = """<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
+ "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
+<busconfig>
+  <type>{kind}</type>
+  <listen>unix:path={socket}</listen>
+  <policy context="default">
+    <allow send_destination="*"/>
+    <allow eavesdrop="true"/>
+    <allow own="*"/>
+  </policy>
+</busconfig>
+"""
+
+
+class Bus:
+    """A bus, "session" or "system", that does not run yet; it has no services that it would start.
+
+        with Bus("session") as bus:
+            bus.start()
+            bus.mock("org.freedesktop.Notifications", template="notification_daemon")
+    """
+
+    def __init__(self, kind: str):
+        self.kind = kind
+        self._home = pathlib.Path(tempfile.mkdtemp(prefix="qxbus-"))
+        socket = self._home / "bus"
+        self.address = f"unix:path={socket}"
+        self._configuration = self._home / "bus.conf"
+        self._configuration.write_text(CONFIGURATION.format(kind=kind, socket=socket))
+        self._daemon = None
+        self._mocks: dict[str, subprocess.Popen] = {}
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        for name in list(self._mocks):
+            self.end_mock(name)
+        if self._daemon:
+            _end(self._daemon)
+        shutil.rmtree(self._home, ignore_errors=True)
+
+    @property
+    def environment(self) -> dict[str, str]:
+        return {f"DBUS_{self.kind.upper()}_BUS_ADDRESS": self.address}
+
+    def start(self):
+        self._daemon = subprocess.Popen(
+            ["dbus-daemon", f"--config-file={self._configuration}", "--nofork", "--nopidfile",
+             "--print-address=1"],
+            stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
+        with self._daemon.stdout as told:
+            if not told.readline():
+                raise SteeringError("dbus-daemon did not start")
+
+    def mock(self, name: str, path: str = "/", interface: str | None = None,
+             template: str | None = None, methods: dict[str, tuple[str, str, str]] | None = None):
+        """Puts a service on the bus: one of python-dbusmock's templates, or one with these methods,
+        each with its signatures, in and out, and the Python that works out `ret`."""
+        what = ["--template", template] if template else [name, path, interface or name]
+        log = open(self._home / f"{name}.calls", "wb")
+        self._mocks[name] = subprocess.Popen(
+            [sys.executable, "-u", "-m", "dbusmock", f"--{self.kind}", *what],
+            env=os.environ | self.environment, stdin=subprocess.DEVNULL, stdout=log,
+            stderr=subprocess.DEVNULL)
+        log.close()
+        self._await(lambda: self._call("org.freedesktop.DBus", "/", "org.freedesktop.DBus.NameHasOwner",
+                                       name).endswith("true"), f"owner of {name}")
+        for method, (takes, returns, code) in (methods or {}).items():
+            self._call(name, path, "org.freedesktop.DBus.Mock.AddMethod", interface, method, takes,
+                       returns, code)
+
+    def end_mock(self, name: str):
+        _end(self._mocks.pop(name))
+
+    def calls(self, name: str) -> list[str]:
+        """What that service was asked, a line each."""
+        return (self._home / f"{name}.calls").read_text("utf-8", "replace").split("\n")[:-1]
+
+    def wait_call(self, name: str, *parts: str) -> str:
+        """Waits for a call of that service that has all the parts in its line."""
+        found = []
+
+        def arrived():
+            found[:] = [line for line in self.calls(name) if all(part in line for part in parts)]
+            return found
+        self._await(arrived, f"call {parts} of {name} among {self.calls(name)}")
+        return found[0]
+
+    def _call(self, name: str, path: str, method: str, *arguments: str) -> str:
+        asked = subprocess.run(
+            ["dbus-send", f"--bus={self.address}", "--print-reply=literal", f"--dest={name}", path,
+             method, *(f"string:{argument}" for argument in arguments)],
+            capture_output=True, text=True, timeout=DEADLINE)
+        if asked.returncode:
+            raise SteeringError(f"{method} of {name}: {asked.stderr}")
+        return asked.stdout.strip()
+
+    def _await(self, holds, what: str):
+        end = time.monotonic() + DEADLINE
+        while not holds():
+            if time.monotonic() > end:
+                raise SteeringError(f"no {what} within {DEADLINE} s")
+            time.sleep(0.02)
+
+
+def _end(process: subprocess.Popen):
+    process.terminate()
+    try:
+        process.wait(5)
+    except subprocess.TimeoutExpired:
+        process.kill()
+        process.wait()

@@ -1,0 +1,160 @@
+"""The program on this system's own services: all of them absent at first, and coming one by one.
+The buses are the test's own, and whatever would ask for a password or change the machine is a
+recorder."""
+
+import signal
+import subprocess
+
+import pytest
+
+from support.application import Application
+from support.buses import Bus
+from support.order import assert_in_order
+from support.steered import DEADLINE
+
+MISSING = [
+    "[App] The session bus is not available: a second start is not noticed",
+    "[App] The system bus is not available: nothing can be asked of the system's services",
+    "[App] The tray is not available: the icon waits for it; starting the application again opens the"
+    " panel",
+    "[App] The notification server is not available: notifications are dropped",
+    "[App] NetworkManager is not available: there can be no tunnel",
+    "[App] polkit is not available: nobody can be asked for an authorization",
+    "[App] PackageKit is not available: there is no looking for updates",
+]
+HELPER = ("com.quoxelin.desktop.Helper", "/com/quoxelin/desktop/Helper",
+          "com.quoxelin.desktop.HelperToolProtocol")
+HELPER_METHODS = {"Ping": ("", "b", "ret = True"), "RunGoTool": ("sas", "s", "ret = ''")}
+
+
+class RealApplication(Application):
+    """The same without the simulated platform; it takes no commands."""
+
+    platform = []
+
+
+@pytest.fixture
+def buses():
+    with Bus("session") as session, Bus("system") as system:
+        yield session, system
+
+
+@pytest.fixture
+def recorded(tmp_path):
+    """What pkexec was asked to run, a line each."""
+    recorder = tmp_path / "bin" / "pkexec"
+    recorder.parent.mkdir()
+    recorder.write_text(f'#!/bin/sh\nprintf "%s\\n" "$*" >>{tmp_path}/recorded\nexit 126\n')
+    recorder.chmod(0o755)
+    return tmp_path / "recorded"
+
+
+@pytest.fixture
+def environment(buses, recorded):
+    session, system = buses
+    return session.environment | system.environment | {
+        "PATH": f"{recorded.parent / 'bin'}:/usr/bin:/bin"}
+
+
+@pytest.fixture
+def started(daemon, environment):
+    with RealApplication(daemon.socket, environment=environment) as application:
+        yield application
+
+
+def start_again(application, *arguments):
+    """A second start in the same session: its exit code and all that it says."""
+    second = subprocess.run([*application.command, *arguments], env=application.environment,
+                            cwd=application.home, capture_output=True, text=True, timeout=DEADLINE)
+    return second.returncode, second.stdout + second.stderr
+
+
+def test_starts_with_nothing_there_says_so_and_quits_in_good_order(started):
+    for line in MISSING:
+        started.wait_log(line)
+    entries = started.log()
+    for line in MISSING:
+        assert started.log_count(line) == 1
+        assert_in_order(entries, "[App] Quoxelin Desktop App Launching...", line)
+    started.send_signal(signal.SIGTERM)
+    assert started.exit_code() == 0
+    assert started.standard_error == ""
+    assert started.log_count("[App] Quoxelin Desktop App terminated (quoxelind still running)") == 1
+
+
+def test_says_when_each_service_has_come_and_gone(started, buses):
+    session, system = buses
+    for line in MISSING:
+        started.wait_log(line)
+    session.start()
+    started.wait_log("[App] The session bus is available")
+    session.mock("org.freedesktop.Notifications", template="notification_daemon")
+    started.wait_log("[App] The notification server is available")
+    system.start()
+    started.wait_log("[App] The system bus is available")
+    for name, service in [("org.freedesktop.PolicyKit1", "polkit"),
+                          ("org.freedesktop.PackageKit", "PackageKit")]:
+        system.mock(name)
+        started.wait_log(f"[App] {service} is available")
+        system.end_mock(name)
+        started.wait_log([line for line in MISSING if f" {service} " in line][0], count=2)
+    assert started.end() == 0
+    assert started.standard_error == ""
+
+
+def test_works_as_soon_as_the_helper_and_the_notification_server_have_come(
+        started, buses, daemon, recorded):
+    session, system = buses
+    started.wait_log("[App] Helper not reachable. Retrying in 0.50 seconds (attempt 1/10)...")
+    system.start()
+    system.mock(*HELPER, methods=HELPER_METHODS)
+    started.wait_log("[App] Helper is ready and reachable. Starting daemon...")
+    started.wait_log("[State] HashiBus connected")
+    system.wait_call(HELPER[0], "RunGoTool")
+    session.start()
+    session.mock("org.freedesktop.Notifications", template="notification_daemon")
+    started.wait_log("[App] The notification server is available")
+    daemon.jail("disk <b>not</b> encrypted")
+    shown = session.wait_call("org.freedesktop.Notifications", "Notify", "Quoxelin")
+    assert "com.quoxelin.desktop" in shown
+    assert started.end() == 0
+    # The bundle beside the program has no tunnel, so nobody was asked to install one.
+    assert not recorded.exists()
+
+
+def test_a_second_start_hands_over_and_ends(started, buses):
+    session, _ = buses
+    started.wait_log(MISSING[0])
+    session.start()
+    started.wait_log("[App] The session bus is available")
+    assert start_again(started, "quoxelin://callback?token=abc") == (0, "")
+    started.wait_log("[State] Authenticate called with token")
+    assert start_again(started) == (0, "")
+    assert started.log_count("[App] Quoxelin Desktop App Launching...") == 1
+    assert started.end() == 0
+
+
+def test_simulated_starts_are_independent_of_each_other_and_of_it(started, buses, daemon):
+    session, _ = buses
+    started.wait_log(MISSING[0])
+    session.start()
+    started.wait_log("[App] The session bus is available")
+    with Application(daemon.socket, environment=session.environment) as first, \
+            Application(daemon.socket, environment=session.environment) as second:
+        for application in (first, second):
+            application.wait_log("[State] HashiBus connected")
+            assert application.log_count("[App] The system bus is available") == 0
+
+
+def test_a_first_that_does_not_answer_is_given_up_on(started, buses):
+    session, _ = buses
+    started.wait_log(MISSING[0])
+    session.start()
+    started.wait_log("[App] The session bus is available")
+    started.send_signal(signal.SIGSTOP)
+    try:
+        code, said = start_again(started, "quoxelin://callback?token=abc")
+    finally:
+        started.send_signal(signal.SIGCONT)
+    assert code == 1
+    assert said.startswith("quoxelin-desktop: the running application does not answer: ")
