@@ -6,7 +6,7 @@ import re
 
 import pytest
 
-from support.box import STRANGER, TESTER
+from support.box import STRANGER, TESTER, wait_until
 from support.stand_ins import calls
 
 ACTION = "com.quoxelin.desktop.helper.run"
@@ -44,6 +44,32 @@ for _ in range(count):
              answered)
 loop.run()
 print(json.dumps(outcomes))
+"""
+
+
+# A polkit that asks somebody who does not answer; says what it is asked.
+WAITING_POLKIT = """
+from gi.repository import Gio, GLib
+bus = Gio.bus_get_sync(Gio.BusType.SYSTEM)
+pending = {}
+def called(bus, sender, path, interface, method, parameters, invocation):
+    question = parameters.unpack()[-1]
+    print(method, question, flush=True)
+    if method == "CheckAuthorization":
+        pending[question] = invocation
+        return
+    invocation.return_value(None)
+    pending.pop(question).return_dbus_error("org.freedesktop.PolicyKit1.Error.Cancelled", "cancelled")
+interface = Gio.DBusNodeInfo.new_for_xml(
+    "<node><interface name='org.freedesktop.PolicyKit1.Authority'>"
+    "<method name='CheckAuthorization'><arg type='(sa{sv})' direction='in'/>"
+    "<arg type='s' direction='in'/><arg type='a{ss}' direction='in'/><arg type='u' direction='in'/>"
+    "<arg type='s' direction='in'/><arg type='(bba{ss})' direction='out'/></method>"
+    "<method name='CancelCheckAuthorization'><arg type='s' direction='in'/></method>"
+    "</interface></node>").interfaces[0]
+bus.register_object("/org/freedesktop/PolicyKit1/Authority", interface, called, None, None)
+Gio.bus_own_name_on_connection(bus, "org.freedesktop.PolicyKit1", Gio.BusNameOwnerFlags.NONE)
+GLib.MainLoop().run()
 """
 
 
@@ -97,13 +123,40 @@ def test_polkit_decides_who_may_use_it(box):
     assert outcome(box, TOOL, "down", user="root") == "replied"
 
 
-def test_without_polkit_it_refuses_everybody_and_with_it_works_again(box):
+@contextlib.contextmanager
+def without_polkit(box):
+    """The bus would start it again."""
     polkitd = "/usr/lib/polkit-1/polkitd"
     with changed(box, f"mv {polkitd} {polkitd}.away", f"mv {polkitd}.away {polkitd}"):
         box.process("polkit").end()
+        yield
+    box.start_polkit()
+
+
+def test_without_polkit_it_refuses_everybody_and_with_it_works_again(box):
+    with without_polkit(box):
         assert outcome(box, TOOL, "down") == "AccessDenied"
         assert outcome(box, TOOL, "down", user="root") == "AccessDenied"
-    box.start_polkit()
+    assert outcome(box, TOOL, "down") == "replied"
+
+
+def test_who_goes_away_while_somebody_is_asked_leaves_no_question_behind(box):
+    with without_polkit(box):
+        # The bus gives the name to nobody but polkit's own user.
+        polkit = box.start("waiting-polkit", "setpriv", "--reuid=polkitd", "--clear-groups",
+                           "/usr/bin/python3", "-c", WAITING_POLKIT)
+        box.wait_name("org.freedesktop.PolicyKit1")
+        caller = box.start("caller", *CALL, f"{INTERFACE}.RunGoTool", TOOL, '["up"]', user=TESTER)
+
+        def asked(method):
+            return re.findall(f"^{method} (quoxelin-helper.+)$", polkit.output.read_text(), re.MULTILINE)
+
+        wait_until(lambda: asked("CheckAuthorization"), "the helper to ask polkit")
+        assert not asked("CancelCheckAuthorization")
+        caller.end()
+        wait_until(lambda: asked("CancelCheckAuthorization"), "the helper to take it back")
+        assert asked("CancelCheckAuthorization") == asked("CheckAuthorization")
+        polkit.end()
     assert outcome(box, TOOL, "down") == "replied"
 
 

@@ -16,7 +16,8 @@ void askUser(GDBusConnection* bus, const std::string& busName,
              std::function<void(std::optional<uid_t>)> answer);
 
 /// Whether polkit lets the caller have programs run. Somebody may be asked, for as long as that
-/// takes. False also when there is no polkit, or when it fails, for which `log` gets the reason.
+/// takes, but not longer than the caller is there: whoever has gone is not asked about any more.
+/// False also when there is no polkit, or when it fails, for which `log` gets the reason.
 void askPolkit(GDBusConnection* bus, const Caller& caller, std::function<void(bool)> answer,
                std::function<void(const std::string&)> log);
 
