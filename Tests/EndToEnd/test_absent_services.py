@@ -9,6 +9,7 @@ import pytest
 
 from support.application import Application
 from support.buses import Bus
+from support.desktop import Desktop
 from support.order import assert_in_order
 from support.steered import DEADLINE
 
@@ -92,9 +93,11 @@ def test_says_when_each_service_has_come_and_gone(started, buses):
     started.wait_log("[App] The notification server is available")
     system.start()
     started.wait_log("[App] The system bus is available")
-    for name, service in [("org.freedesktop.PolicyKit1", "polkit"),
-                          ("org.freedesktop.PackageKit", "PackageKit")]:
-        system.mock(name)
+    for name, service, template in [
+            ("org.freedesktop.PolicyKit1", "polkit", "polkitd"),
+            ("org.freedesktop.PackageKit", "PackageKit", None),
+            ("org.freedesktop.NetworkManager", "NetworkManager", "networkmanager")]:
+        system.mock(name, template=template)
         started.wait_log(f"[App] {service} is available")
         system.end_mock(name)
         started.wait_log([line for line in MISSING if f" {service} " in line][0], count=2)
@@ -132,6 +135,21 @@ def test_a_second_start_hands_over_and_ends(started, buses):
     assert start_again(started) == (0, "")
     assert started.log_count("[App] Quoxelin Desktop App Launching...") == 1
     assert started.end() == 0
+
+
+def test_without_a_tray_a_second_start_opens_the_panel(daemon, buses, recorded):
+    _, system = buses
+    with Desktop() as desktop:
+        environment = desktop.environment | system.environment
+        environment["PATH"] = f"{recorded.parent / 'bin'}:{environment['PATH']}"
+        with RealApplication(daemon.socket, environment=environment) as application:
+            application.wait_log(MISSING[2])
+            assert not desktop.shows_window_of(application.pid)
+            assert start_again(application) == (0, "")
+            desktop.await_that(lambda: desktop.shows_window_of(application.pid), "panel")
+            desktop.start_tray("trayer")
+            application.wait_log("[App] The tray is available")
+            desktop.wait_icon("trayer")
 
 
 def test_simulated_starts_are_independent_of_each_other_and_of_it(started, buses, daemon):

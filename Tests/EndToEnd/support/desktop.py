@@ -282,6 +282,11 @@ class Desktop:
 
     # Eyes
 
+    def shows_window_of(self, pid: int) -> bool:
+        searched = subprocess.run(["xdotool", "search", "--onlyvisible", "--pid", str(pid)],
+                                  env=self.environment, capture_output=True, timeout=DEADLINE)
+        return bool(searched.stdout.strip())
+
     def shows_card_at(self, x: int, y: int) -> bool:
         """Whether the light ground of a card is painted there."""
         return min(self.screen.pixels(x, y, 1, 1)[:3]) > 0xF0
