@@ -7,7 +7,6 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <fmt/format.h>
 
 namespace quoxelin {
 
@@ -15,8 +14,13 @@ namespace {
 
 constexpr int usageExitCode = 2;
 
+/// Unlike formatted output this throws nothing where the stream is closed.
+void print(std::FILE* stream, const std::string& text) {
+    std::fputs(text.c_str(), stream);
+}
+
 void report(const std::string& problem) {
-    fmt::print(stderr, "quoxelin-desktop: {}\n", problem);
+    print(stderr, "quoxelin-desktop: " + problem + '\n');
 }
 
 int launch(const LaunchOptions& options) {
@@ -46,13 +50,13 @@ int start(const CommandLine& line) {
         return launch(*options);
     if (const auto* mistake = std::get_if<UsageError>(&line)) {
         report(mistake->description);
-        fmt::print(stderr, "{}", usageText("quoxelin-desktop"));
+        print(stderr, usageText("quoxelin-desktop"));
         return usageExitCode;
     }
     if (std::holds_alternative<ShowVersion>(line))
-        fmt::print("quoxelin-desktop {}\n", QUOXELIN_VERSION);
+        print(stdout, "quoxelin-desktop " QUOXELIN_VERSION "\n");
     else
-        fmt::print("{}", usageText("quoxelin-desktop"));
+        print(stdout, usageText("quoxelin-desktop"));
     return 0;
 }
 

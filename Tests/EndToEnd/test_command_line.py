@@ -62,3 +62,12 @@ def test_neither_of_them_leaves_a_log(call, tmp_path):
     call("--help")
     call("--bogus")
     assert not (tmp_path / "data" / "Quoxelin").exists()
+
+
+@pytest.mark.parametrize("arguments, code", [("--version", 0), ("--help", 0), ("--simulated", 2)])
+def test_its_exit_code_is_the_same_where_nobody_can_read_it(tmp_path, arguments, code):
+    program = build_directory() / "quoxelin-desktop"
+    done = subprocess.run(
+        ["sh", "-c", 'exec "$0" "$1" >&- 2>&-', program, arguments],
+        env=surroundings(tmp_path), stdin=subprocess.DEVNULL, timeout=20)
+    assert done.returncode == code
