@@ -18,6 +18,7 @@ class MacHost final : public PlatformHost {
     explicit MacHost(const LaunchOptions& options);
 
     const Platform& platform() const override { return services; }
+    void settle() override;
 
   private:
     MacDesktop desktop;

@@ -2,6 +2,13 @@
 
 namespace quoxelin {
 
+namespace {
+
+/// For the helper to find out who asked it last, while there still is somebody.
+constexpr auto settlingTime = seconds(1);
+
+} // namespace
+
 MacHost::MacHost(const LaunchOptions& options)
     : desktop(options), services{
                             .dispatch = desktop.dispatch,
@@ -29,5 +36,9 @@ MacHost::MacHost(const LaunchOptions& options)
                             .daemonSocketPath =
                                 options.socketPath.value_or(defaultDaemonSocketPath),
                         } {}
+
+void MacHost::settle() {
+    xpc.awaitReplies(settlingTime);
+}
 
 } // namespace quoxelin

@@ -16,15 +16,25 @@ NSMutableSet<::NSXPCConnection*>* openConnections() {
     return connections;
 }
 
+/// Empty while there are none of those.
+dispatch_group_t openOnes() {
+    static const dispatch_group_t group = dispatch_group_create();
+    return group;
+}
+
 void keepOpen(::NSXPCConnection* connection) {
     @synchronized(openConnections()) {
         [openConnections() addObject:connection];
+        dispatch_group_enter(openOnes());
     }
 }
 
 void letGo(::NSXPCConnection* connection) {
     @synchronized(openConnections()) {
+        if (![openConnections() containsObject:connection])
+            return;
         [openConnections() removeObject:connection];
+        dispatch_group_leave(openOnes());
     }
 }
 
@@ -121,6 +131,10 @@ std::shared_ptr<NSXPCConnection> MacXPC::privilegedConnection(const std::string&
     connection.remoteObjectInterface =
         [NSXPCInterface interfaceWithProtocol:@protocol(HelperToolProtocol)];
     return std::make_shared<Connection>(connection);
+}
+
+void MacXPC::awaitReplies(Duration patience) {
+    dispatch_group_wait(openOnes(), dispatch_time(DISPATCH_TIME_NOW, patience.count()));
 }
 
 } // namespace quoxelin
