@@ -18,6 +18,7 @@ RESOURCES = "/usr/lib/quoxelin-desktop/Contents/Resources"
 DAEMON, TOOL = f"{RESOURCES}/quoxelind", f"{RESOURCES}/quoxelin"
 HOME = "/home/" + TESTER
 HELPER = "/usr/libexec/quoxelin-desktop/quoxelin-helper"
+APPLICATION_LOG = f"{HOME}/.local/share/Quoxelin/app.log"
 ERROR = re.compile(r"org\.freedesktop\.DBus\.Error\.(\w+)")
 
 # Sends many calls over one connection before it reads the first answer; counts the answers.
@@ -266,3 +267,52 @@ def test_a_daemon_that_was_brought_up_stays(box):
     assert box.pids("quoxelind-sim")
     assert "runs already" in run_go_tool(box, DAEMON, "up")[1]
     assert box.pids("quoxelind-sim")
+
+
+@contextlib.contextmanager
+def application(box):
+    """The installed application as a plain user's, and what waits for a line of its new log."""
+    box.run("rm", "-f", APPLICATION_LOG)
+    process = box.start("application", "/usr/bin/quoxelin-desktop", user=TESTER,
+                        environment={"QT_QPA_PLATFORM": "offscreen"})
+
+    def logged(text):
+        wait_until(lambda: text in box.read(APPLICATION_LOG), f"{text!r} in the log")
+
+    try:
+        yield process, logged
+    finally:
+        process.end()
+
+
+def test_the_application_has_the_daemon_brought_up_and_when_it_quits_the_connection_taken_down(box):
+    before = len(calls(box))
+    with application(box) as (process, logged):
+        logged("Helper is ready and reachable. Starting daemon...")
+        logged("quoxelind up output: quoxelind ")
+        assert process.end() == 0
+    made = [(call["arguments"], call["uid"]) for call in calls(box)[before:]]
+    assert made == [([DAEMON, "--help"], 0), ([DAEMON, "up"], 0), ([TOOL, "down"], 0)]
+
+
+def test_the_application_starts_with_the_session(box):
+    entry = f"{HOME}/.config/autostart/com.quoxelin.desktop.desktop"
+    box.run("rm", "-rf", f"{HOME}/.config", f"{HOME}/.local/share/Quoxelin", user=TESTER)
+    with application(box) as (_, logged):
+        logged("Registered app as login item (status: 1)")
+    assert "Exec=/usr/bin/quoxelin-desktop" in box.read(entry)
+    with application(box) as (_, logged):
+        logged("Helper is ready")
+    assert "login item" not in box.read(APPLICATION_LOG)
+
+
+def test_the_application_hears_that_polkit_refuses(box):
+    before = len(calls(box))
+    box.refuse(ACTION)
+    try:
+        with application(box) as (_, logged):
+            logged("[XPC]")
+            logged("Error: Not authorised.")
+    finally:
+        box.allow(ACTION)
+    assert len(calls(box)) == before
