@@ -146,6 +146,11 @@ static void tunnel_class_init(TunnelClass* type) {
     plugin->need_secrets = need_secrets;
 }
 
+static void manager_vanished(GDBusConnection* bus, const gchar* name, gpointer tunnel) {
+    (void)bus, (void)name;
+    nm_vpn_service_plugin_disconnect(NM_VPN_SERVICE_PLUGIN(tunnel), NULL);
+}
+
 static gboolean quit(gpointer loop) {
     g_main_loop_quit(loop);
     return G_SOURCE_CONTINUE;
@@ -162,6 +167,8 @@ int main(void) {
         return 1;
     }
     g_signal_connect_swapped(tunnel, "quit", G_CALLBACK(g_main_loop_quit), loop);
+    g_bus_watch_name(G_BUS_TYPE_SYSTEM, NM_DBUS_SERVICE, G_BUS_NAME_WATCHER_FLAGS_NONE, NULL,
+                     manager_vanished, tunnel, NULL);
     g_unix_signal_add(SIGTERM, quit, loop);
     g_main_loop_run(loop);
     nm_vpn_service_plugin_shutdown(NM_VPN_SERVICE_PLUGIN(tunnel));

@@ -1,0 +1,313 @@
+"""The installed program on the real services of a machine of its own: from the first start to the
+removal, as a plain user, with the keyboard."""
+
+import os
+import signal
+
+import pytest
+
+from support.application import LINE, LogLine
+from support.box import TESTER, wait_until
+from support.order import assert_in_order
+from support.stand_ins import (FOLDER, Daemon, calls, fail_tunnel, tunnel_devices)
+from support.steered import SteeringError
+
+INSTALL = "com.quoxelin.desktop.install-extension"
+CONTROL = "org.freedesktop.NetworkManager.network-control"
+PLUGIN = "/etc/NetworkManager/VPN/nm-quoxelin-service.name"
+POLICY = "/etc/dbus-1/system.d/nm-quoxelin-service.conf"
+LOG = f"/home/{TESTER}/.local/share/Quoxelin/app.log"
+UP = {"quoxelin0": ["100.64.0.1"]}
+
+
+def changed(status: int) -> list[str]:
+    return [f"[VPN] raw status: {status}",
+            f"[VPN] Status changed: NEVPNStatus(rawValue: {status})"]
+
+
+def told(status: int) -> list[str]:
+    """What the log says of a status that the system tells of."""
+    return ["[VPN] Status notification received", *changed(status)]
+
+
+STARTING = ["[VPN] Starting VPN tunnel (current status: 1)",
+            "[VPN] Tunnel start initiated successfully", *told(2)]
+
+
+class Product:
+    """The program, its log, and the person in front of it."""
+
+    def __init__(self, box, display: str):
+        self.box = box
+        self.daemon = Daemon(box)
+        self.environment = {"DISPLAY": display, "QT_QPA_PLATFORM": "xcb"}
+        self.process = None
+        self.kept_log = LOG
+
+    def start(self) -> None:
+        self.process = self.box.start("application", "quoxelin-desktop", user=TESTER,
+                                      environment=self.environment)
+
+    def start_connected(self) -> None:
+        """With the plugin installed, logged in to the daemon, and connected by itself."""
+        self.box.allow(INSTALL)
+        self.daemon.options("--logged-in")
+        self.start()
+        self.wait(*changed(3)[1:])
+
+    def log(self) -> list[LogLine]:
+        """What the log holds; an output of several lines is one entry."""
+        entries = []
+        for line in self.box.read(self.kept_log).split("\n")[:-1]:
+            if LINE.fullmatch(line) or not entries:
+                entries.append(line)
+            else:
+                entries[-1] += "\n" + line
+        return [LogLine(entry) for entry in entries]
+
+    def wait(self, text: str, since: int = 0) -> None:
+        """Waits for "[Category] message" among the entries from that place on."""
+        def is_there():
+            return any(line == text for line in self.log()[since:])
+        try:
+            wait_until(is_there, text)
+        except SteeringError as error:
+            lines = "\n".join(line.text for line in self.log()[since:])
+            raise SteeringError(f"{error} in:\n{lines}") from None
+
+    def vpn(self, since: int) -> list[str]:
+        """The messages about the tunnel from that place on."""
+        return [f"[VPN] {line.message}" for line in self.log()[since:] if line.category == "VPN"]
+
+    def open_panel(self) -> None:
+        self.box.run("gdbus", "call", "--session", "--dest=com.quoxelin.desktop",
+                     "--object-path=/com/quoxelin/desktop",
+                     "--method=org.freedesktop.Application.Activate", "{}", user=TESTER)
+        self.wait_window("Quoxelin")
+
+    def close_panel(self) -> None:
+        def is_closed() -> bool:
+            if self.active_window() == "Quoxelin":
+                self.keys("Escape")
+                return False
+            return True
+
+        wait_until(is_closed, "the panel's end")
+
+    def active_window(self) -> str:
+        """The name of the window that has the keyboard."""
+        return self.box.try_run("xdotool", "getwindowfocus", "getwindowname", user=TESTER,
+                                environment=self.environment).stdout.strip()
+
+    def wait_window(self, name: str) -> None:
+        wait_until(lambda: self.active_window() == name, f"the window {name!r}")
+
+    def keys(self, *names: str) -> None:
+        self.box.run("xdotool", "key", "--delay", "30", *names, user=TESTER,
+                     environment=self.environment)
+
+
+@pytest.fixture(scope="module")
+def display(box):
+    """A session at a screen of the box."""
+    box.start_session_bus()
+    box.start("xvfb", "Xvfb", ":9", "-screen", "0", "1024x700x24", "-nolisten", "tcp", "-ac",
+              "-noreset")
+    box.wait_socket("/tmp/.X11-unix/X9")
+    box.start("openbox", "openbox", user=TESTER, environment={"DISPLAY": ":9"})
+    # Nobody but a window manager knows of desktops.
+    wait_until(lambda: box.try_run("xdotool", "get_desktop",
+                                   environment={"DISPLAY": ":9"}).returncode == 0,
+               "the window manager")
+    return ":9"
+
+
+@pytest.fixture
+def product(box, display):
+    """Nothing was ever started, nobody has logged in, and polkit refuses the plugin."""
+    product = Product(box, display)
+    box.refuse(INSTALL)
+    yield product
+    if product.process and product.process.is_running():
+        product.process.end()
+    for line in box.run("nmcli", "-t", "-f", "TYPE,UUID", "connection").splitlines():
+        if line.startswith("vpn:"):
+            box.run("nmcli", "connection", "delete", line.removeprefix("vpn:"))
+    if product.daemon.is_running():
+        product.daemon.do("quit")
+        wait_until(lambda: not product.daemon.is_running(), "the daemon's end")
+    box.run("rm", "-rf", f"/home/{TESTER}/.local", f"/home/{TESTER}/.config", PLUGIN, POLICY,
+            f"{FOLDER}/sim-options", f"{FOLDER}/calls", f"{FOLDER}/removal")
+    box.allow(CONTROL)
+    fail_tunnel(box, 0)
+
+
+def test_from_the_first_start_to_connected_and_down_again(product, box):
+    box.allow(INSTALL)
+    product.start()
+    product.wait("[State] Received HashiBus state: needsLogin")
+    assert box.path(PLUGIN).exists() and box.path(POLICY).exists()
+    assert_in_order(
+        product.log(),
+        "[App] Quoxelin Desktop App Launching...",
+        "[App] Helper is ready and reachable. Starting daemon...",
+        "[SysExt] Activating extension com.quoxelin.desktop.PacketTunnel",
+        "[SysExt] Completed",
+        "[App] System Extension activated, ensuring VPN configuration...",
+        "[App] VPN configuration ready, starting app state...",
+        "[State] start() called",
+    )
+    assert tunnel_devices(box) == {}
+
+    # She logs in in the browser, which hands the callback over.
+    product.daemon.do("login")
+    second = box.try_run("quoxelin-desktop", "quoxelin://login/callback?token=t", user=TESTER,
+                         environment=product.environment)
+    assert (second.returncode, second.stdout, second.stderr) == (0, "", "")
+    product.wait("[State] Authenticate called with token")
+    product.wait(changed(3)[1])
+    assert tunnel_devices(box) == UP
+    messages = product.vpn(0)
+    assert messages[:2] == ["[VPN] No saved Quoxelin VPN configuration",
+                            "[VPN] updateStatus: manager or connection is nil"]
+    assert messages[-len(changed(1) + STARTING + told(3)):] == changed(1) + STARTING + told(3)
+    assert "100.64.0.1" in box.run("ip", "address", user=TESTER)
+
+    place = len(product.log())
+    product.process.send_signal(signal.SIGTERM)
+    assert product.process.exit_code() == 0
+    wait_until(lambda: tunnel_devices(box) == {}, "the tunnel's end")
+    assert [line for line in product.log()[place:] if line.category == "App"] == [
+        "[App] Quoxelin Desktop App terminating...",
+        "[App] Invoking quoxelin down via Helper",
+        "[App] Quoxelin Desktop App terminated (quoxelind still running)"]
+    assert product.daemon.is_running()
+    made = [(os.path.basename(call["arguments"][0]), call["arguments"][1:], call["uid"])
+            for call in calls(box)]
+    assert made == [("quoxelind", ["--help"], 0), ("quoxelind", ["up"], 0),
+                    ("quoxelin", ["down"], 0)]
+    # The configuration stays, and the next start finds it.
+    assert "Quoxelin:vpn" in box.run("nmcli", "-t", "-f", "NAME,TYPE", "connection")
+    place = len(product.log())
+    product.start()
+    product.wait("[VPN] Adopted existing VPN configuration", since=place)
+
+
+def test_an_authorization_that_is_refused_and_then_granted(product, box):
+    product.daemon.options("--logged-in")
+    product.start()
+    product.wait("[SysExt] Extension com.quoxelin.desktop.PacketTunnel requires user approval")
+    assert not box.path(PLUGIN).exists()
+    # The application goes on without it.
+    product.wait("[State] System Extension not approved, skipping VPN tunnel start")
+    box.allow(INSTALL)
+    place = len(product.log())
+    product.open_panel()
+    product.wait("[SysExt] Completed", since=place)
+    assert_in_order(product.log()[place:], "[SysExt] App became active, re-trying activation",
+                    "[SysExt] Activating extension com.quoxelin.desktop.PacketTunnel",
+                    "[SysExt] Completed")
+    assert box.path(PLUGIN).exists()
+    product.keys("Tab", "Return")
+    product.wait(changed(3)[1], since=place)
+    assert tunnel_devices(box) == UP
+
+
+def test_disconnecting_and_connecting_in_the_panel(product, box):
+    product.start_connected()
+    product.open_panel()
+    place = len(product.log())
+    product.keys("Tab", "Return")
+    product.wait(changed(1)[1], since=place)
+    assert_in_order(product.log()[place:], "[State] disconnect",
+                    "[State] daemon WantRunning=false", changed(1)[1])
+    assert product.vpn(place) in (told(5) + told(1), told(1))
+    wait_until(lambda: tunnel_devices(box) == {}, "the tunnel's end")
+
+    # NetworkManager fails a start now and then; the application tries again.
+    fail_tunnel(box, 1)
+    place = len(product.log())
+    product.keys("Return")
+    product.wait(changed(3)[1], since=place)
+    assert_in_order(product.log()[place:], "[State] connect", *STARTING[:2], changed(1)[1],
+                    "[State] VPN connection retry 1/3", *STARTING[:2], changed(3)[1])
+    assert tunnel_devices(box) == UP
+
+
+def test_a_tunnel_that_is_not_allowed_is_tried_again(product, box):
+    box.refuse(CONTROL)
+    box.allow(INSTALL)
+    product.daemon.options("--logged-in")
+    product.start()
+    product.wait("[VPN] Tunnel start initiated successfully")
+    place = len(product.log())
+    product.wait(changed(1)[1], since=place)
+    box.allow(CONTROL)
+    product.wait("[State] VPN connection retry 1/3", since=place)
+    product.wait(changed(3)[1], since=place)
+    assert tunnel_devices(box) == UP
+
+
+def test_the_plugin_dies_and_network_manager_starts_anew(product, box):
+    product.start_connected()
+    place = len(product.log())
+    for pid in box.pids(r"systemextension/Contents/nm-quoxelin-service"):
+        os.kill(pid, signal.SIGKILL)
+    product.wait(changed(1)[1], since=place)
+    assert product.vpn(place) == told(1)
+    assert tunnel_devices(box) == {}
+    product.open_panel()
+    place = len(product.log())
+    # The daemon runs on, so that the row still connects the tunnel alone.
+    product.keys("Tab", "Return")
+    product.wait(changed(3)[1], since=place)
+
+    place = len(product.log())
+    box.process("NetworkManager").end()
+    product.wait(changed(1)[1], since=place)
+    assert product.vpn(place) == told(1)
+    wait_until(lambda: tunnel_devices(box) == {}, "the tunnel's end")
+    place = len(product.log())
+    box.start_network_manager()
+    product.wait("[VPN] Configuration changed; reloading manager", since=place)
+    wait_until(lambda: len(product.vpn(place)) == 6, "the configuration")
+    assert product.vpn(place) == ["[VPN] Configuration changed; reloading manager", *told(1),
+                                  *changed(1)]
+    assert box.run("nmcli", "-t", "-f", "TYPE", "connection").split().count("vpn") == 1
+    product.keys("Return")
+    product.wait(changed(3)[1], since=place)
+    assert tunnel_devices(box) == UP
+
+
+def test_uninstalling_removes_what_the_application_saved(product, box):
+    product.start_connected()
+    # The log goes, too; what was written before is read all the same.
+    product.kept_log = f"/home/{TESTER}/kept.log"
+    box.run("ln", "--force", LOG, product.kept_log)
+
+    def choose() -> None:
+        product.close_panel()
+        product.open_panel()
+        product.keys("Tab", "Up", "Up", "Return", "Up", "Return")
+        product.wait_window("Uninstall Quoxelin")
+        product.keys("Tab", "Return")
+
+    box.write(f"{FOLDER}/removal-exit", "126\n")
+    place = len(product.log())
+    choose()
+    product.wait("[State] Uninstall cancelled or failed, no changes made", since=place)
+    assert tunnel_devices(box) == UP and product.process.is_running()
+
+    box.write(f"{FOLDER}/removal-exit", "0\n")
+    place = len(product.log())
+    choose()
+    assert product.process.exit_code() == 0
+    script = box.read(f"{FOLDER}/removal")
+    assert script.startswith("killall quoxelind 2>/dev/null || true; pkill -f com.quoxelin.desktop.")
+    assert len(script.split("; ")) == 14
+    assert_in_order(product.log()[place:], "[State] uninstall called",
+                    "[State] Privileged cleanup completed", "[State] disconnect",
+                    "[VPN] Removed 1 VPN configuration(s)")
+    wait_until(lambda: tunnel_devices(box) == {}, "the tunnel's end")
+    assert "vpn" not in box.run("nmcli", "-t", "-f", "TYPE", "connection")
+    assert not box.path(os.path.dirname(LOG)).exists()
