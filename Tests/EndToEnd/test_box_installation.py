@@ -25,7 +25,7 @@ def installed(box):
 
 @pytest.mark.parametrize("action, anybody, away, present", [
     (ACTION, "auth_admin", "auth_admin", "auth_admin"),
-    ("com.quoxelin.desktop.helper.run", "auth_admin", "auth_admin", "yes"),
+    ("com.quoxelin.desktop.helper.run", "auth_admin_keep", "auth_admin_keep", "yes"),
 ])
 def test_polkit_knows_the_actions(box, action, anybody, away, present):
     told = dict(line.strip().split(":", 1) for line in

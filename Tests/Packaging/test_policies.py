@@ -198,7 +198,7 @@ def test_polkit_is_told_of_the_two_actions(installation):
         found[name] = [action.findtext(f"defaults/allow_{who}") for who in ("any", "inactive", "active")]
         assert set(found[name]) <= ANSWERS, f"{path}: {name}"
     assert found == {
-        f"{ID}.helper.run": ["auth_admin", "auth_admin", "yes"],
+        f"{ID}.helper.run": ["auth_admin_keep", "auth_admin_keep", "yes"],
         f"{ID}.install-extension": ["auth_admin", "auth_admin", "auth_admin"],
     }
 
