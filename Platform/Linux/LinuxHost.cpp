@@ -78,6 +78,7 @@ void LinuxHost::observeMissingServices(std::function<void(const std::string&)> o
 }
 
 void LinuxHost::settle() {
+    networkExtension.waitForStops(settlingTime);
     xpc.waitForRecentReplies(settlingTime);
 }
 

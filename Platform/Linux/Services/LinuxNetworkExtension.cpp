@@ -43,6 +43,10 @@ void LinuxNetworkExtension::loadAllFromPreferences(Completion<Managers, Error> c
     });
 }
 
+void LinuxNetworkExtension::waitForStops(Duration longest) const {
+    profiles->waitForStops(longest);
+}
+
 std::shared_ptr<NETunnelProviderManager> LinuxNetworkExtension::makeTunnelProviderManager() {
     return std::make_shared<LinuxNETunnelProviderManager>(profiles);
 }

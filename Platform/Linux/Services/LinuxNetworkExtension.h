@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Base/Dispatch.h"
 #include "Base/Lifetime.h"
 #include "Base/Subscription.h"
 #include "Platform/NetworkExtension.h"
@@ -24,6 +25,10 @@ class LinuxNetworkExtension final : public NetworkExtension {
 
     void loadAllFromPreferences(Completion<Managers, Error> completion) override;
     std::shared_ptr<NETunnelProviderManager> makeTunnelProviderManager() override;
+
+    /// For the end of the process: waits so long at most for NetworkManager to take note of the
+    /// stops asked for, which would be lost otherwise.
+    void waitForStops(Duration longest) const;
 
   private:
     void busChanged();

@@ -296,14 +296,35 @@ void NetworkManagerProfiles::stop(const std::string& uuid) {
 /// `done` is called when NetworkManager has answered.
 void NetworkManagerProfiles::deactivate(NMClient* client, NMActiveConnection* active,
                                         std::function<void()> done) {
+    std::string path = nm_object_get_path(NM_OBJECT(active));
+    stops.insert(path);
     nm_client_deactivate_connection_async(
         client, active, nullptr, answered,
-        passing([weak = weak_from_this(), done = std::move(done)](GObject* source,
-                                                                  GAsyncResult* result) {
+        passing([weak = weak_from_this(), path, done = std::move(done)](GObject* source,
+                                                                        GAsyncResult* result) {
             nm_client_deactivate_connection_finish(NM_CLIENT(source), result, nullptr);
-            if (const auto self = weak.lock())
-                done();
+            const auto self = weak.lock();
+            if (!self)
+                return;
+            self->stops.erase(self->stops.find(path));
+            done();
         }));
+}
+
+/// Asks once more: what was asked before is answered before.
+void NetworkManagerProfiles::waitForStops(Duration longest) const {
+    auto* client = networkManager.running();
+    if (client == nullptr)
+        return;
+    const auto limit = std::chrono::duration_cast<std::chrono::milliseconds>(longest).count();
+    for (const auto& path : stops) {
+        GVariant* answer = g_dbus_connection_call_sync(
+            nm_client_get_dbus_connection(client), NM_DBUS_SERVICE, NM_DBUS_PATH, NM_DBUS_INTERFACE,
+            "DeactivateConnection", g_variant_new("(o)", path.c_str()), nullptr,
+            G_DBUS_CALL_FLAGS_NO_AUTO_START, static_cast<int>(limit), nullptr, nullptr);
+        if (answer != nullptr)
+            g_variant_unref(answer);
+    }
 }
 
 std::map<std::string, NEVPNStatus> NetworkManagerProfiles::tunnels() const {

@@ -1,9 +1,11 @@
 #pragma once
 
+#include "Base/Dispatch.h"
 #include "Platform/Linux/Services/NetworkManagerClient.h"
 #include "Platform/Linux/Services/VPNProfile.h"
 
 #include <map>
+#include <set>
 
 namespace quoxelin {
 
@@ -39,6 +41,10 @@ class NetworkManagerProfiles final : public std::enable_shared_from_this<Network
     Result<void, Error> start(const std::string& uuid);
     void stop(const std::string& uuid);
 
+    /// Waits, without serving the event loop, for NetworkManager to answer the stops asked for,
+    /// each for so long at most. It refuses what a process asks that is gone when it comes to look.
+    void waitForStops(Duration longest) const;
+
   private:
     /// A start that NetworkManager has not answered yet.
     struct Start {
@@ -66,6 +72,8 @@ class NetworkManagerProfiles final : public std::enable_shared_from_this<Network
     std::function<void()> configurationChanged;
     std::map<std::string, Start> starts;
     unsigned startCount = 0;
+    /// The objects on the bus whose end NetworkManager was asked for and has not answered.
+    std::multiset<std::string> stops;
     /// All that is not disconnected, as it was told last.
     std::map<std::string, NEVPNStatus> told;
 };

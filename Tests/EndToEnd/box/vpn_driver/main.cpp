@@ -7,6 +7,7 @@
 //   set                         description, server, provider, enabled, sleep of the one at "place"
 //   read, load, save, remove    of the one at "place"
 //   start, stop                 the tunnel of the one at "place"
+//   stop-and-exit               stops it, as at the end of the application, and ends
 //   end                         the adapter ends; the managers go on
 
 #include "Base/NotificationCenter.h"
@@ -19,6 +20,7 @@
 
 #include <QCoreApplication>
 #include <cstdio>
+#include <cstdlib>
 
 namespace quoxelin {
 
@@ -168,12 +170,20 @@ class Driver {
             const auto manager = at(reader);
             return doing([manager] { manager->connection()->stopVPNTunnel(); });
         });
+        steering.add("stop-and-exit", [this](SteeringReader& reader) {
+            const auto manager = at(reader);
+            return [this, manager](const SteeringReply&) {
+                manager->connection()->stopVPNTunnel();
+                adapter->waitForStops(seconds(5));
+                std::_Exit(0);
+            };
+        });
     }
 
     QtDispatch dispatch;
     NotificationCenter center;
     MessageBus systemBus{MessageBus::systemAddress()};
-    std::unique_ptr<NetworkExtension> adapter =
+    std::unique_ptr<LinuxNetworkExtension> adapter =
         std::make_unique<LinuxNetworkExtension>(center, systemBus);
     NetworkExtension::Managers managers;
     Subscription statusObserver;
