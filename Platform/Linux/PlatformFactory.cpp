@@ -32,6 +32,8 @@ bool canShowWindows() {
 Result<std::unique_ptr<PlatformHost>, LaunchRefusal> makePlatform(const LaunchOptions& options) {
     if (!isSet("QT_QPA_PLATFORM") && !canShowWindows())
         ::setenv("QT_QPA_PLATFORM", "offscreen", 0);
+    // Without GLib's event loop NetworkManager's library would never answer.
+    ::unsetenv("QT_NO_GLIB");
     if (options.simulate)
         return std::make_unique<SimulatedHost>(options);
     auto host = std::make_unique<LinuxHost>(options);
