@@ -101,9 +101,26 @@ def changed(box, change, back):
         box.run("sh", "-ec", back)
 
 
-def test_it_is_started_by_the_first_caller_and_runs_the_program_with_a_clean_environment(box):
+@contextlib.contextmanager
+def answering(box, answer, then, user=TESTER):
+    """While polkit answers that about the helper."""
+    box.answer(ACTION, user, answer)
+    try:
+        yield
+    finally:
+        box.answer(ACTION, user, then)
+
+
+def running_helper(box):
+    """The helper's process, which ends when it has had nothing to do for long."""
     assert box.run(*CALL, f"{INTERFACE}.Ping", user=TESTER) == "(true,)\n"
-    assert box.pids(f"^{HELPER}")
+    running = box.pids(f"^{HELPER}")
+    assert len(running) == 1
+    return running
+
+
+def test_it_is_started_by_the_first_caller_and_runs_the_program_with_a_clean_environment(box):
+    assert running_helper(box)
     what, output = run_go_tool(box, DAEMON, "--help")
     assert what == "replied" and "usage" in output
     assert calls(box)[-1] == {
@@ -114,10 +131,9 @@ def test_it_is_started_by_the_first_caller_and_runs_the_program_with_a_clean_env
 def test_polkit_decides_who_may_use_it(box):
     before = len(calls(box))
     assert outcome(box, TOOL, "down", user=STRANGER) == "AccessDenied"
-    box.refuse(ACTION)
-    assert outcome(box, TOOL, "down") == "AccessDenied"
+    with answering(box, "no", then="yes"):
+        assert outcome(box, TOOL, "down") == "AccessDenied"
     assert len(calls(box)) == before
-    box.allow(ACTION)
     assert outcome(box, TOOL, "down") == "replied"
     assert len(calls(box)) == before + 1
     assert outcome(box, TOOL, "down", user=STRANGER) == "AccessDenied"
@@ -128,10 +144,12 @@ def test_polkit_decides_who_may_use_it(box):
 def without_polkit(box):
     """The bus would start it again."""
     polkitd = "/usr/lib/polkit-1/polkitd"
-    with changed(box, f"mv {polkitd} {polkitd}.away", f"mv {polkitd}.away {polkitd}"):
-        box.process("polkit").end()
-        yield
-    box.start_polkit()
+    try:
+        with changed(box, f"mv {polkitd} {polkitd}.away", f"mv {polkitd}.away {polkitd}"):
+            box.process("polkit").end()
+            yield
+    finally:
+        box.start_polkit()
 
 
 def test_without_polkit_it_refuses_everybody_and_with_it_works_again(box):
@@ -142,12 +160,14 @@ def test_without_polkit_it_refuses_everybody_and_with_it_works_again(box):
 
 
 def test_who_goes_away_while_somebody_is_asked_leaves_no_question_behind(box):
-    with without_polkit(box):
+    with without_polkit(box), contextlib.ExitStack() as ends:
         # The bus gives the name to nobody but polkit's own user.
         polkit = box.start("waiting-polkit", "setpriv", "--reuid=polkitd", "--clear-groups",
                            "/usr/bin/python3", "-c", WAITING_POLKIT)
+        ends.callback(polkit.end)
         box.wait_name("org.freedesktop.PolicyKit1")
         caller = box.start("caller", *CALL, f"{INTERFACE}.RunGoTool", TOOL, '["up"]', user=TESTER)
+        ends.callback(caller.end)
 
         def asked(method):
             return re.findall(f"^{method} (quoxelin-helper.+)$", polkit.output.read_text(), re.MULTILINE)
@@ -157,7 +177,6 @@ def test_who_goes_away_while_somebody_is_asked_leaves_no_question_behind(box):
         caller.end()
         wait_until(lambda: asked("CancelCheckAuthorization"), "the helper to take it back")
         assert asked("CancelCheckAuthorization") == asked("CheckAuthorization")
-        polkit.end()
     assert outcome(box, TOOL, "down") == "replied"
 
 
@@ -226,14 +245,13 @@ def test_a_flood_of_calls_is_cut_off_and_leaves_room_for_others(box):
     assert outcomes.pop("LimitsExceeded") > 0
     assert outcomes.pop("replied") > 0
     assert not outcomes
-    box.allow(ACTION, STRANGER)
-    assert outcome(box, TOOL, "down", user=STRANGER) == "replied"
-    box.answer(ACTION, STRANGER, "no")
+    with answering(box, "yes", then="no", user=STRANGER):
+        assert outcome(box, TOOL, "down", user=STRANGER) == "replied"
     assert outcome(box, TOOL, "down") == "replied"
 
 
 def test_a_flood_of_refused_calls_ends_neither_helper_nor_service(box):
-    running = box.pids(f"^{HELPER}")
+    running = running_helper(box)
     outcomes = flood(box, 1000, "/bin/sh", "-c", "id")
     assert set(outcomes) <= {"InvalidArgs", "LimitsExceeded"}
     assert outcome(box, TOOL, "down") == "replied"
@@ -245,7 +263,7 @@ def test_a_flood_of_refused_calls_ends_neither_helper_nor_service(box):
     (2000, DAEMON, ["up", "--conductor-host", "x"])])
 def test_huge_arguments_are_refused(box, call):
     times, path, arguments = call
-    running = box.pids(f"^{HELPER}")
+    running = running_helper(box)
     assert flood(box, 3, path, *arguments, times=times) == {"InvalidArgs": 3}
     assert outcome(box, TOOL, "down") == "replied"
     assert box.pids(f"^{HELPER}") == running
@@ -308,11 +326,7 @@ def test_the_application_starts_with_the_session(box):
 
 def test_the_application_hears_that_polkit_refuses(box):
     before = len(calls(box))
-    box.refuse(ACTION)
-    try:
-        with application(box) as (_, logged):
-            logged("[XPC]")
-            logged("Error: Not authorised.")
-    finally:
-        box.allow(ACTION)
+    with answering(box, "no", then="yes"), application(box) as (_, logged):
+        logged("[XPC]")
+        logged("Error: Not authorised.")
     assert len(calls(box)) == before

@@ -47,14 +47,16 @@ class Adapter(SteeredInBox):
                 for event in told]
 
     def expect(self, *notifications) -> None:
-        """Waits for exactly these since it was asked last. NetworkManager's end may be told twice, by
-        the end of its tunnels and by its own; that is passed over."""
+        """Waits for exactly these since it was asked last. NetworkManager's end is told with the
+        status of that moment, so before or after the end of a tunnel or a start; a status that was
+        told just before is passed over."""
         told = []
 
         def is_all() -> bool:
-            told.extend(self.fresh())
-            while told and told[0] == DISCONNECTED == self._last != notifications[0]:
-                told.pop(0)
+            for one in self.fresh():
+                before = told[-1] if told else self._last
+                if one == "configuration" or one != before:
+                    told.append(one)
             return len(told) >= len(notifications)
 
         wait_until(is_all, f"{notifications} in {told}")
@@ -73,6 +75,7 @@ class Adapter(SteeredInBox):
         told = []
         wait_until(lambda: told.extend(self.fresh()) or told and told[-1] in last,
                    f"one of {last} in {told}")
+        self._last = told[-1]
         return told
 
     def connect(self) -> None:

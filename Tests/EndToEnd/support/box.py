@@ -1,9 +1,11 @@
 """A machine of its own within this one, with the stock system bus, polkitd and NetworkManager, in
 which the product is installed; see Tests/EndToEnd/box."""
 
+import contextlib
 import os
 import pathlib
 import re
+import select
 import shutil
 import signal
 import socket
@@ -16,6 +18,8 @@ from .steered import DEADLINE, SteeredProcess, SteeringError
 HERE = pathlib.Path(__file__).resolve().parents[1] / "box"
 TESTER, STRANGER = "tester", "stranger"
 USERS = {"root": 0, TESTER: 4321, STRANGER: 4322}
+# Until a box stands: the product is installed into it.
+INSTALL_DEADLINE = 60.0
 PROGRAMS = ("unshare", "nsenter", "setpriv", "dbus-daemon", "/usr/lib/polkit-1/polkitd",
             "/usr/sbin/NetworkManager", "nm-online", "ip")
 
@@ -111,7 +115,9 @@ class BoxProcess:
     def send_signal(self, number: int) -> None:
         if not self.is_running():
             return
-        os.kill(self.pid, number)
+        # It is gone a moment before what waits for it.
+        with contextlib.suppress(ProcessLookupError):
+            os.kill(self.pid, number)
         if number in (signal.SIGKILL, signal.SIGCONT):
             # What waits for a program stops and goes on with it.
             self._process.send_signal(signal.SIGCONT)
@@ -123,8 +129,14 @@ class BoxProcess:
             raise SteeringError(f"{self.output.name}: not ended within {deadline} s") from None
 
     def end(self, number: int = signal.SIGTERM) -> int:
+        """Ends it, if it still runs; SteeringError when it had to be killed."""
         self.send_signal(number)
-        return self.exit_code()
+        try:
+            return self.exit_code()
+        except SteeringError:
+            self.send_signal(signal.SIGKILL)
+            self.exit_code()
+            raise
 
 
 class Box:
@@ -145,6 +157,8 @@ class Box:
             [HERE / "enter", *self._install], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
             stderr=subprocess.PIPE, text=True, start_new_session=True)
         try:
+            if not select.select([self._process.stdout], [], [], INSTALL_DEADLINE)[0]:
+                raise SteeringError(f"no box within {INSTALL_DEADLINE} s")
             if self._process.stdout.readline() != "up\n":
                 self._process.wait(DEADLINE)
                 raise SteeringError(f"no box: {self._process.stderr.read()}")

@@ -1,12 +1,16 @@
 """Steers the stand-ins of the box and reads what they were asked; see Tests/EndToEnd/box/stand_ins."""
 
+import errno
 import json
 import os
+import signal
+from typing import TextIO
 
 from .box import Box, wait_until
 from .steered import DEADLINE, SteeringError
 
 FOLDER = "/run/stand-ins"
+DAEMON = r"^/usr/libexec/stand-ins/quoxelind-sim "
 
 
 class Daemon:
@@ -31,7 +35,7 @@ class Daemon:
         number = f"{os.getpid()}-{id(self)}-{self._commands}"
         command = {"do": do.replace("_", "-"), "id": number} | {
             name.replace("_", "-"): value for name, value in members.items() if value is not None}
-        with open(self._box.path(f"{FOLDER}/sim.in"), "w", encoding="utf-8") as pipe:
+        with wait_until(self._commands_pipe, f"a daemon to tell {command}") as pipe:
             pipe.write(json.dumps(command) + "\n")
         answer = wait_until(
             lambda: next((told for told in self.told() if told.get("id") == number), None),
@@ -40,12 +44,34 @@ class Daemon:
             raise SteeringError(f"{do}: {answer['error']}")
         return answer
 
+    def _commands_pipe(self) -> TextIO | None:
+        """None while no daemon reads there."""
+        try:
+            pipe = os.open(self._box.path(f"{FOLDER}/sim.in"), os.O_WRONLY | os.O_NONBLOCK)
+        except OSError as error:
+            if error.errno != errno.ENXIO:
+                raise
+            return None
+        return open(pipe, "w", encoding="utf-8")
+
     def wait(self, **members) -> dict:
         """Waits until all of it holds."""
         return self.do("wait", **({"timeout": DEADLINE} | members))
 
     def is_running(self) -> bool:
-        return bool(self._box.pids(r"^/usr/libexec/stand-ins/quoxelind-sim "))
+        return bool(self._box.pids(DAEMON))
+
+    def end(self) -> None:
+        """Ends it, if it still runs; SteeringError when it had to be killed."""
+        if not self.is_running():
+            return
+        try:
+            self.do("quit")
+            wait_until(lambda: not self.is_running(), "the daemon's end")
+        except SteeringError:
+            for pid in self._box.pids(DAEMON):
+                os.kill(pid, signal.SIGKILL)
+            raise
 
 
 def calls(box: Box) -> list[dict]:
