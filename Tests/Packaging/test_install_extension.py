@@ -16,7 +16,8 @@ class Extension:
     """A bundle with the extension, a root to install it in, and the program configured for both."""
 
     def __init__(self, folder):
-        self.bundle = folder / "bundle"
+        self.top = folder / "top"
+        self.bundle = self.top / "lib" / "bundle"
         self.files = self.bundle / "Contents" / "PacketTunnel.systemextension" / "Contents"
         self.policies = folder / "etc" / "dbus-1" / "system.d"
         self.plugins = folder / "etc" / "NetworkManager" / "VPN"
@@ -24,7 +25,7 @@ class Extension:
         self.policy = self.write(f"{NAME}.conf", "<busconfig/>\n", 0o644)
         self.plugin = self.write(f"{NAME}.name", "[VPN Connection]\n", 0o644)
         self.service = self.write(NAME, "#!/bin/sh\n", 0o755)
-        values = {"bundle": self.bundle, "extension": self.files, "policies": self.policies,
+        values = {"top": self.top, "bundle": self.bundle, "extension": self.files, "policies": self.policies,
                   "plugins": self.plugins}
         text = (ROOT / "Packaging" / "Linux" / "install-extension.in").read_text("utf-8")
         self.program = folder / "install-extension"
@@ -164,8 +165,8 @@ def test_a_folder_in_place_of_a_file_is_refused(extension):
     extension.assert_refused(extension.run(), f"{extension.plugin} is missing")
 
 
-@pytest.mark.parametrize("up", [0, 1, 2, 3])
-def test_a_folder_of_the_bundle_that_others_can_change_is_refused(extension, up):
+@pytest.mark.parametrize("up", range(6))
+def test_a_folder_on_the_way_that_others_can_change_is_refused(extension, up):
     folder = [extension.files, *extension.files.parents][up]
     folder.chmod(0o777)
     extension.assert_refused(extension.run(), f"{folder} can be written by others than root")
