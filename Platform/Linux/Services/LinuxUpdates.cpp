@@ -39,8 +39,16 @@ class LinuxUpdates::Controller final : public SPUStandardUpdaterController, publ
 };
 
 LinuxUpdates::LinuxUpdates(MessageBus& bus)
-    : bus(bus), packageKit(bus, PackageKitTransaction::service,
-                           ServicePresence::Counts::runningOrActivatable, [this] { changed(); }) {}
+    : bus(bus),
+      packageKit(bus, PackageKitTransaction::service, ServicePresence::Counts::runningOrActivatable,
+                 [this] { presenceChanged(); }) {}
+
+/// A transaction is not told when the bus itself is gone.
+void LinuxUpdates::presenceChanged() {
+    if (transaction && !packageKit.isPresent())
+        transaction->serviceEnded();
+    changed();
+}
 
 std::unique_ptr<SPUStandardUpdaterController>
 LinuxUpdates::makeStandardUpdaterController(bool startingUpdater) {

@@ -24,6 +24,7 @@ class LinuxUpdates final : public Updates {
     class Controller;
 
     bool canCheck() const { return started && packageKit.isPresent() && !transaction; }
+    void presenceChanged();
     void changed();
     void check();
     void lookForUpdate();

@@ -26,10 +26,8 @@ PackageKitTransaction::PackageKitTransaction(QDBusConnection connection, QString
                                              std::function<void(const Outcome&)> ended)
     : bus(std::move(connection)), method(std::move(method)), arguments(std::move(arguments)),
       ended(std::move(ended)), watcher(service, bus, QDBusServiceWatcher::WatchForUnregistration) {
-    connect(&watcher, &QDBusServiceWatcher::serviceUnregistered, this, [this] {
-        error = "The package service has ended.";
-        end(Outcome::Kind::failed);
-    });
+    connect(&watcher, &QDBusServiceWatcher::serviceUnregistered, this,
+            &PackageKitTransaction::serviceEnded);
     const auto create =
         QDBusMessage::createMethodCall(service, QStringLiteral("/org/freedesktop/PackageKit"),
                                        service, QStringLiteral("CreateTransaction"));
@@ -85,6 +83,11 @@ void PackageKitTransaction::cancel() {
     if (!path.isEmpty())
         bus.send(QDBusMessage::createMethodCall(service, path, transactionInterface,
                                                 QStringLiteral("Cancel")));
+}
+
+void PackageKitTransaction::serviceEnded() {
+    error = "The package service has ended.";
+    end(Outcome::Kind::failed);
 }
 
 void PackageKitTransaction::receivePackage(uint, const QString& id, const QString&) {

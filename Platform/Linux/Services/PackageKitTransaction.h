@@ -38,6 +38,9 @@ class PackageKitTransaction final : public QObject {
     /// Asks for its end, which is told as always.
     void cancel();
 
+    /// The service is there no longer, perhaps because its bus is not. What it was asked for fails.
+    void serviceEnded();
+
   private Q_SLOTS:
     void receivePackage(uint info, const QString& id, const QString& summary);
     void receiveErrorCode(uint code, const QString& details);

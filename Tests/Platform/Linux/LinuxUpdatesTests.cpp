@@ -1,3 +1,4 @@
+#include "Platform/Linux/Services/BusCall.h"
 #include "Platform/Linux/Services/LinuxUpdates.h"
 #include "Tests/Platform/Linux/EventLoop.h"
 #include "Tests/Platform/Linux/PrivateBus.h"
@@ -197,6 +198,25 @@ TEST_F(LinuxUpdatesTest, survivesTheEndOfTheServiceInTheMiddle) {
     EXPECT_EQ(window()->informativeText(), "The package service has ended.");
     packageKit->own();
     runLoopUntil([&] { return told.back(); });
+}
+
+TEST_F(LinuxUpdatesTest, survivesTheEndOfTheBusInTheMiddle) {
+    hanging = "GetUpdates";
+    startPackageKit();
+    check();
+    runLoopUntil([&] { return !packageKit->calls("GetUpdates").empty(); });
+    // The answer that accepts the task has come before that of a later call.
+    bool isAccepted = false;
+    callAsync(bus.connection(), QDBusMessage::createMethodCall(service, path, "", "Later"), bus,
+              [&](const QDBusMessage&) { isAccepted = true; });
+    runLoopUntil([&] { return isAccepted; });
+    daemon.stop();
+    awaitText("The update failed.");
+    EXPECT_EQ(window()->informativeText(), "The package service has ended.");
+    packageKit.reset();
+    daemon.start();
+    startPackageKit();
+    EXPECT_TRUE(controller->updater().canCheckForUpdates());
 }
 
 TEST_F(LinuxUpdatesTest, stopsWhenThePersonCancels) {
