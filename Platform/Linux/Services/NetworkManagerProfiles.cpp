@@ -316,12 +316,16 @@ void NetworkManagerProfiles::waitForStops(Duration longest) const {
     auto* client = networkManager.running();
     if (client == nullptr)
         return;
-    const auto limit = std::chrono::duration_cast<std::chrono::milliseconds>(longest).count();
+    const auto deadline = std::chrono::steady_clock::now() + longest;
     for (const auto& path : stops) {
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+            deadline - std::chrono::steady_clock::now());
+        if (left.count() <= 0)
+            return;
         GVariant* answer = g_dbus_connection_call_sync(
             nm_client_get_dbus_connection(client), NM_DBUS_SERVICE, NM_DBUS_PATH, NM_DBUS_INTERFACE,
             "DeactivateConnection", g_variant_new("(o)", path.c_str()), nullptr,
-            G_DBUS_CALL_FLAGS_NO_AUTO_START, static_cast<int>(limit), nullptr, nullptr);
+            G_DBUS_CALL_FLAGS_NO_AUTO_START, static_cast<int>(left.count()), nullptr, nullptr);
         if (answer != nullptr)
             g_variant_unref(answer);
     }

@@ -41,8 +41,9 @@ class NetworkManagerProfiles final : public std::enable_shared_from_this<Network
     Result<void, Error> start(const std::string& uuid);
     void stop(const std::string& uuid);
 
-    /// Waits, without serving the event loop, for NetworkManager to answer the stops asked for,
-    /// each for so long at most. It refuses what a process asks that is gone when it comes to look.
+    /// Waits, without serving the event loop, for NetworkManager to answer the stops asked for, so
+    /// long at most for all. It refuses what a process asks that is gone when it comes to look.
+    /// Without what is to be stopped once it has come up.
     void waitForStops(Duration longest) const;
 
   private:
