@@ -8,6 +8,9 @@ namespace quoxelin {
 
 namespace {
 
+/// A bus that is alive answers in milliseconds.
+constexpr std::chrono::milliseconds firstWait{1000};
+
 QString freshName() {
     static int count = 0;
     return QStringLiteral("quoxelin-%1").arg(++count);
@@ -46,9 +49,12 @@ MessageBus::MessageBus(QString address)
       current(name) {
     connect(&watcher, &QFileSystemWatcher::directoryChanged, this, [this] { seek(); });
     seek();
+    if (knock && knock->isAnsweredWithin(firstWait))
+        connectIfAnswered();
 }
 
 MessageBus::~MessageBus() {
+    knock.reset();
     QDBusConnection::disconnectFromBus(name);
 }
 
@@ -58,6 +64,24 @@ void MessageBus::seek() {
     // Before the attempt, so that a socket that appears in between is not missed. One that does
     // not listen yet tells once more when its bus opens it to everybody.
     watchForSocket();
+    knockAtSocket();
+}
+
+/// Anew, as the former may have gone to a socket that is there no longer.
+void MessageBus::knockAtSocket() {
+    knock.reset();
+    if (address.isEmpty() || (!socket.isEmpty() && !QFileInfo::exists(socket)))
+        return;
+    knock = std::make_unique<BusKnock>(address.toStdString(), [this] {
+        QMetaObject::invokeMethod(
+            this, [this] { connectIfAnswered(); }, Qt::QueuedConnection);
+    });
+}
+
+void MessageBus::connectIfAnswered() {
+    if (!knock || !knock->isAnswered())
+        return;
+    knock.reset();
     if (!connectNow())
         return;
     if (!watcher.directories().isEmpty())
@@ -82,8 +106,6 @@ void MessageBus::watchForSocket() {
 }
 
 bool MessageBus::connectNow() {
-    if (address.isEmpty() || (!socket.isEmpty() && !QFileInfo::exists(socket)))
-        return false;
     QDBusConnection::disconnectFromBus(name);
     current = QDBusConnection::connectToBus(address, name);
     current.connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),

@@ -1,15 +1,18 @@
 #pragma once
 
 #include "Base/ObserverList.h"
+#include "Platform/Linux/Services/BusKnock.h"
 
 #include <QDBusConnection>
 #include <QFileSystemWatcher>
 #include <QObject>
+#include <memory>
 
 namespace quoxelin {
 
 /// A connection to a message bus that need not be there yet, may end, and may come again: what
-/// watches for it is its socket's directory. Main thread only.
+/// watches for it is its socket's directory. One that hangs counts as absent until it answers.
+/// Main thread only.
 class MessageBus final : public QObject {
     Q_OBJECT
 
@@ -18,7 +21,8 @@ class MessageBus final : public QObject {
     static QString sessionAddress();
     static QString systemAddress();
 
-    /// In D-Bus's own notation. Connects at once, where there is something to connect to.
+    /// In D-Bus's own notation. Connects at once, where there is something to connect to; waits a
+    /// second at most for it to answer.
     explicit MessageBus(QString address);
     ~MessageBus() override;
 
@@ -35,7 +39,9 @@ class MessageBus final : public QObject {
 
   private:
     void seek();
+    void knockAtSocket();
     void watchForSocket();
+    void connectIfAnswered();
     bool connectNow();
 
     const QString address;
@@ -44,6 +50,7 @@ class MessageBus final : public QObject {
     QDBusConnection current;
     bool connected = false;
     QFileSystemWatcher watcher;
+    std::unique_ptr<BusKnock> knock;
     ObserverList<> observers;
 };
 

@@ -2,9 +2,6 @@
 
 #include "Platform/Linux/Services/BusCall.h"
 
-#include <QDBusConnectionInterface>
-#include <QDBusReply>
-
 namespace quoxelin {
 
 namespace {
@@ -21,6 +18,25 @@ QVariantMap platformData() {
         if (const auto value = qEnvironmentVariable(variable); !value.isEmpty())
             data[key] = value;
     return data;
+}
+
+/// Whoever has the name keeps it, and nobody waits for it.
+QDBusMessage requestForName() {
+    constexpr uint doNotQueue = 4;
+    const QString busName = QStringLiteral("org.freedesktop.DBus");
+    auto call = QDBusMessage::createMethodCall(busName, QStringLiteral("/org/freedesktop/DBus"),
+                                               busName, QStringLiteral("RequestName"));
+    call << applicationName << doNotQueue;
+    return call;
+}
+
+bool isTaken(const QDBusMessage& reply) {
+    constexpr uint primaryOwner = 1;
+    constexpr uint alreadyOwner = 4;
+    if (reply.type() != QDBusMessage::ReplyMessage)
+        return false;
+    const auto outcome = reply.arguments().value(0).toUInt();
+    return outcome != primaryOwner && outcome != alreadyOwner;
 }
 
 QDBusMessage request(const std::optional<std::string>& url) {
@@ -40,26 +56,44 @@ SingleInstance::SingleInstance(MessageBus& bus, Requests requests)
     : bus(bus), requests(std::move(requests)) {
     busObservation = bus.observe([this] {
         if (claimed && this->bus.isConnected())
-            own();
+            ownLater();
     });
 }
 
-/// The object comes first, so that whoever sees the name finds it.
-bool SingleInstance::own() {
-    auto connection = bus.connection();
+/// The object comes before the name, so that whoever sees the name finds it.
+ApplicationObject& SingleInstance::offer() {
     for (auto* former : children())
         former->deleteLater();
     auto* const object = new ApplicationObject(requests, this);
+    auto connection = bus.connection();
     connection.registerObject(applicationPath, object, QDBusConnection::ExportAllSlots);
-    const QDBusReply<QDBusConnectionInterface::RegisterServiceReply> reply =
-        connection.interface()->registerService(applicationName,
-                                                QDBusConnectionInterface::DontQueueService,
-                                                QDBusConnectionInterface::DontAllowReplacement);
-    if (reply.isValid() && reply.value() == QDBusConnectionInterface::ServiceRegistered)
-        return true;
+    return *object;
+}
+
+void SingleInstance::withdraw(ApplicationObject& object) {
+    auto connection = bus.connection();
     connection.unregisterObject(applicationPath);
-    delete object;
+    object.deleteLater();
+}
+
+/// False when somebody else has the name. A bus that does not say so may still give it.
+bool SingleInstance::own(std::chrono::milliseconds patience) {
+    auto& object = offer();
+    const auto reply =
+        bus.connection().call(requestForName(), QDBus::Block, static_cast<int>(patience.count()));
+    if (!isTaken(reply))
+        return true;
+    withdraw(object);
     return false;
+}
+
+void SingleInstance::ownLater() {
+    auto& object = offer();
+    callAsync(bus.connection(), requestForName(), object,
+              [this, &object](const QDBusMessage& reply) {
+                  if (isTaken(reply))
+                      withdraw(object);
+              });
 }
 
 Result<SingleInstance::Role, std::string>
@@ -67,7 +101,7 @@ SingleInstance::claim(const std::optional<std::string>& url, std::chrono::millis
     claimed = true;
     // The second attempt is for a first instance that has just left.
     for (int attempt = 0; attempt < 2; ++attempt) {
-        if (!bus.isConnected() || own())
+        if (!bus.isConnected() || own(patience))
             return Role::first;
         const auto reply =
             bus.connection().call(request(url), QDBus::Block, static_cast<int>(patience.count()));

@@ -17,7 +17,8 @@ class SingleInstance final : public QObject {
     /// What the first is asked by those that follow; also by the desktop itself.
     using Requests = ApplicationObject::Requests;
 
-    /// The session's bus, which lives longer. Without a bus nobody follows until there is one.
+    /// The session's bus, which lives longer. Without a bus that answers nobody follows until there
+    /// is one.
     SingleInstance(MessageBus& bus, Requests requests);
 
     enum class Role { first, follower };
@@ -29,7 +30,10 @@ class SingleInstance final : public QObject {
                                     std::chrono::milliseconds patience);
 
   private:
-    bool own();
+    ApplicationObject& offer();
+    void withdraw(ApplicationObject& object);
+    bool own(std::chrono::milliseconds patience);
+    void ownLater();
 
     MessageBus& bus;
     Requests requests;

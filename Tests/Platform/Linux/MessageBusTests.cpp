@@ -3,6 +3,10 @@
 #include "Tests/Platform/Linux/EventLoop.h"
 #include "Tests/Platform/Linux/PrivateBus.h"
 
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
 namespace quoxelin::testing {
 
 namespace {
@@ -14,6 +18,38 @@ const QString service = "com.quoxelin.test.Service";
 QDBusMessage empty(const QDBusMessage& call) {
     return call.createReply();
 }
+
+/// A socket that takes connections and never answers.
+class HungBus {
+  public:
+    HungBus() {
+        sockaddr_un place = {};
+        place.sun_family = AF_UNIX;
+        socket().string().copy(place.sun_path, sizeof place.sun_path - 1);
+        EXPECT_EQ(::bind(listener, reinterpret_cast<sockaddr*>(&place), sizeof place), 0);
+        EXPECT_EQ(::listen(listener, 8), 0);
+    }
+    ~HungBus() { ::close(listener); }
+    HungBus(const HungBus&) = delete;
+    HungBus& operator=(const HungBus&) = delete;
+
+    QString address() const { return QString::fromStdString("unix:path=" + socket().string()); }
+
+    void changeDirectory() const { std::ofstream(directory.path() / "other") << "x"; }
+
+    /// The other is found in its place, from now on.
+    void becomes(const PrivateBus& bus) const {
+        std::filesystem::remove(socket());
+        std::filesystem::create_symlink(
+            bus.address().mid(QString("unix:path=").size()).toStdString(), socket());
+    }
+
+  private:
+    std::filesystem::path socket() const { return directory.path() / "bus"; }
+
+    TemporaryDirectory directory;
+    const int listener = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+};
 
 void awaitAnswer(const ServicePresence& presence, bool answer) {
     runLoopUntil([&] { return presence.isKnown() && presence.isPresent() == answer; });
@@ -53,6 +89,26 @@ TEST(MessageBus, waitsForASocketInADirectoryThatIsNotThereYet) {
     std::filesystem::create_directories(deep);
     std::filesystem::create_symlink(socket, deep / "bus");
     runLoopUntil([&] { return bus.isConnected(); });
+}
+
+TEST(MessageBus, holdsNobodyUpWhileABusHangs) {
+    RunningBus daemon;
+    const HungBus hung;
+    const auto began = std::chrono::steady_clock::now();
+    {
+        MessageBus bus(hung.address());
+        EXPECT_FALSE(bus.isConnected());
+        // It is looked for once more.
+        hung.changeDirectory();
+        runLoopUntilIdle();
+        EXPECT_FALSE(bus.isConnected());
+        hung.becomes(daemon);
+        runLoopUntil([&] { return bus.isConnected(); });
+    }
+    // Nor does who gives up.
+    const HungBus another;
+    EXPECT_FALSE(BusKnock(another.address().toStdString(), [] {}).isAnswered());
+    EXPECT_LT(std::chrono::steady_clock::now() - began, std::chrono::seconds(10));
 }
 
 TEST(MessageBus, isAbsentForEverWhereNoAddressNamesOne) {
