@@ -18,7 +18,7 @@ namespace quoxelin::helper {
 class Children {
   public:
     /// More than this of a program's output, in bytes, is read and dropped.
-    static constexpr std::size_t longestOutput = 1024 * 1024;
+    static constexpr std::size_t longestOutput = std::size_t{1024} * 1024;
 
     /// Receives standard output and standard error, in the order in which they were written.
     using Finished = std::function<void(std::string output)>;

@@ -23,7 +23,8 @@ class RefusalLog {
             if (omitted > 0)
                 write("refused " + std::to_string(omitted) + " more");
             began = time;
-            written = omitted = 0;
+            written = 0;
+            omitted = 0;
         }
         if (written == mostInAMinute) {
             ++omitted;

@@ -59,7 +59,7 @@ std::optional<std::string> whyNotExecutable(int file, const Trust& trust) {
         return "is a symbolic link";
     if (!S_ISREG(status.st_mode))
         return "is no regular file";
-    if (const auto reason = whyNotKept(status, trust))
+    if (auto reason = whyNotKept(status, trust))
         return reason;
     if ((status.st_mode & (S_ISUID | S_ISGID | S_ISVTX)) != 0)
         return "has a set-id or sticky bit";
