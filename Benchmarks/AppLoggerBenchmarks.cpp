@@ -1,7 +1,7 @@
 // Log lines into a real file, each of which opens and closes it.
-#include "Platform/Simulated/SimulatedFileManager.h"
 #include "Platform/SystemLog.h"
 #include "Runner/Shared/AppLogger.h"
+#include "Simulation/System/SimulatedFileManager.h"
 #include "Tests/Support/InlineDispatch.h"
 
 #include <benchmark/benchmark.h>

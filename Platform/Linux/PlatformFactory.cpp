@@ -1,7 +1,7 @@
 #include "Platform/PlatformFactory.h"
 
 #include "Platform/Linux/LinuxHost.h"
-#include "Platform/Linux/Simulation/SimulatedHost.h"
+#include "Simulation/Desktop/Linux/SimulatedHost.h"
 
 #include <cstdlib>
 #include <memory>

@@ -1,7 +1,7 @@
 #include "Platform/PlatformFactory.h"
 
 #include "Platform/macOS/MacHost.h"
-#include "Platform/macOS/Simulation/MacSimulatedHost.h"
+#include "Simulation/Desktop/macOS/MacSimulatedHost.h"
 
 namespace quoxelin {
 

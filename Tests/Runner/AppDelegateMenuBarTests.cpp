@@ -1,4 +1,4 @@
-#include "Platform/Simulated/SimulatedPanels.h"
+#include "Simulation/System/SimulatedPanels.h"
 #include "Tests/Runner/AppDelegateFixture.h"
 #include "Tests/Support/ViewSearch.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Platform/Simulated/SimulatedSystem.h"
+#include "Simulation/System/SimulatedSystem.h"
 #include "Tests/Support/VirtualDispatch.h"
 
 #include <gtest/gtest.h>

@@ -1,11 +1,11 @@
 #pragma once
 
 #include "Base/Connection.h"
-#include "Platform/Simulated/SimulatedFileManager.h"
 #include "Platform/SystemLog.h"
 #include "Runner/Services/State/HashiBusClient.h"
 #include "Runner/Services/State/LocalAPIClient.h"
 #include "Runner/Shared/AppLogger.h"
+#include "Simulation/System/SimulatedFileManager.h"
 #include "Tests/Support/InlineDispatch.h"
 
 #include <algorithm>

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "Platform/Simulated/SimulatedFileManager.h"
-#include "Platform/Simulated/SimulatedSystemLog.h"
 #include "Runner/Shared/AppLogger.h"
+#include "Simulation/System/SimulatedFileManager.h"
+#include "Simulation/System/SimulatedSystemLog.h"
 #include "Tests/Support/SimulatedDaemon.h"
 #include "Tests/Support/VirtualDispatch.h"
 

@@ -2,12 +2,12 @@
 
 #include "Base/NotificationCenter.h"
 #include "Platform/Platform.h"
-#include "Platform/Simulated/SimulatedSystem.h"
 #include "Runner/Services/State/LocalAPIClient.h"
 #include "Runner/Services/SystemExtension/SystemExtensionService.h"
 #include "Runner/Services/VPN/VPNTunnelService.h"
 #include "Runner/Shared/AppLogger.h"
 #include "Runner/Stores/AppViewState.h"
+#include "Simulation/System/SimulatedSystem.h"
 #include "Tests/Support/SimulatedDaemon.h"
 #include "Tests/Support/TemporaryDirectory.h"
 #include "Tests/Support/VirtualDispatch.h"

@@ -1,5 +1,5 @@
 #include "Platform/macOS/MacDesktop.h"
-#include "Platform/macOS/Simulation/MacScreen.h"
+#include "Simulation/Desktop/macOS/MacScreen.h"
 #include "Tests/Platform/macOS/PanelOnScreen.h"
 #include "Tests/Support/TemporaryDirectory.h"
 

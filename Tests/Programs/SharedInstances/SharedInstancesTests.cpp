@@ -1,9 +1,9 @@
 #include "Base/Dispatch.h"
 #include "Platform/Platform.h"
-#include "Platform/Simulated/SimulatedSystem.h"
 #include "Runner/Shared/AppLogger.h"
 #include "Runner/Shared/QuoxelinCLI.h"
 #include "Runner/Shared/QuoxelinCommands.h"
+#include "Simulation/System/SimulatedSystem.h"
 #include "Tests/Support/SimulatedDaemon.h"
 #include "Tests/Support/TemporaryDirectory.h"
 

@@ -1,7 +1,7 @@
 #include "Runner/Shared/AppLogger.h"
 
-#include "Platform/Simulated/SimulatedFileManager.h"
-#include "Platform/Simulated/SimulatedSystemLog.h"
+#include "Simulation/System/SimulatedFileManager.h"
+#include "Simulation/System/SimulatedSystemLog.h"
 #include "Tests/Support/TemporaryDirectory.h"
 #include "Tests/Support/VirtualDispatch.h"
 

@@ -1,7 +1,7 @@
-#include "Platform/Simulated/SimulatedSystem.h"
 #include "Runner/Shared/AppLogger.h"
 #include "Runner/Shared/QuoxelinCLI.h"
 #include "Runner/Shared/QuoxelinCommands.h"
+#include "Simulation/System/SimulatedSystem.h"
 #include "Tests/Support/VirtualDispatch.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 #include "Runner/Shared/OpenURL.h"
 
-#include "Platform/Simulated/SimulatedWorkspace.h"
+#include "Simulation/System/SimulatedWorkspace.h"
 
 #include <array>
 #include <gmock/gmock.h>

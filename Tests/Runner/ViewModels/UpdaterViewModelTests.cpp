@@ -1,6 +1,6 @@
 #include "Runner/ViewModels/UpdaterViewModel.h"
 
-#include "Platform/Simulated/SimulatedUpdates.h"
+#include "Simulation/System/SimulatedUpdates.h"
 #include "Tests/Support/VirtualDispatch.h"
 
 #include <gtest/gtest.h>

@@ -1,9 +1,9 @@
 #include "Runner/Views/HostingController.h"
 
 #include "Base/Published.h"
-#include "Platform/Simulated/SimulatedPanels.h"
 #include "Runner/Views/MenuBar.h"
 #include "Runner/Views/ViewBuilders.h"
+#include "Simulation/System/SimulatedPanels.h"
 #include "Tests/Support/PanelScene.h"
 
 #include <gtest/gtest.h>

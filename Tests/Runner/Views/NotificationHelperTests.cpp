@@ -1,6 +1,6 @@
 #include "Runner/Views/NotificationHelper.h"
 
-#include "Platform/Simulated/SimulatedUserNotificationCenter.h"
+#include "Simulation/System/SimulatedUserNotificationCenter.h"
 #include "Tests/Support/VirtualDispatch.h"
 
 #include <gtest/gtest.h>

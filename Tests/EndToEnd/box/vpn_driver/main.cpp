@@ -14,9 +14,9 @@
 #include "Platform/Linux/QtDispatch.h"
 #include "Platform/Linux/Services/LinuxNetworkExtension.h"
 #include "Platform/Linux/Services/MessageBus.h"
-#include "Platform/Linux/Simulation/StandardInput.h"
-#include "Platform/Simulated/Steering.h"
-#include "Platform/Simulated/SteeringSupport.h"
+#include "Simulation/Desktop/Linux/StandardInput.h"
+#include "Simulation/Steering/Steering.h"
+#include "Simulation/Steering/SteeringSupport.h"
 
 #include <QCoreApplication>
 #include <cstdio>

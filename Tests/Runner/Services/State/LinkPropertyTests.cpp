@@ -1,8 +1,8 @@
-#include "Platform/Simulated/SimulatedFileManager.h"
-#include "Platform/Simulated/SimulatedSystemLog.h"
 #include "Runner/Services/State/HashiBusClient.h"
 #include "Runner/Services/State/LocalAPIClient.h"
 #include "Runner/Shared/AppLogger.h"
+#include "Simulation/System/SimulatedFileManager.h"
+#include "Simulation/System/SimulatedSystemLog.h"
 #include "Tests/Support/Generators.h"
 #include "Tests/Support/SimulatedDaemon.h"
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "Platform/Simulated/SimulatedSystem.h"
 #include "Runner/Services/VPN/VPNTunnelService.h"
 #include "Runner/Shared/AppLogger.h"
+#include "Simulation/System/SimulatedSystem.h"
 #include "Tests/Support/Trace.h"
 
 #include <gtest/gtest.h>

@@ -1,0 +1,173 @@
+#include "Simulation/Daemon/NetworkMap.h"
+
+#include <boost/json.hpp>
+#include <fmt/format.h>
+
+#include <array>
+#include <cstdint>
+#include <iterator>
+
+namespace quoxelin::sim {
+
+namespace json = boost::json;
+
+namespace {
+
+/// Well-spread numbers that are the same on every machine (the splitmix64 sequence).
+class Scramble {
+  public:
+    explicit Scramble(std::uint64_t seed) : state(seed) {}
+
+    std::uint64_t next() {
+        state += 0x9E3779B97F4A7C15u;
+        std::uint64_t z = state;
+        z = (z ^ z >> 30) * 0xBF58476D1CE4E5B9u;
+        z = (z ^ z >> 27) * 0x94D049BB133111EBu;
+        return z ^ z >> 31;
+    }
+
+  private:
+    std::uint64_t state;
+};
+
+constexpr std::array adjectives{"amber",  "brisk", "coral",  "dusty", "early", "frosty",
+                                "golden", "hazel", "indigo", "jolly", "keen",  "lunar",
+                                "mossy",  "noble", "olive",  "plum"};
+constexpr std::array animals{"badger", "crane", "dormouse", "egret",   "falcon", "gecko",
+                             "heron",  "ibex",  "jackal",   "kestrel", "lynx",   "marten",
+                             "newt",   "otter", "puffin",   "quail"};
+constexpr std::array systems{"linux", "macOS", "windows", "iOS", "android"};
+
+struct Colleague {
+    const char* login;
+    const char* displayName;
+};
+constexpr std::array<Colleague, 4> colleagues{{{"haruka", "Haruka Mori"},
+                                               {"pieter", "Pieter van Dijk"},
+                                               {"zeynep", "Zeynep Yıldız"},
+                                               {"build-bot", "Build Bot"}}};
+
+std::uint64_t seedOf(const Account& account) {
+    return static_cast<std::uint64_t>(account.nodeId);
+}
+
+/// The number of a node's addresses within 100.64.0.0/10: peers count on from their own node, round
+/// and round.
+std::uint32_t hostNumber(const Account& account, std::size_t offset) {
+    const std::uint64_t first = seedOf(account) % 0x100000 + 1;
+    return static_cast<std::uint32_t>((first + offset) % 0x3FFFFE + 1);
+}
+
+std::string ipv4(std::uint32_t host) {
+    return fmt::format("100.{}.{}.{}", 64 + (host >> 16), host >> 8 & 255, host & 255);
+}
+
+std::string ipv6(std::uint32_t host) {
+    return fmt::format("fd7a:7175:6f78::{:x}:{:x}", host >> 16, host & 0xFFFF);
+}
+
+std::string key(const char* prefix, Scramble& scramble) {
+    return fmt::format("{}:{:016x}{:016x}{:016x}{:016x}", prefix, scramble.next(), scramble.next(),
+                       scramble.next(), scramble.next());
+}
+
+/// Multiplying by an odd number permutes the 62-bit numbers: no two peers share an id.
+std::uint64_t nodeId(std::size_t number) {
+    return (number + 1) * 0x9E3779B97F4A7C15u & 0x3FFFFFFFFFFFFFFFu;
+}
+
+void appendPeer(std::string& text, const Account& account, std::size_t number) {
+    Scramble scramble(seedOf(account) ^ (number + 1) * 0x2545F4914F6CDD1Du);
+    const std::uint64_t pick = scramble.next();
+    const std::uint32_t host = hostNumber(account, number + 1);
+    const std::string v4 = ipv4(host);
+    const std::string v6 = ipv6(host);
+    const std::string machine = key("mkey", scramble).substr(0, 37);
+    const std::string node = key("nodekey", scramble);
+    const std::size_t owner = (pick >> 16) % (colleagues.size() + 1);
+
+    fmt::format_to(
+        std::back_inserter(text),
+        R"({{"Node":{{"ID":{},"Name":"{}-{}-{}.{}","Addresses":["{}","{}"],"Key":"{}",)"
+        R"("AllowedIPs":["{}/32","{}/128"],"Endpoints":["203.0.113.{}:{}"],"NodeKey":"{}",)"
+        R"("OS":"{}","UserID":{}}}}})",
+        nodeId(number), adjectives[pick % adjectives.size()], animals[(pick >> 8) % animals.size()],
+        number + 1, account.network, v4, v6, machine, v4, v6, pick >> 24 & 255, 41641 + pick % 64,
+        node, systems[(pick >> 32) % systems.size()],
+        account.userId + static_cast<std::int64_t>(owner));
+}
+
+std::string peersText(const Account& account, std::size_t count) {
+    std::string text;
+    text.reserve(count * 360 + 2);
+    text += '[';
+    for (std::size_t i = 0; i < count; ++i) {
+        if (i != 0) {
+            text += ',';
+        }
+        appendPeer(text, account, i);
+    }
+    text += ']';
+    return text;
+}
+
+json::object userProfiles(const Account& account) {
+    json::object profiles;
+    const auto add = [&](std::int64_t userId, std::string_view login, std::string_view display) {
+        profiles[std::to_string(userId)] = {
+            {"LoginName", login},
+            {"DisplayName", display},
+            {"ProfileURL", fmt::format("https://people.{}/{}", account.network, userId)}};
+    };
+    add(account.userId, account.email, account.displayName);
+    for (std::size_t i = 0; i < colleagues.size(); ++i) {
+        add(account.userId + static_cast<std::int64_t>(i) + 1,
+            fmt::format("{}@{}", colleagues[i].login, account.network), colleagues[i].displayName);
+    }
+    return profiles;
+}
+
+json::object ownNode(const Account& account, const std::string& nodeKey) {
+    Scramble scramble(seedOf(account));
+    json::array addresses;
+    json::array allowed;
+    for (const std::string& address : ownAddresses(account)) {
+        addresses.emplace_back(address);
+        allowed.emplace_back(address + (address.find(':') == std::string::npos ? "/32" : "/128"));
+    }
+    return {{"ID", account.nodeId},    {"Name", account.nodeName()},
+            {"Addresses", addresses},  {"Key", key("mkey", scramble)},
+            {"AllowedIPs", allowed},   {"Endpoints", {"198.51.100.24:41641", "192.168.11.5:41641"}},
+            {"NodeKey", nodeKey},      {"OS", "linux"},
+            {"UserID", account.userId}};
+}
+
+} // namespace
+
+std::vector<std::string> ownAddresses(const Account& account) {
+    const std::uint32_t host = hostNumber(account, 0);
+    return {ipv4(host), ipv6(host)};
+}
+
+std::string NetworkMap::text(const Account& account, std::size_t peerCount) {
+    if (peers.empty() || peersAccount != account.id || peersCount != peerCount) {
+        peers = peersText(account, peerCount);
+        peersAccount = account.id;
+        peersCount = peerCount;
+    }
+    Scramble scramble(~seedOf(account));
+    const std::string nodeKey = key("nodekey", scramble);
+    const json::object own{{"SelfNode", {{"Node", ownNode(account, nodeKey)}}},
+                           {"NodeKey", nodeKey},
+                           {"PrivateWgKey", key("privkey", scramble)},
+                           {"DNSName", account.nodeName()},
+                           {"UserProfiles", userProfiles(account)}};
+    std::string text = json::serialize(own);
+    text.pop_back();
+    text += R"(,"Peers":)";
+    text += peers;
+    text += '}';
+    return text;
+}
+
+} // namespace quoxelin::sim

@@ -1,0 +1,30 @@
+#pragma once
+
+#include "Simulation/Daemon/DaemonModel.h"
+
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+namespace quoxelin::sim {
+
+/// What the command line asks for.
+struct Options {
+    std::string socketPath;
+    unsigned short webPort = 0; ///< 0: whichever is free
+    bool quitOnEof = false;
+    DaemonModel::Settings model;
+};
+
+/// The program is to print `text` and end with this exit code: 0 on standard output, 2 on standard
+/// error.
+struct PrintAndExit {
+    int exitCode = 0;
+    std::string text;
+};
+
+/// Reads the arguments that follow the program's name.
+std::variant<Options, PrintAndExit> readOptions(const std::vector<std::string>& arguments);
+
+} // namespace quoxelin::sim

@@ -1,0 +1,89 @@
+#pragma once
+
+#include "Platform/Platform.h"
+#include "Platform/PlatformFactory.h"
+#include "Simulation/Desktop/SteeredScreen.h"
+#include "Simulation/Desktop/SteeringCommands.h"
+#include "Simulation/Steering/Steering.h"
+#include "Simulation/System/SimulatedSystem.h"
+
+#include <cstdio>
+
+namespace quoxelin {
+
+/// A real desktop with the services of an in-memory operating system under the application, steered
+/// by lines on standard input (docs/simulated-platform.md), unless that is a terminal.
+///
+/// Where nobody is there to click an icon, to read a clipboard, to see a browser or to choose a
+/// folder, these are simulated, too.
+///
+/// Each system brings its own `Desktop` (all that is real, by the names of `Platform`'s members,
+/// and `isAttended()`), its `Screen` (a `SteeredScreen` made of the desktop) and its
+/// `StandardInput` (which hands the lines over on the main thread).
+template <typename Desktop, typename Screen, typename StandardInput>
+class SteeredHost final : public PlatformHost {
+  public:
+    explicit SteeredHost(const LaunchOptions& options)
+        : desktop(options), services(compose(options)), screen(desktop),
+          steering(desktop.dispatch, writeAnswer) {
+        system.becomeDemonstration();
+        addServiceCommands(steering, system);
+        if (!desktop.isAttended()) {
+            addStatusItemCommands(steering, system);
+            addWorkspaceCommands(steering, system);
+            addOpenPanelCommands(steering, system);
+        }
+        addScreenCommands(steering, screen, services);
+    }
+
+    const Platform& platform() const override { return services; }
+
+  private:
+    static void writeAnswer(const std::string& line) {
+        std::fputs((line + '\n').c_str(), stdout);
+        std::fflush(stdout);
+    }
+
+    /// The real one where somebody is there.
+    template <typename Interface>
+    Interface& attended(Interface& real, Interface& simulated) {
+        return desktop.isAttended() ? real : simulated;
+    }
+
+    Platform compose(const LaunchOptions& options) {
+        return {
+            .dispatch = desktop.dispatch,
+            .connector = desktop.connector,
+            .notificationCenter = desktop.notificationCenter,
+            .systemLog = desktop.systemLog,
+            .mainBundle = system.mainBundle,
+            .userDefaults = system.userDefaults,
+            .processInfo = system.processInfo,
+            .fileManager = desktop.fileManager,
+            .networkExtension = system.networkExtension,
+            .systemExtensionManager = system.systemExtensions,
+            .serviceManagement = system.serviceManagement,
+            .xpc = system.xpc,
+            .userNotificationCenter = system.userNotificationCenter,
+            .updates = system.updates,
+            .appleScript = system.appleScript,
+            .application = desktop.application,
+            .statusBar = attended<NSStatusBar>(desktop.statusBar, system.statusBar),
+            .panels = desktop.panels,
+            .workspace = attended<NSWorkspace>(desktop.workspace, system.workspace),
+            .pasteboard = attended<NSPasteboard>(desktop.pasteboard, system.pasteboard),
+            .openPanel = attended<NSOpenPanel>(desktop.openPanel, system.openPanel),
+            .appleEventManager = desktop.appleEventManager,
+            .daemonSocketPath = options.socketPath.value_or(defaultDaemonSocketPath),
+        };
+    }
+
+    Desktop desktop;
+    SimulatedSystem system{desktop.dispatch, desktop.notificationCenter};
+    Platform services;
+    Screen screen;
+    Steering steering;
+    StandardInput commands{[this](std::string_view line) { steering.take(line); }};
+};
+
+} // namespace quoxelin

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "Simulation/Desktop/SteeredScreen.h"
+
+namespace quoxelin {
+
+struct MacDesktop;
+
+/// The windows of AppKit.
+class MacScreen final : public SteeredScreen {
+  public:
+    explicit MacScreen(MacDesktop& desktop) : desktop(desktop) {}
+
+    std::vector<std::string> texts() const override;
+    Press press(const std::string& label) override;
+    std::optional<NSRect> placeOf(const std::string& label) const override;
+    std::optional<NSRect> panel() const override;
+    Picture savePicture(const std::string& path) const override;
+    void pressElsewhere() override;
+    void openURL(const std::optional<std::string>& url) override;
+
+  private:
+    MacDesktop& desktop;
+};
+
+} // namespace quoxelin

@@ -1,0 +1,213 @@
+#include "Simulation/System/SimulatedNetworkExtension.h"
+
+#include "Simulation/System/SimulatedNETunnelProviderManager.h"
+
+#include <algorithm>
+
+namespace quoxelin {
+
+namespace {
+
+Error vpnError(NEVPNError code, const std::string& description) {
+    return {NEVPNErrorDomain, static_cast<int>(code), description};
+}
+
+bool isSame(const SimulatedNetworkExtension::Configuration& one,
+            const SimulatedNetworkExtension::Configuration& other) {
+    if (one.localizedDescription != other.localizedDescription ||
+        one.isEnabled != other.isEnabled || !one.protocol != !other.protocol)
+        return false;
+    if (!one.protocol)
+        return true;
+    if (one.protocol->serverAddress != other.protocol->serverAddress ||
+        one.protocol->disconnectOnSleep != other.protocol->disconnectOnSleep ||
+        !one.tunnel() != !other.tunnel())
+        return false;
+    return !one.tunnel() ||
+           one.tunnel()->providerBundleIdentifier == other.tunnel()->providerBundleIdentifier;
+}
+
+} // namespace
+
+SimulatedNetworkExtension::Configuration
+SimulatedNetworkExtension::Configuration::ofTunnel(const std::string& providerBundleIdentifier,
+                                                   const std::string& localizedDescription) {
+    auto protocol = std::make_shared<NETunnelProviderProtocol>();
+    protocol->serverAddress = "localhost";
+    protocol->providerBundleIdentifier = providerBundleIdentifier;
+    return {localizedDescription, true, std::move(protocol)};
+}
+
+SimulatedNetworkExtension::Configuration SimulatedNetworkExtension::Configuration::copy() const {
+    auto result = *this;
+    if (tunnel() != nullptr)
+        result.protocol = std::make_shared<NETunnelProviderProtocol>(*tunnel());
+    else if (protocol)
+        result.protocol = std::make_shared<NEVPNProtocol>(*protocol);
+    return result;
+}
+
+SimulatedNetworkExtension::SimulatedNetworkExtension(Dispatch& dispatch,
+                                                     NotificationCenter& notificationCenter)
+    : dispatch(dispatch), notificationCenter(notificationCenter) {}
+
+// What an application asks
+
+void SimulatedNetworkExtension::loadAllFromPreferences(Completion<Managers, Error> completion) {
+    const auto managers = std::make_shared<Managers>();
+    perform(
+        Operation::loadAll,
+        [this, managers] {
+            for (const auto& one : saved) {
+                auto manager = std::make_shared<SimulatedNETunnelProviderManager>(*this, one);
+                manager->read();
+                managers->push_back(std::move(manager));
+            }
+        },
+        [managers, completion = std::move(completion)](std::optional<Error> error) {
+            if (error)
+                completion(tl::unexpected(*std::move(error)));
+            else
+                completion(*managers);
+        });
+}
+
+std::shared_ptr<NETunnelProviderManager> SimulatedNetworkExtension::makeTunnelProviderManager() {
+    return std::make_shared<SimulatedNETunnelProviderManager>(*this, makeSaved());
+}
+
+void SimulatedNetworkExtension::perform(Operation operation, std::function<void()> effect,
+                                        PreferencesCompletion completion) {
+    static constexpr const char* names[] = {"loadAll", "load", "save", "remove"};
+    note(names[static_cast<int>(operation)]);
+    auto work = lifetime.weakly([this, operation, effect = std::move(effect),
+                                 completion = std::move(completion)] {
+        const auto failure = errors.find(operation);
+        const auto error = failure == errors.end() ? std::nullopt : std::optional(failure->second);
+        if (!error)
+            effect();
+        answer([this, completion, error] {
+            completion(error);
+            if (answersTwice)
+                completion(error);
+        });
+    });
+    if (answers == Answers::beforeReturning)
+        work();
+    else if (answerDelay == Duration::zero())
+        dispatch.main().async(std::move(work));
+    else
+        dispatch.main().asyncAfter(answerDelay, std::move(work));
+}
+
+void SimulatedNetworkExtension::note(const char* request) {
+    requests.emplace_back(request);
+    if (onRequest)
+        onRequest(requests.back());
+}
+
+void SimulatedNetworkExtension::answer(std::function<void()> completion) {
+    if (answers == Answers::onAnotherThread)
+        dispatch.global(QualityOfService::standard).async(std::move(completion));
+    else
+        completion();
+}
+
+// What is saved
+
+std::shared_ptr<SimulatedNetworkExtension::Saved> SimulatedNetworkExtension::makeSaved() {
+    auto one = std::make_shared<Saved>();
+    one->connection =
+        std::make_shared<SimulatedNEVPNConnection>(SimulatedNEVPNConnection::Dependencies{
+            dispatch, notificationCenter, tunnels, [this](const char* request) { note(request); },
+            [this, weak = std::weak_ptr(one)] {
+                const auto self = weak.lock();
+                return self ? refusal(*self) : refusal(Saved{});
+            }});
+    return one;
+}
+
+void SimulatedNetworkExtension::addConfiguration(Configuration configuration) {
+    auto one = makeSaved();
+    one->configuration = configuration.copy();
+    one->isSaved = true;
+    one->isAllowed = true;
+    one->connection->setStatusSilently(NEVPNStatus::disconnected);
+    saved.push_back(std::move(one));
+}
+
+std::vector<SimulatedNetworkExtension::Configuration>
+SimulatedNetworkExtension::configurations() const {
+    std::vector<Configuration> copies;
+    for (const auto& one : saved)
+        copies.push_back(one->configuration.copy());
+    return copies;
+}
+
+void SimulatedNetworkExtension::removeConfiguration(std::size_t place) {
+    // A copy of the pointer: it leaves the list.
+    const auto one = saved.at(place);
+    remove(one);
+}
+
+void SimulatedNetworkExtension::changeConfiguration(std::size_t place,
+                                                    const Configuration& configuration) {
+    save(saved.at(place), configuration.copy());
+}
+
+void SimulatedNetworkExtension::save(const std::shared_ptr<Saved>& one,
+                                     const Configuration& configuration) {
+    if (one->isSaved && isSame(one->configuration, configuration))
+        return;
+    one->configuration = configuration.copy();
+    if (!one->isSaved) {
+        one->isSaved = true;
+        one->isAllowed = !refusalUntilAllowed;
+        one->connection->setStatusSilently(NEVPNStatus::disconnected);
+        saved.push_back(one);
+    }
+    tellConfigurationChange();
+}
+
+void SimulatedNetworkExtension::remove(const std::shared_ptr<Saved>& one) {
+    const auto place = std::find(saved.begin(), saved.end(), one);
+    if (place == saved.end())
+        return;
+    one->isSaved = false;
+    one->connection->setStatusSilently(NEVPNStatus::invalid);
+    saved.erase(place);
+    tellConfigurationChange();
+}
+
+void SimulatedNetworkExtension::tellConfigurationChange() {
+    dispatch.main().async(
+        lifetime.weakly([this] { notificationCenter.post(NEVPNConfigurationChange); }));
+}
+
+// What a person allows
+
+void SimulatedNetworkExtension::requireApproval(Error refusal) {
+    refusalUntilAllowed = std::move(refusal);
+}
+
+void SimulatedNetworkExtension::allow() {
+    for (const auto& one : saved)
+        one->isAllowed = true;
+    tellConfigurationChange();
+}
+
+void SimulatedNetworkExtension::decline() {
+    tellConfigurationChange();
+}
+
+std::optional<Error> SimulatedNetworkExtension::refusal(const Saved& one) const {
+    if (!one.isSaved)
+        return vpnError(NEVPNError::configurationInvalid, "The configuration is invalid.");
+    if (!one.isAllowed)
+        return refusalUntilAllowed;
+    if (!one.configuration.isEnabled)
+        return vpnError(NEVPNError::configurationDisabled, "The configuration is disabled.");
+    return std::nullopt;
+}
+
+} // namespace quoxelin

@@ -1,0 +1,76 @@
+#pragma once
+
+#include "Base/Dispatch.h"
+#include "Base/NotificationCenter.h"
+#include "Platform/Platform.h"
+#include "Simulation/System/SimulatedAppleEventManager.h"
+#include "Simulation/System/SimulatedAppleScript.h"
+#include "Simulation/System/SimulatedApplication.h"
+#include "Simulation/System/SimulatedBundle.h"
+#include "Simulation/System/SimulatedFileManager.h"
+#include "Simulation/System/SimulatedNetworkExtension.h"
+#include "Simulation/System/SimulatedOpenPanel.h"
+#include "Simulation/System/SimulatedPanels.h"
+#include "Simulation/System/SimulatedPasteboard.h"
+#include "Simulation/System/SimulatedProcessInfo.h"
+#include "Simulation/System/SimulatedServiceManagement.h"
+#include "Simulation/System/SimulatedStatusBar.h"
+#include "Simulation/System/SimulatedSystemExtensions.h"
+#include "Simulation/System/SimulatedSystemLog.h"
+#include "Simulation/System/SimulatedUpdates.h"
+#include "Simulation/System/SimulatedUserDefaults.h"
+#include "Simulation/System/SimulatedUserNotificationCenter.h"
+#include "Simulation/System/SimulatedWorkspace.h"
+#include "Simulation/System/SimulatedXPC.h"
+
+namespace quoxelin {
+
+/// The launchd property list that describes the privileged helper.
+inline constexpr const char* simulatedHelperPlistName = "com.quoxelin.desktop.helper.plist";
+
+/// An operating system in memory, with the person who sits in front of it. Every service keeps
+/// what it is told and answers on the dispatch it runs on: virtual time in tests, real time in the
+/// demo. Steering it is calling the services' own methods.
+///
+/// Fresh, it is a machine on which the application was just installed: nothing is registered or
+/// approved, and nobody refuses anything. The system outlives the application that runs on it;
+/// the dispatch and the notification centre outlive the system.
+struct SimulatedSystem {
+    SimulatedSystem(Dispatch& dispatch, NotificationCenter& notificationCenter);
+    SimulatedSystem(const SimulatedSystem&) = delete;
+    SimulatedSystem& operator=(const SimulatedSystem&) = delete;
+
+    /// The whole system as the application sees it; only the daemon's connections come from
+    /// elsewhere. The system outlives what it answers with.
+    Platform platform(Connector& connector);
+
+    /// A well-kept machine that takes its time as a real one does: a helper that answers, an
+    /// extension that is active in a moment, notifications that are allowed.
+    void becomeDemonstration();
+
+    Dispatch& dispatch;
+    NotificationCenter& notificationCenter;
+
+    SimulatedSystemLog systemLog;
+    SimulatedBundle mainBundle;
+    SimulatedUserDefaults userDefaults;
+    SimulatedProcessInfo processInfo;
+    SimulatedFileManager fileManager;
+    SimulatedNetworkExtension networkExtension{dispatch, notificationCenter};
+    SimulatedSystemExtensions systemExtensions{dispatch};
+    SimulatedServiceManagement serviceManagement;
+    /// The helper can be launched while it is neither waiting for approval nor switched off.
+    SimulatedXPC xpc{dispatch};
+    SimulatedUserNotificationCenter userNotificationCenter{dispatch};
+    SimulatedUpdates updates{dispatch};
+    SimulatedAppleScript appleScript{dispatch};
+    SimulatedApplication application{dispatch, notificationCenter};
+    SimulatedStatusBar statusBar;
+    SimulatedPanels panels;
+    SimulatedWorkspace workspace;
+    SimulatedPasteboard pasteboard;
+    SimulatedOpenPanel openPanel{dispatch};
+    SimulatedAppleEventManager appleEventManager;
+};
+
+} // namespace quoxelin

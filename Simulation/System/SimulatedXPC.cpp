@@ -1,0 +1,263 @@
+#include "Simulation/System/SimulatedXPC.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace quoxelin {
+
+namespace {
+
+constexpr const char* cocoaErrorDomain = "NSCocoaErrorDomain";
+
+Error interrupted(const std::string& service) {
+    return {cocoaErrorDomain, 4097,
+            "Couldn’t communicate with a helper application: connection to service named " +
+                service};
+}
+
+Error invalid(const std::string& service) {
+    return {cocoaErrorDomain, 4099,
+            "The connection to service named " + service + " was invalidated."};
+}
+
+} // namespace
+
+struct SimulatedXPC::State {
+    explicit State(Dispatch& dispatch) : dispatch(dispatch) {}
+
+    Dispatch& dispatch;
+    mutable std::mutex mutex;
+    Helper helper = Helper::answering;
+    bool launchAllowed = true;
+    Duration replyDelay{0};
+    std::map<std::string, std::string> outputs;
+    std::vector<Message> messages;
+    std::vector<std::shared_ptr<Connection>> open;
+    std::size_t made = 0;
+};
+
+/// All of it is guarded by the state's mutex; handlers and replies are called without it.
+class SimulatedXPC::Connection final : public NSXPCConnection,
+                                       public std::enable_shared_from_this<Connection> {
+  public:
+    Connection(std::shared_ptr<State> state, std::string service)
+        : state(std::move(state)), service(std::move(service)),
+          queue(this->state->dispatch.makeSerial("xpc." + this->service)) {}
+
+    void setInterruptionHandler(std::function<void()> handler) override {
+        const std::lock_guard lock(state->mutex);
+        interruptionHandler = std::move(handler);
+    }
+
+    void setInvalidationHandler(std::function<void()> handler) override {
+        const std::lock_guard lock(state->mutex);
+        invalidationHandler = std::move(handler);
+    }
+
+    void resume() override {
+        const std::lock_guard lock(state->mutex);
+        if (resumed || closed)
+            return;
+        resumed = true;
+        state->open.push_back(shared_from_this());
+        if (state->helper == Helper::missing)
+            close();
+    }
+
+    std::shared_ptr<HelperToolProtocol>
+    remoteObjectProxyWithErrorHandler(std::function<void(const Error&)> handler) override;
+
+    void invalidate() override {
+        const std::lock_guard lock(state->mutex);
+        close();
+    }
+
+    void send(Message message, std::function<void(const std::string& output)> reply,
+              std::function<void(const Error&)> errorHandler);
+
+    /// With the mutex held. What waits for an answer hears of the failure first.
+    void interrupt(bool alsoConnection) {
+        for (auto& [id, message] : std::exchange(pending, {}))
+            queue->async([handler = std::move(message.errorHandler), error = interrupted(service)] {
+                handler(error);
+            });
+        if (alsoConnection && interruptionHandler)
+            queue->async(interruptionHandler);
+    }
+
+    /// With the mutex held.
+    void drop() {
+        closed = true;
+        pending.clear();
+        interruptionHandler = nullptr;
+        invalidationHandler = nullptr;
+    }
+
+    /// With the mutex held. Nothing is replied afterwards; the handlers are let go.
+    void close() {
+        if (closed)
+            return;
+        auto told = std::exchange(invalidationHandler, nullptr);
+        drop();
+        if (told)
+            queue->async(std::move(told));
+        auto& open = state->open;
+        // The list may hold the last reference: this function's caller keeps one of its own.
+        open.erase(std::remove(open.begin(), open.end(), shared_from_this()), open.end());
+    }
+
+  private:
+    friend class SimulatedXPC;
+    struct Pending {
+        std::function<void(const std::string& output)> reply;
+        std::function<void(const Error&)> errorHandler;
+    };
+
+    void answer(std::uint64_t id, const std::string& output) {
+        const std::lock_guard lock(state->mutex);
+        const auto found = pending.find(id);
+        if (found == pending.end())
+            return;
+        queue->async([reply = std::move(found->second.reply), output] { reply(output); });
+        pending.erase(found);
+    }
+
+    std::shared_ptr<State> state;
+    std::string service;
+    std::unique_ptr<SerialQueue> queue;
+    bool resumed = false;
+    bool closed = false;
+    std::function<void()> interruptionHandler;
+    std::function<void()> invalidationHandler;
+    std::uint64_t nextMessage = 0;
+    std::map<std::uint64_t, Pending> pending;
+};
+
+class SimulatedXPC::Proxy final : public HelperToolProtocol {
+  public:
+    Proxy(std::shared_ptr<Connection> connection, std::string service,
+          std::function<void(const Error&)> errorHandler)
+        : connection(std::move(connection)), service(std::move(service)),
+          errorHandler(std::move(errorHandler)) {}
+
+    void runGoToolWithPath(const std::string& path, const std::vector<std::string>& arguments,
+                           std::function<void(std::string)> reply) override {
+        connection->send(
+            {service, path, arguments, false},
+            [reply = std::move(reply)](const std::string& output) { reply(output); }, errorHandler);
+    }
+
+    void pingWithReply(std::function<void(bool)> reply) override {
+        connection->send(
+            {service, {}, {}, true},
+            [reply = std::move(reply)](const std::string&) { reply(true); }, errorHandler);
+    }
+
+  private:
+    std::shared_ptr<Connection> connection;
+    std::string service;
+    std::function<void(const Error&)> errorHandler;
+};
+
+std::shared_ptr<HelperToolProtocol> SimulatedXPC::Connection::remoteObjectProxyWithErrorHandler(
+    std::function<void(const Error&)> handler) {
+    const std::lock_guard lock(state->mutex);
+    if (!state->launchAllowed || state->helper == Helper::incompatible)
+        return nullptr;
+    return std::make_shared<Proxy>(shared_from_this(), service, std::move(handler));
+}
+
+void SimulatedXPC::Connection::send(Message message,
+                                    std::function<void(const std::string& output)> reply,
+                                    std::function<void(const Error&)> errorHandler) {
+    const std::lock_guard lock(state->mutex);
+    if (!resumed || closed || state->helper == Helper::missing) {
+        queue->async([errorHandler = std::move(errorHandler), error = invalid(service)] {
+            errorHandler(error);
+        });
+        return;
+    }
+    const auto found = message.arguments.empty() ? state->outputs.end()
+                                                 : state->outputs.find(message.arguments[0]);
+    auto output = found == state->outputs.end() ? std::string() : found->second;
+    state->messages.push_back(std::move(message));
+    const auto id = nextMessage++;
+    pending.emplace(id, Pending{std::move(reply), std::move(errorHandler)});
+    if (state->helper != Helper::answering)
+        return;
+    auto answering = [self = shared_from_this(), id, output = std::move(output)] {
+        self->answer(id, output);
+    };
+    if (state->replyDelay > Duration::zero())
+        state->dispatch.main().asyncAfter(state->replyDelay, std::move(answering));
+    else
+        state->dispatch.global(QualityOfService::standard).async(std::move(answering));
+}
+
+SimulatedXPC::SimulatedXPC(Dispatch& dispatch) : state(std::make_shared<State>(dispatch)) {}
+
+SimulatedXPC::~SimulatedXPC() {
+    // The system goes down: what is still open is dropped without another word.
+    const std::lock_guard lock(state->mutex);
+    for (const auto& connection : std::exchange(state->open, {}))
+        connection->drop();
+}
+
+std::shared_ptr<NSXPCConnection>
+SimulatedXPC::privilegedConnection(const std::string& machServiceName) {
+    const std::lock_guard lock(state->mutex);
+    ++state->made;
+    return std::make_shared<Connection>(state, machServiceName);
+}
+
+void SimulatedXPC::setHelper(Helper helper) {
+    const std::lock_guard lock(state->mutex);
+    state->helper = helper;
+}
+
+void SimulatedXPC::setLaunchAllowed(bool allowed) {
+    const std::lock_guard lock(state->mutex);
+    state->launchAllowed = allowed;
+}
+
+void SimulatedXPC::setReplyDelay(Duration delay) {
+    const std::lock_guard lock(state->mutex);
+    state->replyDelay = delay;
+}
+
+void SimulatedXPC::setOutput(const std::string& firstArgument, const std::string& output) {
+    const std::lock_guard lock(state->mutex);
+    state->outputs[firstArgument] = output;
+}
+
+void SimulatedXPC::killHelper() {
+    const std::lock_guard lock(state->mutex);
+    for (const auto& connection : state->open)
+        connection->interrupt(true);
+}
+
+void SimulatedXPC::invalidateConnections() {
+    const std::lock_guard lock(state->mutex);
+    const auto closing = state->open;
+    for (const auto& connection : closing) {
+        connection->interrupt(false);
+        connection->close();
+    }
+}
+
+std::vector<SimulatedXPC::Message> SimulatedXPC::messages() const {
+    const std::lock_guard lock(state->mutex);
+    return state->messages;
+}
+
+std::size_t SimulatedXPC::connectionsMade() const {
+    const std::lock_guard lock(state->mutex);
+    return state->made;
+}
+
+std::size_t SimulatedXPC::openConnections() const {
+    const std::lock_guard lock(state->mutex);
+    return state->open.size();
+}
+
+} // namespace quoxelin

@@ -1,0 +1,77 @@
+#include "Simulation/Daemon/ScriptedAnswers.h"
+
+#include <gtest/gtest.h>
+
+namespace quoxelin::sim {
+namespace {
+
+ScriptedAnswer replyWith(int status, std::string method, std::string path,
+                         std::optional<std::size_t> times = std::nullopt) {
+    ScriptedAnswer answer;
+    answer.method = std::move(method);
+    answer.path = std::move(path);
+    answer.times = times;
+    CannedReply reply;
+    reply.status = status;
+    answer.reply = reply;
+    return answer;
+}
+
+/// The status the script answers with; 0 when the daemon is to answer itself.
+int statusOf(const std::optional<ScriptedAnswer>& answer) {
+    return answer ? std::get<CannedReply>(answer->reply).status : 0;
+}
+
+TEST(ScriptedAnswers, leavesRequestsAloneThatNothingIsSaidAbout) {
+    ScriptedAnswers script;
+    script.add(replyWith(500, "GET", "/status"));
+    EXPECT_EQ(statusOf(script.take("POST", "/status")), 0);
+    EXPECT_EQ(statusOf(script.take("GET", "/status/more")), 0);
+    EXPECT_EQ(statusOf(script.take("GET", "/status")), 500);
+}
+
+TEST(ScriptedAnswers, usesUpLimitedAnswersInTheirOrderBeforeTheLastingOne) {
+    ScriptedAnswers script;
+    script.add(replyWith(500, "GET", "/status"));
+    script.add(replyWith(501, "GET", "/status", 1));
+    script.add(replyWith(502, "GET", "/status", 2));
+    for (const int expected : {501, 502, 502, 500, 500}) {
+        EXPECT_EQ(statusOf(script.take("GET", "/status")), expected);
+    }
+}
+
+TEST(ScriptedAnswers, replacesALastingAnswer) {
+    ScriptedAnswers script;
+    script.add(replyWith(500, "GET", "/status"));
+    script.add(replyWith(404, "GET", "/status"));
+    EXPECT_EQ(statusOf(script.take("GET", "/status")), 404);
+    EXPECT_EQ(script.clear("GET", "/status"), 1u);
+    EXPECT_EQ(statusOf(script.take("GET", "/status")), 0);
+}
+
+TEST(ScriptedAnswers, comparesTheQueryOnlyWhenOneIsGiven) {
+    ScriptedAnswers script;
+    script.add(replyWith(500, "", "/switch?id=a"));
+    EXPECT_EQ(statusOf(script.take("POST", "/switch?id=b")), 0);
+    EXPECT_EQ(statusOf(script.take("POST", "/switch?id=a")), 500);
+    script.add(replyWith(404, "", "/switch"));
+    EXPECT_EQ(statusOf(script.take("POST", "/switch?id=b")), 404);
+}
+
+TEST(ScriptedAnswers, matchesEverythingWithAStar) {
+    ScriptedAnswers script;
+    script.add(replyWith(503, "", "*"));
+    EXPECT_EQ(statusOf(script.take("PATCH", "/anything?at=all")), 503);
+}
+
+TEST(ScriptedAnswers, clearsEverythingAtOnce) {
+    ScriptedAnswers script;
+    script.add(replyWith(500, "GET", "/a"));
+    script.add(replyWith(500, "POST", "/b", 3));
+    EXPECT_EQ(script.clear("GET", "/b"), 0u);
+    EXPECT_EQ(script.clear("", ""), 2u);
+    EXPECT_EQ(statusOf(script.take("POST", "/b")), 0);
+}
+
+} // namespace
+} // namespace quoxelin::sim

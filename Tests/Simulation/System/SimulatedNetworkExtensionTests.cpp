@@ -1,0 +1,304 @@
+#include "Simulation/System/SimulatedNetworkExtension.h"
+#include "Tests/Support/VirtualDispatch.h"
+
+#include <gtest/gtest.h>
+
+namespace quoxelin::testing {
+
+using Network = quoxelin::SimulatedNetworkExtension;
+using Configuration = Network::Configuration;
+using Manager = std::shared_ptr<NETunnelProviderManager>;
+using Names = std::vector<std::string>;
+
+class SimulatedNetworkExtensionTest : public ::testing::Test {
+  public:
+    SimulatedNetworkExtensionTest() {
+        subscriptions.push_back(notificationCenter.addObserver(
+            NEVPNConfigurationChange, [this](const Notification&) { ++configurationChanges; }));
+        subscriptions.push_back(
+            notificationCenter.addObserver(NEVPNStatusDidChange, [this](const Notification&) {
+                if (held)
+                    statuses.emplace_back(dispatch.now(), held->connection()->status());
+            }));
+    }
+
+    Network::Managers loadAll() {
+        Network::Managers managers;
+        network.loadAllFromPreferences([&](auto loaded) { managers = loaded.value_or(managers); });
+        dispatch.advance(network.answerDelay);
+        return managers;
+    }
+
+    /// A new configuration, saved.
+    Manager saveNew(const std::string& provider, const std::string& name) {
+        const auto manager = network.makeTunnelProviderManager();
+        auto protocol = std::make_shared<NETunnelProviderProtocol>();
+        protocol->providerBundleIdentifier = provider;
+        manager->setProtocolConfiguration(protocol);
+        manager->setLocalizedDescription(name);
+        manager->setEnabled(true);
+        EXPECT_EQ(save(manager), std::nullopt);
+        return manager;
+    }
+
+    std::optional<Error> save(const Manager& manager) {
+        return outcome([&](auto completion) { manager->saveToPreferences(completion); });
+    }
+    std::optional<Error> load(const Manager& manager) {
+        return outcome([&](auto completion) { manager->loadFromPreferences(completion); });
+    }
+    std::optional<Error> remove(const Manager& manager) {
+        return outcome([&](auto completion) { manager->removeFromPreferences(completion); });
+    }
+
+    std::optional<Error> outcome(std::function<void(PreferencesCompletion)> operation) {
+        std::optional<Error> outcome{Error{"no answer", 0, ""}};
+        operation([&](auto error) { outcome = error; });
+        dispatch.advance(network.answerDelay);
+        dispatch.runUntilIdle();
+        return outcome;
+    }
+
+    VirtualDispatch dispatch;
+    NotificationCenter notificationCenter;
+    Network network{dispatch, notificationCenter};
+    int configurationChanges = 0;
+    Manager held;
+    std::vector<std::pair<Duration, int>> statuses;
+    std::vector<Subscription> subscriptions;
+};
+
+using SimulatedNetworkExtension = SimulatedNetworkExtensionTest;
+
+TEST_F(SimulatedNetworkExtension, keepsWhatWasSavedInTheOrderOfSaving) {
+    saveNew("one", "First");
+    saveNew("two", "Second");
+    const auto managers = loadAll();
+    ASSERT_EQ(managers.size(), 2u);
+    EXPECT_EQ(managers[0]->localizedDescription(), "First");
+    EXPECT_EQ(managers[1]->localizedDescription(), "Second");
+    EXPECT_TRUE(managers[1]->isEnabled());
+    EXPECT_EQ(configurationChanges, 2);
+}
+
+TEST_F(SimulatedNetworkExtension, keepsWorkingCopiesApartUntilTheyAreSaved) {
+    const auto first = saveNew("one", "First");
+    const auto second = loadAll().at(0);
+    first->setLocalizedDescription("Changed");
+    first->protocolConfiguration()->serverAddress = "changed";
+    EXPECT_EQ(second->localizedDescription(), "First");
+    EXPECT_EQ(network.configurations()[0].localizedDescription, "First");
+    EXPECT_EQ(network.configurations()[0].protocol->serverAddress, std::nullopt);
+    EXPECT_EQ(save(first), std::nullopt);
+    EXPECT_EQ(load(second), std::nullopt);
+    EXPECT_EQ(second->localizedDescription(), "Changed");
+    EXPECT_EQ(second->protocolConfiguration()->serverAddress, "changed");
+}
+
+TEST_F(SimulatedNetworkExtension, readsAnUnsavedConfigurationAsEmpty) {
+    const auto manager = network.makeTunnelProviderManager();
+    manager->setLocalizedDescription("Forgotten");
+    manager->setEnabled(true);
+    manager->setProtocolConfiguration(std::make_shared<NEVPNProtocol>());
+    EXPECT_EQ(load(manager), std::nullopt);
+    EXPECT_EQ(manager->localizedDescription(), std::nullopt);
+    EXPECT_FALSE(manager->isEnabled());
+    EXPECT_EQ(manager->protocolConfiguration(), nullptr);
+    EXPECT_TRUE(loadAll().empty());
+}
+
+TEST_F(SimulatedNetworkExtension, handsOutProtocolsByReferenceOrAsCopies) {
+    const auto manager = saveNew("one", "First");
+    manager->protocolConfiguration()->serverAddress = "by reference";
+    EXPECT_EQ(manager->protocolConfiguration()->serverAddress, "by reference");
+    network.protocolAccess = Network::ProtocolAccess::byCopy;
+    manager->protocolConfiguration()->serverAddress = "by copy";
+    EXPECT_EQ(manager->protocolConfiguration()->serverAddress, "by reference");
+    const auto protocol = std::make_shared<NETunnelProviderProtocol>();
+    manager->setProtocolConfiguration(protocol);
+    protocol->serverAddress = "too late";
+    EXPECT_EQ(manager->protocolConfiguration()->serverAddress, std::nullopt);
+}
+
+TEST_F(SimulatedNetworkExtension, tellsOfNoChangeWhereNothingChanged) {
+    const auto manager = saveNew("one", "First");
+    EXPECT_EQ(save(manager), std::nullopt);
+    EXPECT_EQ(configurationChanges, 1);
+    manager->protocolConfiguration()->disconnectOnSleep = true;
+    EXPECT_EQ(save(manager), std::nullopt);
+    EXPECT_EQ(configurationChanges, 2);
+}
+
+TEST_F(SimulatedNetworkExtension, removesAConfigurationForEverybody) {
+    const auto manager = saveNew("one", "First");
+    const auto other = loadAll().at(0);
+    EXPECT_EQ(remove(manager), std::nullopt);
+    EXPECT_TRUE(loadAll().empty());
+    EXPECT_EQ(other->connection()->status(), 0);
+    EXPECT_EQ(load(other), std::nullopt);
+    EXPECT_EQ(other->localizedDescription(), std::nullopt);
+    EXPECT_EQ(remove(other), std::nullopt);
+    EXPECT_EQ(configurationChanges, 2);
+}
+
+TEST_F(SimulatedNetworkExtension, failsWhenTheAnswerIsDueAndWithoutEffect) {
+    const Error error{"domain", 7, "text"};
+    const auto manager = saveNew("one", "First");
+    network.answerDelay = seconds(1);
+    for (const auto operation : {Network::Operation::loadAll, Network::Operation::load,
+                                 Network::Operation::save, Network::Operation::remove})
+        network.errors[operation] = error;
+    manager->setLocalizedDescription("Changed");
+    EXPECT_EQ(save(manager), error);
+    EXPECT_EQ(load(manager), error);
+    EXPECT_EQ(remove(manager), error);
+    EXPECT_EQ(manager->localizedDescription(), "Changed");
+    EXPECT_EQ(network.configurations().at(0).localizedDescription, "First");
+    std::optional<Error> failure;
+    network.loadAllFromPreferences([&](auto loaded) { failure = loaded.error(); });
+    dispatch.advance(seconds(0.5));
+    EXPECT_EQ(failure, std::nullopt);
+    dispatch.advance(seconds(0.5));
+    EXPECT_EQ(failure, error);
+}
+
+TEST_F(SimulatedNetworkExtension, answersWhereItIsTold) {
+    bool answered = false;
+    bool onMainThread = false;
+    const auto ask = [&] {
+        answered = false;
+        network.loadAllFromPreferences([&](const auto&) {
+            answered = true;
+            onMainThread = dispatch.isMainThread();
+        });
+    };
+    network.answers = Network::Answers::beforeReturning;
+    ask();
+    EXPECT_TRUE(answered);
+    EXPECT_TRUE(onMainThread);
+    network.answers = Network::Answers::onMainThread;
+    ask();
+    EXPECT_FALSE(answered);
+    dispatch.runUntilIdle();
+    EXPECT_TRUE(answered);
+    EXPECT_TRUE(onMainThread);
+    network.answers = Network::Answers::onAnotherThread;
+    ask();
+    dispatch.runUntilIdle();
+    EXPECT_TRUE(answered);
+    EXPECT_FALSE(onMainThread);
+}
+
+TEST_F(SimulatedNetworkExtension, bringsATunnelUpAndDownInItsTime) {
+    held = saveNew("one", "First");
+    EXPECT_EQ(held->connection()->status(), 1);
+    EXPECT_TRUE(held->connection()->startVPNTunnel().has_value());
+    EXPECT_EQ(held->connection()->status(), 2);
+    dispatch.advance(seconds(5));
+    held->connection()->stopVPNTunnel();
+    held->connection()->stopVPNTunnel();
+    dispatch.advance(seconds(5));
+    EXPECT_EQ(statuses, (std::vector<std::pair<Duration, int>>{
+                            {seconds(0), 2}, {seconds(1), 3}, {seconds(5), 5}, {seconds(5.5), 1}}));
+    held->connection()->stopVPNTunnel();
+    dispatch.runUntilIdle();
+    EXPECT_EQ(statuses.size(), 4u);
+}
+
+TEST_F(SimulatedNetworkExtension, takesATunnelDownThatWasComingUp) {
+    held = saveNew("one", "First");
+    EXPECT_TRUE(held->connection()->startVPNTunnel().has_value());
+    dispatch.advance(seconds(0.5));
+    held->connection()->stopVPNTunnel();
+    dispatch.advance(seconds(5));
+    EXPECT_EQ(statuses, (std::vector<std::pair<Duration, int>>{
+                            {seconds(0), 2}, {seconds(0.5), 5}, {seconds(1), 1}}));
+}
+
+TEST_F(SimulatedNetworkExtension, letsATunnelFailReassertAndDrop) {
+    held = saveNew("one", "First");
+    network.tunnels.comeUp = false;
+    EXPECT_TRUE(held->connection()->startVPNTunnel().has_value());
+    dispatch.advance(seconds(2));
+    EXPECT_EQ(held->connection()->status(), 1);
+    network.tunnel().report(3);
+    network.tunnel().reassert(seconds(2));
+    dispatch.advance(seconds(1));
+    EXPECT_EQ(held->connection()->status(), 4);
+    dispatch.advance(seconds(1));
+    EXPECT_EQ(held->connection()->status(), 3);
+    network.tunnel().drop();
+    EXPECT_EQ(held->connection()->status(), 1);
+    network.tunnel().report(-1);
+    EXPECT_EQ(held->connection()->status(), -1);
+}
+
+TEST_F(SimulatedNetworkExtension, countsStartsThatNobodyNeeds) {
+    held = saveNew("one", "First");
+    EXPECT_TRUE(held->connection()->startVPNTunnel().has_value());
+    EXPECT_EQ(network.tunnels.needlessStarts, 0);
+    EXPECT_TRUE(held->connection()->startVPNTunnel().has_value());
+    dispatch.advance(seconds(2));
+    EXPECT_TRUE(held->connection()->startVPNTunnel().has_value());
+    EXPECT_EQ(network.tunnels.needlessStarts, 2);
+    EXPECT_EQ(held->connection()->status(), 3);
+}
+
+TEST_F(SimulatedNetworkExtension, refusesToStartWhatIsNotSavedNotAllowedOrDisabled) {
+    const auto codeOf = [](const Manager& manager) {
+        const auto started = manager->connection()->startVPNTunnel();
+        return started ? 0 : started.error().code;
+    };
+    EXPECT_EQ(codeOf(network.makeTunnelProviderManager()), 1);
+    network.requireApproval({"NEVPNErrorDomain", 5, "ask"});
+    const auto manager = saveNew("one", "First");
+    EXPECT_EQ(codeOf(manager), 5);
+    configurationChanges = 0;
+    network.decline();
+    dispatch.runUntilIdle();
+    EXPECT_EQ(configurationChanges, 1);
+    EXPECT_EQ(codeOf(manager), 5);
+    network.allow();
+    dispatch.runUntilIdle();
+    EXPECT_EQ(configurationChanges, 2);
+    EXPECT_EQ(codeOf(manager), 0);
+    network.tunnel().drop();
+    manager->setEnabled(false);
+    EXPECT_EQ(save(manager), std::nullopt);
+    EXPECT_EQ(codeOf(manager), 2);
+    network.tunnels.startError = Error{"domain", 42, "no"};
+    EXPECT_EQ(codeOf(manager), 42);
+}
+
+TEST_F(SimulatedNetworkExtension, takesConnectionsAway) {
+    const auto manager = saveNew("one", "First");
+    network.hasConnections = false;
+    EXPECT_EQ(manager->connection(), nullptr);
+}
+
+TEST_F(SimulatedNetworkExtension, letsAPersonChangeAndRemoveConfigurations) {
+    network.addConfiguration(Configuration::ofTunnel("one", "First"));
+    dispatch.runUntilIdle();
+    EXPECT_EQ(configurationChanges, 0);
+    network.changeConfiguration(0, {"Renamed", false, std::make_shared<NEVPNProtocol>()});
+    dispatch.runUntilIdle();
+    EXPECT_EQ(configurationChanges, 1);
+    EXPECT_EQ(loadAll().at(0)->localizedDescription(), "Renamed");
+    EXPECT_EQ(network.configurations().at(0).tunnel(), nullptr);
+    network.removeConfiguration(0);
+    dispatch.runUntilIdle();
+    EXPECT_EQ(configurationChanges, 2);
+    EXPECT_TRUE(network.configurations().empty());
+}
+
+TEST_F(SimulatedNetworkExtension, remembersWhatWasAsked) {
+    const auto manager = saveNew("one", "First");
+    load(manager);
+    EXPECT_TRUE(manager->connection()->startVPNTunnel().has_value());
+    manager->connection()->stopVPNTunnel();
+    loadAll();
+    remove(manager);
+    EXPECT_EQ(network.requests, (Names{"save", "load", "start", "stop", "loadAll", "remove"}));
+}
+
+} // namespace quoxelin::testing
