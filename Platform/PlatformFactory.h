@@ -16,9 +16,6 @@ struct Platform;
 struct LaunchOptions {
     /// The name that the program was called by.
     std::string program;
-    /// An in-memory operating system under the services; files, sockets, clock, log and windows
-    /// stay real.
-    bool simulate = false;
     /// Development: where the daemon listens.
     std::optional<std::string> socketPath;
     /// The URL that a browser handed over after a login.

@@ -26,9 +26,7 @@ CommandLine parseCommandLine(const std::vector<std::string>& arguments) {
             return ShowVersion{};
         if (argument == "--help")
             return ShowHelp{};
-        if (argument == "--simulate") {
-            options.simulate = true;
-        } else if (argument == "--socket") {
+        if (argument == "--socket") {
             if (++i == arguments.size() || arguments[i].empty())
                 return UsageError{"--socket needs a path"};
             options.socketPath = arguments[i];
@@ -44,10 +42,8 @@ CommandLine parseCommandLine(const std::vector<std::string>& arguments) {
 }
 
 std::string usageText(const std::string& program) {
-    return fmt::format(R"(Usage: {} [--simulate] [--socket PATH] [CALLBACK-URL]
+    return fmt::format(R"(Usage: {} [--socket PATH] [CALLBACK-URL]
 
-  --simulate      run on a simulated operating system: no helper, system extension or
-                  VPN of this machine is touched; files, sockets and the log stay real
   --socket PATH   (development) where the daemon listens, instead of
                   /var/run/quoxelind.socket
   --version       print the version

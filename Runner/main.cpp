@@ -20,7 +20,7 @@ void print(std::FILE* stream, const std::string& text) {
 }
 
 void report(const std::string& problem) {
-    print(stderr, "quoxelin-desktop: " + problem + '\n');
+    print(stderr, QUOXELIN_PROGRAM ": " + problem + '\n');
 }
 
 int launch(const LaunchOptions& options) {
@@ -50,13 +50,13 @@ int start(const CommandLine& line) {
         return launch(*options);
     if (const auto* mistake = std::get_if<UsageError>(&line)) {
         report(mistake->description);
-        print(stderr, usageText("quoxelin-desktop"));
+        print(stderr, usageText(QUOXELIN_PROGRAM));
         return usageExitCode;
     }
     if (std::holds_alternative<ShowVersion>(line))
-        print(stdout, "quoxelin-desktop " QUOXELIN_VERSION "\n");
+        print(stdout, QUOXELIN_PROGRAM " " QUOXELIN_VERSION "\n");
     else
-        print(stdout, usageText("quoxelin-desktop"));
+        print(stdout, usageText(QUOXELIN_PROGRAM));
     return 0;
 }
 

@@ -2,6 +2,9 @@
 
 #include <QIcon>
 #include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <xcb/xcb.h>
 
 /// A library's resources have to be asked for, by a function outside of any namespace.
 static void loadAssets() {
@@ -18,10 +21,35 @@ void writeMessage(QtMsgType, const QMessageLogContext&, const QString& message) 
         std::fprintf(stderr, "%s\n", qPrintable(message));
 }
 
+bool isSet(const char* variable) {
+    const char* value = std::getenv(variable);
+    return value != nullptr && *value != '\0';
+}
+
+/// The toolkit would end the process where a display is named that does not answer.
+bool canShowWindows() {
+    if (isSet("WAYLAND_DISPLAY"))
+        return true;
+    if (!isSet("DISPLAY"))
+        return false;
+    const std::unique_ptr<xcb_connection_t, decltype(&xcb_disconnect)> connection(
+        xcb_connect(nullptr, nullptr), &xcb_disconnect);
+    return xcb_connection_has_error(connection.get()) == 0;
+}
+
+/// What the toolkit reads when its application object is made.
+const std::string& withEnvironment(const std::string& name) {
+    if (!isSet("QT_QPA_PLATFORM") && !canShowWindows())
+        ::setenv("QT_QPA_PLATFORM", "offscreen", 0);
+    // Without GLib's event loop NetworkManager's library would never answer.
+    ::unsetenv("QT_NO_GLIB");
+    return name;
+}
+
 } // namespace
 
 Toolkit::Toolkit(const std::string& name)
-    : program(name), arguments{program.data(), nullptr}, application(argumentCount, arguments) {
+    : program(withEnvironment(name)), arguments{program.data(), nullptr}, application(argumentCount, arguments) {
     loadAssets();
     if (!hasDisplay())
         qInstallMessageHandler(writeMessage);

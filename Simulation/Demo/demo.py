@@ -70,7 +70,7 @@ def show_on_display() -> None:
             print(f"The log is {home}/Quoxelin/app.log until you quit.")
             print("A login completes itself after 5 seconds, or in the browser.", flush=True)
             subprocess.run(
-                [build_directory() / "quoxelin-desktop", "--simulate", "--socket", sim.socket],
+                [build_directory() / "quoxelin-desktop-sim", "--socket", sim.socket],
                 env=os.environ | {"XDG_DATA_HOME": home},
                 stdin=subprocess.DEVNULL,
                 check=True,

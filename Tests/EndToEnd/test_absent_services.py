@@ -29,9 +29,9 @@ HELPER_METHODS = {"Ping": ("", "b", "ret = True"), "RunGoTool": ("sas", "s", "re
 
 
 class RealApplication(Application):
-    """The same without the simulated platform; it takes no commands."""
+    """The product, which takes no commands."""
 
-    platform = []
+    program = "quoxelin-desktop"
 
 
 @pytest.fixture

@@ -7,11 +7,16 @@ from support.application import surroundings
 from support.sim import build_directory
 
 
+@pytest.fixture(params=["quoxelin-desktop", "quoxelin-desktop-sim"])
+def program(request):
+    return request.param
+
+
 @pytest.fixture
-def call(tmp_path):
+def call(tmp_path, program):
     def run(*arguments):
         return subprocess.run(
-            [build_directory() / "quoxelin-desktop", *arguments],
+            [build_directory() / program, *arguments],
             env=surroundings(tmp_path),
             stdin=subprocess.DEVNULL,
             capture_output=True,
@@ -25,36 +30,35 @@ def call(tmp_path):
 @pytest.mark.parametrize(
     "arguments",
     [
-        ["--simulated"],
+        ["--simulate"],
         ["-h"],
         ["--socket"],
         ["--socket", ""],
         ["status"],
         ["https://example.com/?token=1"],
-        ["--simulate", ""],
-        ["--simulate=yes"],
-        ["--simulate", "\N{SNOWMAN}"],
+        [""],
+        ["--socket=/tmp/d.sock"],
+        ["\N{SNOWMAN}"],
     ],
 )
-def test_what_it_does_not_understand_is_answered_with_its_usage(call, arguments):
+def test_what_it_does_not_understand_is_answered_with_its_usage(call, program, arguments):
     done = call(*arguments)
     assert done.returncode == 2
     assert done.stdout == ""
-    assert "Usage: quoxelin-desktop" in done.stderr
-    assert "--simulate" in done.stderr and "--socket PATH" in done.stderr
+    assert f"Usage: {program} [--socket PATH]" in done.stderr
 
 
-def test_help_goes_to_standard_output(call):
+def test_help_goes_to_standard_output(call, program):
     done = call("--help")
     assert done.returncode == 0
-    assert done.stdout.startswith("Usage: quoxelin-desktop")
+    assert done.stdout.startswith(f"Usage: {program} ")
     assert done.stderr == ""
 
 
-def test_version_is_one_line(call):
+def test_version_is_one_line(call, program):
     done = call("--version")
     assert done.returncode == 0
-    assert done.stdout == "quoxelin-desktop 1.0.0\n"
+    assert done.stdout == f"{program} 1.0.0\n"
     assert done.stderr == ""
 
 
@@ -64,10 +68,9 @@ def test_neither_of_them_leaves_a_log(call, tmp_path):
     assert not (tmp_path / "data" / "Quoxelin").exists()
 
 
-@pytest.mark.parametrize("arguments, code", [("--version", 0), ("--help", 0), ("--simulated", 2)])
-def test_its_exit_code_is_the_same_where_nobody_can_read_it(tmp_path, arguments, code):
-    program = build_directory() / "quoxelin-desktop"
+@pytest.mark.parametrize("arguments, code", [("--version", 0), ("--help", 0), ("--simulate", 2)])
+def test_its_exit_code_is_the_same_where_nobody_can_read_it(tmp_path, program, arguments, code):
     done = subprocess.run(
-        ["sh", "-c", 'exec "$0" "$1" >&- 2>&-', program, arguments],
+        ["sh", "-c", 'exec "$0" "$1" >&- 2>&-', build_directory() / program, arguments],
         env=surroundings(tmp_path), stdin=subprocess.DEVNULL, timeout=20)
     assert done.returncode == code

@@ -44,6 +44,7 @@ def write(root, files):
         ("Platform/A.h", "#include <fmt/format.h>"),
         ("Platform/Linux/A.cpp", '#include "Runner/Stores/AppViewState.h"'),
         ("Platform/Linux/A.cpp", '#include "Platform/macOS/A.h"'),
+        ("Platform/Linux/A.cpp", '#include "Simulation/System/A.h"'),
         ("Platform/Rendering/A.cpp", '#include "Platform/Linux/A.h"'),
         ("Platform/Rendering/A.cpp", '#include "Tests/Support/VirtualDispatch.h"'),
         ("Base/A.cpp", '#include "Platform/Platform.h"'),

@@ -1,5 +1,5 @@
-"""Starts quoxelin-desktop in surroundings of its own, steers it and reads its log; see
-docs/simulated-platform.md."""
+"""Starts the application in an environment that it shares with nothing else, steers it and reads its
+log; see docs/simulation.md."""
 
 import datetime
 import os
@@ -71,20 +71,20 @@ def application_support(home: pathlib.Path) -> pathlib.Path:
 
 
 class Application(SteeredProcess):
-    """A running quoxelin-desktop on the simulated platform, following the daemon at `socket`.
+    """A running quoxelin-desktop-sim that follows the daemon at `socket`.
 
         with Application(sim.socket) as application:
             application.wait_log("[HashiBus] Connected to socket")
     """
 
-    platform = ["--simulate"]
+    program = "quoxelin-desktop-sim"
 
     def __init__(self, socket: str, *arguments: str, environment: dict[str, str] | None = None):
         # Not the test's own directory: paths of sockets have to be short.
         self.home = pathlib.Path(tempfile.mkdtemp(prefix="qxapp-"))
         self.environment = surroundings(self.home) | (environment or {})
         self.log_path = application_support(self.home) / "Quoxelin" / "app.log"
-        self.command = [build_directory() / "quoxelin-desktop", *self.platform, "--socket", socket]
+        self.command = [build_directory() / self.program, "--socket", socket]
         super().__init__([*self.command, *arguments], env=self.environment, cwd=self.home)
 
     def __enter__(self):
