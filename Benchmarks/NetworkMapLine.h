@@ -10,13 +10,13 @@ namespace quoxelin::benchmarks {
 
 inline Node peer(std::int64_t id) {
     const auto address = fmt::format("100.{}.{}.{}", 64 + id / 65'536, id / 256 % 256, id % 256);
-    const auto key = fmt::format("nodekey:{:064x}", id * 0x9E3779B97F4A7C15U);
+    const auto key = fmt::format("{:064x}", id * 0x9E3779B97F4A7C15U);
     return {id,
-            fmt::format("peer-{}.tail.quoxelin.net", id),
-            {{address + "/32", fmt::format("fd7a:115c:a1e0::{:x}/128", id)}},
+            fmt::format("peer-{}.home.quoxelin.net", id),
+            {{address + "/32", fmt::format("fd7a::{:x}/128", id)}},
             key,
-            {{address + "/32", fmt::format("fd7a:115c:a1e0::{:x}/128", id)}},
-            {{"203.0.113.7:41641", "192.168.1.20:41641"}},
+            {{address + "/32", fmt::format("fd7a::{:x}/128", id)}},
+            {{"203.0.113.7:40100", "192.168.1.20:40100"}},
             key,
             "linux",
             id % 100};

@@ -63,11 +63,11 @@ std::string ipv4(std::uint32_t host) {
 }
 
 std::string ipv6(std::uint32_t host) {
-    return fmt::format("fd7a:7175:6f78::{:x}:{:x}", host >> 16, host & 0xFFFF);
+    return fmt::format("fd7a::{:x}:{:x}", host >> 16, host & 0xFFFF);
 }
 
-std::string key(const char* prefix, Scramble& scramble) {
-    return fmt::format("{}:{:016x}{:016x}{:016x}{:016x}", prefix, scramble.next(), scramble.next(),
+std::string key(Scramble& scramble) {
+    return fmt::format("{:016x}{:016x}{:016x}{:016x}", scramble.next(), scramble.next(),
                        scramble.next(), scramble.next());
 }
 
@@ -82,8 +82,8 @@ void appendPeer(std::string& text, const Account& account, std::size_t number) {
     const std::uint32_t host = hostNumber(account, number + 1);
     const std::string v4 = ipv4(host);
     const std::string v6 = ipv6(host);
-    const std::string machine = key("mkey", scramble).substr(0, 37);
-    const std::string node = key("nodekey", scramble);
+    const std::string machine = key(scramble).substr(0, 32);
+    const std::string node = key(scramble);
     const std::size_t owner = (pick >> 16) % (colleagues.size() + 1);
 
     fmt::format_to(
@@ -92,7 +92,7 @@ void appendPeer(std::string& text, const Account& account, std::size_t number) {
         R"("AllowedIPs":["{}/32","{}/128"],"Endpoints":["203.0.113.{}:{}"],"NodeKey":"{}",)"
         R"("OS":"{}","UserID":{}}}}})",
         nodeId(number), adjectives[pick % adjectives.size()], animals[(pick >> 8) % animals.size()],
-        number + 1, account.network, v4, v6, machine, v4, v6, pick >> 24 & 255, 41641 + pick % 64,
+        number + 1, account.network, v4, v6, machine, v4, v6, pick >> 24 & 255, 40100 + pick % 64,
         node, systems[(pick >> 32) % systems.size()],
         account.userId + static_cast<std::int64_t>(owner));
 }
@@ -136,8 +136,8 @@ json::object ownNode(const Account& account, const std::string& nodeKey) {
         allowed.emplace_back(address + (address.find(':') == std::string::npos ? "/32" : "/128"));
     }
     return {{"ID", account.nodeId},    {"Name", account.nodeName()},
-            {"Addresses", addresses},  {"Key", key("mkey", scramble)},
-            {"AllowedIPs", allowed},   {"Endpoints", {"198.51.100.24:41641", "192.168.11.5:41641"}},
+            {"Addresses", addresses},  {"Key", key(scramble)},
+            {"AllowedIPs", allowed},   {"Endpoints", {"198.51.100.24:40100", "192.168.11.5:40100"}},
             {"NodeKey", nodeKey},      {"OS", "linux"},
             {"UserID", account.userId}};
 }
@@ -156,10 +156,10 @@ std::string NetworkMap::text(const Account& account, std::size_t peerCount) {
         peersCount = peerCount;
     }
     Scramble scramble(~seedOf(account));
-    const std::string nodeKey = key("nodekey", scramble);
+    const std::string nodeKey = key(scramble);
     const json::object own{{"SelfNode", {{"Node", ownNode(account, nodeKey)}}},
                            {"NodeKey", nodeKey},
-                           {"PrivateWgKey", key("privkey", scramble)},
+                           {"PrivateWgKey", key(scramble)},
                            {"DNSName", account.nodeName()},
                            {"UserProfiles", userProfiles(account)}};
     std::string text = json::serialize(own);

@@ -22,7 +22,7 @@ void PanelScene::logIn() {
     login.email = "haru@example.com";
     login.hostName = "harus-laptop";
     login.nodeID = 4;
-    login.quoxelinIPs = "100.64.0.4,fd7a:115c:a1e0::4";
+    login.quoxelinIPs = "100.64.0.4,fd7a::4";
     appState->login = login;
     appState->vpn = VpnViewState{VPNConnectionStatus::connected};
     appState->profiles = {

@@ -155,7 +155,7 @@ std::vector<PanelState> identityStates() {
                  }),
         loggedIn("ipv6-only",
                  [](PanelScene& scene) {
-                     scene.edit([](auto& login) { login.quoxelinIPs = "fd7a:115c:a1e0::4"; });
+                     scene.edit([](auto& login) { login.quoxelinIPs = "fd7a::4"; });
                  }),
         loggedIn("nothing-known-yet",
                  [](PanelScene& scene) {

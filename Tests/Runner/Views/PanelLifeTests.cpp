@@ -21,7 +21,7 @@ TEST_F(PanelLife, highlightsTheRowUnderThePointer) {
         {"Disconnect", &content->isHoveringConnect},
         {"DNS: harus-laptop", &content->isHoveringDNS},
         {"Quoxelin IPv4: 100.64.0.4", &content->isHoveringIPv4},
-        {"Quoxelin IPv6: fd7a:115c:a1e0::4", &content->isHoveringIPv6},
+        {"Quoxelin IPv6: fd7a::4", &content->isHoveringIPv6},
         {"Check for Updates...", &content->isHoveringCheckUpdate},
         {"More", &content->isHoveringMore},
         {"Logout", &content->isHoveringLogout},
