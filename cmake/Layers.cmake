@@ -2,7 +2,7 @@
 # system headers, paths with "..", conditions on an operating system. Nothing compiles before it.
 find_package(Python3 REQUIRED COMPONENTS Interpreter)
 set(checked)
-foreach(box Base Platform Runner)
+foreach(box Base View Platform Runner Helper)
     file(GLOB_RECURSE found CONFIGURE_DEPENDS
         ${box}/*.h ${box}/*.cpp ${box}/*.mm ${box}/*.m)
     list(APPEND checked ${found})

@@ -1,7 +1,7 @@
 #include "Platform/Linux/ContainerViews.h"
 
 #include "Platform/Linux/Theme.h"
-#include "Platform/Rendering/Reconcile.h"
+#include "View/Reconcile.h"
 
 #include <QKeyEvent>
 #include <QPainter>

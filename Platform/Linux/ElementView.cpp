@@ -5,7 +5,7 @@
 #include "Platform/Linux/LeafViews.h"
 #include "Platform/Linux/PopoverWindow.h"
 #include "Platform/Linux/Theme.h"
-#include "Platform/Rendering/Reconcile.h"
+#include "View/Reconcile.h"
 
 #include <QPainter>
 #include <cmath>

@@ -2,7 +2,7 @@
 
 #include "Platform/Linux/FocusOrder.h"
 #include "Platform/Linux/ScreenGeometry.h"
-#include "Platform/Rendering/Reconcile.h"
+#include "View/Reconcile.h"
 
 #include <QCloseEvent>
 

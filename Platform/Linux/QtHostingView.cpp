@@ -1,7 +1,7 @@
 #include "Platform/Linux/QtHostingView.h"
 
 #include "Platform/Linux/FocusOrder.h"
-#include "Platform/Rendering/Reconcile.h"
+#include "View/Reconcile.h"
 
 #include <QEvent>
 #include <QVBoxLayout>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Runner/Views/ViewRecords.h"
+#include "View/ViewRecords.h"
 
 #include <QColor>
 #include <QFont>

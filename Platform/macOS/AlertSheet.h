@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Platform/Rendering/Element.h"
+#include "View/Element.h"
 
 #import <AppKit/AppKit.h>
 

@@ -1,6 +1,6 @@
 #include "Platform/macOS/ContainerViews.h"
 
-#include "Platform/Rendering/Reconcile.h"
+#include "View/Reconcile.h"
 #include "Platform/macOS/ObjC.h"
 
 #include <algorithm>

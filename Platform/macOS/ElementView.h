@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Platform/Rendering/Element.h"
 #include "Platform/macOS/QXBox.h"
+#include "View/Element.h"
 
 namespace quoxelin {
 

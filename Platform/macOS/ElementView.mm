@@ -1,6 +1,6 @@
 #include "Platform/macOS/ElementView.h"
 
-#include "Platform/Rendering/Reconcile.h"
+#include "View/Reconcile.h"
 #include "Platform/macOS/AlertSheet.h"
 #include "Platform/macOS/ContainerViews.h"
 #include "Platform/macOS/LeafViews.h"

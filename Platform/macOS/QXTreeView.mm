@@ -1,6 +1,6 @@
 #include "Platform/macOS/QXTreeView.h"
 
-#include "Platform/Rendering/Reconcile.h"
+#include "View/Reconcile.h"
 #include "Platform/macOS/ElementView.h"
 
 @implementation QXTreeView {

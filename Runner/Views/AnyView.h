@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Base/Subscription.h"
-#include "Runner/Views/ViewRecords.h"
+#include "View/ViewRecords.h"
 
 #include <functional>
 #include <vector>

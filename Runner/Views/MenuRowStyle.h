@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Runner/Views/Binding.h"
-#include "Runner/Views/ViewRecords.h"
+#include "View/ViewRecords.h"
 
 namespace quoxelin {
 

@@ -4,7 +4,7 @@
 #include "Runner/Stores/AppViewState.h"
 #include "Runner/Views/MenuRowStyle.h"
 #include "Runner/Views/QuoxelinMenuBarContent.h"
-#include "Runner/Views/ViewBuilders.h"
+#include "View/ViewBuilders.h"
 
 #include <set>
 

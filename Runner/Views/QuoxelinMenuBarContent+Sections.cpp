@@ -6,7 +6,7 @@
 #include "Runner/ViewModels/UpdaterViewModel.h"
 #include "Runner/Views/MenuRowStyle.h"
 #include "Runner/Views/QuoxelinMenuBarContent.h"
-#include "Runner/Views/ViewBuilders.h"
+#include "View/ViewBuilders.h"
 
 namespace quoxelin {
 

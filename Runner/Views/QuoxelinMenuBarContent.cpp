@@ -5,7 +5,7 @@
 #include "Runner/Services/SystemExtension/SystemExtensionService.h"
 #include "Runner/Stores/AppViewState.h"
 #include "Runner/Views/MenuRowStyle.h"
-#include "Runner/Views/ViewBuilders.h"
+#include "View/ViewBuilders.h"
 
 #include <array>
 #include <iterator>

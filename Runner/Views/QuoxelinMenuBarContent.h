@@ -4,7 +4,7 @@
 #include "Base/Published.h"
 #include "Runner/Stores/LoginViewState.h"
 #include "Runner/Views/Binding.h"
-#include "Runner/Views/ViewRecords.h"
+#include "View/ViewRecords.h"
 
 #include <filesystem>
 #include <functional>

@@ -2,7 +2,7 @@
 
 #include "Base/ObserverList.h"
 #include "Platform/NSPanel.h"
-#include "Runner/Views/ViewRecords.h"
+#include "View/ViewRecords.h"
 
 #include <vector>
 

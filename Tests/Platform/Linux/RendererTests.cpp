@@ -1,8 +1,8 @@
 #include "Platform/Linux/QtHostingView.h"
-#include "Runner/Views/ViewText.h"
 #include "Tests/Platform/Linux/PanelOnScreen.h"
 #include "Tests/Support/Golden.h"
 #include "Tests/Support/PanelStates.h"
+#include "Tests/Support/ViewText.h"
 
 #include <QAccessible>
 #include <QApplication>

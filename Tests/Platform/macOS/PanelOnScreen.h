@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Platform/macOS/MacPanels.h"
-#include "Runner/Views/ViewRecords.h"
+#include "View/ViewRecords.h"
 
 #import <AppKit/AppKit.h>
 #include <functional>

@@ -1,5 +1,5 @@
 #include "Platform/macOS/MacHostingView.h"
-#include "Runner/Views/ViewText.h"
+#include "Tests/Support/ViewText.h"
 #include "Tests/Support/Golden.h"
 #include "Tests/Support/PanelStates.h"
 

@@ -1,6 +1,6 @@
-#include "Runner/Views/ViewText.h"
 #include "Tests/Support/Golden.h"
 #include "Tests/Support/PanelStates.h"
+#include "Tests/Support/ViewText.h"
 
 #include <algorithm>
 #include <filesystem>

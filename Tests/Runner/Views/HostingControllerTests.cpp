@@ -2,9 +2,9 @@
 
 #include "Base/Published.h"
 #include "Runner/Views/MenuBar.h"
-#include "Runner/Views/ViewBuilders.h"
 #include "Simulation/System/SimulatedPanels.h"
 #include "Tests/Support/PanelScene.h"
+#include "View/ViewBuilders.h"
 
 #include <gtest/gtest.h>
 

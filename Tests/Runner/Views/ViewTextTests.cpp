@@ -1,7 +1,7 @@
-#include "Runner/Views/ViewText.h"
+#include "Tests/Support/ViewText.h"
 
 #include "Runner/Views/MenuRowStyle.h"
-#include "Runner/Views/ViewBuilders.h"
+#include "View/ViewBuilders.h"
 
 #include <gtest/gtest.h>
 

@@ -1,0 +1,158 @@
+#include "Helper/TrustedFile.h"
+#include "Tests/Support/TemporaryDirectory.h"
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+
+namespace quoxelin::helper {
+namespace {
+
+namespace fs = std::filesystem;
+using quoxelin::testing::TemporaryDirectory;
+using ::testing::HasSubstr;
+
+/// An installation in which the trusted user is whoever runs the tests.
+class TrustedFile : public ::testing::Test {
+  protected:
+    TrustedFile() {
+        fs::create_directories(in("lib/Resources"));
+        for (const auto* folder : {"lib", "lib/Resources"})
+            ::chmod(in(folder).c_str(), 0755);
+        makeFile("lib/Resources/program");
+    }
+
+    fs::path in(const std::string& name) const { return root.path() / name; }
+
+    void makeFile(const std::string& name, mode_t mode = 0755) {
+        std::ofstream(in(name)) << "program";
+        ::chmod(in(name).c_str(), mode);
+    }
+
+    void mode(const std::string& name, mode_t bits) {
+        ASSERT_EQ(::chmod(in(name).c_str(), bits), 0);
+    }
+
+    /// Why it is not opened; empty when it is.
+    std::string refusal(const std::string& path = "/lib/Resources/program") const {
+        const auto opened = openTrusted(path, {owner, root.path().string()});
+        return opened ? "" : opened.error();
+    }
+
+    TemporaryDirectory root;
+    uid_t owner = ::geteuid();
+};
+
+TEST_F(TrustedFile, isOpenedWhereEverythingIsAsInstalled) {
+    const auto opened = openTrusted("/lib/Resources/program", {owner, root.path().string()});
+    ASSERT_TRUE(opened) << opened.error();
+    struct stat status = {};
+    struct stat expected = {};
+    ASSERT_EQ(::fstat(opened->get(), &status), 0);
+    ASSERT_EQ(::stat(in("lib/Resources/program").c_str(), &expected), 0);
+    EXPECT_EQ(status.st_ino, expected.st_ino);
+    EXPECT_EQ(::fcntl(opened->get(), F_GETFD), FD_CLOEXEC);
+}
+
+TEST_F(TrustedFile, staysTheOneThatWasChecked) {
+    const auto opened = openTrusted("/lib/Resources/program", {owner, root.path().string()});
+    ASSERT_TRUE(opened);
+    makeFile("other");
+    fs::rename(in("other"), in("lib/Resources/program"));
+    struct stat status = {};
+    struct stat now = {};
+    ASSERT_EQ(::fstat(opened->get(), &status), 0);
+    ASSERT_EQ(::stat(in("lib/Resources/program").c_str(), &now), 0);
+    EXPECT_NE(status.st_ino, now.st_ino);
+}
+
+TEST_F(TrustedFile, isRefusedByARelativeOrWindingPath) {
+    for (const auto* path :
+         {"", "lib/Resources/program", "./lib/Resources/program", "/lib/../lib/Resources/program",
+          "/lib/./Resources/program", "//lib/Resources/program", "/lib//Resources/program",
+          "/lib/Resources/program/", "/", "/..", "/lib/Resources/program/.."})
+        EXPECT_THAT(refusal(path), HasSubstr("not written plainly")) << path;
+    EXPECT_THAT(refusal(std::string("/lib/Resources/program\0x", 24)),
+                HasSubstr("not written plainly"));
+}
+
+TEST_F(TrustedFile, isRefusedWhenMissing) {
+    EXPECT_THAT(refusal("/lib/Resources/absent"), HasSubstr("No such file"));
+    EXPECT_THAT(refusal("/lib/absent/program"), HasSubstr("No such file"));
+}
+
+TEST_F(TrustedFile, isRefusedAsASymbolicLink) {
+    fs::rename(in("lib/Resources/program"), in("lib/Resources/real"));
+    fs::create_symlink("real", in("lib/Resources/program"));
+    EXPECT_THAT(refusal(), HasSubstr("program is a symbolic link"));
+}
+
+TEST_F(TrustedFile, isRefusedBehindALinkedDirectory) {
+    fs::rename(in("lib"), in("real"));
+    fs::create_directory_symlink("real", in("lib"));
+    EXPECT_THAT(refusal(), HasSubstr("/lib/"));
+    EXPECT_EQ(refusal("/real/Resources/program"), "");
+}
+
+TEST_F(TrustedFile, isRefusedBehindALinkedRoot) {
+    TemporaryDirectory elsewhere;
+    fs::create_directory_symlink(root.path(), elsewhere.path() / "link");
+    const auto opened =
+        openTrusted("/lib/Resources/program", {owner, (elsewhere.path() / "link").string()});
+    EXPECT_FALSE(opened);
+}
+
+TEST_F(TrustedFile, isRefusedWithAnotherName) {
+    fs::create_hard_link(in("lib/Resources/program"), in("lib/copy"));
+    EXPECT_THAT(refusal(), HasSubstr("has another name"));
+    fs::remove(in("lib/copy"));
+    EXPECT_EQ(refusal(), "");
+}
+
+TEST_F(TrustedFile, isRefusedWhenOthersCanWriteIt) {
+    for (const mode_t bits : {0775, 0757, 0777}) {
+        mode("lib/Resources/program", bits);
+        EXPECT_THAT(refusal(), HasSubstr("program can be written by others"));
+    }
+}
+
+TEST_F(TrustedFile, isRefusedWhenOthersCanWriteADirectoryAboveIt) {
+    for (const auto* folder : {"lib/Resources", "lib", "."})
+        for (const mode_t bits : {0775, 0757, 01777}) {
+            mode(folder, bits);
+            EXPECT_THAT(refusal(), HasSubstr("can be written by others")) << folder;
+            mode(folder, 0755);
+        }
+    EXPECT_EQ(refusal(), "");
+}
+
+TEST_F(TrustedFile, isRefusedWhenItIsSomebodyElses) {
+    owner = ::geteuid() + 1;
+    EXPECT_THAT(refusal(), HasSubstr("belongs to somebody else"));
+}
+
+TEST_F(TrustedFile, isRefusedWithSetIdBits) {
+    for (const mode_t bits : {04755, 02755, 01755}) {
+        mode("lib/Resources/program", bits);
+        EXPECT_THAT(refusal(), HasSubstr("set-id"));
+    }
+}
+
+TEST_F(TrustedFile, isRefusedWhenNotExecutable) {
+    mode("lib/Resources/program", 0644);
+    EXPECT_THAT(refusal(), HasSubstr("not executable"));
+}
+
+TEST_F(TrustedFile, isRefusedWhenItIsNoRegularFile) {
+    EXPECT_THAT(refusal("/lib/Resources"), HasSubstr("no regular file"));
+    // Nobody writes into the pipe: opening it for reading would wait for ever.
+    ASSERT_EQ(::mkfifo(in("lib/Resources/pipe").c_str(), 0755), 0);
+    EXPECT_THAT(refusal("/lib/Resources/pipe"), HasSubstr("no regular file"));
+    EXPECT_NE(refusal("/lib/Resources/program/below"), "");
+}
+
+} // namespace
+} // namespace quoxelin::helper

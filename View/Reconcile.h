@@ -1,0 +1,69 @@
+#pragma once
+
+#include "View/ViewRecords.h"
+
+#include <cstddef>
+#include <memory>
+#include <utility>
+#include <vector>
+
+namespace quoxelin {
+
+// Which elements stay on the screen when the records change. `View` is a toolkit's own kind of
+// `Element`; `View::make(kind)` makes a new one.
+
+/// A new view of that kind: one of the toolkit's classes, which are named in the order of
+/// `ViewNode::Kind`; both stacks are of one class.
+template <typename View, typename Text, typename Symbol, typename Circle, typename Spacer,
+          typename Divider, typename Row, typename Stack>
+std::unique_ptr<View> makeView(ViewNode::Kind kind) {
+    switch (kind) {
+    case ViewNode::Kind::text:
+        return std::make_unique<Text>();
+    case ViewNode::Kind::symbol:
+        return std::make_unique<Symbol>();
+    case ViewNode::Kind::circle:
+        return std::make_unique<Circle>();
+    case ViewNode::Kind::spacer:
+        return std::make_unique<Spacer>();
+    case ViewNode::Kind::divider:
+        return std::make_unique<Divider>();
+    case ViewNode::Kind::row:
+        return std::make_unique<Row>();
+    case ViewNode::Kind::horizontalStack:
+    case ViewNode::Kind::verticalStack:
+        return std::make_unique<Stack>(kind);
+    }
+    return nullptr;
+}
+
+/// One view for each of the siblings, in their order. A view stays with the record that it stands
+/// for: by its key, or by its position where it has none. Those that stand for none any more go.
+template <typename View>
+std::vector<std::unique_ptr<View>> reconciled(std::vector<std::unique_ptr<View>> views,
+                                              const std::vector<ViewNode>& nodes) {
+    const auto viewOf = [&views](const ViewNode& node, std::size_t position) {
+        for (std::size_t i = 0; i < views.size(); ++i)
+            if (views[i] && views[i]->standsFor(node, i == position))
+                return std::move(views[i]);
+        return View::make(node.kind);
+    };
+    std::vector<std::unique_ptr<View>> next;
+    next.reserve(nodes.size());
+    for (std::size_t i = 0; i < nodes.size(); ++i)
+        next.push_back(viewOf(nodes[i], i));
+    return next;
+}
+
+/// Has `root` show the tree. A view of another kind goes first; `install` puts the new one on the
+/// screen.
+template <typename View, typename Install>
+void reconcileRoot(std::unique_ptr<View>& root, const ViewNode& tree, Install install) {
+    if (!root || !root->standsFor(tree, true)) {
+        root = View::make(tree.kind);
+        install(*root);
+    }
+    root->bind(tree);
+}
+
+} // namespace quoxelin
