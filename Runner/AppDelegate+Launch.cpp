@@ -57,7 +57,7 @@ void AppDelegate::requestNotificationPermission() {
 void AppDelegate::registerURLHandler() {
     platform.appleEventManager.setEventHandler(
         kInternetEventClass, kAEGetURL,
-        lifetime.weakly([this](const std::optional<std::string>& directObject) {
+        mainThread.weakly([this](const std::optional<std::string>& directObject) {
             handleGetURLEvent(directObject);
         }));
 }
@@ -95,18 +95,15 @@ void AppDelegate::registerHelper() {
 }
 
 void AppDelegate::publishHelperState(bool needsApproval, std::optional<std::string> error) {
-    platform.dispatch.main().async(lifetime.weakly([this, needsApproval, error = std::move(error)] {
+    mainThread.async([this, needsApproval, error = std::move(error)] {
         appState->helperNeedsApproval = needsApproval;
         appState->helperRegistrationError = error;
-    }));
+    });
 }
 
 void AppDelegate::ensureHelperReadyAndStart(int retryCount) {
-    auto answered = lifetime.weakly(
-        [this, retryCount](bool isReachable) { helperAnswered(isReachable, retryCount); });
-    cli.ping([&main = platform.dispatch.main(), answered](bool isReachable) {
-        main.async([answered, isReachable]() mutable { answered(isReachable); });
-    });
+    cli.ping(mainThread.callback(
+        [this, retryCount](bool isReachable) { helperAnswered(isReachable, retryCount); }));
 }
 
 void AppDelegate::helperAnswered(bool isReachable, int retryCount) {
@@ -120,10 +117,10 @@ void AppDelegate::helperAnswered(bool isReachable, int retryCount) {
         logger.log("App", fmt::format(
                               "Helper not reachable. Retrying in {:.2f} seconds (attempt {}/{})...",
                               delay, retryCount + 1, helperMaximumRetries));
-        platform.dispatch.main().asyncAfter(seconds(delay), lifetime.weakly([this, retryCount] {
+        mainThread.asyncAfter(seconds(delay), [this, retryCount] {
             registerHelper();
             ensureHelperReadyAndStart(retryCount + 1);
-        }));
+        });
         return;
     }
     logger.log("App", fmt::format("Failed to communicate with Helper after {} attempts.",
@@ -135,7 +132,7 @@ void AppDelegate::helperAnswered(bool isReachable, int retryCount) {
 
 void AppDelegate::observeBecomingActive() {
     appActiveObserver = platform.notificationCenter.addObserver(
-        NSApplicationDidBecomeActiveNotification, lifetime.weakly([this](const Notification&) {
+        NSApplicationDidBecomeActiveNotification, mainThread.weakly([this](const Notification&) {
             if (!appState->helperNeedsApproval)
                 return;
             logger.log("App", "App became active while helper needs approval, re-checking...");
@@ -146,20 +143,19 @@ void AppDelegate::observeBecomingActive() {
 
 void AppDelegate::startDaemonAndSystemExtension() {
     cli.up();
-    systemExtension->onCompleted = lifetime.weakly([this] {
+    systemExtension->onCompleted = mainThread.weakly([this] {
         logger.log("App", "System Extension activated, ensuring VPN configuration...");
-        tunnel.ensureConfigurationSaved(lifetime.weakly([this] {
+        tunnel.ensureConfigurationSaved(mainThread.weakly([this] {
             logger.log("App", "VPN configuration ready, starting app state...");
             startAppState();
         }));
     });
-    systemExtension->onFailed = lifetime.weakly([this] {
+    systemExtension->onFailed = mainThread.weakly([this] {
         logger.log("App", "System Extension activation failed, starting app state anyway...");
         startAppState();
     });
     systemExtension->activate();
-    platform.dispatch.main().asyncAfter(appStateStartFallback,
-                                        lifetime.weakly([this] { startAppState(); }));
+    mainThread.asyncAfter(appStateStartFallback, [this] { startAppState(); });
 }
 
 void AppDelegate::startAppState() {

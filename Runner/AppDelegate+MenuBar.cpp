@@ -15,15 +15,13 @@
 namespace quoxelin {
 
 void AppDelegate::setupMenuBar() {
-    if (!platform.dispatch.isMainThread()) {
-        platform.dispatch.main().async(lifetime.weakly([this] { setupMenuBar(); }));
+    if (mainThread.takesOver([this] { setupMenuBar(); }))
         return;
-    }
     logger.log("App", "Setting up Menu Bar...");
     statusItem = platform.statusBar.statusItemWithLength(NSSquareStatusItemLength);
     if (auto* const button = statusItem->button()) {
         updateStatusItemIcon();
-        button->setAction(lifetime.weakly([this] { togglePopover(); }));
+        button->setAction(mainThread.weakly([this] { togglePopover(); }));
     }
 
     menuBar = std::make_unique<MenuBar>(
@@ -73,7 +71,7 @@ void AppDelegate::makePanel() {
     background.masksToBounds = true;
     background.subview = hostingController->view;
     panel->setContentView(background);
-    panel->setDidOrderOut(lifetime.weakly([this] { menuBar->content->panelDidHide(); }));
+    panel->setDidOrderOut(mainThread.weakly([this] { menuBar->content->panelDidHide(); }));
     overlayWindow = std::move(panel);
 }
 
@@ -81,7 +79,7 @@ void AppDelegate::installGlobalClickMonitor() {
     // Sees only clicks outside of the application's own windows: one inside the panel never closes
     // it.
     globalClickMonitor = platform.panels.addGlobalMonitorForEvents(
-        NSEventMaskLeftMouseDown | NSEventMaskRightMouseDown, lifetime.weakly([this] {
+        NSEventMaskLeftMouseDown | NSEventMaskRightMouseDown, mainThread.weakly([this] {
             if (panel().isVisible())
                 panel().orderOut();
         }));
@@ -94,10 +92,8 @@ NSPanel& AppDelegate::panel() {
 }
 
 void AppDelegate::updateStatusItemIcon() {
-    if (!platform.dispatch.isMainThread()) {
-        platform.dispatch.main().async(lifetime.weakly([this] { updateStatusItemIcon(); }));
+    if (mainThread.takesOver([this] { updateStatusItemIcon(); }))
         return;
-    }
     auto* const button = statusItem ? statusItem->button() : nullptr;
     if (button == nullptr)
         return;
@@ -115,10 +111,8 @@ void AppDelegate::updateStatusItemIcon() {
 }
 
 void AppDelegate::togglePopover() {
-    if (!platform.dispatch.isMainThread()) {
-        platform.dispatch.main().async(lifetime.weakly([this] { togglePopover(); }));
+    if (mainThread.takesOver([this] { togglePopover(); }))
         return;
-    }
     updateStatusItemIcon();
     if (panel().isVisible())
         panel().orderOut();
@@ -127,10 +121,8 @@ void AppDelegate::togglePopover() {
 }
 
 void AppDelegate::showWindow() {
-    if (!platform.dispatch.isMainThread()) {
-        platform.dispatch.main().async(lifetime.weakly([this] { showWindow(); }));
+    if (mainThread.takesOver([this] { showWindow(); }))
         return;
-    }
     auto* const button = statusItem ? statusItem->button() : nullptr;
     const auto onScreen = button != nullptr ? button->frameOnScreen() : std::nullopt;
     const auto icon = onScreen.value_or(NSRect{});
@@ -144,15 +136,13 @@ void AppDelegate::showWindow() {
 }
 
 void AppDelegate::setupMainMenu() {
-    if (!platform.dispatch.isMainThread()) {
-        platform.dispatch.main().async(lifetime.weakly([this] { setupMainMenu(); }));
+    if (mainThread.takesOver([this] { setupMainMenu(); }))
         return;
-    }
     const auto name = platform.processInfo.processName();
     constexpr auto command = NSEventModifierFlagCommand;
     const NSMenuItem separator;
     NSMenuItem checkForUpdates{"Check for Updates...", "checkForUpdates:",
-                               lifetime.weakly([this] { updaterController->checkForUpdates(); }),
+                               mainThread.weakly([this] { updaterController->checkForUpdates(); }),
                                "", command};
     platform.application.setMainMenu({
         {"About " + name, "orderFrontStandardAboutPanel:", nullptr, "", command},

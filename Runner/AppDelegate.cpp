@@ -47,10 +47,8 @@ void AppDelegate::handleGetURLEvent(const std::optional<std::string>& directObje
 }
 
 void AppDelegate::handleIncomingURL(const Url& url) {
-    if (!platform.dispatch.isMainThread()) {
-        platform.dispatch.main().async(lifetime.weakly([this, url] { handleIncomingURL(url); }));
+    if (mainThread.takesOver([this, url] { handleIncomingURL(url); }))
         return;
-    }
     if (url.scheme() != "quoxelin")
         return;
     const auto items = url.queryItems();

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Base/Lifetime.h"
+#include "Base/MainThread.h"
 #include "Base/Subscription.h"
 #include "Base/Url.h"
 #include "Platform/NSApplication.h"
@@ -115,7 +115,7 @@ class AppDelegate final : public NSApplicationDelegate,
     std::optional<Subscription> appearanceObserver;
     std::optional<Subscription> appActiveObserver;
     AppLogger& logger;
-    Lifetime lifetime;
+    MainThread mainThread{platform.dispatch};
 };
 
 } // namespace quoxelin

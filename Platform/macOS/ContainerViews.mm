@@ -1,7 +1,7 @@
 #include "Platform/macOS/ContainerViews.h"
 
-#include "View/Reconcile.h"
 #include "Platform/macOS/ObjC.h"
+#include "View/Reconcile.h"
 
 #include <algorithm>
 

@@ -1,11 +1,11 @@
 #include "Platform/macOS/ElementView.h"
 
-#include "View/Reconcile.h"
 #include "Platform/macOS/AlertSheet.h"
 #include "Platform/macOS/ContainerViews.h"
 #include "Platform/macOS/LeafViews.h"
 #include "Platform/macOS/PopoverPresenter.h"
 #include "Platform/macOS/Theme.h"
+#include "View/Reconcile.h"
 
 #include <algorithm>
 

@@ -1,7 +1,7 @@
 #include "Platform/macOS/QXTreeView.h"
 
-#include "View/Reconcile.h"
 #include "Platform/macOS/ElementView.h"
+#include "View/Reconcile.h"
 
 @implementation QXTreeView {
     std::unique_ptr<quoxelin::ElementView> root;

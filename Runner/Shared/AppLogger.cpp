@@ -1,5 +1,6 @@
 #include "Runner/Shared/AppLogger.h"
 
+#include "Base/Immortal.h"
 #include "Base/LocalTime.h"
 #include "Base/Utf8.h"
 #include "Platform/Foundation.h"
@@ -20,9 +21,9 @@ AppLogger::AppLogger(const Dependencies& dependencies)
       logPath(resolveLogPath()) {}
 
 AppLogger& AppLogger::shared() {
-    const auto& platform = Platform::current();
-    static AppLogger& instance =
-        *new AppLogger({platform.dispatch, platform.fileManager, platform.systemLog});
+    static auto& instance = immortal([&platform = Platform::current()] {
+        return AppLogger({platform.dispatch, platform.fileManager, platform.systemLog});
+    });
     return instance;
 }
 

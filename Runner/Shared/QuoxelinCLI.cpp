@@ -1,5 +1,6 @@
 #include "Runner/Shared/QuoxelinCLI.h"
 
+#include "Base/Immortal.h"
 #include "Platform/Foundation.h"
 #include "Platform/Platform.h"
 #include "Runner/Shared/AppLogger.h"
@@ -16,8 +17,9 @@ QuoxelinCLI::QuoxelinCLI(const Dependencies& dependencies)
       quoxelindPath(bundledExecutable(mainBundle, "quoxelind")) {}
 
 QuoxelinCLI& QuoxelinCLI::shared() {
-    static QuoxelinCLI& instance = *new QuoxelinCLI(
-        {AppLogger::shared(), Platform::current().xpc, Platform::current().mainBundle});
+    static auto& instance = immortal([&platform = Platform::current()] {
+        return QuoxelinCLI({AppLogger::shared(), platform.xpc, platform.mainBundle});
+    });
     return instance;
 }
 

@@ -1,5 +1,6 @@
 #include "Runner/Shared/QuoxelinCommands.h"
 
+#include "Base/Immortal.h"
 #include "Platform/Foundation.h"
 #include "Platform/Platform.h"
 #include "Platform/SystemLog.h"
@@ -17,9 +18,9 @@ QuoxelinCommands::QuoxelinCommands(const Dependencies& dependencies)
       quoxelindPath(bundledExecutable(mainBundle, "quoxelind")) {}
 
 QuoxelinCommands& QuoxelinCommands::shared() {
-    const auto& platform = Platform::current();
-    static QuoxelinCommands& instance =
-        *new QuoxelinCommands({platform.systemLog, platform.xpc, platform.mainBundle});
+    static auto& instance = immortal([&platform = Platform::current()] {
+        return QuoxelinCommands({platform.systemLog, platform.xpc, platform.mainBundle});
+    });
     return instance;
 }
 

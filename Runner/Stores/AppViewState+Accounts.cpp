@@ -16,15 +16,14 @@ constexpr double loginPollingInterval = 1.0;
 } // namespace
 
 void AppViewState::pollForLoginCompletion() {
-    if (handOver([this] { pollForLoginCompletion(); }))
+    if (mainThread.takesOver([this] { pollForLoginCompletion(); }))
         return;
     scheduleLoginPollingTick(std::make_shared<LoginPolling>(LoginPolling{0, logoutCount}));
 }
 
 void AppViewState::scheduleLoginPollingTick(std::shared_ptr<LoginPolling> polling) {
-    dependencies.dispatch.main().asyncAfter(
-        seconds(loginPollingInterval),
-        lifetime.weakly([this, polling = std::move(polling)] { loginPollingTick(polling); }));
+    mainThread.asyncAfter(seconds(loginPollingInterval),
+                          [this, polling = std::move(polling)] { loginPollingTick(polling); });
 }
 
 void AppViewState::loginPollingTick(const std::shared_ptr<LoginPolling>& polling) {
@@ -36,7 +35,7 @@ void AppViewState::loginPollingTick(const std::shared_ptr<LoginPolling>& polling
     if (polling->attempts % 3 == 0)
         dependencies.localAPI.triggerLogin([](const auto&) {});
     dependencies.localAPI.getStatus(
-        onMain([this, polling](const Result<DaemonStatus, LocalAPIError>& answer) {
+        mainThread.callback([this, polling](const Result<DaemonStatus, LocalAPIError>& answer) {
             loginPollingAnswer(polling, answer);
         }));
 }
@@ -55,7 +54,7 @@ void AppViewState::loginPollingAnswer(const std::shared_ptr<LoginPolling>& polli
 }
 
 void AppViewState::logout() {
-    if (handOver([this] { logout(); }))
+    if (mainThread.takesOver([this] { logout(); }))
         return;
     log("logout called");
     isLoggingOut = true;
@@ -65,8 +64,7 @@ void AppViewState::logout() {
     login = LoginViewState{};
     currentBackendState = HashiBusState::noState;
     hashiBus->logout();
-    dependencies.dispatch.main().asyncAfter(seconds(0.3),
-                                            lifetime.weakly([this] { refreshProfiles(); }));
+    mainThread.asyncAfter(seconds(0.3), [this] { refreshProfiles(); });
 }
 
 void AppViewState::refreshProfilesWithRetry(const std::optional<std::string>& targetId,
@@ -76,10 +74,9 @@ void AppViewState::refreshProfilesWithRetry(const std::optional<std::string>& ta
         return;
     if (targetId && *targetId == currentProfileId.get())
         return;
-    dependencies.dispatch.main().asyncAfter(
-        seconds(delay), lifetime.weakly([this, targetId, attempts, delay] {
-            refreshProfilesWithRetry(targetId, attempts - 1, delay);
-        }));
+    mainThread.asyncAfter(seconds(delay), [this, targetId, attempts, delay] {
+        refreshProfilesWithRetry(targetId, attempts - 1, delay);
+    });
 }
 
 void AppViewState::applyLocalCurrentProfile(const std::string& id) {
@@ -94,12 +91,12 @@ void AppViewState::applyLocalCurrentProfile(const std::string& id) {
 }
 
 void AppViewState::switchProfile(std::string id) {
-    if (handOver([this, id] { switchProfile(id); }))
+    if (mainThread.takesOver([this, id] { switchProfile(id); }))
         return;
     log("switchProfile to " + id);
     applyLocalCurrentProfile(id);
     dependencies.localAPI.switchProfile(
-        id, onMain([this, id](const Result<void, LocalAPIError>& answer) {
+        id, mainThread.callback([this, id](const Result<void, LocalAPIError>& answer) {
             if (answer) {
                 log("Profile switch successful");
                 refreshProfilesWithRetry(id, 10, 0.3);
@@ -111,12 +108,12 @@ void AppViewState::switchProfile(std::string id) {
 }
 
 void AppViewState::switchProfileAndLogin(std::string id) {
-    if (handOver([this, id] { switchProfileAndLogin(id); }))
+    if (mainThread.takesOver([this, id] { switchProfileAndLogin(id); }))
         return;
     log("switchProfileAndLogin to " + id);
     applyLocalCurrentProfile(id);
     dependencies.localAPI.switchProfile(
-        id, onMain([this, id](const Result<void, LocalAPIError>& answer) {
+        id, mainThread.callback([this, id](const Result<void, LocalAPIError>& answer) {
             if (!answer) {
                 log("switchProfileAndLogin failed: " + answer.error().errorDescription());
                 refreshProfiles();
@@ -124,7 +121,7 @@ void AppViewState::switchProfileAndLogin(std::string id) {
             }
             refreshProfilesWithRetry(id, 10, 0.3);
             dependencies.localAPI.startLogin(
-                onMain([this](const Result<std::string, LocalAPIError>& page) {
+                mainThread.callback([this](const Result<std::string, LocalAPIError>& page) {
                     if (page)
                         openLoginPage(*page);
                     else
@@ -134,18 +131,18 @@ void AppViewState::switchProfileAndLogin(std::string id) {
 }
 
 void AppViewState::addNewAccount() {
-    if (handOver([this] { addNewAccount(); }))
+    if (mainThread.takesOver([this] { addNewAccount(); }))
         return;
     log("addNewAccount called");
     dependencies.localAPI.switchToEmptyProfile(
-        onMain([this](const Result<void, LocalAPIError>& answer) {
+        mainThread.callback([this](const Result<void, LocalAPIError>& answer) {
             if (!answer) {
                 log("Failed to switch to empty profile: " + answer.error().errorDescription());
                 return;
             }
             log("Switched to empty profile, starting login flow");
             dependencies.localAPI.startLogin(
-                onMain([this](const Result<std::string, LocalAPIError>& page) {
+                mainThread.callback([this](const Result<std::string, LocalAPIError>& page) {
                     if (!page) {
                         log("Failed to get login URL: " + page.error().errorDescription());
                         return;

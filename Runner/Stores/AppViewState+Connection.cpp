@@ -9,7 +9,7 @@
 namespace quoxelin {
 
 void AppViewState::connect() {
-    if (handOver([this] { connect(); }))
+    if (mainThread.takesOver([this] { connect(); }))
         return;
     log("connect");
     cancelVPNRetry();
@@ -24,7 +24,7 @@ void AppViewState::connect() {
 }
 
 void AppViewState::disconnect() {
-    if (handOver([this] { disconnect(); }))
+    if (mainThread.takesOver([this] { disconnect(); }))
         return;
     log("disconnect");
     cancelVPNRetry();
@@ -35,7 +35,8 @@ void AppViewState::disconnect() {
 
 void AppViewState::setDaemonWantRunning(bool wantRunning) {
     dependencies.localAPI.setWantRunning(
-        wantRunning, onMain([this, wantRunning](const Result<void, LocalAPIError>& answer) {
+        wantRunning,
+        mainThread.callback([this, wantRunning](const Result<void, LocalAPIError>& answer) {
             if (answer)
                 log(fmt::format("daemon WantRunning={}", wantRunning));
             else
@@ -45,7 +46,7 @@ void AppViewState::setDaemonWantRunning(bool wantRunning) {
 }
 
 void AppViewState::saveConfigurationAndStartVPN() {
-    dependencies.tunnel.ensureConfigurationSaved(lifetime.weakly([this] {
+    dependencies.tunnel.ensureConfigurationSaved(mainThread.weakly([this] {
         if (wantsTunnel)
             startVPNWithRetry();
     }));
@@ -58,8 +59,7 @@ void AppViewState::startVPNWithRetry() {
 
 void AppViewState::scheduleVPNRetryIfNeeded() {
     cancelVPNRetry();
-    vpnConnectRetryWork = dependencies.dispatch.main().asyncAfter(
-        seconds(2.0), lifetime.weakly([this] { retryVPNIfNeeded(); }));
+    vpnConnectRetryWork = mainThread.asyncAfter(seconds(2.0), [this] { retryVPNIfNeeded(); });
 }
 
 void AppViewState::retryVPNIfNeeded() {

@@ -46,10 +46,10 @@ std::string privilegedCleanupScript() {
 } // namespace
 
 void AppViewState::uninstall() {
-    if (handOver([this] { uninstall(); }))
+    if (mainThread.takesOver([this] { uninstall(); }))
         return;
     log("uninstall called");
-    runPrivilegedCleanup(lifetime.weakly([this](bool succeeded) {
+    runPrivilegedCleanup(mainThread.weakly([this](bool succeeded) {
         if (succeeded)
             removeEverything();
         else
@@ -58,19 +58,17 @@ void AppViewState::uninstall() {
 }
 
 void AppViewState::runPrivilegedCleanup(std::function<void(bool succeeded)> completion) {
-    auto logOutcome = lifetime.weakly([this](const std::optional<std::string>& error) {
-        log(error ? "Privileged cleanup error: " + *error : "Privileged cleanup completed");
-    });
+    const auto finish = mainThread.callback(
+        [this, completion = std::move(completion)](const std::optional<std::string>& error) {
+            log(error ? "Privileged cleanup error: " + *error : "Privileged cleanup completed");
+            completion(!error);
+        });
     dependencies.dispatch.global(QualityOfService::userInitiated)
-        .async([&main = dependencies.dispatch.main(), &appleScript = dependencies.appleScript,
-                logOutcome, completion = std::move(completion)] {
+        .async([&appleScript = dependencies.appleScript, finish] {
             std::optional<std::string> error;
             if (const auto script = appleScript.initWithSource(privilegedCleanupScript()))
                 error = script->executeAndReturnError();
-            main.async([error, logOutcome, completion]() mutable {
-                logOutcome(error);
-                completion(!error);
-            });
+            finish(error);
         });
 }
 
@@ -79,7 +77,7 @@ void AppViewState::removeEverything() {
     disconnect();
     hashiBus->stop();
     LoginItem::unregister(dependencies.userDefaults, *dependencies.serviceManagement.mainApp());
-    dependencies.tunnel.removeConfiguration(lifetime.weakly([this] {
+    dependencies.tunnel.removeConfiguration(mainThread.weakly([this] {
         removeSupportFolder();
         log("Uninstall completed");
         dependencies.application.terminate();

@@ -1,6 +1,7 @@
 #include "Runner/Stores/AppViewState.h"
 
 #include "Base/AsciiCase.h"
+#include "Base/Immortal.h"
 #include "Base/Trim.h"
 #include "Platform/Platform.h"
 #include "Runner/Services/State/LocalAPIClient.h"
@@ -104,8 +105,7 @@ std::shared_ptr<AppViewState> AppViewState::make(const Dependencies& dependencie
 }
 
 std::shared_ptr<AppViewState> AppViewState::shared() {
-    static const auto& instance = *new std::shared_ptr<AppViewState>([] {
-        const auto& platform = Platform::current();
+    static const auto& instance = immortal([&platform = Platform::current()] {
         return make(
             {
                 .dispatch = platform.dispatch,
@@ -128,7 +128,7 @@ std::shared_ptr<AppViewState> AppViewState::shared() {
                     .logger = AppLogger::shared(),
                 },
                 platform.daemonSocketPath));
-    }());
+    });
     return instance;
 }
 
@@ -141,20 +141,20 @@ void AppViewState::log(const std::string& message) {
 }
 
 void AppViewState::followTunnel() {
-    const auto mirror = onMain([this](VPNConnectionStatus status) { vpn = VpnViewState{status}; });
+    const auto mirror =
+        mainThread.callback([this](VPNConnectionStatus status) { vpn = VpnViewState{status}; });
     cancellables.push_back(dependencies.tunnel.connectionStatus.subscribe(mirror));
 }
 
 void AppViewState::start() {
-    if (handOver([this] { start(); }))
+    if (mainThread.takesOver([this] { start(); }))
         return;
     log("start() called");
     hashiBus->start();
 }
 
 void AppViewState::hashiBusDidReceiveNotify(const HashiBusNotify& notify) {
-    dependencies.dispatch.main().async(
-        lifetime.weakly([this, copy = copyWithoutPeers(notify)] { updateState(copy); }));
+    mainThread.async([this, copy = copyWithoutPeers(notify)] { updateState(copy); });
 }
 
 void AppViewState::updateState(const HashiBusNotify& notify) {
@@ -230,11 +230,11 @@ void AppViewState::notifyJailTransition(const LoginViewState& old, const LoginVi
 }
 
 void AppViewState::refreshProfiles() {
-    if (handOver([this] { refreshProfiles(); }))
+    if (mainThread.takesOver([this] { refreshProfiles(); }))
         return;
     log("refreshProfiles called");
     dependencies.localAPI.getProfiles(
-        onMain([this](const Result<ProfilesResponse, LocalAPIError>& answer) {
+        mainThread.callback([this](const Result<ProfilesResponse, LocalAPIError>& answer) {
             if (answer)
                 applyProfiles(*answer);
             else

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Base/Dispatch.h"
-#include "Base/Lifetime.h"
+#include "Base/MainThread.h"
 #include "Base/Published.h"
 #include "Base/Result.h"
 #include "Runner/Models/HashiBus/DaemonStatus.h"
@@ -113,25 +113,6 @@ class AppViewState final : public ObservableObject, public HashiBusClientDelegat
 
     void log(const std::string& message);
 
-    /// Called on another thread, has the main queue repeat the operation, and says so.
-    template <typename Operation>
-    bool handOver(Operation operation) {
-        if (dependencies.dispatch.isMainThread())
-            return false;
-        dependencies.dispatch.main().async(lifetime.weakly(std::move(operation)));
-        return true;
-    }
-
-    /// Turns `function` into a completion that may be called on any thread: it is performed on the
-    /// main queue, if the store still exists then.
-    template <typename Function>
-    auto onMain(Function function) const {
-        return [&main = dependencies.dispatch.main(),
-                function = lifetime.weakly(std::move(function))](auto answer) {
-            main.async([function, answer = std::move(answer)]() mutable { function(answer); });
-        };
-    }
-
     void followTunnel();
     void updateState(const HashiBusNotify& notify);
     void followBackendState(HashiBusState state, LoginViewState& s);
@@ -183,7 +164,7 @@ class AppViewState final : public ObservableObject, public HashiBusClientDelegat
     std::optional<WorkItem> vpnConnectRetryWork;
     /// Since the last `connect`.
     int vpnRetryCount = 0;
-    Lifetime lifetime;
+    MainThread mainThread{dependencies.dispatch};
 };
 
 } // namespace quoxelin

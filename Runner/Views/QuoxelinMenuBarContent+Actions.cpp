@@ -30,20 +30,16 @@ void QuoxelinMenuBarContent::toggleVpn() {
 }
 
 void QuoxelinMenuBarContent::startLoginFlow() {
-    auto finish = lifetime.weakly([this](const Result<std::string, LocalAPIError>& url) {
-        if (!url) {
-            dependencies.logger.log("UI",
-                                    "LocalAPI login failed: " + url.error().errorDescription());
-            return;
-        }
-        open(*url);
-        app->pollForLoginCompletion();
-    });
     dependencies.localAPI.startLogin(
-        [&main = dependencies.dispatch.main(),
-         finish = std::move(finish)](Result<std::string, LocalAPIError> url) {
-            main.async([finish, url = std::move(url)]() mutable { finish(url); });
-        });
+        mainThread.callback([this](const Result<std::string, LocalAPIError>& url) {
+            if (!url) {
+                dependencies.logger.log("UI",
+                                        "LocalAPI login failed: " + url.error().errorDescription());
+                return;
+            }
+            open(*url);
+            app->pollForLoginCompletion();
+        }));
 }
 
 void QuoxelinMenuBarContent::openLoginItemsSettings() {
@@ -80,7 +76,7 @@ void QuoxelinMenuBarContent::exportLogs() {
     options.canChooseDirectories = true;
     options.canCreateDirectories = true;
     dependencies.openPanel.begin(
-        options, lifetime.weakly([this](const std::optional<std::filesystem::path>& directory) {
+        options, mainThread.weakly([this](const std::optional<std::filesystem::path>& directory) {
             if (directory)
                 exportLogs(*directory);
         }));

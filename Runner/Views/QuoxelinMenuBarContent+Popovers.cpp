@@ -40,7 +40,7 @@ ViewNode popoverColumn(std::vector<ViewNode> children) {
 } // namespace
 
 std::shared_ptr<const Popover> QuoxelinMenuBarContent::switchAccountPopover(bool loggedIn) {
-    const Action dismiss = lifetime.weakly([this] { isSwitchAccountPopoverPresented = false; });
+    const Action dismiss = mainThread.weakly([this] { isSwitchAccountPopoverPresented = false; });
     return std::make_shared<const Popover>(Popover{
         popoverColumn({
             view::keyed("header", popoverHeader()),
@@ -77,8 +77,8 @@ ViewNode QuoxelinMenuBarContent::profileRow(const ProfileInfo& profile, bool log
                                : leadingSymbol({}));
     row.children.push_back(view::text(profile.name, Font::callout));
     row.children.push_back(view::spacer());
-    row.action =
-        lifetime.weakly([this, id = profile.id, isCurrent = profile.isCurrent, loggedIn, dismiss] {
+    row.action = mainThread.weakly(
+        [this, id = profile.id, isCurrent = profile.isCurrent, loggedIn, dismiss] {
             if (isCurrent)
                 return;
             if (loggedIn)
@@ -89,7 +89,7 @@ ViewNode QuoxelinMenuBarContent::profileRow(const ProfileInfo& profile, bool log
         });
     return menuRowStyle(std::move(row),
                         {[this, id = profile.id] { return hoveringProfileId.get() == id; },
-                         lifetime.weakly([this, id = profile.id](bool isHovering) {
+                         mainThread.weakly([this, id = profile.id](bool isHovering) {
                              // The next row may be entered before this one is left.
                              if (isHovering)
                                  hoveringProfileId = id;
@@ -110,7 +110,7 @@ ViewNode QuoxelinMenuBarContent::addAccountRow(const Action& dismiss) {
 }
 
 std::shared_ptr<const Popover> QuoxelinMenuBarContent::morePopover() {
-    const Action dismiss = lifetime.weakly([this] { isMorePopoverPresented = false; });
+    const Action dismiss = mainThread.weakly([this] { isMorePopoverPresented = false; });
     std::vector<ViewNode> children{
         view::keyed("header", popoverHeader()),
         view::keyed("profiles", profileList(true, dismiss)),
@@ -142,12 +142,12 @@ bool QuoxelinMenuBarContent::isWhiteLabelBuild() const {
 std::shared_ptr<const Alert> QuoxelinMenuBarContent::uninstallConfirmation() {
     if (!showUninstallConfirm)
         return nullptr;
-    const Action uninstall = lifetime.weakly([this] {
+    const Action uninstall = mainThread.weakly([this] {
         showUninstallConfirm = false;
         dependencies.logger.log("State", "uninstall called");
         app->uninstall();
     });
-    const Action cancel = lifetime.weakly([this] { showUninstallConfirm = false; });
+    const Action cancel = mainThread.weakly([this] { showUninstallConfirm = false; });
     return std::make_shared<const Alert>(Alert{
         "Uninstall Quoxelin",
         "This will remove all credentials, VPN settings, and logs. Administrator password is "

@@ -98,7 +98,7 @@ ViewNode QuoxelinMenuBarContent::helperApprovalSection() {
     ViewNode enable;
     enable.kind = ViewNode::Kind::row;
     enable.accessibilityLabel = label;
-    enable.action = lifetime.weakly([this] { openLoginItemsSettings(); });
+    enable.action = mainThread.weakly([this] { openLoginItemsSettings(); });
     enable.children = {view::text(label, Font::callout), view::spacer()};
 
     auto section = view::verticalStack({menuRowMetrics(std::move(enable))});
@@ -160,7 +160,7 @@ ViewNode QuoxelinMenuBarContent::systemExtensionWarning() {
     ViewNode warning;
     warning.kind = ViewNode::Kind::row;
     warning.accessibilityLabel = title;
-    warning.action = lifetime.weakly([this] { resolveSystemExtension(); });
+    warning.action = mainThread.weakly([this] { resolveSystemExtension(); });
     warning.spacing = 8;
     warning.children = {
         view::symbol("exclamationmark.triangle.fill", Font::callout, Color::orange),

@@ -22,7 +22,7 @@ QuoxelinMenuBarContent::QuoxelinMenuBarContent(
         programmingFault("the panel's content needs the objects that it shows");
 
     this->systemExtension->onWillCompleteAfterReboot =
-        lifetime.weakly([this] { waitingReboot = true; });
+        mainThread.weakly([this] { waitingReboot = true; });
 
     // Logging in or out exchanges the rows that the pop-overs hang on: without this a pop-over
     // would come back by itself with its row.
@@ -80,7 +80,7 @@ ViewNode QuoxelinMenuBarContent::row(ViewNode label, Published<bool>& isHovering
     ViewNode row;
     row.kind = ViewNode::Kind::row;
     row.accessibilityLabel = label.text;
-    row.action = lifetime.weakly(std::move(action));
+    row.action = mainThread.weakly(std::move(action));
     row.children = {std::move(label), view::spacer()};
     return menuRowStyle(std::move(row), binding(isHovering));
 }
@@ -92,7 +92,7 @@ ViewNode QuoxelinMenuBarContent::row(const std::string& label, Published<bool>& 
 
 Binding<bool> QuoxelinMenuBarContent::binding(Published<bool>& flag) {
     return {[&flag] { return flag.get(); },
-            lifetime.weakly([&flag](bool isHovering) { flag = isHovering; })};
+            mainThread.weakly([&flag](bool isHovering) { flag = isHovering; })};
 }
 
 } // namespace quoxelin

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Base/Lifetime.h"
+#include "Base/MainThread.h"
 #include "Base/Published.h"
 #include "Runner/Stores/LoginViewState.h"
 #include "Runner/Views/Binding.h"
@@ -154,7 +154,7 @@ class QuoxelinMenuBarContent final : public ObservableObject {
     Dependencies dependencies;
     Subscription loginSubscription;
     bool hasAppeared = false;
-    Lifetime lifetime;
+    MainThread mainThread{dependencies.dispatch};
 };
 
 } // namespace quoxelin

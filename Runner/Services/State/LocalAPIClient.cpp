@@ -1,6 +1,7 @@
 #include "Runner/Services/State/LocalAPIClient.h"
 
 #include "Base/Connection.h"
+#include "Base/Immortal.h"
 #include "Base/Json.h"
 #include "Base/Url.h"
 #include "Base/Utf8.h"
@@ -166,9 +167,10 @@ LocalAPIClient::LocalAPIClient(const Dependencies& dependencies, std::string soc
     : dependencies(dependencies), socketPath(std::move(socketPath)) {}
 
 LocalAPIClient& LocalAPIClient::shared() {
-    const auto& platform = Platform::current();
-    static LocalAPIClient& instance = *new LocalAPIClient(
-        {platform.dispatch, platform.connector, AppLogger::shared()}, platform.daemonSocketPath);
+    static auto& instance = immortal([&platform = Platform::current()] {
+        return LocalAPIClient({platform.dispatch, platform.connector, AppLogger::shared()},
+                              platform.daemonSocketPath);
+    });
     return instance;
 }
 

@@ -1,6 +1,7 @@
 #include "Runner/Services/SystemExtension/SystemExtensionService.h"
 
 #include "Base/Dispatch.h"
+#include "Base/Immortal.h"
 #include "Platform/Foundation.h"
 #include "Platform/NSApplication.h"
 #include "Platform/NSWorkspace.h"
@@ -63,24 +64,17 @@ SystemExtensionService::SystemExtensionService(const Dependencies& dependencies)
     : dependencies(dependencies) {}
 
 std::shared_ptr<SystemExtensionService> SystemExtensionService::shared() {
-    static auto& instance = *[] {
-        const auto& platform = Platform::current();
-        return new std::shared_ptr(std::make_shared<SystemExtensionService>(
+    static auto& instance = immortal([&platform = Platform::current()] {
+        return std::make_shared<SystemExtensionService>(
             Dependencies{platform.dispatch, AppLogger::shared(), platform.systemExtensionManager,
                          platform.notificationCenter, platform.mainBundle, platform.processInfo,
-                         platform.workspace}));
-    }();
+                         platform.workspace});
+    });
     return instance;
 }
 
 void SystemExtensionService::log(const std::string& message) const {
     dependencies.logger.log("SysExt", message);
-}
-
-/// A change of published values, on a turn of the main queue of its own.
-template <typename Change>
-void SystemExtensionService::onMainQueue(Change change) {
-    dependencies.dispatch.main().async(lifetime.weakly(std::move(change)));
 }
 
 // The extension
@@ -106,10 +100,8 @@ std::string SystemExtensionService::expectedExtensionIdentifier() const {
 // Activation
 
 void SystemExtensionService::activate() {
-    if (!dependencies.dispatch.isMainThread()) {
-        onMainQueue([this] { activate(); });
+    if (mainThread.takesOver([this] { activate(); }))
         return;
-    }
     if (isActivating) {
         log("Activation already in progress, skipping");
         return;
@@ -145,7 +137,7 @@ void SystemExtensionService::didFinishWithResult(const OSSystemExtensionRequest&
     } else if (result ==
                static_cast<int>(OSSystemExtensionRequestResult::willCompleteAfterReboot)) {
         log("Will complete after reboot");
-        onMainQueue([this] {
+        mainThread.async([this] {
             isApproved = false;
             needsUserApproval = false;
             lastErrorDescription = std::nullopt;
@@ -196,17 +188,16 @@ void SystemExtensionService::foundProperties(const OSSystemExtensionRequest&,
 }
 
 void SystemExtensionService::awaitReplacingRequest() {
-    dependencies.dispatch.main().asyncAfter(
-        replacingRequestTimeout, lifetime.weakly([this, generation = activationGeneration] {
-            if (!isActivating || activationGeneration != generation)
-                return;
-            log("Replacing request never reported; clearing in-flight guard");
-            isActivating = false;
-        }));
+    mainThread.asyncAfter(replacingRequestTimeout, [this, generation = activationGeneration] {
+        if (!isActivating || activationGeneration != generation)
+            return;
+        log("Replacing request never reported; clearing in-flight guard");
+        isActivating = false;
+    });
 }
 
 void SystemExtensionService::reportApprovalNeeded(std::optional<std::string> errorDescription) {
-    onMainQueue([this, errorDescription = std::move(errorDescription)] {
+    mainThread.async([this, errorDescription = std::move(errorDescription)] {
         needsUserApproval = true;
         isApproved = false;
         lastErrorDescription = errorDescription;
@@ -220,7 +211,7 @@ void SystemExtensionService::reportApprovalNeeded(std::optional<std::string> err
 
 void SystemExtensionService::reportActivationSuccess() {
     stopWaitingForApproval();
-    onMainQueue([this] {
+    mainThread.async([this] {
         isApproved = true;
         needsUserApproval = false;
         lastErrorDescription = std::nullopt;
@@ -233,7 +224,7 @@ void SystemExtensionService::reportActivationSuccess() {
 void SystemExtensionService::reportActivationFailure(const Error& error) {
     log("Extension not available: " + error.localizedDescription);
     stopWaitingForApproval();
-    onMainQueue([this, description = error.localizedDescription] {
+    mainThread.async([this, description = error.localizedDescription] {
         isApproved = false;
         needsUserApproval = false;
         lastErrorDescription = description;
@@ -249,8 +240,8 @@ void SystemExtensionService::checkExtensionInstalled(
     std::function<void(bool installed)> completion) {
     const auto probe = std::make_shared<ExtensionPropertiesProbe>(dependencies.logger,
                                                                   expectedExtensionIdentifier());
-    probe->onFinish = lifetime.weakly([this, id = probe->id, identifier = probe->identifier,
-                                       completion = std::move(completion)](bool installed) {
+    probe->onFinish = mainThread.weakly([this, id = probe->id, identifier = probe->identifier,
+                                         completion = std::move(completion)](bool installed) {
         propertiesProbes.erase(std::remove_if(propertiesProbes.begin(), propertiesProbes.end(),
                                               [&](const auto& one) { return one->id == id; }),
                                propertiesProbes.end());
@@ -284,10 +275,8 @@ void SystemExtensionService::stopWaitingForApproval() {
 }
 
 void SystemExtensionService::openSystemSettings() {
-    if (!dependencies.dispatch.isMainThread()) {
-        onMainQueue([this] { openSystemSettings(); });
+    if (mainThread.takesOver([this] { openSystemSettings(); }))
         return;
-    }
     auto& workspace = dependencies.workspace;
     if (openFirstURL(workspace,
                      settingsAddresses(dependencies.processInfo.operatingSystemMajorVersion())))

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Base/Lifetime.h"
+#include "Base/MainThread.h"
 #include "Base/NotificationCenter.h"
 #include "Base/Published.h"
 #include "Platform/SystemExtensions.h"
@@ -87,7 +87,6 @@ class SystemExtensionService final : public ObservableObject,
     std::string expectedExtensionIdentifier() const;
 
     void log(const std::string& message) const;
-    template <typename Change> void onMainQueue(Change change);
     void reportApprovalNeeded(std::optional<std::string> errorDescription);
     void awaitReplacingRequest();
     void reportActivationSuccess();
@@ -105,7 +104,7 @@ class SystemExtensionService final : public ObservableObject,
     std::vector<std::shared_ptr<ExtensionPropertiesProbe>> propertiesProbes;
     /// Counts the activations that were submitted.
     int activationGeneration = 0;
-    Lifetime lifetime;
+    MainThread mainThread{dependencies.dispatch};
 };
 
 } // namespace quoxelin

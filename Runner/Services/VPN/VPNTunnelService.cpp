@@ -1,6 +1,7 @@
 #include "Runner/Services/VPN/VPNTunnelService.h"
 
 #include "Base/Dispatch.h"
+#include "Base/Immortal.h"
 #include "Base/Trim.h"
 #include "Platform/Foundation.h"
 #include "Platform/Platform.h"
@@ -48,56 +49,34 @@ VPNTunnelService::VPNTunnelService(const Dependencies& dependencies) : dependenc
 }
 
 VPNTunnelService& VPNTunnelService::shared() {
-    static auto& instance = *[] {
-        const auto& platform = Platform::current();
-        return new VPNTunnelService({platform.dispatch, AppLogger::shared(),
-                                     platform.networkExtension, platform.notificationCenter,
-                                     platform.mainBundle, platform.processInfo});
-    }();
+    static auto& instance = immortal([&platform = Platform::current()] {
+        return VPNTunnelService({platform.dispatch, AppLogger::shared(), platform.networkExtension,
+                                 platform.notificationCenter, platform.mainBundle,
+                                 platform.processInfo});
+    });
     return instance;
-}
-
-/// The completion of a preference call, which comes on any thread: `function` receives the answer
-/// on a later turn of the main queue. Once the service is gone, `completion` is called instead. A
-/// platform that answers twice is heard once.
-template <typename Function>
-auto VPNTunnelService::onMainQueue(Function function, Done completion) const {
-    return [&main = dependencies.dispatch.main(),
-            work = lifetime.weaklyOr(std::move(function), std::move(completion)),
-            answered = std::make_shared<std::atomic_flag>()](auto answer) mutable {
-        if (answered->test_and_set())
-            return;
-        // Moved, so that nothing of the caller's is left behind on the answering thread.
-        main.async([work = std::move(work), answer = std::move(answer)]() mutable {
-            work(std::move(answer));
-        });
-    };
 }
 
 // What others ask for
 
 void VPNTunnelService::start() {
-    if (!dependencies.dispatch.isMainThread()) {
-        dependencies.dispatch.main().async(lifetime.weakly([this] { start(); }));
+    if (mainThread.takesOver([this] { start(); }))
         return;
-    }
     pendingStartAfterApproval = true;
     wasRemoved = false;
     if (manager) {
         startVPNTunnel();
         return;
     }
-    loadManager(false, lifetime.weakly([this] {
+    loadManager(false, mainThread.weakly([this] {
         updateStatus();
         startVPNTunnel();
     }));
 }
 
 void VPNTunnelService::stop() {
-    if (!dependencies.dispatch.isMainThread()) {
-        dependencies.dispatch.main().async(lifetime.weakly([this] { stop(); }));
+    if (mainThread.takesOver([this] { stop(); }))
         return;
-    }
     const auto stopConnection = [this] {
         if (const auto connection = manager->connection())
             connection->stopVPNTunnel();
@@ -106,7 +85,7 @@ void VPNTunnelService::stop() {
         stopConnection();
         return;
     }
-    adoptExistingManager(lifetime.weakly([this, stopConnection] {
+    adoptExistingManager(mainThread.weakly([this, stopConnection] {
         if (manager) {
             stopConnection();
             updateStatus();
@@ -118,13 +97,11 @@ void VPNTunnelService::stop() {
 }
 
 void VPNTunnelService::ensureConfigurationSaved(std::function<void()> completion) {
-    if (!dependencies.dispatch.isMainThread()) {
-        dependencies.dispatch.main().async(lifetime.weaklyOr(
-            [this, completion] { ensureConfigurationSaved(completion); }, completion));
+    if (mainThread.takesOver([this, completion] { ensureConfigurationSaved(completion); },
+                             completion))
         return;
-    }
     wasRemoved = false;
-    loadManager(true, lifetime.weaklyOr(
+    loadManager(true, mainThread.weaklyOr(
                           [this, completion] {
                               updateStatus();
                               completion();
@@ -133,12 +110,9 @@ void VPNTunnelService::ensureConfigurationSaved(std::function<void()> completion
 }
 
 void VPNTunnelService::removeConfiguration(std::function<void()> completion) {
-    if (!dependencies.dispatch.isMainThread()) {
-        dependencies.dispatch.main().async(
-            lifetime.weaklyOr([this, completion] { removeConfiguration(completion); }, completion));
+    if (mainThread.takesOver([this, completion] { removeConfiguration(completion); }, completion))
         return;
-    }
-    dependencies.networkExtension.loadAllFromPreferences(onMainQueue(
+    dependencies.networkExtension.loadAllFromPreferences(mainThread.completion(
         [this, completion](const Result<Managers, Error>& loaded) {
             if (!loaded || loaded->empty()) {
                 completion();
@@ -193,7 +167,7 @@ VPNTunnelService::firstMatch(const Managers& managers) const {
 }
 
 void VPNTunnelService::adoptExistingManager(Done completion) {
-    dependencies.networkExtension.loadAllFromPreferences(onMainQueue(
+    dependencies.networkExtension.loadAllFromPreferences(mainThread.completion(
         [this, completion](const Result<Managers, Error>& loaded) {
             if (!loaded) {
                 log("Error loading VPN preferences: " + loaded.error().localizedDescription);
@@ -209,7 +183,7 @@ void VPNTunnelService::adoptExistingManager(Done completion) {
 }
 
 void VPNTunnelService::loadManager(bool forceSave, Done completion) {
-    dependencies.networkExtension.loadAllFromPreferences(onMainQueue(
+    dependencies.networkExtension.loadAllFromPreferences(mainThread.completion(
         [this, forceSave, completion](const Result<Managers, Error>& loaded) {
             if (!loaded) {
                 log("Error loading VPN preferences: " + loaded.error().localizedDescription);
@@ -228,7 +202,7 @@ void VPNTunnelService::loadManager(bool forceSave, Done completion) {
                         "manager");
                 manager = dependencies.networkExtension.makeTunnelProviderManager();
             }
-            manager->loadFromPreferences(onMainQueue(
+            manager->loadFromPreferences(mainThread.completion(
                 [this, forceSave, completion](const std::optional<Error>& error) {
                     if (error) {
                         log("Error loading preferences: " + error->localizedDescription);
@@ -253,7 +227,7 @@ void VPNTunnelService::configureAndSave(bool forceSave, Done completion) {
         completion();
         return;
     }
-    manager->saveToPreferences(onMainQueue(
+    manager->saveToPreferences(mainThread.completion(
         [this, completion, saved = manager](const std::optional<Error>& error) {
             if (error) {
                 log("Failed to save configuration: " + error->localizedDescription);
@@ -261,7 +235,7 @@ void VPNTunnelService::configureAndSave(bool forceSave, Done completion) {
                 return;
             }
             // A saved manager has to be loaded again before it can be used.
-            saved->loadFromPreferences(onMainQueue(
+            saved->loadFromPreferences(mainThread.completion(
                 [completion](const std::optional<Error>&) { completion(); }, completion));
         },
         completion));
@@ -296,7 +270,7 @@ bool VPNTunnelService::ensureConfigured(NETunnelProviderManager& candidate) cons
 void VPNTunnelService::removeAll(const Managers& managers, Done completion) {
     wasRemoved = true;
     auto& main = dependencies.dispatch.main();
-    const Done whenEmpty = lifetime.weaklyOr(
+    const Done whenEmpty = mainThread.weaklyOr(
         [this, completion, count = managers.size()] {
             manager = nullptr;
             connectionStatus = VPNConnectionStatus::disconnected;
@@ -314,7 +288,7 @@ void VPNTunnelService::removeAll(const Managers& managers, Done completion) {
             main.async(whenEmpty);
     };
     for (const auto& ours : managers) {
-        ours->removeFromPreferences(onMainQueue(
+        ours->removeFromPreferences(mainThread.completion(
             [this, leave](const std::optional<Error>& error) {
                 if (error)
                     log("removeFromPreferences failed: " + error->localizedDescription);
@@ -384,7 +358,7 @@ void VPNTunnelService::startMonitoring() {
                                         [this](const Notification&) { vpnStatusDidChange(); });
     configurationObserver = center.addObserver(
         NEVPNConfigurationChange, [this](const Notification&) { vpnConfigurationDidChange(); });
-    adoptExistingManager(lifetime.weakly([this] { updateStatus(); }));
+    adoptExistingManager(mainThread.weakly([this] { updateStatus(); }));
 }
 
 void VPNTunnelService::vpnStatusDidChange() {
@@ -394,7 +368,7 @@ void VPNTunnelService::vpnStatusDidChange() {
 
 void VPNTunnelService::vpnConfigurationDidChange() {
     log("Configuration changed; reloading manager");
-    loadManager(false, lifetime.weakly([this] {
+    loadManager(false, mainThread.weakly([this] {
         updateStatus();
         if (pendingStartAfterApproval)
             startVPNTunnel();

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Base/Lifetime.h"
+#include "Base/MainThread.h"
 #include "Base/NotificationCenter.h"
 #include "Base/Published.h"
 #include "Platform/NetworkExtension.h"
@@ -57,7 +57,6 @@ class VPNTunnelService final : public ObservableObject {
     using Done = std::function<void()>;
     using Managers = NetworkExtension::Managers;
 
-    template <typename Function> auto onMainQueue(Function function, Done completion) const;
     void log(const std::string& message) const;
 
     std::string expectedProviderBundleIdentifier() const;
@@ -86,7 +85,7 @@ class VPNTunnelService final : public ObservableObject {
     bool wasRemoved = false;
     Subscription statusObserver;
     Subscription configurationObserver;
-    Lifetime lifetime;
+    MainThread mainThread{dependencies.dispatch};
 };
 
 } // namespace quoxelin

@@ -1,7 +1,7 @@
 #include "Platform/macOS/MacHostingView.h"
-#include "Tests/Support/ViewText.h"
 #include "Tests/Support/Golden.h"
 #include "Tests/Support/PanelStates.h"
+#include "Tests/Support/ViewText.h"
 
 #include <algorithm>
 #include <gtest/gtest.h>
