@@ -17,34 +17,44 @@ ChildViews::ChildViews(QWidget& owner, QBoxLayout::Direction direction)
 
 void ChildViews::bind(const ViewNode& parent) {
     const auto& nodes = parent.children;
-    layout->setSpacing(static_cast<int>(std::lround(parent.spacing)));
+    // The layout starts over with every property that is set, even to the same value.
+    if (const auto spacing = static_cast<int>(std::lround(parent.spacing));
+        layout->spacing() != spacing)
+        layout->setSpacing(spacing);
     views = reconciled(std::move(views), nodes);
-    const bool isCentred = parent.alignment == Alignment::center;
+    alignment = parent.alignment;
+    const bool isCentered = alignment == Alignment::center;
     for (std::size_t i = 0; i < nodes.size(); ++i) {
-        Qt::Alignment alignment;
+        Qt::Alignment across;
         if (layout->direction() == QBoxLayout::LeftToRight)
-            alignment = isCentred ? Qt::AlignCenter : Qt::AlignVCenter;
-        else if (isCentred)
-            alignment = Qt::AlignHCenter;
+            across = isCentered ? Qt::AlignCenter : Qt::AlignVCenter;
+        else if (isCentered)
+            across = Qt::AlignHCenter;
         else if (nodes[i].width)
-            alignment = Qt::AlignLeft;
-        place(*views[i], alignment, static_cast<int>(i));
+            across = Qt::AlignLeft;
+        place(*views[i], across, static_cast<int>(i));
         views[i]->bind(nodes[i]);
     }
 }
 
-void ChildViews::place(ElementView& view, Qt::Alignment alignment, int position) {
+void ChildViews::place(ElementView& view, Qt::Alignment across, int position) {
     auto& widget = view.widget();
     if (layout->indexOf(&widget) != position) {
         layout->removeWidget(&widget);
         layout->insertWidget(position, &widget);
         widget.show();
     }
-    layout->setAlignment(&widget, alignment);
+    if (auto* item = layout->itemAt(position); item->alignment() != across)
+        layout->setAlignment(&widget, across);
 }
 
 void ChildViews::read(ViewNode& node) const {
     node.spacing = layout->spacing();
+    // Without children no widget shows the alignment.
+    const bool isCentered = layout->isEmpty()
+                                ? alignment == Alignment::center
+                                : layout->itemAt(0)->alignment().testFlag(Qt::AlignHCenter);
+    node.alignment = isCentered ? Alignment::center : Alignment::leading;
     // In the order in which they lie on the screen.
     for (int i = 0; i < layout->count(); ++i) {
         const auto* widget = layout->itemAt(i)->widget();
@@ -120,9 +130,10 @@ void RowView::bindContent(const ViewNode& node) {
     action = node.action;
     onHover = node.onHover;
     setEnabled(!node.disabled);
-    // By keyboard only: a click shall not leave a focus ring behind.
+    // By keyboard only: a click must not leave a focus ring.
     setFocusPolicy(node.disabled ? Qt::NoFocus : Qt::TabFocus);
-    setAccessibleName(QString::fromStdString(node.accessibilityLabel));
+    if (const auto name = QString::fromStdString(node.accessibilityLabel); accessibleName() != name)
+        setAccessibleName(name);
     children.bind(node);
 }
 

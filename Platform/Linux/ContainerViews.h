@@ -21,9 +21,10 @@ class ChildViews {
     void collectFocusable(std::vector<QWidget*>& widgets);
 
   private:
-    void place(ElementView& view, Qt::Alignment alignment, int position);
+    void place(ElementView& view, Qt::Alignment across, int position);
 
     QBoxLayout* layout;
+    Alignment alignment = Alignment::leading;
     std::vector<std::unique_ptr<ElementView>> views;
 };
 

@@ -48,8 +48,10 @@ void ElementView::bindFrame(const ViewNode& node) {
     policy.setHorizontalPolicy(node.fillsWidth ? QSizePolicy::Expanding : QSizePolicy::Preferred);
     if (policy != widget().sizePolicy())
         widget().setSizePolicy(policy);
-    alignment = node.alignment;
-    background = Theme().color(node.background, node.backgroundOpacity);
+    const auto color = Theme().color(node.background, node.backgroundOpacity);
+    if (background == color && cornerRadius == node.cornerRadius)
+        return;
+    background = color;
     cornerRadius = node.cornerRadius;
     widget().update();
 }
@@ -69,7 +71,6 @@ void ElementView::readFrame(ViewNode& node) const {
     node.width = fixedLength(widget().minimumWidth(), widget().maximumWidth());
     node.height = fixedLength(widget().minimumHeight(), widget().maximumHeight());
     node.fillsWidth = widget().sizePolicy().horizontalPolicy() == QSizePolicy::Expanding;
-    node.alignment = alignment;
     if (const auto shown = Theme().recordOf(background))
         std::tie(node.background, node.backgroundOpacity) = *shown;
     node.cornerRadius = cornerRadius;

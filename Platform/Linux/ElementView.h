@@ -38,7 +38,6 @@ class ElementView : public Element {
     int marginsHeight() const;
 
   private:
-    Alignment alignment = Alignment::leading;
     QColor background = Qt::transparent;
     double cornerRadius = 0;
 };

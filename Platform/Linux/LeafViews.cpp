@@ -80,6 +80,8 @@ void TextView::bindContent(const ViewNode& node) {
 
 void TextView::readContent(ViewNode& node) const {
     node.text = text().toStdString();
+    node.alignment =
+        alignment().testFlag(Qt::AlignHCenter) ? Alignment::center : Alignment::leading;
     node.lineLimit = lineLimit;
     readFont(*this, node);
     readForeground(*this, node);
@@ -208,14 +210,12 @@ void CircleView::paintEvent(QPaintEvent*) {
     painter.drawEllipse(contentsRect());
 }
 
-/// A spacer's own wish to fill is no property of the record.
-void SpacerView::bindContent(const ViewNode& node) {
-    recordFillsWidth = node.fillsWidth;
+void SpacerView::bindContent(const ViewNode&) {
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Minimum);
 }
 
 void SpacerView::readContent(ViewNode& node) const {
-    node.fillsWidth = recordFillsWidth;
+    node.fillsWidth = false; // it always does; records leave the field alone
 }
 
 namespace {

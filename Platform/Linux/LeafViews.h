@@ -81,9 +81,6 @@ class SpacerView final : public QWidget, public ElementView {
   protected:
     void bindContent(const ViewNode& node) override;
     void readContent(ViewNode& node) const override;
-
-  private:
-    bool recordFillsWidth = false;
 };
 
 /// A thin line across.

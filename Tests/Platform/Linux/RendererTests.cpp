@@ -7,6 +7,7 @@
 #include <QAccessible>
 #include <QApplication>
 #include <QLabel>
+#include <QPaintEvent>
 #include <algorithm>
 #include <gtest/gtest.h>
 #include <map>
@@ -59,6 +60,51 @@ TEST(Renderer, followsTheDesktopFromLightToDark) {
     ASSERT_FALSE(dots.empty());
     EXPECT_GT(dots.first()->palette().color(QPalette::WindowText).lightness(), 128);
     QApplication::setPalette(light);
+}
+
+namespace {
+
+/// Collects what a window has to paint again.
+class PaintWatch final : public QObject {
+  public:
+    explicit PaintWatch(QWidget& window) { window.installEventFilter(this); }
+    QRegion painted;
+
+  private:
+    bool eventFilter(QObject*, QEvent* event) override {
+        if (event->type() == QEvent::Paint)
+            painted += static_cast<QPaintEvent*>(event)->region();
+        return false;
+    }
+};
+
+} // namespace
+
+TEST(Renderer, paintsNothingAgainForATreeThatIsTheSame) {
+    for (const auto& state : panelStates()) {
+        SCOPED_TRACE(state.name);
+        const auto tree = state.scene()->tree();
+        PanelOnScreen panel(tree);
+        PaintWatch watch(panel.window());
+        panel.show(tree);
+        EXPECT_TRUE(watch.painted.isEmpty());
+    }
+}
+
+TEST(Renderer, paintsAgainOnlyTheRowThatIsHighlighted) {
+    const auto state = [](const char* name) {
+        return std::find_if(panelStates().begin(), panelStates().end(),
+                            [&](const PanelState& each) { return each.name == name; })
+            ->scene()
+            ->tree();
+    };
+    PanelOnScreen panel(state("connected"));
+    const auto* row = panel.row("Copy Quoxelin IPv6: fd7a::4");
+    ASSERT_NE(row, nullptr);
+    PaintWatch watch(panel.window());
+    panel.show(state("hover-ipv6"));
+    const QRect place(row->mapTo(&panel.window(), QPoint(0, 0)), row->size());
+    EXPECT_EQ(watch.painted.boundingRect(), place);
 }
 
 namespace {
