@@ -5,7 +5,7 @@
 
 namespace quoxelin {
 
-/// Whether the texts are the same but for the case of the letters A to Z.
+/// Whether the texts are equal, ignoring the case of the letters A to Z.
 inline bool equalIgnoringAsciiCase(std::string_view a, std::string_view b) {
     const auto lowerCase = [](char c) {
         return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;

@@ -1,3 +1,2 @@
-// The one translation unit that holds the URL library's compiled part, so that nothing has to be
-// linked for it.
+// Compiles Boost.URL into this translation unit, so that no library has to be linked.
 #include <boost/url/src.hpp>

@@ -5,8 +5,7 @@
 
 namespace quoxelin {
 
-/// A platform error as the frameworks report it: which framework, which of its codes, and a text
-/// for people.
+/// A platform error as the frameworks report it: the framework, its error code and a readable text.
 struct Error {
     std::string domain;
     std::int64_t code = 0;

@@ -2,8 +2,8 @@
 
 namespace quoxelin {
 
-/// An object that is never destroyed, made by `make`. For shared instances: threads that are still
-/// running when the process exits may go on using them.
+/// Makes an object that is never destroyed. For shared instances, which threads may still use while
+/// the process exits.
 template <typename Make>
 auto& immortal(Make make) {
     return *new auto(make());

@@ -8,8 +8,8 @@ namespace quoxelin {
 /// Lets closures hold their owner weakly: a member `Lifetime lifetime;` and
 /// `lifetime.weakly([this] { ... })` give a closure that does nothing once the owner is gone.
 ///
-/// The closure has to run on the thread that destroys the owner (the main thread, for all that is
-/// confined to it). Declare the member last, so that it ends first.
+/// The closure must run on the thread that destroys the owner, usually the main thread. Declare the
+/// member last, so that it is destroyed first.
 class Lifetime {
   public:
     Lifetime() = default;
@@ -25,8 +25,8 @@ class Lifetime {
         };
     }
 
-    /// The same for what may not be dropped, such as a caller's completion: once the owner is gone
-    /// the closure calls `otherwise` instead.
+    /// Like `weakly`, for closures that must run, such as completions: once the owner is gone, the
+    /// closure calls `otherwise` instead.
     template <typename Function, typename Otherwise>
     auto weaklyOr(Function function, Otherwise otherwise) const {
         return [alive = std::weak_ptr<const char>(token), function = std::move(function),

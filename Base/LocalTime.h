@@ -4,7 +4,7 @@
 
 namespace quoxelin {
 
-/// The calendar time at the machine's place. Any thread.
+/// The calendar time in the machine's time zone. Any thread.
 std::tm localTime(std::time_t time);
 
 } // namespace quoxelin

@@ -9,8 +9,8 @@
 
 namespace quoxelin {
 
-/// How work reaches an object that is confined to the main thread. Everything given to it is
-/// dropped once the object is gone. Declare it as the object's last member.
+/// Sends work to an object that is confined to the main thread. The work is dropped once the object
+/// is gone. Declare it as the object's last member.
 class MainThread : public Lifetime {
   public:
     explicit MainThread(Dispatch& dispatch) : dispatch(dispatch) {}
@@ -21,14 +21,14 @@ class MainThread : public Lifetime {
         dispatch.main().async(weakly(std::move(work)));
     }
 
-    /// Performs the work on the main queue once the delay is over.
+    /// Performs the work on the main queue after the delay.
     template <typename Function>
     WorkItem asyncAfter(Duration delay, Function work) const {
         return dispatch.main().asyncAfter(delay, weakly(std::move(work)));
     }
 
-    /// Called on another thread, has the main thread repeat the operation and returns true. Once
-    /// the object is gone, `otherwise` is called instead.
+    /// On another thread: repeats the operation on the main thread and returns true. Once the
+    /// object is gone, `otherwise` is called instead.
     template <typename Function, typename Otherwise>
     bool takesOver(Function operation, Otherwise otherwise) const {
         if (dispatch.isMainThread())
@@ -42,7 +42,7 @@ class MainThread : public Lifetime {
         return takesOver(std::move(operation), [] {});
     }
 
-    /// A callback for any thread: each call performs `function` on a later turn.
+    /// A callback that may be called on any thread. Each call performs `function` on a later turn.
     template <typename Function>
     auto callback(Function function) const {
         return [&main = dispatch.main(), work = weakly(std::move(function))](auto... values) {
@@ -50,15 +50,15 @@ class MainThread : public Lifetime {
         };
     }
 
-    /// A completion for any thread, which acts on its first call only. Once the object is gone,
-    /// `otherwise` is called instead of `function`.
+    /// A completion that may be called on any thread; only the first call counts. Once the object
+    /// is gone, `otherwise` is called instead of `function`.
     template <typename Function, typename Otherwise>
     auto completion(Function function, Otherwise otherwise) const {
         return [&main = dispatch.main(), work = weaklyOr(std::move(function), std::move(otherwise)),
                 answered = std::make_shared<std::atomic_flag>()](auto answer) mutable {
             if (answered->test_and_set())
                 return;
-            // Moved, so that the answering thread keeps nothing of the caller's.
+            // Moved, so that the answering thread keeps nothing that belongs to the caller.
             main.async([work = std::move(work), answer = std::move(answer)]() mutable {
                 work(std::move(answer));
             });

@@ -8,14 +8,14 @@
 
 namespace quoxelin {
 
-/// Something that happened, by name. `object` says whom or what it concerns and is often empty.
+/// A named event. `object` identifies its subject and is often empty.
 struct Notification {
     std::string name;
     std::any object;
 };
 
-/// The in-process notification centre: whoever is interested in a name hears of it, whoever posts
-/// it. Main thread only; observers are called before `post` returns.
+/// The in-process notification center: delivers each posted notification to the observers of its
+/// name. Main thread only; observers are called before `post` returns.
 class NotificationCenter {
   public:
     using Observer = std::function<void(const Notification&)>;

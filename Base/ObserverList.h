@@ -10,10 +10,11 @@
 
 namespace quoxelin {
 
-/// The observers of one thing, told in the order in which they came. One thread only.
+/// Observers, notified in the order in which they were added. One thread only.
 ///
-/// An observer may come, go or cause the next notification while it is being told: one that has
-/// left is not called any more, one that came waits for the next notification.
+///
+/// An observer may add or remove observers or cause the next notification while it is called. A
+/// removed observer is not called again; an added one is called from the next notification on.
 template <typename... Arguments>
 class ObserverList {
   public:
@@ -29,7 +30,7 @@ class ObserverList {
     }
 
     void notify(Arguments... arguments) const {
-        // The list itself may be destroyed by an observer; its members are kept until the end.
+        // An observer may destroy the list, so keep its members alive until the end.
         const auto list = members;
         std::vector<std::uint64_t> keys;
         keys.reserve(list->observers.size());

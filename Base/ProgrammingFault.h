@@ -5,7 +5,7 @@
 
 namespace quoxelin {
 
-/// Ends the process: the program's own code broke a promise, and going on would only hide it.
+/// Ends the process because of a bug in the program itself. Continuing would only hide it.
 [[noreturn]] inline void programmingFault(const char* whatIsWrong) {
     std::fprintf(stderr, "programming fault: %s\n", whatIsWrong);
     std::abort();

@@ -6,15 +6,15 @@
 
 namespace quoxelin {
 
-/// Something whose published fields can be watched as a whole. Main thread only.
+/// An object whose published fields can be observed together. Main thread only.
 class ObservableObject {
   public:
     ObservableObject() = default;
     ObservableObject(const ObservableObject&) = delete;
     ObservableObject& operator=(const ObservableObject&) = delete;
 
-    /// Calls the observer *before* each assignment to a published field: what it reads is the old
-    /// value. Ask for the new one on a later turn of the main queue.
+    /// Calls the observer *before* each assignment to a published field, so it still reads the old
+    /// value. Read the new one on a later turn of the main queue.
     Subscription objectWillChange(std::function<void()> observer) {
         return observers.add(std::move(observer));
     }
@@ -30,8 +30,8 @@ class ObservableObject {
 
 /// A field of an observable object. Main thread only.
 ///
-/// Every assignment is published, also one that does not change the value; who publishes changes
-/// only compares first.
+/// Every assignment notifies, even if the value is unchanged. Compare first if you only want to
+/// notify of changes.
 template <typename T>
 class Published {
   public:
@@ -42,7 +42,7 @@ class Published {
     Published& operator=(T next) {
         owner.observers.notify();
         value = std::move(next);
-        // A copy, because a subscriber may assign again while the others still listen.
+        // A copy, because a subscriber may assign again while others are still being called.
         const T current = value;
         subscribers.notify(current);
         return *this;
@@ -52,7 +52,7 @@ class Published {
     operator const T&() const { return value; }
     const T* operator->() const { return &value; }
 
-    /// Hands the current value to the subscriber at once and then every value assigned.
+    /// Calls the subscriber with the current value at once, then with every assigned value.
     Subscription subscribe(std::function<void(const T&)> subscriber) {
         auto subscription = subscribers.add(subscriber);
         const T current = value;

@@ -5,13 +5,12 @@
 
 namespace quoxelin {
 
-/// A value or the reason why there is none. Failures travel as values; nothing is thrown across a
-/// service boundary.
+/// A value, or the reason why there is none. Nothing is thrown across a service boundary.
 template <typename T, typename E>
 using Result = tl::expected<T, E>;
 
-/// Receives the outcome of an asynchronous operation, exactly once. The operation's documentation
-/// names the thread.
+/// Receives the outcome of an asynchronous operation, exactly once. The operation states the
+/// thread.
 template <typename T, typename E>
 using Completion = std::function<void(Result<T, E>)>;
 

@@ -7,14 +7,14 @@
 
 namespace quoxelin {
 
-/// Ends blocking work from another thread: once, and for good.
+/// Interrupts blocking work from another thread, once and permanently.
 class StopSignal {
   public:
     StopSignal() = default;
     StopSignal(const StopSignal&) = delete;
     StopSignal& operator=(const StopSignal&) = delete;
 
-    /// Runs the interruption that is registered, on the calling thread.
+    /// Calls the registered interruption on the calling thread.
     void stop() {
         const std::lock_guard lock(mutex);
         stopped = true;
@@ -27,9 +27,9 @@ class StopSignal {
         return stopped;
     }
 
-    /// Registers what makes the blocking call return, one at a time; called at once when stopped
-    /// already. After the token's end the interruption neither runs nor is running, so what it
-    /// refers to may be destroyed. The token must not outlive the signal.
+    /// Registers how to interrupt a blocking call, one at a time. If already stopped, calls it at
+    /// once. After the token's end the interruption is neither running nor called again, so the
+    /// objects it uses may be destroyed. The token must not outlive the signal.
     Subscription onStop(std::function<void()> interrupt) {
         const std::lock_guard lock(mutex);
         interruption = std::move(interrupt);

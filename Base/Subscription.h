@@ -5,7 +5,7 @@
 
 namespace quoxelin {
 
-/// Ends an observation when it is destroyed. It may outlive what it observes.
+/// Ends an observation when it is destroyed. It may outlive the observed object.
 class [[nodiscard]] Subscription {
   public:
     Subscription() = default;
@@ -18,7 +18,7 @@ class [[nodiscard]] Subscription {
     }
     ~Subscription() { cancel(); }
 
-    /// Ends the observation now; a second call does nothing.
+    /// Ends the observation now. A second call does nothing.
     void cancel() {
         if (auto once = std::exchange(end, nullptr))
             once();

@@ -4,8 +4,7 @@
 
 namespace quoxelin {
 
-/// Finds a function that the running program offers under that name, its own or a loaded
-/// library's; null when there is none.
+/// Finds a function by name in the running program and its loaded libraries. Null if there is none.
 using SymbolLookup = std::function<void*(const char* name)>;
 
 /// Asks the dynamic loader.

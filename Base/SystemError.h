@@ -6,14 +6,14 @@
 
 namespace quoxelin {
 
-/// An error number of the operating system.
+/// An operating system error number.
 struct SystemError {
     int number = 0;
 
-    /// The error number that the calling thread's last failed system call left behind.
+    /// The error of the calling thread's last failed system call.
     static SystemError last() { return {errno}; }
 
-    /// The operating system's text for the number ("Connection refused").
+    /// The operating system's text for the number, for example "Connection refused".
     std::string message() const { return std::generic_category().message(number); }
 
     bool operator==(const SystemError&) const = default;

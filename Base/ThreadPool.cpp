@@ -9,11 +9,11 @@
 namespace quoxelin {
 
 struct ThreadPool::State {
-    State(std::size_t limit, std::chrono::milliseconds patience)
-        : limit(limit), patience(patience) {}
+    State(std::size_t limit, std::chrono::milliseconds idleTimeout)
+        : limit(limit), idleTimeout(idleTimeout) {}
 
     const std::size_t limit;
-    const std::chrono::milliseconds patience;
+    const std::chrono::milliseconds idleTimeout;
 
     std::mutex mutex;
     std::condition_variable workCame;
@@ -23,8 +23,8 @@ struct ThreadPool::State {
     bool abandoned = false;
 };
 
-ThreadPool::ThreadPool(std::size_t limit, std::chrono::milliseconds patience)
-    : state(std::make_shared<State>(limit, patience)) {
+ThreadPool::ThreadPool(std::size_t limit, std::chrono::milliseconds idleTimeout)
+    : state(std::make_shared<State>(limit, idleTimeout)) {
     const std::lock_guard lock(state->mutex);
     startThread();
 }
@@ -47,11 +47,11 @@ void ThreadPool::async(Work work) {
     try {
         startThread();
     } catch (const std::system_error&) {
-        // The system has no thread left; the work waits for one of ours.
+        // The system has no threads left. An existing thread will take the work.
     }
 }
 
-/// The lock is held: the new thread waits for it before it looks at what is counted here.
+/// Requires the lock: the new thread waits for it before it reads the counts.
 void ThreadPool::startThread() {
     std::thread([state = state] { serve(state); }).detach();
     ++state->threads;
@@ -64,7 +64,7 @@ void ThreadPool::serve(const std::shared_ptr<State>& state) {
             const auto isOver = [&] { return !state->waiting.empty() || state->abandoned; };
             ++state->idleThreads;
             if (state->threads > 1)
-                state->workCame.wait_for(lock, state->patience, isOver);
+                state->workCame.wait_for(lock, state->idleTimeout, isOver);
             else
                 state->workCame.wait(lock, isOver);
             --state->idleThreads;
@@ -72,13 +72,13 @@ void ThreadPool::serve(const std::shared_ptr<State>& state) {
         if (state->waiting.empty()) {
             if (state->abandoned || state->threads > 1)
                 break;
-            continue; // the others have left meanwhile, so this one stays
+            continue; // the other threads have exited, so this one stays
         }
         auto work = std::move(state->waiting.front());
         state->waiting.pop_front();
         lock.unlock();
         work();
-        work = nullptr; // what the work holds ends before the lock is taken
+        work = nullptr; // destroys what the work holds before the lock is taken
         lock.lock();
     }
     --state->threads;

@@ -8,27 +8,27 @@
 
 namespace quoxelin {
 
-/// Threads that come when there is work and nobody is free, and leave when they had nothing to do
-/// for a while. One of them is there from the beginning and stays, so that work is performed also
-/// when the system has no further thread to give. Any thread.
+/// A pool that starts a thread when all are busy and lets idle ones exit. One thread starts with
+/// the pool and stays, so work still runs when the system cannot provide more. Any thread.
 ///
-/// The threads are detached: work that blocks for ever keeps its thread, and neither the pool's
-/// destruction nor the end of the process waits for it. Work that was submitted before the pool
-/// went is still performed.
+///
+/// The threads are detached: blocked work keeps its thread, and neither the pool's destructor nor
+/// the end of the process waits for it. Work submitted before the destructor still runs.
 class ThreadPool final : public Queue {
   public:
-    /// At most `limit` threads at once; work beyond that waits for one to become free. A thread
-    /// without work leaves after `patience`, if it is not the only one.
+    /// Runs at most `limit` threads; further work waits for a free one. A thread exits after
+    /// `idleTimeout` without work, unless it is the only one.
     ///
-    /// Throws std::system_error when the system has not even one thread.
-    explicit ThreadPool(std::size_t limit, std::chrono::milliseconds patience);
+    ///
+    /// Throws std::system_error if the first thread cannot be started.
+    explicit ThreadPool(std::size_t limit, std::chrono::milliseconds idleTimeout);
     ThreadPool(const ThreadPool&) = delete;
     ThreadPool& operator=(const ThreadPool&) = delete;
     ~ThreadPool() override;
 
     void async(Work work) override;
 
-    /// The threads there are, busy and waiting.
+    /// The number of threads, busy and idle.
     std::size_t threadCount() const;
 
   private:

@@ -9,7 +9,7 @@ void ThreadSerialQueue::async(Work work) {
 }
 
 void ThreadSerialQueue::sync(Work work) {
-    // Shared, because the queue's thread may still be in set_value when the caller goes on.
+    // Shared, because the queue's thread may still be in set_value when the caller continues.
     const auto performed = std::make_shared<std::promise<void>>();
     async([performed, &work] {
         work();

@@ -4,10 +4,11 @@
 
 namespace quoxelin {
 
-/// A serial queue with a thread of its own, which it has from the beginning: its work is performed
-/// also when the system has no further thread to give. Any thread.
+/// A serial queue with one dedicated thread, started with the queue, so work still runs when the
+/// system cannot provide more threads. Any thread.
 ///
-/// Throws std::system_error when it cannot have even that one.
+///
+/// Throws std::system_error if the thread cannot be started.
 class ThreadSerialQueue final : public SerialQueue {
   public:
     void async(Work work) override;

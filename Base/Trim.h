@@ -4,8 +4,8 @@
 
 namespace quoxelin {
 
-/// The UTF-8 text without the white space and line breaks around it: all of Unicode's, the zero
-/// width space included, as the platform's own text functions take them.
+/// The UTF-8 text without leading and trailing Unicode white space and line breaks, including the
+/// zero width space.
 std::string_view trimmingWhitespacesAndNewlines(std::string_view text);
 
 } // namespace quoxelin

@@ -67,8 +67,7 @@ Result<std::unique_ptr<Connection>, ConnectError> UnixSocket::connect(const std:
         return tl::unexpected(
             ConnectError{ConnectError::Reason::socketPathTooLong, SystemError{ENAMETOOLONG}});
     const auto address = addressOf(path);
-    // A local attempt either blocks and is taken back by a signal, or never blocks at all: unlike
-    // one over a network, it is simply made again.
+    // If a signal interrupts connect() on a Unix socket, the attempt is undone, so just retry it.
     const auto connected = retryingInterrupted([&] {
         return ::connect(descriptor, reinterpret_cast<const sockaddr*>(&address), addressLength);
     });

@@ -4,11 +4,11 @@
 
 namespace quoxelin {
 
-/// The one owner of a Unix-domain socket's descriptor.
+/// Owns the descriptor of a Unix-domain socket.
 class UnixSocket final : public Connection {
   public:
-    /// The path has to be shorter than the 104 bytes that the smallest address field among our
-    /// platforms offers, its closing NUL included, so that a path means the same everywhere.
+    /// The path with its closing NUL must fit into 104 bytes, the smallest address field of our
+    /// platforms, so that a path works on all of them.
     static Result<std::unique_ptr<Connection>, ConnectError> connect(const std::string& path);
 
     explicit UnixSocket(int descriptor) : descriptor(descriptor) {}
@@ -24,7 +24,6 @@ class UnixSocket final : public Connection {
     int descriptor;
 };
 
-/// Connects to real sockets.
 class UnixSocketConnector final : public Connector {
   public:
     Result<std::unique_ptr<Connection>, ConnectError> connect(const std::string& path) override {

@@ -20,7 +20,7 @@ std::vector<Url::QueryItem> Url::queryItems() const {
     std::vector<QueryItem> items;
     if (!view.has_query())
         return items;
-    // A plus sign stands for itself here, as it does everywhere outside of HTML forms.
+    // Only HTML forms encode a space as a plus sign.
     boost::urls::encoding_opts options;
     options.space_as_plus = false;
     for (const auto& item : view.params(options))

@@ -7,7 +7,7 @@
 
 namespace quoxelin {
 
-/// A uniform resource locator that has been checked against the generic syntax (RFC 3986).
+/// A URL with valid generic syntax (RFC 3986).
 class Url {
   public:
     struct QueryItem {
@@ -15,15 +15,15 @@ class Url {
         std::optional<std::string> value;
     };
 
-    /// Absent when the text is empty or no URL: a blank, a stray "%", a non-ASCII character.
+    /// Empty if the text is not a valid URL (e.g. contains a space, a stray "%" or non-ASCII).
     static std::optional<Url> parse(std::string_view text);
 
     const std::string& text() const { return whole; }
 
-    /// As it was written, empty for a relative reference.
+    /// As written. Empty for a relative reference.
     std::string scheme() const;
 
-    /// The items of the query in their order, names and values percent-decoded.
+    /// The query's items in order, with percent-decoded names and values.
     std::vector<QueryItem> queryItems() const;
 
     bool operator==(const Url&) const = default;
@@ -33,7 +33,7 @@ class Url {
     std::string whole;
 };
 
-/// Percent-encodes what a URL's query may not hold as it stands: all but unreserved characters,
+/// Percent-encodes everything that a URL's query cannot contain: all but unreserved characters,
 /// sub-delimiters and ":@/?".
 std::string percentEncodedForQuery(std::string_view text);
 

@@ -4,7 +4,7 @@
 
 namespace quoxelin {
 
-/// Whether the bytes are a text in UTF-8: no overlong forms, no surrogates, nothing above U+10FFFF.
+/// Whether the bytes are valid UTF-8: no overlong forms, no surrogates, nothing above U+10FFFF.
 bool isValidUtf8(std::string_view bytes);
 
 } // namespace quoxelin

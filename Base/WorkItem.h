@@ -9,24 +9,24 @@ namespace quoxelin {
 
 using Work = std::function<void()>;
 
-/// One piece of delayed work that can be called off. Copies stand for the same work. Any thread;
-/// cancelling is free of races where it happens on the queue that would perform the work.
+/// Delayed work that can be canceled. Copies refer to the same work. Any thread; canceling from the
+/// queue that runs the work is race-free.
 class WorkItem {
   public:
     explicit WorkItem(Work work) : state(std::make_shared<State>()) {
         state->work = std::move(work);
     }
 
-    /// Drops the work, unless it has been performed or is being performed.
+    /// Drops the work, unless it has run or is running.
     void cancel() { take(); }
 
-    /// Performs the work, unless it was cancelled or performed before.
+    /// Runs the work, unless it was canceled or has run.
     void perform() {
         if (const auto work = take())
             work();
     }
 
-    /// False once the work was cancelled or performed.
+    /// False once the work was canceled or has run.
     bool isPending() const {
         const std::lock_guard lock(state->mutex);
         return state->work != nullptr;

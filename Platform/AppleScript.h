@@ -6,14 +6,14 @@
 
 namespace quoxelin {
 
-/// A script that has been taken by the scripting service.
+/// A script that the scripting service has accepted.
 class NSAppleScript {
   public:
     virtual ~NSAppleScript() = default;
 
-    /// Compiles and runs it, on the calling thread, which it blocks while the system asks for a
-    /// password and while the script runs. Answers with the description of the error information,
-    /// absent on success.
+    /// Compiles and runs the script. Blocks the calling thread while the system asks for a password
+    /// and while the script runs. Returns the description of the error information, or nothing on
+    /// success.
     virtual std::optional<std::string> executeAndReturnError() = 0;
 };
 
@@ -21,7 +21,7 @@ class AppleScript {
   public:
     virtual ~AppleScript() = default;
 
-    /// Null when no script can be made of the text. Any thread.
+    /// Null if the text cannot be made into a script. Any thread.
     virtual std::unique_ptr<NSAppleScript> initWithSource(const std::string& source) = 0;
 };
 

@@ -7,9 +7,9 @@
 
 namespace quoxelin {
 
-// The parts of Foundation that differ from system to system. Any thread, unless said otherwise.
+// The parts of Foundation that differ between systems. Any thread unless noted.
 
-/// The main bundle: the application as it is installed.
+/// The main bundle: the installed application.
 class NSBundle {
   public:
     virtual ~NSBundle() = default;
@@ -17,16 +17,17 @@ class NSBundle {
     /// "CFBundleIdentifier".
     virtual std::optional<std::string> bundleIdentifier() const = 0;
 
-    /// The folder that holds "Contents".
+    /// The folder that contains "Contents".
     virtual std::filesystem::path bundleURL() const = 0;
 
-    /// A member of the information dictionary; absent also when it is no string.
+    /// A value of the information dictionary. Absent if it is missing or not a string.
     virtual std::optional<std::string> stringForInfoDictionaryKey(const std::string& key) const = 0;
 
-    /// The full path of the resource without a type extension; absent when it is missing.
+    /// The full path of a resource without a type extension. Absent if it is missing.
     virtual std::optional<std::string> pathForResource(const std::string& name) const = 0;
 
-    /// The identifier of another bundle at that path; absent when there is no bundle or none in it.
+    /// The identifier of the bundle at that path. Absent if there is no bundle or it has no
+    /// identifier.
     virtual std::optional<std::string>
     identifierOfBundleAt(const std::filesystem::path& path) const = 0;
 };
@@ -36,7 +37,7 @@ class NSUserDefaults {
   public:
     virtual ~NSUserDefaults() = default;
 
-    /// Absent also when the value is no string.
+    /// Absent if the value is missing or not a string.
     virtual std::optional<std::string> string(const std::string& key) const = 0;
     virtual void set(const std::string& key, const std::string& value) = 0;
     virtual void removeObject(const std::string& key) = 0;
@@ -47,7 +48,7 @@ class NSProcessInfo {
     virtual ~NSProcessInfo() = default;
     virtual std::string processName() const = 0;
 
-    /// The system's major version as its maker counts it.
+    /// The operating system's major version.
     virtual int operatingSystemMajorVersion() const = 0;
 };
 
@@ -55,7 +56,8 @@ class NSFileManager {
   public:
     virtual ~NSFileManager() = default;
 
-    /// The user's Application Support directories, best first; none where there is no home.
+    /// The user's Application Support directories, the preferred one first. Empty if the user has
+    /// no home directory.
     virtual std::vector<std::filesystem::path> applicationSupportDirectories() const = 0;
     virtual std::filesystem::path temporaryDirectory() const = 0;
 };

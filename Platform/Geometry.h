@@ -8,7 +8,7 @@ struct NSSize {
     bool operator==(const NSSize&) const = default;
 };
 
-/// Points on the screen, x to the right, y upwards; the origin is the lower left corner.
+/// A rectangle on the screen in points. The origin is the lower left corner; y points up.
 struct NSRect {
     double x = 0;
     double y = 0;

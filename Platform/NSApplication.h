@@ -6,22 +6,22 @@
 
 namespace quoxelin {
 
-/// Posted on the default notification centre, on the main thread, with no object, whenever the
-/// application comes to the front.
+/// Posted on the default notification center when the application becomes active. Main thread; no
+/// object.
 inline constexpr const char* NSApplicationDidBecomeActiveNotification =
     "NSApplicationDidBecomeActiveNotification";
 
 inline constexpr unsigned long NSEventModifierFlagOption = 0x80000;
 inline constexpr unsigned long NSEventModifierFlagCommand = 0x100000;
 
-/// One item of a menu, or a separator when the title is empty.
+/// One item of a menu. A separator if the title is empty.
 struct NSMenuItem {
     std::string title;
-    /// A standard action by its selector ("hide:"), which the application performs itself;
+    /// The selector of a standard action ("hide:"), which the application performs itself.
     std::string action;
-    /// or, where this is set, an action of the item's own.
+    /// Used instead of `action` if set.
     std::function<void()> target;
-    /// Empty: none.
+    /// Empty for none.
     std::string keyEquivalent;
     unsigned long keyEquivalentModifierMask = NSEventModifierFlagCommand;
 };
@@ -42,12 +42,12 @@ class NSApplication {
     /// application is about to terminate; answers with the process's exit code.
     virtual int run(NSApplicationDelegate& delegate) = 0;
 
-    /// Ends `run`, after this turn of the main loop.
+    /// Ends `run` after this turn of the main loop.
     virtual void terminate() = 0;
 
     virtual void activateIgnoringOtherApps() = 0;
 
-    /// The submenu of the main menu's one top-level item.
+    /// Sets the submenu of the main menu's only top-level item.
     virtual void setMainMenu(const std::vector<NSMenuItem>& submenu) = 0;
 };
 

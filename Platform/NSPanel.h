@@ -11,7 +11,7 @@ namespace quoxelin {
 
 struct ViewNode;
 
-// Floating panels and what fills them. Main thread only.
+// Floating panels and their content. Main thread only.
 
 inline constexpr unsigned long NSWindowStyleMaskNonactivatingPanel = 1UL << 7;
 inline constexpr unsigned long NSWindowStyleMaskFullSizeContentView = 1UL << 15;
@@ -25,13 +25,13 @@ inline constexpr long NSVisualEffectStateActive = 1;
 inline constexpr unsigned long long NSEventMaskLeftMouseDown = 1ULL << 1;
 inline constexpr unsigned long long NSEventMaskRightMouseDown = 1ULL << 3;
 
-/// Draws a tree of view records and keeps what is on screen in step with it.
+/// Draws a tree of view records and keeps the screen up to date with it.
 class NSHostingView {
   public:
     virtual ~NSHostingView() = default;
 
-    /// Shows the tree in place of the one before: only what differs is touched, so pointer, focus
-    /// and open pop-overs stay where they are.
+    /// Replaces the tree shown. Only the differences are applied, so pointer, focus and open
+    /// popovers are kept.
     virtual void setRootView(const ViewNode& tree) = 0;
 };
 
@@ -54,7 +54,7 @@ struct NSPanelOptions {
     unsigned long styleMask = 0;
     unsigned long backing = 0;
     bool defer = false;
-    /// Background colour clear.
+    /// Makes the background color clear.
     bool clearBackground = false;
     bool opaque = true;
     bool hasShadow = false;
@@ -67,7 +67,7 @@ class NSPanel {
   public:
     virtual ~NSPanel() = default;
 
-    /// The content view's bounds; absent while there is no content view.
+    /// The content view's bounds. Absent without a content view.
     virtual std::optional<NSRect> contentViewBounds() const = 0;
     virtual void setContentView(const NSVisualEffectView& view) = 0;
 
@@ -76,7 +76,7 @@ class NSPanel {
     virtual bool isVisible() const = 0;
     virtual void makeKeyAndOrderFront() = 0;
     virtual void orderOut() = 0;
-    /// Called whenever the panel has become hidden.
+    /// Called each time the panel has been hidden.
     virtual void setDidOrderOut(std::function<void()> handler) = 0;
 };
 
@@ -86,8 +86,7 @@ class Panels {
     virtual std::unique_ptr<NSPanel> makePanel(const NSPanelOptions& options) = 0;
     virtual std::shared_ptr<NSHostingView> makeHostingView() = 0;
 
-    /// Calls the handler for mouse-downs outside of the application's own windows until the token
-    /// ends.
+    /// Calls the handler for mouse-downs outside the application's windows until the token ends.
     virtual Subscription addGlobalMonitorForEvents(unsigned long long mask,
                                                    std::function<void()> handler) = 0;
 };

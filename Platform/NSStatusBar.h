@@ -13,12 +13,12 @@ namespace quoxelin {
 
 inline constexpr double NSSquareStatusItemLength = -2;
 
-/// An image of the application's assets.
+/// An image from the application's assets.
 class NSImage {
   public:
     virtual ~NSImage() = default;
 
-    /// A template image is tinted by the system to suit a light or a dark bar.
+    /// The system tints a template image to suit a light or a dark bar.
     virtual void setTemplate(bool isTemplate) = 0;
     virtual void setSize(NSSize size) = 0;
 };
@@ -31,14 +31,14 @@ class NSStatusBarButton {
     virtual void setTitle(const std::string& title) = 0;
     /// Called on every click.
     virtual void setAction(std::function<void()> action) = 0;
-    /// Where the button is on the screen; absent while it has no window.
+    /// The button's frame on the screen. Absent while it has no window.
     virtual std::optional<NSRect> frameOnScreen() const = 0;
 };
 
 class NSStatusItem {
   public:
     virtual ~NSStatusItem() = default;
-    /// Null when the item has none. Lives as long as the item.
+    /// Null if the item has none. Lives as long as the item.
     virtual NSStatusBarButton* button() = 0;
 };
 
@@ -46,10 +46,10 @@ class NSStatusBar {
   public:
     virtual ~NSStatusBar() = default;
 
-    /// The item leaves the bar when it is destroyed.
+    /// Adds an item, which leaves the bar when it is destroyed.
     virtual std::unique_ptr<NSStatusItem> statusItemWithLength(double length) = 0;
 
-    /// Null when the application has no asset of that name.
+    /// Null if the application has no asset of that name.
     virtual std::shared_ptr<NSImage> imageNamed(const std::string& name) = 0;
 };
 

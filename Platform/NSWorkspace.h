@@ -9,22 +9,21 @@
 
 namespace quoxelin {
 
-// What the application asks of the desktop around it. Main thread only.
+// What the application uses of the desktop. Main thread only.
 
 class NSWorkspace {
   public:
     virtual ~NSWorkspace() = default;
 
-    /// Opens the URL with its default handler; false when there is none or it refuses.
+    /// Opens the URL with its default handler. False if there is no handler or it refuses.
     virtual bool open(const Url& url) = 0;
 
-    /// Shows the folder.
     virtual void openFolder(const std::filesystem::path& folder) = 0;
 
     virtual std::optional<std::filesystem::path>
     urlForApplication(const std::string& bundleIdentifier) const = 0;
 
-    /// With a default configuration; the outcome is not told.
+    /// Uses a default configuration. The outcome is not reported.
     virtual void openApplication(const std::filesystem::path& application) = 0;
 };
 
@@ -47,7 +46,8 @@ class NSOpenPanel {
   public:
     virtual ~NSOpenPanel() = default;
 
-    /// Shows the panel without blocking; answers with the choice, absent when it was cancelled.
+    /// Shows the panel without blocking. Completes with the choice, or with nothing if it was
+    /// canceled.
     virtual void
     begin(const NSOpenPanelOptions& options,
           std::function<void(std::optional<std::filesystem::path>)> completionHandler) = 0;
@@ -56,13 +56,13 @@ class NSOpenPanel {
 inline constexpr const char* kInternetEventClass = "GURL";
 inline constexpr const char* kAEGetURL = "GURL";
 
-/// Events that other programs send, of which the application takes get-URL.
+/// Events sent by other programs. The application handles get-URL.
 class NSAppleEventManager {
   public:
     virtual ~NSAppleEventManager() = default;
 
-    /// The handler receives the direct object's string, absent when the event has none. An event
-    /// that came before a handler was set is handed over when it is.
+    /// Sets the handler, which receives the direct object's string, absent if the event has none.
+    /// An event that arrived before is delivered when the handler is set.
     virtual void
     setEventHandler(const std::string& eventClass, const std::string& eventID,
                     std::function<void(std::optional<std::string> directObject)> handler) = 0;

@@ -11,8 +11,8 @@
 
 namespace quoxelin {
 
-// The packet-tunnel part of the NetworkExtension framework. Main thread only; completions come on
-// any thread.
+// The packet-tunnel part of the NetworkExtension framework. Main thread only; completions may come
+// on any thread.
 
 /// The framework's raw values. A platform may report others.
 enum class NEVPNStatus : int {
@@ -24,7 +24,7 @@ enum class NEVPNStatus : int {
     disconnecting = 5,
 };
 
-/// The domain and codes of a failed tunnel start.
+/// The error domain and codes of a tunnel that failed to start.
 inline constexpr const char* NEVPNErrorDomain = "NEVPNErrorDomain";
 enum class NEVPNError : int {
     configurationInvalid = 1,
@@ -35,16 +35,16 @@ enum class NEVPNError : int {
     configurationUnknown = 6,
 };
 
-/// Posted on the default notification centre, on the main thread, with no object: the status of any
-/// connection changed; any saved configuration was added, changed or removed.
+/// Posted on the default notification center when the status of any connection changes, and when a
+/// saved configuration is added, changed or removed. Main thread; no object.
 inline constexpr const char* NEVPNStatusDidChange = "com.apple.networkextension.statuschanged";
 inline constexpr const char* NEVPNConfigurationChange =
     "com.apple.networkextension.configurationchange";
 
-/// Answers with nothing, or with the platform's error.
+/// Receives the platform's error, or nothing on success.
 using PreferencesCompletion = std::function<void(std::optional<Error>)>;
 
-/// The protocol part of a VPN configuration, of whatever kind.
+/// The protocol part of a VPN configuration.
 class NEVPNProtocol {
   public:
     virtual ~NEVPNProtocol() = default;
@@ -53,13 +53,13 @@ class NEVPNProtocol {
     bool disconnectOnSleep = false;
 };
 
-/// The protocol of a tunnel that an extension carries.
+/// The protocol of a tunnel that is provided by an extension.
 class NETunnelProviderProtocol final : public NEVPNProtocol {
   public:
     std::optional<std::string> providerBundleIdentifier;
 };
 
-/// The tunnel behind a configuration.
+/// The tunnel of a configuration.
 class NEVPNConnection {
   public:
     virtual ~NEVPNConnection() = default;
@@ -67,30 +67,30 @@ class NEVPNConnection {
     /// A raw `NEVPNStatus`.
     virtual int status() const = 0;
 
-    /// Asks for the tunnel with no options. Success means that the attempt began; how it goes on
-    /// is told by `NEVPNStatusDidChange`.
+    /// Starts the tunnel without options. Success means that the attempt began;
+    /// `NEVPNStatusDidChange` reports its progress.
     virtual Result<void, Error> startVPNTunnel() = 0;
 
-    /// Asks for the tunnel's end; told by `NEVPNStatusDidChange`.
+    /// Stops the tunnel. `NEVPNStatusDidChange` reports its progress.
     virtual void stopVPNTunnel() = 0;
 };
 
-/// One VPN configuration, in memory until it is saved.
+/// A VPN configuration, kept in memory until it is saved.
 class NETunnelProviderManager {
   public:
     virtual ~NETunnelProviderManager() = default;
 
-    /// Reads the saved configuration again; a configuration that was never saved reads as empty
+    /// Reads the saved configuration again. A configuration that was never saved becomes empty
     /// without an error.
     virtual void loadFromPreferences(PreferencesCompletion completion) = 0;
 
-    /// Saves it. The user may be asked to allow a new one.
+    /// Saves the configuration. The system may ask the user to allow a new one.
     virtual void saveToPreferences(PreferencesCompletion completion) = 0;
 
     virtual void removeFromPreferences(PreferencesCompletion completion) = 0;
 
-    /// Null when there is none. Whether changes to the object reach the configuration without an
-    /// assignment is the platform's affair.
+    /// Null if there is none. Assign the object after changing it: not every platform applies the
+    /// changes otherwise.
     virtual std::shared_ptr<NEVPNProtocol> protocolConfiguration() const = 0;
     virtual void setProtocolConfiguration(std::shared_ptr<NEVPNProtocol> protocol) = 0;
 
@@ -100,21 +100,21 @@ class NETunnelProviderManager {
     virtual bool isEnabled() const = 0;
     virtual void setEnabled(bool enabled) = 0;
 
-    /// Null when the platform has none for this configuration.
+    /// Null if the platform has no connection for this configuration.
     virtual std::shared_ptr<NEVPNConnection> connection() const = 0;
 };
 
-/// The entrance to the saved configurations.
+/// Access to the saved configurations.
 class NetworkExtension {
   public:
     using Managers = std::vector<std::shared_ptr<NETunnelProviderManager>>;
 
     virtual ~NetworkExtension() = default;
 
-    /// All tunnel configurations that this application may see, in the platform's order.
+    /// All tunnel configurations visible to this application, in the platform's order.
     virtual void loadAllFromPreferences(Completion<Managers, Error> completion) = 0;
 
-    /// A new, empty configuration.
+    /// Makes an empty configuration.
     virtual std::shared_ptr<NETunnelProviderManager> makeTunnelProviderManager() = 0;
 };
 

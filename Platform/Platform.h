@@ -27,11 +27,11 @@ class UNUserNotificationCenter;
 class Updates;
 class XPC;
 
-/// Where the daemon listens, unless a developer asks for another place.
+/// The daemon's socket, unless a developer chooses another one.
 inline constexpr const char* defaultDaemonSocketPath = "/var/run/quoxelind.socket";
 
-/// Everything that the application asks of the operating system. All that it refers to lives as
-/// long as the process.
+/// Everything that the application uses of the operating system. The references are valid as long
+/// as the process runs.
 struct Platform {
     Dispatch& dispatch;
     Connector& connector;
@@ -57,8 +57,8 @@ struct Platform {
     NSAppleEventManager& appleEventManager;
     std::string daemonSocketPath = defaultDaemonSocketPath;
 
-    /// The platform of this process, which the shared instances are built on. `use` comes first,
-    /// once, on the main thread, with a platform that lasts as long as the process.
+    /// The platform of this process, used by the shared instances. Call `use` first, once, on the
+    /// main thread, with a platform that lives as long as the process.
     static const Platform& current();
     static void use(const Platform& platform);
 };

@@ -12,41 +12,41 @@ namespace quoxelin {
 
 struct Platform;
 
-/// What the person who starts the application asks for.
+/// What the command line asks for.
 struct LaunchOptions {
-    /// The name that the program was called by.
+    /// The name under which the program was started.
     std::string program;
-    /// Development: where the daemon listens.
+    /// For development: the daemon's socket.
     std::optional<std::string> socketPath;
-    /// The URL that a browser handed over after a login.
+    /// The URL that a browser passes on after a login.
     std::optional<std::string> callbackURL;
 };
 
-/// The operating system's side of the process. Never destroyed once the application runs: threads
-/// that block may still refer to it when the process ends.
+/// The operating system's side of the process. Never destroyed once the application runs, because
+/// blocked threads may still use it when the process ends.
 class PlatformHost {
   public:
     virtual ~PlatformHost() = default;
     virtual const Platform& platform() const = 0;
 
-    /// Calls the observer with a line for the application's log about each service of the system
-    /// that it has to do without, and again when one comes or goes. Once, on the main thread, where
-    /// it is called, too: from the main loop, after the launch.
+    /// Calls the observer with a log line for each missing system service, and again when one
+    /// appears or disappears. Call it once, on the main thread. The observer runs on the main
+    /// thread, after the launch.
     virtual void observeMissingServices(std::function<void(const std::string& line)>) {}
 
-    /// Called once, last: returns when what was sent at the end has arrived, where that takes this
-    /// process, or when it has had its time.
+    /// Called once, last. Returns when this process has delivered its last messages, or on
+    /// time-out.
     virtual void settle() {}
 };
 
-/// Why there is no platform, and how the process ends.
+/// Why there is no platform, and the exit code of the process.
 struct LaunchRefusal {
-    /// For standard error; empty where nobody needs to be told.
+    /// For standard error. Empty if there is nothing to say.
     std::string text;
     int exitCode = 0;
 };
 
-/// Makes the platform of this build; each platform implements it, and a program links exactly one.
+/// Makes the platform of this build. Each platform implements it, and a program links exactly one.
 /// Call it once, on the main thread.
 Result<std::unique_ptr<PlatformHost>, LaunchRefusal> makePlatform(const LaunchOptions& options);
 

@@ -18,12 +18,12 @@ enum class SMAppServiceStatus : int {
     notFound = 3,
 };
 
-/// A program that the system starts on our behalf.
+/// A program that the system starts for us.
 class SMAppService {
   public:
     virtual ~SMAppService() = default;
 
-    /// Registering what is registered already is no failure.
+    /// Succeeds if the program is already registered.
     virtual Result<void, Error> registerService() = 0;
 
     virtual Result<void, Error> unregisterService() = 0;
@@ -36,10 +36,10 @@ class ServiceManagement {
   public:
     virtual ~ServiceManagement() = default;
 
-    /// The application itself, opened at login.
+    /// The application itself, started at login.
     virtual std::unique_ptr<SMAppService> mainApp() = 0;
 
-    /// The privileged helper that the launchd property list inside the bundle describes.
+    /// The privileged helper described by the launchd property list in the bundle.
     virtual std::unique_ptr<SMAppService> daemon(const std::string& plistName) = 0;
 };
 

@@ -8,8 +8,7 @@
 
 namespace quoxelin {
 
-// The SystemExtensions framework. Main thread only; every request is given the main queue, so the
-// delegate is called on the main thread.
+// The SystemExtensions framework. Main thread only; delegates are called on the main thread.
 
 inline constexpr const char* OSSystemExtensionErrorDomain = "OSSystemExtensionErrorDomain";
 
@@ -35,7 +34,7 @@ enum class OSSystemExtensionRequestResult : int { completed = 0, willCompleteAft
 
 enum class OSSystemExtensionReplacementAction : int { cancel = 0, replace = 1 };
 
-/// What is known of one version of an extension.
+/// Properties of one version of an extension.
 struct OSSystemExtensionProperties {
     std::string bundleIdentifier;
     std::string bundleShortVersion;
@@ -45,12 +44,12 @@ struct OSSystemExtensionProperties {
 
 class OSSystemExtensionRequestDelegate;
 
-/// Something asked of the system about one extension.
+/// A request to the system about one extension.
 struct OSSystemExtensionRequest {
     enum class Kind { activation, properties };
     Kind kind;
     std::string identifier;
-    /// Held weakly: an answer to a delegate that has gone is dropped.
+    /// Weak: answers are dropped once the delegate is gone.
     std::weak_ptr<OSSystemExtensionRequestDelegate> delegate;
 };
 
@@ -58,13 +57,13 @@ class OSSystemExtensionRequestDelegate {
   public:
     virtual ~OSSystemExtensionRequestDelegate() = default;
 
-    /// Another version is installed already: which one shall it be?
+    /// Another version is already installed. Returns which of the two to keep.
     virtual OSSystemExtensionReplacementAction
     actionForReplacingExtension(const OSSystemExtensionRequest& request,
                                 const OSSystemExtensionProperties& existing,
                                 const OSSystemExtensionProperties& extension) = 0;
 
-    /// The user has to allow the extension; the request goes on waiting.
+    /// The user has to allow the extension. The request stays pending.
     virtual void requestNeedsUserApproval(const OSSystemExtensionRequest& request) = 0;
 
     /// `result` is a raw `OSSystemExtensionRequestResult`.
@@ -72,7 +71,7 @@ class OSSystemExtensionRequestDelegate {
 
     virtual void didFailWithError(const OSSystemExtensionRequest& request, const Error& error) = 0;
 
-    /// The answer to a properties request: every version that is installed or staged.
+    /// The result of a properties request: every version that is installed or staged.
     virtual void foundProperties(const OSSystemExtensionRequest& request,
                                  const std::vector<OSSystemExtensionProperties>& properties) = 0;
 };
@@ -81,7 +80,7 @@ class OSSystemExtensionManager {
   public:
     virtual ~OSSystemExtensionManager() = default;
 
-    /// Answered through the request's delegate, later, possibly never.
+    /// The answer comes later through the request's delegate, possibly never.
     virtual void submitRequest(const OSSystemExtensionRequest& request) = 0;
 };
 

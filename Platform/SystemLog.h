@@ -4,15 +4,15 @@
 
 namespace quoxelin {
 
-/// The system's own log. Any thread; the text is never redacted.
+/// The system log. Any thread. Texts are never redacted.
 class SystemLog {
   public:
     virtual ~SystemLog() = default;
 
-    /// One entry at the default level of the system's default log.
+    /// Writes an entry at the default level of the system's default log.
     virtual void log(const std::string& text) = 0;
 
-    /// One entry of a subsystem's category.
+    /// Writes an entry to a category of a subsystem.
     virtual void log(const std::string& subsystem, const std::string& category,
                      const std::string& text) = 0;
 };

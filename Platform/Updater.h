@@ -15,10 +15,10 @@ class SPUUpdater {
 
     virtual bool canCheckForUpdates() const = 0;
 
-    /// Hands over the current value at once and then every one that follows.
+    /// Calls the observer with the current value at once, then with every new one.
     virtual Subscription observeCanCheckForUpdates(std::function<void(bool canCheck)> observer) = 0;
 
-    /// The check that a user asks for, with the framework's own windows.
+    /// Checks at the user's request, with the framework's own windows.
     virtual void checkForUpdates() = 0;
 };
 
@@ -27,7 +27,7 @@ class SPUStandardUpdaterController {
     virtual ~SPUStandardUpdaterController() = default;
     virtual SPUUpdater& updater() = 0;
 
-    /// What the main menu's item does.
+    /// The action of the main menu's item.
     virtual void checkForUpdates() = 0;
 };
 
@@ -35,7 +35,7 @@ class Updates {
   public:
     virtual ~Updates() = default;
 
-    /// A controller with no delegates.
+    /// Makes a controller without delegates.
     virtual std::unique_ptr<SPUStandardUpdaterController>
     makeStandardUpdaterController(bool startingUpdater) = 0;
 };

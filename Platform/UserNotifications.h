@@ -9,7 +9,7 @@
 
 namespace quoxelin {
 
-// The UserNotifications framework. Calls may come from any thread; completions come on any thread.
+// The UserNotifications framework. Any thread; completions may come on any thread.
 
 /// The framework's raw values. A platform may report others.
 enum class UNAuthorizationStatus : int {
@@ -19,7 +19,7 @@ enum class UNAuthorizationStatus : int {
     provisional = 3,
 };
 
-/// Option sets, combined with "or".
+/// Option sets, combined with bitwise or.
 inline constexpr unsigned UNAuthorizationOptionBadge = 1;
 inline constexpr unsigned UNAuthorizationOptionSound = 2;
 inline constexpr unsigned UNAuthorizationOptionAlert = 4;
@@ -32,7 +32,7 @@ struct UNNotificationSettings {
     int authorizationStatus = 0;
 };
 
-/// A notification without a trigger: it is delivered at once.
+/// A notification without a trigger, delivered at once.
 struct UNNotificationRequest {
     std::string identifier;
     std::string title;
@@ -44,8 +44,8 @@ class UNUserNotificationCenterDelegate {
   public:
     virtual ~UNUserNotificationCenterDelegate() = default;
 
-    /// A notification arrives while the application is in front: the presentation options tell how
-    /// it shows. Main thread.
+    /// A notification arrives while the application is in front. The presentation options decide
+    /// how it is shown. Main thread.
     virtual void willPresent(const UNNotificationRequest& notification,
                              std::function<void(unsigned options)> completionHandler) = 0;
 };
@@ -54,18 +54,18 @@ class UNUserNotificationCenter {
   public:
     virtual ~UNUserNotificationCenter() = default;
 
-    /// Held weakly.
+    /// Keeps a weak reference.
     virtual void setDelegate(std::weak_ptr<UNUserNotificationCenterDelegate> delegate) = 0;
 
     virtual void
     getNotificationSettings(std::function<void(UNNotificationSettings)> completion) = 0;
 
-    /// Asks the user, unless the user has answered before.
+    /// Asks the user, unless the user has already answered.
     virtual void
     requestAuthorization(unsigned options,
                          std::function<void(bool granted, std::optional<Error>)> completion) = 0;
 
-    /// Delivers the notification, or drops it silently when the user does not allow any.
+    /// Delivers the notification. Drops it silently if the user does not allow notifications.
     virtual void add(const UNNotificationRequest& request) = 0;
 };
 

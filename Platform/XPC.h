@@ -9,8 +9,8 @@
 
 namespace quoxelin {
 
-// Inter-process connections to the privileged helper. Calls may come from any thread; handlers and
-// replies come on the connection's private queue, never on the main thread by promise.
+// Connections to the privileged helper. Any thread; handlers and replies come on the connection's
+// private queue, never on the main thread.
 
 /// The messages that the helper accepts.
 class HelperToolProtocol {
@@ -25,27 +25,28 @@ class HelperToolProtocol {
     virtual void pingWithReply(std::function<void(bool)> reply) = 0;
 };
 
-/// One connection to a privileged service. Set the handlers, then resume it.
+/// A connection to a privileged service. Set the handlers, then resume it.
 ///
-/// It stays open until it is invalidated, also when nobody refers to it any more.
+///
+/// It stays open until it is invalidated, even if nothing refers to it.
 class NSXPCConnection {
   public:
     virtual ~NSXPCConnection() = default;
 
-    /// Called when the service ends while the connection is open.
+    /// Called if the service exits while the connection is open.
     virtual void setInterruptionHandler(std::function<void()> handler) = 0;
 
-    /// Called when the connection cannot be made or has been invalidated, from either side; once.
+    /// Called once, when the connection fails or is invalidated from either side.
     virtual void setInvalidationHandler(std::function<void()> handler) = 0;
 
     virtual void resume() = 0;
 
-    /// The far end, or null when it does not speak `HelperToolProtocol`. A message that fails calls
-    /// the error handler instead of its reply.
+    /// The remote object, or null if it does not implement `HelperToolProtocol`. A message that
+    /// fails calls the error handler instead of its reply.
     virtual std::shared_ptr<HelperToolProtocol>
     remoteObjectProxyWithErrorHandler(std::function<void(const Error&)> handler) = 0;
 
-    /// Closes the connection; nothing is replied afterwards. A second call does nothing.
+    /// Closes the connection. No replies come afterward. A second call does nothing.
     virtual void invalidate() = 0;
 };
 
@@ -53,8 +54,8 @@ class XPC {
   public:
     virtual ~XPC() = default;
 
-    /// A connection to the Mach service in the system domain ("privileged"), its remote interface
-    /// being `HelperToolProtocol`.
+    /// A connection to the Mach service in the system domain ("privileged"), with
+    /// `HelperToolProtocol` as its remote interface.
     virtual std::shared_ptr<NSXPCConnection>
     privilegedConnection(const std::string& machServiceName) = 0;
 };

@@ -7,58 +7,58 @@
 
 namespace quoxelin {
 
-/// What is presented beside an element or over its window as long as its record says so: a pop-over
-/// or an alert.
+/// A popover beside an element or an alert over its window, presented as long as the element's
+/// record has it.
 template <typename Record>
 class Presentation {
   public:
     virtual ~Presentation() = default;
 
-    /// Shows the record, and comes up if its element is on the screen.
+    /// Shows the record, and presents it if its element is on the screen.
     virtual void bind(const Record& record) = 0;
 
-    /// What it shows, as a record; without its functions.
+    /// The record shown, without its functions.
     virtual Record readBack() const = 0;
 
-    /// Comes up, if its element is on the screen.
+    /// Presents it if its element is on the screen.
     virtual void present() = 0;
 
-    /// Goes without having been dismissed or answered.
+    /// Closes without a dismissal or an answer.
     virtual void takeAway() = 0;
 };
 
-/// One element on the screen: a native view that shows a record, and can say what it shows. It
-/// outlives the record, and shows the one that takes its place in the next tree. Every toolkit
-/// derives its own views. Main thread only.
+/// One element on the screen: a native view that shows a record. It outlives the record and shows
+/// the next tree's record in its place. Each toolkit derives its views from it. Main thread only.
 class Element {
   public:
     Element(const Element&) = delete;
     Element& operator=(const Element&) = delete;
     virtual ~Element();
 
-    /// Shows the record, which is of this element's kind.
+    /// Shows the record, which must be of this element's kind.
     void bind(const ViewNode& node);
 
-    /// What the native view shows, as a record; without its functions.
+    /// The record shown by the native view, without its functions.
     ViewNode readBack() const;
 
-    /// Whether this element stands for the record at that position among its siblings.
+    /// Whether this element shows the record at that position among its siblings.
     bool standsFor(const ViewNode& node, bool samePosition) const;
 
-    /// Presents what belongs to this element and those within it, when their window has come up.
+    /// Presents the popovers and alerts of this element and its children once their window is
+    /// shown.
     virtual void windowDidShow();
 
-    /// Takes it away again, when their window has gone.
+    /// Closes them once their window is hidden.
     virtual void windowDidHide();
 
   protected:
     explicit Element(ViewNode::Kind kind);
 
-    /// Size, padding and background, which elements of all kinds have.
+    /// The size, padding and background of every kind of element.
     virtual void bindFrame(const ViewNode& node) = 0;
     virtual void readFrame(ViewNode& node) const = 0;
 
-    /// What is of the element's own kind.
+    /// The properties specific to this kind of element.
     virtual void bindContent(const ViewNode& node) = 0;
     virtual void readContent(ViewNode& node) const = 0;
 
@@ -73,7 +73,7 @@ class Element {
     std::unique_ptr<Presentation<Alert>> alert;
 };
 
-/// Whether both offer the same buttons in the same order, whatever they do.
+/// Whether both have the same buttons in the same order, apart from their actions.
 bool haveSameButtons(const Alert& a, const Alert& b);
 
 } // namespace quoxelin

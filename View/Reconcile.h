@@ -9,11 +9,11 @@
 
 namespace quoxelin {
 
-// Which elements stay on the screen when the records change. `View` is a toolkit's own kind of
+// Decides which views stay on the screen when the records change. `View` is a toolkit's subclass of
 // `Element`; `View::make(kind)` makes a new one.
 
-/// A new view of that kind: one of the toolkit's classes, which are named in the order of
-/// `ViewNode::Kind`; both stacks are of one class.
+/// Creates the view for `kind`. The template arguments are in the order of `ViewNode::Kind`;
+/// `Stack` serves both stacks.
 template <typename View, typename Text, typename Symbol, typename Circle, typename Spacer,
           typename Divider, typename Row, typename Stack>
 std::unique_ptr<View> makeView(ViewNode::Kind kind) {
@@ -37,8 +37,8 @@ std::unique_ptr<View> makeView(ViewNode::Kind kind) {
     return nullptr;
 }
 
-/// One view for each of the siblings, in their order. A view stays with the record that it stands
-/// for: by its key, or by its position where it has none. Those that stand for none any more go.
+/// One view for each sibling, in order. A view is kept if its key matches a record, or its position
+/// if the record has no key. Other views are destroyed.
 template <typename View>
 std::vector<std::unique_ptr<View>> reconciled(std::vector<std::unique_ptr<View>> views,
                                               const std::vector<ViewNode>& nodes) {
@@ -55,7 +55,7 @@ std::vector<std::unique_ptr<View>> reconciled(std::vector<std::unique_ptr<View>>
     return next;
 }
 
-/// Has `root` show the tree. A view of another kind goes first; `install` puts the new one on the
+/// Shows the tree in `root`. A view of another kind is replaced; `install` puts the new one on the
 /// screen.
 template <typename View, typename Install>
 void reconcileRoot(std::unique_ptr<View>& root, const ViewNode& tree, Install install) {

@@ -8,7 +8,7 @@
 
 namespace quoxelin::view {
 
-// Short forms for the records that the panel is made of.
+// Short forms for the panel's records.
 
 inline ViewNode text(std::string text, Font font, Color color = Color::primary,
                      double opacity = 1) {

@@ -8,8 +8,8 @@
 
 namespace quoxelin {
 
-// What the panel shows, as plain data. Renderers draw it and decide nothing: every text, colour,
-// distance and reaction stands in the records. All lengths are points. Main thread only.
+// The content of the panel as plain data. Renderers only draw it: all texts, colors, distances and
+// reactions are in the records. Lengths are in points. Main thread only.
 
 enum class Font { headline, subheadline, body, callout, footnote, caption };
 enum class FontWeight { regular, semibold };
@@ -27,32 +27,32 @@ struct EdgeInsets {
 struct Popover;
 struct Alert;
 
-/// One element with all that lies within it. What a kind does not use keeps its default.
+/// An element and its children. Fields that a kind does not use keep their defaults.
 struct ViewNode {
     enum class Kind {
-        /// `text` in `font`, `weight`, `color` and `opacity`, in at most `lineLimit` lines, cut
-        /// with an ellipsis (0: as many lines as it takes). A line feed in it begins a new line.
+        /// `text` in `font`, `weight`, `color` and `opacity`, cut with an ellipsis after
+        /// `lineLimit` lines (0 for no limit). A line feed starts a new line.
         text,
-        /// The system's symbol named `text`, as large as text of `font`, in `color` and `opacity`.
-        /// Decoration: whatever it says stands in a text beside it too.
+        /// The system symbol named `text`, as large as text in `font`, in `color` and `opacity`.
+        /// Decoration only: a text beside it says the same.
         symbol,
-        /// Filled with `color`.
+        /// A circle filled with `color`.
         circle,
-        /// Takes what room is left in a horizontal stack or row.
+        /// Takes the remaining room in a horizontal stack or row.
         spacer,
-        /// A thin line across.
+        /// A thin horizontal line.
         divider,
-        /// A button: the children lie beside each other, centred vertically. The whole of it,
-        /// padding included, can be clicked, takes the keyboard's focus, and acts on Return.
+        /// A button with its children side by side, centered vertically. The whole row, including
+        /// its padding, reacts to clicks, takes the keyboard focus and acts on Return.
         row,
-        /// The children beside each other, centred vertically.
+        /// The children side by side, centered vertically.
         horizontalStack,
-        /// The children below each other, placed across as `alignment` says.
+        /// The children below each other, aligned horizontally by `alignment`.
         verticalStack,
     };
 
     Kind kind = Kind::verticalStack;
-    /// Identity among the siblings across updates; empty: the position.
+    /// Identity among the siblings across updates. If empty, the position is used.
     std::string key;
     std::string text;
     Font font = Font::body;
@@ -63,12 +63,12 @@ struct ViewNode {
 
     /// Between the outer edge, which the background fills, and the content.
     EdgeInsets padding;
-    /// Of the whole element, padding included; absent: what the content takes.
+    /// The size including padding. If absent, the size of the content.
     std::optional<double> width;
     std::optional<double> height;
-    /// As wide as the place allows.
+    /// As wide as the parent allows.
     bool fillsWidth = false;
-    /// Where the content lies when there is more room than it takes.
+    /// Where the content lies if there is extra room.
     Alignment alignment = Alignment::leading;
     /// Between the children of a stack or row.
     double spacing = 0;
@@ -78,19 +78,19 @@ struct ViewNode {
     double backgroundOpacity = 1;
     double cornerRadius = 0;
 
-    /// Of a row: it neither acts nor takes the focus. How it looks then is told by its children.
+    /// Row: neither acts nor takes the focus. Its children show that it is disabled.
     bool disabled = false;
-    /// Of a row; always there.
+    /// Row: always set.
     std::function<void()> action;
-    /// Of a row that follows the pointer: true when it enters, false when it leaves or the row goes
-    /// away beneath it.
+    /// Row: called with true when the pointer enters, with false when it leaves or the row
+    /// disappears beneath it.
     std::function<void(bool isHovering)> onHover;
-    /// Of a row: what it does, for those who do not see it. Never empty.
+    /// Row: describes the action to assistive technology. Never empty.
     std::string accessibilityLabel;
 
-    /// Presented beside this element while it is there.
+    /// Presented beside this element while set.
     std::shared_ptr<const Popover> popover;
-    /// Presented over the window while it is there.
+    /// Presented over the window while set.
     std::shared_ptr<const Alert> alert;
 
     std::vector<ViewNode> children;
@@ -98,8 +98,8 @@ struct ViewNode {
 
 struct Popover {
     ViewNode content;
-    /// The person clicked elsewhere or pressed Escape. The pop-over closes when the next tree has
-    /// it no more.
+    /// The user clicked elsewhere or pressed Escape. The popover closes when the next tree omits
+    /// it.
     std::function<void()> onDismiss;
 };
 
@@ -112,7 +112,7 @@ struct Alert {
     };
     std::string title;
     std::string message;
-    /// Escape presses the one that cancels.
+    /// Escape presses the cancel button.
     std::vector<Button> buttons;
 };
 

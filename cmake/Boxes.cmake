@@ -1,9 +1,8 @@
-# A box is a target that sees, of this repository, only what it is given: each box has a directory
-# of links to the headers it offers, and compiles with the directories of the boxes it links. An
-# include that points the wrong way does not find its file.
+# A box is a target that sees only the headers of the boxes it links. Each box has a directory of
+# links to the headers it offers; an include that breaks the layering fails to compile.
 
-# box_headers(TARGET SCOPE HEADER...): the headers, given relative to the repository's root, that
-# users of TARGET may include by that very path.
+# box_headers(TARGET SCOPE HEADER...): lets users of TARGET include the headers by their paths
+# relative to the repository's root.
 function(box_headers target scope)
     set(directory ${PROJECT_BINARY_DIR}/boxes/${target})
     file(REMOVE_RECURSE ${directory})
@@ -15,7 +14,7 @@ function(box_headers target scope)
     target_include_directories(${target} ${scope} ${directory})
 endfunction()
 
-# glob_relative(VARIABLE PATTERN...): files below the repository's root, relative to it.
+# glob_relative(VARIABLE PATTERN...): matching files, relative to the repository's root.
 macro(glob_relative variable)
     set(${variable})
     foreach(pattern ${ARGN})
@@ -25,7 +24,7 @@ macro(glob_relative variable)
     endforeach()
 endmacro()
 
-# glob_relative_tree: the same, with all folders below.
+# glob_relative_tree: like glob_relative, including subfolders.
 macro(glob_relative_tree variable)
     set(${variable})
     foreach(pattern ${ARGN})

@@ -1,4 +1,4 @@
-# Each has its row in docs/dependencies.md.
+# docs/dependencies.md describes each of them.
 find_package(fmt REQUIRED)
 find_package(simdjson REQUIRED)
 find_package(tl-expected REQUIRED)

@@ -1,5 +1,5 @@
-# The include directories of a box keep out what is not given to it; this keeps out the rest:
-# system headers, paths with "..", conditions on an operating system. Nothing compiles before it.
+# Include directories keep a box from including other boxes. This check rejects the rest: system
+# headers, paths with "..", conditions on the operating system. It runs before anything compiles.
 find_package(Python3 REQUIRED COMPONENTS Interpreter)
 set(checked)
 foreach(box Base View Platform Runner Helper)
@@ -12,6 +12,6 @@ add_custom_command(
     COMMAND Python3::Interpreter ${PROJECT_SOURCE_DIR}/scripts/check-layers
         --stamp ${PROJECT_BINARY_DIR}/layers.stamp
     DEPENDS ${checked} ${PROJECT_SOURCE_DIR}/scripts/check-layers
-    COMMENT "Checking who includes what"
+    COMMENT "Checking the layers"
     VERBATIM)
 add_custom_target(layers DEPENDS ${PROJECT_BINARY_DIR}/layers.stamp)

@@ -1,4 +1,4 @@
-# Warnings and sanitizers for everything that is ours.
+# Warnings and sanitizers for our own code.
 set(QUOXELIN_SANITIZERS "" CACHE STRING "Sanitizers for the whole build: address,undefined or thread")
 option(QUOXELIN_SHELL "Build this operating system's adapter and with it the program" ON)
 option(QUOXELIN_BENCHMARKS "Build Benchmarks/" OFF)
@@ -14,12 +14,12 @@ if(QUOXELIN_SANITIZERS)
 endif()
 
 if(QUOXELIN_FUZZERS)
-    # Fuzzers are guided by what their inputs reach.
+    # Instruments all code, because coverage guides the fuzzers.
     add_compile_options(-fsanitize=fuzzer-no-link)
 endif()
 
-# read_once(TARGET HEADER...): the files of TARGET share one reading of what nearly all of them
-# include. Each file still includes what it uses: the clang preset compiles them one by one.
+# read_once(TARGET HEADER...): precompiles headers that most files of TARGET include. Each file
+# still includes what it uses; the clang preset compiles without precompiled headers.
 function(read_once target)
     target_precompile_headers(${target} PRIVATE <algorithm> <array> <chrono>
         <fmt/format.h> <functional> <map> <memory> <optional> <string> <string_view>
