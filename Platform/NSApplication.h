@@ -38,8 +38,8 @@ class NSApplication {
   public:
     virtual ~NSApplication() = default;
 
-    /// Runs the main loop. Tells the delegate first that launching is finished and last that the
-    /// application is about to terminate; answers with the process's exit code.
+    /// Runs the main loop and returns the exit code of the process. Tells the delegate first that
+    /// launching has finished and last that the application will terminate.
     virtual int run(NSApplicationDelegate& delegate) = 0;
 
     /// Ends `run` after this turn of the main loop.

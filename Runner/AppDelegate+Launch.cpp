@@ -25,7 +25,7 @@ constexpr int helperMaximumRetries = 10;
 constexpr double helperBaseDelay = 0.5;
 constexpr double helperDelayGrowth = 1.5;
 
-/// How long a pending approval, or a request that never reports, may keep the application idle.
+/// Starts the app state even if approval is pending or the request never reports.
 constexpr Duration appStateStartFallback = std::chrono::seconds(5);
 
 } // namespace
@@ -125,7 +125,7 @@ void AppDelegate::helperAnswered(bool isReachable, int retryCount) {
     }
     logger.log("App", fmt::format("Failed to communicate with Helper after {} attempts.",
                                   helperMaximumRetries));
-    // The approval flag makes the next activation of the application try all of it again.
+    // The approval flag makes the application try again when it next becomes active.
     publishHelperState(true, "Failed to connect to background helper. Please restart the app or "
                              "check Login Items.");
 }

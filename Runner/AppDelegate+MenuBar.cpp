@@ -76,8 +76,8 @@ void AppDelegate::makePanel() {
 }
 
 void AppDelegate::installGlobalClickMonitor() {
-    // Sees only clicks outside of the application's own windows: one inside the panel never closes
-    // it.
+    // Reports only clicks outside the application's windows, so a click inside the panel never
+    // closes it.
     globalClickMonitor = platform.panels.addGlobalMonitorForEvents(
         NSEventMaskLeftMouseDown | NSEventMaskRightMouseDown, mainThread.weakly([this] {
             if (panel().isVisible())
@@ -103,7 +103,6 @@ void AppDelegate::updateStatusItemIcon() {
         button->setImage(image);
         button->setTitle("");
     } else {
-        // The item stays visible and can be clicked.
         logger.log("App", "Menu bar icon asset not found: menu_icon");
         button->setImage(nullptr);
         button->setTitle("QX");

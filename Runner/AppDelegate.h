@@ -27,11 +27,12 @@ class SystemExtensionService;
 class VPNTunnelService;
 
 /// Runs the application: the launch sequence, the status item with its panel, the main menu, the
-/// callback URL of a browser login, and the way out. Main thread only; a public operation that is
-/// called elsewhere is repeated on the main queue.
+/// callback URL of a browser login, and the exit. Main thread only; a public operation called on
+/// another thread is repeated on the main queue.
 ///
-/// The code: AppDelegate+Launch.cpp brings everything up in order, AppDelegate+MenuBar.cpp is what
-/// a person sees, AppDelegate.cpp the rest.
+///
+/// AppDelegate+Launch.cpp has the launch sequence, AppDelegate+MenuBar.cpp the status item, the
+/// panel and the main menu, AppDelegate.cpp the rest.
 class AppDelegate final : public NSApplicationDelegate,
                           public UNUserNotificationCenterDelegate,
                           public std::enable_shared_from_this<AppDelegate> {
@@ -44,25 +45,25 @@ class AppDelegate final : public NSApplicationDelegate,
         std::shared_ptr<SystemExtensionService> systemExtension;
         std::shared_ptr<AppViewState> appState;
 
-        /// The shared services on the platform that this process uses.
+        /// The shared services on the current platform.
         static Dependencies fromCurrentPlatform();
     };
 
-    /// Shared, because the notification centre holds its delegate weakly.
+    /// Shared, because the notification center keeps a weak reference to its delegate.
     static std::shared_ptr<AppDelegate> make(const Dependencies& dependencies);
     ~AppDelegate() override;
 
     void applicationDidFinishLaunching() override;
     void applicationWillTerminate() override;
 
-    /// The direct object's string of a get-URL event; what is no URL is ignored.
+    /// Takes the direct object's string of a get-URL event. Ignores texts that are not URLs.
     void handleGetURLEvent(const std::optional<std::string>& directObject);
 
-    /// The browser hands control back after a login: wakes the login poll and shows the panel. The
-    /// token in the URL is proof of nothing and used for nothing else.
+    /// Called by the browser after a login. Wakes the login poll and shows the panel. The token in
+    /// the URL proves nothing and is not used otherwise.
     void handleIncomingURL(const Url& url);
 
-    /// Notifications show while the application is in front, too.
+    /// Shows notifications even while the application is in front.
     void willPresent(const UNNotificationRequest& notification,
                      std::function<void(unsigned options)> completionHandler) override;
 
@@ -70,10 +71,10 @@ class AppDelegate final : public NSApplicationDelegate,
     void setupMainMenu();
     void updateStatusItemIcon();
 
-    /// What a click on the status item does.
+    /// The action of a click on the status item.
     void togglePopover();
 
-    /// Places the panel under the status item and brings it to the front.
+    /// Shows the panel under the status item and brings it to the front.
     void showWindow();
 
   private:
@@ -99,7 +100,7 @@ class AppDelegate final : public NSApplicationDelegate,
     VPNTunnelService& tunnel;
     std::shared_ptr<SystemExtensionService> systemExtension;
 
-    /// The updater's controller outlives what the panel shows of it.
+    /// Declared before `menuBar`, whose updater model uses it.
     std::unique_ptr<SPUStandardUpdaterController> updaterController;
     std::unique_ptr<MenuBar> menuBar;
     std::unique_ptr<HostingController> hostingController;
@@ -111,7 +112,7 @@ class AppDelegate final : public NSApplicationDelegate,
     bool didStartAppState = false;
     static constexpr bool alwaysRegisterHelperOnLaunch = true;
     std::optional<Subscription> globalClickMonitor;
-    /// Unset: the system tints the icon by itself when its appearance changes.
+    /// Always empty: the system tints the icon when its appearance changes.
     std::optional<Subscription> appearanceObserver;
     std::optional<Subscription> appActiveObserver;
     AppLogger& logger;

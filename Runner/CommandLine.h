@@ -8,24 +8,22 @@
 
 namespace quoxelin {
 
-/// "--version": print it and be done.
 struct ShowVersion {};
 
-/// "--help".
 struct ShowHelp {};
 
-/// The command line says nothing that the program understands.
+/// The command line is not understood.
 struct UsageError {
     std::string description;
 };
 
 using CommandLine = std::variant<LaunchOptions, ShowVersion, ShowHelp, UsageError>;
 
-/// Reads the arguments, the program's name first. "--version" and "--help" hold wherever they
-/// stand, unless something before them is not understood.
+/// Parses the arguments; the first is the program's name. "--version" and "--help" may stand
+/// anywhere, unless an earlier argument is not understood.
 CommandLine parseCommandLine(const std::vector<std::string>& arguments);
 
-/// How the program is called, for "--help" and after a mistake; several lines.
+/// The text for "--help" and after a usage error, in several lines.
 std::string usageText(const std::string& program);
 
 } // namespace quoxelin

@@ -14,7 +14,7 @@ namespace {
 
 constexpr int usageExitCode = 2;
 
-/// Unlike formatted output this throws nothing where the stream is closed.
+/// Unlike formatted output, this does not throw if the stream is closed.
 void print(std::FILE* stream, const std::string& text) {
     std::fputs(text.c_str(), stream);
 }
@@ -30,7 +30,7 @@ int launch(const LaunchOptions& options) {
             report(host.error().text);
         return host.error().exitCode;
     }
-    // Never destroyed: work on other threads, some of it blocked for ever, refers to it to the end.
+    // Never destroyed: threads, some of them blocked forever, use it until the process ends.
     auto& lasting = *host->release();
     const Platform& platform = lasting.platform();
     Platform::use(platform);
@@ -41,7 +41,7 @@ int launch(const LaunchOptions& options) {
     lasting.settle();
     AppLogger::shared().flush();
     std::fflush(nullptr);
-    // For the same reason nothing static is destroyed.
+    // For the same reason, do not run static destructors.
     std::_Exit(code);
 }
 

@@ -22,10 +22,10 @@ LoginItem::registerIfNeeded(NSUserDefaults& defaults, const std::optional<std::s
 }
 
 void LoginItem::unregister(NSUserDefaults& defaults, SMAppService& mainApp) {
-    // It fails where the application never was a login item, and there is nothing left to do then.
+    // Fails if the application was never a login item; nothing is left to do then.
     static_cast<void>(mainApp.unregisterService());
     defaults.removeObject(registeredBuildKey);
-    // Older versions left this one behind.
+    // Remove the key written by older versions.
     defaults.removeObject("loginItemRegistered");
 }
 

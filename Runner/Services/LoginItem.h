@@ -12,21 +12,22 @@ namespace quoxelin {
 class NSUserDefaults;
 class SMAppService;
 
-/// The application opens at login: registered once per build, removed at uninstall. Main thread.
+/// Opens the application at login. Registered once per build, removed on uninstall. Main thread
+/// only.
 class LoginItem {
   public:
     enum class Registration { alreadyRegistered, registered };
 
-    /// Registered before for this build, registered now, or failed with the platform's error.
+    /// Already registered for this build, registered now, or the platform's error.
     using Outcome = Result<Registration, Error>;
 
-    /// `registerAction` is called unless the defaults remember a success for this very build. An
-    /// absent build is never remembered.
+    /// Calls `registerAction` unless the defaults hold an earlier success for this build. An absent
+    /// build is never stored.
     static Outcome registerIfNeeded(NSUserDefaults& defaults,
                                     const std::optional<std::string>& build,
                                     const std::function<Result<void, Error>()>& registerAction);
 
-    /// Unregisters and forgets, whatever the platform answers.
+    /// Unregisters and clears the stored build, even if the platform reports an error.
     static void unregister(NSUserDefaults& defaults, SMAppService& mainApp);
 };
 

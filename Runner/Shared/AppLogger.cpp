@@ -42,7 +42,7 @@ std::string AppLogger::resolveLogPath() const {
     if (directories.empty())
         return dependencies.fileManager.temporaryDirectory() / "quoxelin-app.log";
     const auto directory = directories.front() / "Quoxelin";
-    // The path is used all the same: the directory may turn up later.
+    // Use the path even on failure: the directory may appear later.
     std::error_code ignored;
     std::filesystem::create_directories(directory, ignored);
     return directory / "app.log";
@@ -64,8 +64,8 @@ void AppLogger::append(const std::string& line, const std::string& path) {
     std::FILE* const file = std::fopen(path.c_str(), "ab");
     if (file == nullptr)
         return;
-    // The buffer holds the whole line, so that it goes out in one write, which no line of another
-    // process can come between.
+    // The buffer holds the whole line, so it is written at once and other processes' lines cannot
+    // split it.
     std::vector<char> buffer(line.size() + 1);
     std::setvbuf(file, buffer.data(), _IOFBF, buffer.size());
     std::fwrite(line.data(), 1, line.size(), file);

@@ -10,9 +10,8 @@ namespace quoxelin {
 class NSFileManager;
 class SystemLog;
 
-/// The application's one logging facility: every line goes to the application's log file, which a
-/// user can export for support, and to the system's log. Any thread. Nothing that goes wrong with
-/// the file ever reaches a caller.
+/// Writes every line to the application's log file, which the user can export for support, and to
+/// the system's log. Any thread. File errors never reach the caller.
 class AppLogger {
   public:
     struct Dependencies {
@@ -25,13 +24,13 @@ class AppLogger {
 
     static AppLogger& shared();
 
-    /// `category` is the short tag of the component that writes: "App", "CLI", "XPC", "VPN",
-    /// "SysExt", "UI", "State", "HashiBus", "LocalAPI". The file is written later, in the order of
-    /// the calls; the system's log at once.
+    /// `category` is the short tag of the component: "App", "CLI", "XPC", "VPN", "SysExt", "UI",
+    /// "State", "HashiBus", "LocalAPI". The system's log is written at once, the file later, in the
+    /// order of the calls.
     void log(const std::string& category, const std::string& message);
 
-    /// Returns when every line logged so far is in the file. For the end of the process; not from
-    /// the logger's own queue.
+    /// Returns once all lines logged so far are in the file. For the end of the process. Do not
+    /// call it on the logger's queue.
     void flush();
 
     const std::string& path() const { return logPath; }

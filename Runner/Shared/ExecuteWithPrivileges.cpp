@@ -6,7 +6,7 @@ namespace quoxelin {
 
 namespace {
 
-/// The call as the system's headers declared it.
+/// The signature in the system's headers.
 using AuthorizationExecuteWithPrivileges = std::int32_t (*)(const void* authorization,
                                                             const char* pathToTool,
                                                             std::uint32_t options,
@@ -23,7 +23,7 @@ std::int32_t executeWithPrivileges(const void* authorization, const std::string&
         std::puts("Failed to find AuthorizationExecuteWithPrivileges");
         return -1;
     }
-    // The call may write into its arguments, so it gets copies, which end with this function.
+    // The call may modify its arguments, so pass copies.
     auto copies = arguments;
     std::vector<char*> vector;
     vector.reserve(copies.size() + 1);

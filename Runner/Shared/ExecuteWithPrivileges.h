@@ -8,12 +8,12 @@
 
 namespace quoxelin {
 
-/// Starts the executable `cmd` as root, under an authorization that the caller obtained from the
-/// system and goes on to own. Returns the system call's status (0: started, else an error of the
-/// authorization services), or -1 when the system offers no such call. Does not wait for the tool,
-/// whose output is not read. Any thread.
+/// Starts the executable `cmd` as root, under an authorization that the caller obtained and keeps.
+/// Returns the system call's status (0 if started, otherwise an authorization error), or -1 if the
+/// system has no such call. Does not wait for the tool or read its output. Any thread.
 ///
-/// Current headers hide the call, so it is looked up by its name whenever it is needed.
+///
+/// Current headers hide the call, so each use looks it up by name.
 std::int32_t executeWithPrivileges(const void* authorization, const std::string& cmd,
                                    const std::vector<std::string>& arguments,
                                    const SymbolLookup& lookUp = lookUpSymbol);

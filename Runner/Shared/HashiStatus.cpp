@@ -9,7 +9,7 @@ namespace quoxelin {
 
 namespace {
 
-/// In quotes, with what would break the line escaped.
+/// In quotes, with line breaks escaped.
 std::string quoted(const std::string& text) {
     json::Writer writer;
     writer.string(text);
@@ -17,7 +17,7 @@ std::string quoted(const std::string& text) {
 }
 
 void printLine(const std::string& line) {
-    // Unlike formatted output this throws nothing where the output is closed.
+    // Unlike formatted output, this does not throw if the output is closed.
     std::fputs((line + '\n').c_str(), stdout);
 }
 

@@ -8,7 +8,7 @@
 
 namespace quoxelin {
 
-/// The command-line tool's status, as the tool prints it in JSON.
+/// The JSON status printed by the command-line tool.
 struct HashiStatus {
     struct PeerStatus {
         std::optional<std::int64_t> id;
@@ -33,7 +33,7 @@ struct HashiStatus {
             coder("quoxelin_ips", record.quoxelinIPs);
             coder("peer_api_url", record.peerAPIURL);
             coder("rx_bytes", record.rxBytes);
-            // The tool spells its two counters differently.
+            // The tool's spelling of the two counters differs.
             coder("tx_Bytes", record.txBytes);
             coder("last_handshake", record.lastHandshake);
             coder("last_write", record.lastWrite);
@@ -44,7 +44,7 @@ struct HashiStatus {
     std::optional<std::vector<std::string>> quoxelinIPs;
     std::optional<std::string> interactiveLoginURL;
     std::optional<PeerStatus> selfPeerStatus;
-    /// By peer key.
+    /// Keyed by the peer's key.
     std::optional<std::map<std::string, PeerStatus>> peer;
 
     bool operator==(const HashiStatus&) const = default;
@@ -59,8 +59,8 @@ struct HashiStatus {
     }
 };
 
-/// Absent when the text is no status. Writes what it found, or why it found nothing, to standard
-/// output for a developer who watches; a text that is not UTF-8 is passed over in silence.
+/// Absent if the text is not a status. Prints the result, or why there is none, to standard output
+/// for debugging; prints nothing for text that is not UTF-8.
 std::optional<HashiStatus> stringJsonToHashiStatus(const std::string& jsonString);
 
 } // namespace quoxelin

@@ -12,36 +12,37 @@ namespace quoxelin {
 
 class NSBundle;
 
-/// What a client of the privileged helper hears about its connection. Each may be empty. Called on
-/// the client's thread or on the connection's private queue, where noted.
+/// Callbacks about a client's connection to the privileged helper. Each may be empty. Called on the
+/// client's thread, or on the connection's private queue where noted.
 struct HelperConnectionEvents {
     std::function<void()> willConnect;
     std::function<void()> resumed;
-    /// There is nobody to talk to; the connection is about to be invalidated.
+    /// The helper is unavailable; the connection is about to be invalidated.
     std::function<void()> noProxy;
     /// Private queue.
     std::function<void()> interrupted;
     /// Private queue.
     std::function<void()> invalidated;
-    /// Private queue. A message failed, so its reply will not come.
+    /// Private queue. A message failed and will not be answered.
     std::function<void(const Error&)> failed;
 };
 
-/// Receives the far end. It sends one message, whose reply handler invalidates the connection.
+/// Receives the helper's proxy. Sends one message, whose reply handler invalidates the connection.
 using HelperBody = std::function<void(HelperToolProtocol& helper,
                                       const std::shared_ptr<NSXPCConnection>& connection)>;
 
-/// Opens a connection of its own to the privileged helper, for one request. Without a proxy the
-/// connection is invalidated and false is the answer.
+/// Opens a connection to the privileged helper for one request. Without a proxy, invalidates the
+/// connection and returns false.
 bool withHelper(XPC& xpc, const HelperConnectionEvents& events, const HelperBody& body);
 
-/// The full path of an executable in the bundle's resources; empty when it is missing.
+/// The full path of an executable in the bundle's resources. Empty if it is missing.
 std::string bundledExecutable(const NSBundle& bundle, const std::string& name);
 
-/// How the daemon is started: "up", and then the conductor and signal hosts of the bundle.
+/// The daemon's arguments: "up", then the bundle's conductor and signal hosts.
 std::vector<std::string> quoxelindUpArguments(const NSBundle& bundle);
 
-/// Appends `flag` and the information dictionary's text for `key`, unless that is missing or empty.
+/// Appends `flag` and the information dictionary's text for `key`, unless the text is missing or
+/// empty.
 void appendInfoPlistArg(std::vector<std::string>& arguments, const NSBundle& bundle,
                         const std::string& key, const std::string& flag);
 

@@ -4,8 +4,7 @@
 
 namespace quoxelin {
 
-/// The Mach service under which launchd offers the privileged helper, who speaks
-/// `HelperToolProtocol`.
+/// The Mach service of the privileged helper, which implements `HelperToolProtocol`.
 inline constexpr const char* helperMachServiceName = "com.quoxelin.desktop.Helper";
 
 } // namespace quoxelin

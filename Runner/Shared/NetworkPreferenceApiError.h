@@ -2,9 +2,9 @@
 
 namespace quoxelin {
 
-/// Why the system's network preferences could not be used.
+/// Why the system's network preferences are unavailable.
 enum class NetworkPreferenceApiError {
-    /// There is no tunnel configuration of this application.
+    /// This application has no tunnel configuration.
     managerNotFound,
 };
 

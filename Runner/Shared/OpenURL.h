@@ -7,12 +7,12 @@ namespace quoxelin {
 
 class NSWorkspace;
 
-// Addresses as texts, opened with their default handlers. Main thread only.
+// Opens addresses given as text with their default handlers. Main thread only.
 
-/// False when the text is no URL, or the workspace does not open it.
+/// False if the text is not a URL or the workspace does not open it.
 bool openURL(NSWorkspace& workspace, const std::string& text);
 
-/// Opens the first that the workspace opens; those that are no URLs are passed over. False when
+/// Opens the first address that the workspace accepts, skipping texts that are not URLs. False if
 /// none opens.
 bool openFirstURL(NSWorkspace& workspace, std::span<const char* const> texts);
 

@@ -62,7 +62,7 @@ void QuoxelinCLI::down() {
 }
 
 void QuoxelinCLI::withHelper(const std::function<void()>& onFailure, const HelperBody& body) {
-    // The connection outlives this call, and may outlive this client: it holds the logger only.
+    // The connection may outlive this client, so it refers to the logger only.
     const auto logged = [&logger = logger](const std::string& message) {
         return [&logger, message] { logger.log("XPC", message); };
     };

@@ -9,10 +9,10 @@ namespace quoxelin {
 
 class AppLogger;
 
-/// Has the daemon and its command-line tool, which must run as root, run by the privileged helper.
-/// One connection a request. Calls may come from any thread; completions come on the connection's
-/// private queue, or before the call returns when there is no helper. There is no time-out: a
-/// helper that never replies leaves a completion uncalled.
+/// Runs the daemon and its command-line tool as root through the privileged helper, with one
+/// connection per request. Any thread. Completions come on the connection's private queue, or
+/// before the call returns if there is no helper. There is no time-out: if the helper never
+/// replies, the completion is never called.
 class QuoxelinCLI {
   public:
     struct Dependencies {
@@ -25,13 +25,13 @@ class QuoxelinCLI {
 
     static QuoxelinCLI& shared();
 
-    /// True when the helper replies, whatever; false when there is no helper to talk to.
+    /// True if the helper replies, whatever it replies. False if there is no helper.
     void ping(const std::function<void(bool)>& completion);
 
-    /// Starts the daemon, pointed at the bundle's conductor and signal hosts. Only logged.
+    /// Starts the daemon with the bundle's conductor and signal hosts. The outcome is only logged.
     void up();
 
-    /// Runs the tool's down command. Only logged.
+    /// Runs the tool's down command. The outcome is only logged.
     void down();
 
   private:

@@ -12,12 +12,13 @@ namespace quoxelin {
 
 class SystemLog;
 
-/// Runs the daemon and its command-line tool through the privileged helper and hands on what came
-/// of it. One connection a command. What happens is written to the system's log, category "XPC".
+/// Runs the daemon and its command-line tool through the privileged helper and reports the results.
+/// One connection per command. Writes to the system's log, category "XPC".
 ///
-/// Calls may come from any thread. A completion is called once: on the connection's private queue,
-/// or before the call returns when there is no helper. There is no time-out: a helper that never
-/// replies leaves it uncalled.
+///
+/// Any thread. A completion is called once: on the connection's private queue, or before the call
+/// returns if there is no helper. There is no time-out: if the helper never replies, the completion
+/// is never called.
 class QuoxelinCommands {
   public:
     struct Dependencies {
@@ -30,25 +31,25 @@ class QuoxelinCommands {
 
     static QuoxelinCommands& shared();
 
-    /// Starts the daemon, pointed at the bundle's conductor and signal hosts. False when there is
-    /// no helper; true says that the helper was asked. Its reply is only logged.
+    /// Starts the daemon with the bundle's conductor and signal hosts. True if the helper was
+    /// asked, false if there is no helper. The reply is only logged.
     bool execQuoxelindUp();
 
-    /// Brings the connection up. True, whatever the tool says; fails with `connectionFailed`.
+    /// Brings the connection up. True for any output of the tool; fails with `connectionFailed`.
     void execQuoxelinUp(const Completion<bool, QuoxelinExecError>& completion);
 
-    /// Brings the connection down. True, whatever the tool says; fails with `connectionFailed`.
+    /// Brings the connection down. True for any output of the tool; fails with `connectionFailed`.
     void execQuoxelinDown(const Completion<bool, QuoxelinExecError>& completion);
 
-    /// Starts a login: the status tells where the user goes on with it. Fails with
-    /// `connectionFailed` or `decodingFailed`.
+    /// Starts a login. The status says where the user continues. Fails with `connectionFailed` or
+    /// `decodingFailed`.
     void execQuoxelinLogin(const Completion<HashiStatus, QuoxelinExecError>& completion);
 
     /// Fails with `connectionFailed` or `decodingFailed`.
     void execQuoxelinStatus(const Completion<HashiStatus, QuoxelinExecError>& completion);
 
   private:
-    /// Where the lines go; kept by connections that outlive a command.
+    /// Shared with connections that outlive a command.
     struct Log {
         SystemLog& systemLog;
         std::string subsystem;

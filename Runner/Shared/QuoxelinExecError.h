@@ -2,11 +2,11 @@
 
 namespace quoxelin {
 
-/// Why a command that was run through the privileged helper has no result.
+/// Why a command run through the privileged helper failed.
 enum class QuoxelinExecError {
-    /// There is no helper to talk to.
+    /// The helper is unavailable.
     connectionFailed,
-    /// The tool's output is no status.
+    /// The tool's output is not a status.
     decodingFailed,
 };
 

@@ -4,7 +4,7 @@
 
 namespace quoxelin {
 
-/// A fresh random identifier (RFC 4122, version 4), in upper-case hexadecimal. Any thread.
+/// A new random identifier (RFC 4122, version 4) in uppercase hexadecimal. Any thread.
 std::string freshUuid();
 
 } // namespace quoxelin

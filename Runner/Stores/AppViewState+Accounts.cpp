@@ -42,7 +42,7 @@ void AppViewState::loginPollingTick(const std::shared_ptr<LoginPolling>& polling
 
 void AppViewState::loginPollingAnswer(const std::shared_ptr<LoginPolling>& polling,
                                       const Result<DaemonStatus, LocalAPIError>& answer) {
-    // What the daemon said before a log-out must not bring the account back.
+    // An answer from before a logout must not bring the account back.
     if (login->isLoggedIn || polling->logoutCount != logoutCount)
         return;
     if (answer)

@@ -18,9 +18,9 @@ namespace quoxelin {
 
 namespace {
 
-/// Release and development builds leave their traces under different names; all of them go. The
-/// property lists are spelled "helper", the services "Helper". No command holds a double quote or
-/// a backslash, so the script takes them as they stand.
+/// Removes the traces of both release and development builds, whose names differ. The property
+/// lists are spelled "helper", the services "Helper". The commands contain no double quotes or
+/// backslashes, so the script needs no escaping.
 constexpr std::array cleanupCommands = {
     "killall quoxelind 2>/dev/null || true",
     "pkill -f com.quoxelin.desktop.Helper 2>/dev/null || true",
@@ -88,7 +88,7 @@ void AppViewState::removeSupportFolder() {
     const auto directories = dependencies.fileManager.applicationSupportDirectories();
     if (directories.empty())
         return;
-    // The log file lies in the folder: a line that is still on its way would come in between.
+    // A pending line could recreate the log file during the removal.
     dependencies.logger.flush();
     std::error_code ignored;
     std::filesystem::remove_all(directories.front() / "Quoxelin", ignored);

@@ -46,9 +46,8 @@ std::optional<std::string> jailedReason(bool jailed, const std::optional<std::st
     return std::string(trimmed.empty() ? "device posture non-compliant" : trimmed);
 }
 
-/// A copy of what the store reads; whatever else `updateState` comes to read has to be listed here.
-/// The peers, of which a large network has tens of thousands, would hold up the main thread for no
-/// use.
+/// Copying peers is expensive and the UI does not use them. Every field read by `updateState` must
+/// be copied here.
 HashiBusNotify copyWithoutPeers(const HashiBusNotify& notify) {
     HashiBusNotify copy;
     copy.state = notify.state;

@@ -30,11 +30,12 @@ class SystemExtensionService;
 class UNUserNotificationCenter;
 class VPNTunnelService;
 
-/// All that the application knows of the account and the tunnel, and all that a person can do about
-/// them. The panel shows its published fields and calls its actions. Main thread only; an operation
-/// called on another thread is repeated on the main queue.
+/// The state of the account and the tunnel, and the user's actions on them. The panel shows the
+/// published fields and calls the actions. Main thread only; operations called on another thread
+/// are repeated on the main queue.
 ///
-/// The actions' code: AppViewState+Connection.cpp, AppViewState+Accounts.cpp,
+///
+/// The actions are in AppViewState+Connection.cpp, AppViewState+Accounts.cpp and
 /// AppViewState+Uninstall.cpp.
 class AppViewState final : public ObservableObject, public HashiBusClientDelegate {
   public:
@@ -53,8 +54,8 @@ class AppViewState final : public ObservableObject, public HashiBusClientDelegat
         NSApplication& application;
     };
 
-    /// The store becomes the bus client's delegate and follows the tunnel's status; neither the bus
-    /// nor the daemon is touched before `start`.
+    /// Makes the store the bus client's delegate and observes the tunnel's status. The bus and the
+    /// daemon are not used before `start`.
     static std::shared_ptr<AppViewState> make(const Dependencies& dependencies,
                                               std::shared_ptr<HashiBusClient> hashiBus);
 
@@ -62,50 +63,50 @@ class AppViewState final : public ObservableObject, public HashiBusClientDelegat
 
     Published<LoginViewState> login{*this, {}};
     Published<VpnViewState> vpn{*this, {}};
-    /// The daemon's accounts.
     Published<std::vector<ProfileInfo>> profiles{*this, {}};
     Published<std::string> currentProfileId{*this, {}};
-    /// The helper awaits the user's approval; written by the launch sequence.
+    /// The helper needs the user's approval. Written by the launch sequence.
     Published<bool> helperNeedsApproval{*this, false};
-    /// The last failure to register or reach the helper; written by the launch sequence.
+    /// The last failure to register or reach the helper. Written by the launch sequence.
     Published<std::optional<std::string>> helperRegistrationError{*this, std::nullopt};
 
-    /// Begins to follow the daemon.
+    /// Starts following the daemon.
     void start();
 
-    /// Daemon on; tunnel configuration saved and started. Every start is checked on 2 seconds
-    /// later, and tried again, three times at most, while the tunnel does not come up. Without the
-    /// system extension's approval only the daemon is turned on.
+    /// Turns the daemon on, saves the tunnel configuration and starts the tunnel. Each start is
+    /// checked after 2 seconds and retried up to three times if the tunnel is not up. Without
+    /// approval of the system extension, only the daemon is turned on.
     void connect();
 
-    /// Daemon off, tunnel stopped, nothing tried again.
+    /// Turns the daemon off, stops the tunnel and cancels retries.
     void disconnect();
 
-    /// Asks the daemon once a second, for two minutes at most, whether the login has been
-    /// completed, then connects. Runs may overlap; a log-out ends those begun before it.
+    /// Asks the daemon once a second, for at most two minutes, whether the login is complete, then
+    /// connects. Runs may overlap; a logout ends all runs begun before it.
     void pollForLoginCompletion();
 
-    /// Disconnects, empties the account and tells the daemon. Until the daemon reports that it
-    /// needs a login, what the bus still says of the account is not believed.
+    /// Disconnects, clears the account and tells the daemon. Account data from the bus is ignored
+    /// until the daemon reports that it needs a login.
     void logout();
 
-    /// Asks for the daemon's accounts. On a failure everything stays as it is.
+    /// Asks for the daemon's accounts. A failure changes nothing.
     void refreshProfiles();
 
-    /// Makes another account current; shown at once, confirmed or undone by the daemon's answer.
+    /// Switches to another account. Published at once, confirmed or reverted by the daemon's
+    /// answer.
     void switchProfile(std::string id);
 
-    /// The same, and then opens the account's login page.
+    /// Switches the account, then opens its login page.
     void switchProfileAndLogin(std::string id);
 
-    /// Opens a login page for an account that the daemon does not know yet.
+    /// Opens a login page for a new account.
     void addNewAccount();
 
     /// Removes the whole product from the machine and quits, unless the user refuses the
     /// administrator password or the removal fails.
     void uninstall();
 
-    /// Called by the bus client; the message is worked on a turn of the main queue later.
+    /// Called by the bus client. The message is handled on a later turn of the main queue.
     void hashiBusDidReceiveNotify(const HashiBusNotify& notify) override;
 
   private:
@@ -117,7 +118,7 @@ class AppViewState final : public ObservableObject, public HashiBusClientDelegat
     void updateState(const HashiBusNotify& notify);
     void followBackendState(HashiBusState state, LoginViewState& s);
     void applyStatus(const DaemonStatus& status);
-    /// Publishes what the daemon told of the account, and what comes of it.
+    /// Publishes the account's changes and acts on them.
     void publishAndFollowUp(const LoginViewState& next);
     void publishLoginIfChanged(const LoginViewState& next);
     void notifyJailTransition(const LoginViewState& old, const LoginViewState& now);
@@ -130,10 +131,10 @@ class AppViewState final : public ObservableObject, public HashiBusClientDelegat
     void retryVPNIfNeeded();
     void cancelVPNRetry();
 
-    /// What the ticks of one run share.
+    /// The state shared by the ticks of one run.
     struct LoginPolling {
         int attempts = 0;
-        /// `logoutCount` when the run began.
+        /// The value of `logoutCount` when the run began.
         int logoutCount = 0;
     };
     void scheduleLoginPollingTick(std::shared_ptr<LoginPolling> polling);
@@ -152,17 +153,17 @@ class AppViewState final : public ObservableObject, public HashiBusClientDelegat
     Dependencies dependencies;
     std::shared_ptr<HashiBusClient> hashiBus;
     std::vector<Subscription> cancellables;
-    /// The last that the bus reported.
+    /// The last state reported by the bus.
     HashiBusState currentBackendState = HashiBusState::noState;
     /// From `logout` until the daemon reports that it needs a login.
     bool isLoggingOut = false;
     int logoutCount = 0;
-    /// The last asked for: a configuration that is still being saved when the user disconnects
-    /// must not start the tunnel after all.
+    /// Whether the user last asked to connect. A save that completes after a disconnect must not
+    /// start the tunnel.
     bool wantsTunnel = false;
-    /// The pending check on the last start.
+    /// The pending check of the last start.
     std::optional<WorkItem> vpnConnectRetryWork;
-    /// Since the last `connect`.
+    /// Retries since the last `connect`.
     int vpnRetryCount = 0;
     MainThread mainThread{dependencies.dispatch};
 };

@@ -8,7 +8,7 @@
 
 namespace quoxelin {
 
-/// The account and this node, as last known.
+/// The last known state of the account and this node.
 struct LoginViewState {
     bool isLoggedIn = false;
     std::string userName;
@@ -19,15 +19,14 @@ struct LoginViewState {
     /// Joined with ",".
     std::string quoxelinIPs;
     std::string backendState;
-    /// Empty: none.
+    /// Empty for none.
     std::string interactiveLoginUrl;
-    /// Present while the node is quarantined by the device policy.
+    /// Set while the device policy quarantines the node.
     std::optional<std::string> jailedReason;
 
     bool operator==(const LoginViewState&) const = default;
 };
 
-/// The tunnel.
 struct VpnViewState {
     VPNConnectionStatus status = VPNConnectionStatus::unknown;
 

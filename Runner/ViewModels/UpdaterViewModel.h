@@ -7,14 +7,13 @@ namespace quoxelin {
 
 class SPUUpdater;
 
-/// The update checker as the panel sees it. Main thread only.
+/// The update checker for the panel. Main thread only.
 class UpdaterViewModel final : public ObservableObject {
   public:
     explicit UpdaterViewModel(SPUUpdater& updater);
 
     Published<bool> canCheckForUpdates{*this, false};
 
-    /// The check that a user asks for.
     void checkForUpdates();
 
   private:

@@ -8,10 +8,10 @@
 
 namespace quoxelin {
 
-/// Any view at all: what it looks like now, and when that may have changed.
+/// A type-erased view: its current tree, and a notice before each change.
 struct AnyView {
     std::function<ViewNode()> body;
-    /// Calls the observer before each change of what the view observes, until the tokens end.
+    /// Calls the observer before each change of the view's state, until the tokens end.
     std::function<std::vector<Subscription>(const std::function<void()>& observer)>
         objectWillChange;
 };

@@ -4,7 +4,7 @@
 
 namespace quoxelin {
 
-/// A value that lives elsewhere: how to read it, and how to change it.
+/// Reads and changes a value stored elsewhere.
 template <typename T>
 struct Binding {
     std::function<T()> get;

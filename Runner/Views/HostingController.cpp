@@ -20,8 +20,8 @@ void HostingController::setNeedsUpdate() {
 }
 
 void HostingController::update() {
-    // Drawing may itself change what is observed, for instance when a row goes from under the
-    // pointer: that asks for the next tree.
+    // Drawing can change observed state, for example when a row disappears under the pointer. That
+    // requests another update.
     needsUpdate = false;
     view->setRootView(rootView.body());
 }

@@ -11,8 +11,8 @@ namespace quoxelin {
 class MainQueue;
 class NSHostingView;
 
-/// Keeps what is on the screen in step with a view: however much changes in one turn of the main
-/// queue, one new tree is made on the next. Main thread only.
+/// Keeps the screen up to date with a view. All changes in one turn of the main queue give one new
+/// tree on the next turn. Main thread only.
 class HostingController {
   public:
     HostingController(MainQueue& main, std::shared_ptr<NSHostingView> view, AnyView rootView);

@@ -6,8 +6,7 @@
 
 namespace quoxelin {
 
-/// What a global hot key would hold. None is registered: the panel is opened from the status item
-/// only.
+/// The state of a global hot key. Never registered: the panel opens from the status item.
 struct HotkeyManager {
     std::optional<Subscription> hotKeyRef;
     std::optional<Subscription> eventHandler;

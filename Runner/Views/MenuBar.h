@@ -7,7 +7,7 @@
 
 namespace quoxelin {
 
-/// The panel's root view: its content, given the objects that it shows.
+/// The panel's root view: its content and the objects that it shows.
 class MenuBar {
   public:
     MenuBar(const QuoxelinMenuBarContent::Dependencies& dependencies,
@@ -17,7 +17,7 @@ class MenuBar {
 
     const std::shared_ptr<QuoxelinMenuBarContent> content;
 
-    /// The content as any view: its tree changes with every object that it shows.
+    /// The content as a type-erased view that changes with each of the objects.
     AnyView erased() const;
 };
 

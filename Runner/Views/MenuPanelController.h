@@ -10,8 +10,7 @@ namespace quoxelin {
 
 class NSPanel;
 
-/// What a panel that hides itself would hold. Nothing hides the panel by itself: it installs no
-/// monitor and schedules no work.
+/// The state of a panel that hides automatically. Installs no monitor and schedules no work.
 struct MenuPanelController {
     std::shared_ptr<NSPanel> panel;
     std::optional<Subscription> globalEventMonitor;

@@ -5,18 +5,17 @@
 
 namespace quoxelin {
 
-/// Horizontal distance between a row's edge and its content; texts that are no rows keep to it too.
+/// The horizontal inset of a row's content, also used by texts outside rows.
 inline constexpr double menuRowInset = 14;
 
-/// The look of every clickable row of the panel.
+/// The style of every clickable row in the panel.
 struct MenuRowStyle {
-    /// The pointer is over the row.
     Binding<bool> isHovering;
 
     ViewNode body(ViewNode row) const;
 };
 
-/// The row's width and distances, without a highlight: for a row that does not follow the pointer.
+/// Sets the row's width and insets without a highlight, for rows that do not follow the pointer.
 ViewNode menuRowMetrics(ViewNode row);
 
 inline ViewNode menuRowStyle(ViewNode row, Binding<bool> isHovering) {

@@ -84,8 +84,7 @@ void QuoxelinMenuBarContent::exportLogs() {
 
 namespace {
 
-/// Copies the file in place of what is there by that name. A file that is chosen as its own
-/// destination stays as it is.
+/// Copies the file over the destination. Does nothing if both are the same file.
 bool replaceByCopy(const std::filesystem::path& file, const std::filesystem::path& destination) {
     std::error_code error;
     if (std::filesystem::equivalent(file, destination, error))

@@ -15,7 +15,7 @@ namespace {
 constexpr const char* homePage = "https://quoxelin.com/";
 constexpr const char* documentation = "https://docs.quoxelin.com/";
 
-/// The place in front of an account's name or of "Add Account".
+/// The space in front of an account's name or of "Add Account".
 ViewNode leadingSymbol(std::vector<ViewNode> symbol) {
     auto place = view::horizontalStack(std::move(symbol));
     place.width = 16;
@@ -58,7 +58,7 @@ ViewNode QuoxelinMenuBarContent::profileList(bool loggedIn, const Action& dismis
     std::set<std::string> ids;
     for (const auto& profile : app->profiles.get()) {
         auto row = profileRow(profile, loggedIn, dismiss);
-        // Should the daemon send an id twice, the second row is known by its place.
+        // If the daemon sends an id twice, the second row is identified by its position.
         if (ids.insert(profile.id).second)
             row.key = profile.id;
         list.children.push_back(std::move(row));
@@ -90,7 +90,7 @@ ViewNode QuoxelinMenuBarContent::profileRow(const ProfileInfo& profile, bool log
     return menuRowStyle(std::move(row),
                         {[this, id = profile.id] { return hoveringProfileId.get() == id; },
                          mainThread.weakly([this, id = profile.id](bool isHovering) {
-                             // The next row may be entered before this one is left.
+                             // The pointer may enter the next row before it leaves this one.
                              if (isHovering)
                                  hoveringProfileId = id;
                              else if (hoveringProfileId.get() == id)

@@ -12,13 +12,13 @@ namespace quoxelin {
 
 namespace {
 
-/// Of texts that tell rather than invite.
+/// For informational text, as opposed to controls.
 constexpr double quietOpacity = 0.65;
 
-/// Of the label of a row that cannot be clicked at present.
+/// For the label of a disabled row.
 constexpr double disabledOpacity = 0.4;
 
-/// A divider of the column, with some air.
+/// A divider with vertical padding.
 ViewNode sectionDivider() {
     return view::padded(view::divider(), {4, 0, 4, 0});
 }
@@ -61,7 +61,7 @@ std::string statusText(VPNConnectionStatus status) {
 std::vector<ViewNode> QuoxelinMenuBarContent::loggedOutSections() {
     auto login =
         view::verticalStack({row("Login Quoxelin", isHoveringLogin, [this] { startLoginFlow(); })});
-    // As far from the top as the quit row is from the bottom.
+    // The same as below the quit row.
     login.padding.top = 4;
     login.fillsWidth = true;
     return {

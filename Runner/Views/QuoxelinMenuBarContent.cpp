@@ -24,8 +24,8 @@ QuoxelinMenuBarContent::QuoxelinMenuBarContent(
     this->systemExtension->onWillCompleteAfterReboot =
         mainThread.weakly([this] { waitingReboot = true; });
 
-    // Logging in or out exchanges the rows that the pop-overs hang on: without this a pop-over
-    // would come back by itself with its row.
+    // Logging in or out replaces the rows that anchor the popovers. Without this, a popover would
+    // return with its row.
     loginSubscription = this->app->login.subscribe(
         [this, wasLoggedIn = this->app->login->isLoggedIn](const LoginViewState& login) mutable {
             if (std::exchange(wasLoggedIn, login.isLoggedIn) == login.isLoggedIn)

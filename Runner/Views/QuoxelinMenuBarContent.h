@@ -31,12 +31,13 @@ class UNUserNotificationCenter;
 class UpdaterViewModel;
 struct ProfileInfo;
 
-/// What fills the panel: a narrow column of rows with its two pop-overs and the uninstall
-/// confirmation. It shows the published state of the objects that it observes and holds no rule of
-/// its own; every action calls one operation of theirs or of the system. Main thread only.
+/// The content of the panel: a narrow column of rows with two popovers and the uninstall
+/// confirmation. It shows the published state of the observed objects and contains no business
+/// rules; each action calls one operation of theirs or of the system. Main thread only.
 ///
-/// The code: QuoxelinMenuBarContent.cpp joins the sections of +Sections.cpp and +Popovers.cpp;
-/// +Actions.cpp is what the rows do.
+///
+/// QuoxelinMenuBarContent.cpp combines the sections of +Sections.cpp and +Popovers.cpp;
+/// +Actions.cpp has the actions of the rows.
 class QuoxelinMenuBarContent final : public ObservableObject {
   public:
     struct Dependencies {
@@ -50,7 +51,7 @@ class QuoxelinMenuBarContent final : public ObservableObject {
         NSProcessInfo& processInfo;
         UNUserNotificationCenter& notificationCenter;
         NSApplication& application;
-        /// Where the daemon writes its log.
+        /// The daemon's log file.
         std::filesystem::path daemonLogPath = "/var/log/quoxelind/client.log";
     };
 
@@ -62,9 +63,9 @@ class QuoxelinMenuBarContent final : public ObservableObject {
     const std::shared_ptr<UpdaterViewModel> updaterVM;
     const std::shared_ptr<SystemExtensionService> systemExtension;
 
-    // What only the panel knows. The panel keeps one content, so these last as long as it does.
+    // State of the panel only. It lasts as long as the panel, which keeps one content.
 
-    /// The system extension will be active after a restart of the machine.
+    /// The system extension will be active after a reboot.
     Published<bool> waitingReboot{*this, false};
     Published<bool> isMorePopoverPresented{*this, false};
     Published<bool> isHoveringConnect{*this, false};
@@ -87,18 +88,18 @@ class QuoxelinMenuBarContent final : public ObservableObject {
     Published<std::optional<std::string>> hoveringProfileId{*this, std::nullopt};
     Published<bool> isSwitchAccountPopoverPresented{*this, false};
 
-    /// The tree for the state as it is; changes nothing. The tree may outlive this object: its
-    /// actions do nothing then.
+    /// The tree for the current state. Changes nothing. If the tree outlives this object, its
+    /// actions do nothing.
     ViewNode body();
 
-    /// The panel is shown for the first time: asks the person to allow notifications.
+    /// Called when the panel is first shown. Asks the user to allow notifications.
     void onAppear();
 
-    /// The panel has been hidden: pop-overs and confirmation close, nothing is under the pointer.
+    /// Called when the panel is hidden. Closes popovers and the confirmation and ends all hovering.
     void panelDidHide();
 
-    /// Puts the text on the clipboard and notifies of it: the label and " Copied", or "Copied"
-    /// alone when the label is empty.
+    /// Copies the text to the clipboard and posts a notification: the label and " Copied", or
+    /// "Copied" if the label is empty.
     void copy(const std::string& text, const std::string& label);
 
     struct SplitIPs {
@@ -107,7 +108,7 @@ class QuoxelinMenuBarContent final : public ObservableObject {
         bool operator==(const SplitIPs&) const = default;
     };
 
-    /// The first address of each family in a list with commas.
+    /// The first address of each family in a comma-separated list.
     static SplitIPs splitIPs(std::string_view addresses);
 
   private:

@@ -10,11 +10,11 @@
 
 namespace quoxelin {
 
-/// The daemon's status as it answers when asked. Every field is optional: a member that is missing
-/// or of another type leaves its field absent.
+/// The daemon's answer to a status request. A field is absent if its member is missing or of
+/// another type.
 struct DaemonStatus {
     struct SelfNode {
-        /// 0 when the daemon sends none.
+        /// 0 if the daemon sends none.
         std::int64_t id = 0;
         std::optional<std::string> hostName;
         std::optional<std::vector<std::string>> addresses;
@@ -26,7 +26,7 @@ struct DaemonStatus {
     std::optional<std::string> interactiveLoginUrl;
     std::optional<std::vector<std::string>> quoxelinIps;
     std::optional<SelfNode> selfNode;
-    /// The daemon's status holds neither; who else makes such a record may fill them.
+    /// Not part of the daemon's answer; other sources may fill them.
     std::optional<std::string> email;
     std::optional<std::string> userName;
     std::optional<bool> jailed;
@@ -34,7 +34,7 @@ struct DaemonStatus {
 
     bool operator==(const DaemonStatus&) const = default;
 
-    /// Fails only when the text is no JSON or its top level no object.
+    /// Fails only if the text is not JSON or its top level is not an object.
     static Result<DaemonStatus, json::Error> parse(std::string_view body);
 };
 

@@ -8,7 +8,7 @@ namespace quoxelin {
 
 namespace {
 
-/// In the order of the numbers that stand for them.
+/// Indexed by the number of the state.
 constexpr std::array states = {HashiBusState::noState, HashiBusState::needsLogin,
                                HashiBusState::stopped, HashiBusState::starting,
                                HashiBusState::running};

@@ -11,18 +11,17 @@
 
 namespace quoxelin {
 
-/// What the daemon's backend is doing.
+/// The state of the daemon's backend.
 enum class HashiBusState : int { noState, needsLogin, stopped, starting, running };
 
-/// "NoState", "NeedsLogin", "Stopped", "Starting" or "Running".
 std::string_view rawValue(HashiBusState state);
 
-/// Daemons have sent the state as its number and as its name in any letter case. An unknown number
-/// or name is no state; anything but an integer or a string is a failure.
+/// Accepts the state's number or its name in any letter case. Unknown ones become `noState`; other
+/// JSON types fail.
 bool decodeValue(json::Value value, HashiBusState& into, json::Failure& failure);
 void encodeValue(HashiBusState state, json::Writer& writer);
 
-/// A machine of the network.
+/// A machine in the network.
 struct Node {
     std::int64_t id = 0;
     std::optional<std::string> name;
@@ -76,14 +75,14 @@ struct UserProfile {
     }
 };
 
-/// The network as this node sees it.
+/// The network from this node's view.
 struct NetworkMap {
     std::optional<NodeView> selfNode;
     std::optional<std::string> nodeKey;
     std::optional<std::string> privateWgKey;
     std::optional<std::vector<NodeView>> peers;
     std::optional<std::string> dnsName;
-    /// By user identifier in decimal.
+    /// Keyed by the user identifier in decimal.
     std::optional<std::map<std::string, UserProfile>> userProfiles;
 
     bool operator==(const NetworkMap&) const = default;
@@ -99,7 +98,7 @@ struct NetworkMap {
     }
 };
 
-/// One line of the daemon's notification stream. It carries only what has changed.
+/// One line of the daemon's notification stream. It holds only the changes.
 struct HashiBusNotify {
     std::optional<std::string> version;
     std::optional<std::string> errMessage;

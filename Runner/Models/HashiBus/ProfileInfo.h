@@ -6,7 +6,7 @@
 
 namespace quoxelin {
 
-/// One account that the daemon keeps.
+/// One of the daemon's accounts.
 struct ProfileInfo {
     std::string id;
     std::string name;

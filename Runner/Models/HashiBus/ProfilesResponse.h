@@ -7,7 +7,7 @@
 
 namespace quoxelin {
 
-/// All accounts that the daemon keeps, and which of them it uses.
+/// All of the daemon's accounts and the current one.
 struct ProfilesResponse {
     std::string currentProfileId;
     std::vector<ProfileInfo> profiles;

@@ -16,7 +16,7 @@ constexpr std::size_t readSize = 4'096;
 constexpr std::size_t logoutResponseSize = 1'024;
 constexpr Duration pauseBetweenAttempts = seconds(3.0);
 
-/// What one huge line made of the buffer is given back, a usual line's is kept.
+/// Buffers that grew beyond this for one huge line are released.
 constexpr std::size_t keptCapacity = std::size_t(1) << 20;
 
 } // namespace
@@ -66,7 +66,7 @@ void HashiBusClient::connectLoop() {
 void HashiBusClient::follow(std::unique_ptr<Connection> connection) {
     dependencies.logger.log("HashiBus", "Connected to socket");
     postNote("HashiBus connected");
-    // A request that cannot be written shows as a stream that ends at once.
+    // If the request cannot be written, the stream ends at once.
     static_cast<void>(connection->write(requestData));
     readStream(*connection);
     connection.reset();
@@ -103,7 +103,7 @@ void HashiBusClient::processData(std::string_view data) {
     std::size_t consumed = 0;
     if (!headersReceived) {
         constexpr std::string_view separator = "\r\n\r\n";
-        // The separator may have begun in what has been searched already.
+        // The separator may start in the part that has already been searched.
         const auto found =
             buffer.find(separator, scanned - std::min(scanned, separator.size() - 1));
         if (found == std::string::npos) {
@@ -120,7 +120,7 @@ void HashiBusClient::processData(std::string_view data) {
         processLine(std::string_view(buffer).substr(consumed, end - consumed));
         consumed = scanned = end + 1;
     }
-    // What remains after a line came with this very read, so little is moved, and once a read.
+    // The rest came with this read, so little is moved, and only once per read.
     buffer.erase(0, consumed);
     scanned = buffer.size();
     if (consumed > keptCapacity)
@@ -130,7 +130,7 @@ void HashiBusClient::processData(std::string_view data) {
 void HashiBusClient::processLine(std::string_view line) {
     if (line.empty())
         return;
-    // The daemon frames its stream as it likes: what is no notification is no error either.
+    // Lines that are not notifications (e.g. chunk sizes) are ignored.
     auto decoded = json::decode<HashiBusNotify>(line);
     if (!decoded)
         return;

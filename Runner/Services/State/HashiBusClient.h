@@ -19,14 +19,15 @@ class HashiBusClientDelegate {
   public:
     virtual ~HashiBusClientDelegate() = default;
 
-    /// Main thread, in the order of the stream.
+    /// Called on the main thread, in the order of the stream.
     virtual void hashiBusDidReceiveNotify(const HashiBusNotify& notify) = 0;
 };
 
 /// Follows the daemon's notification stream for the life of the process: connects, reads line by
-/// line, and connects again 3 seconds after every attempt that failed or ended.
+/// line, and reconnects 3 seconds after an attempt fails or ends.
 ///
-/// Its loop occupies a serial queue of its own, which alone touches the connection and the buffer.
+///
+/// The loop runs on its own serial queue; only that queue uses the connection and the buffer.
 class HashiBusClient : public std::enable_shared_from_this<HashiBusClient> {
   public:
     struct Dependencies {
@@ -37,18 +38,18 @@ class HashiBusClient : public std::enable_shared_from_this<HashiBusClient> {
 
     HashiBusClient(const Dependencies& dependencies, std::string socketPath);
 
-    /// Held weakly; set and read on the main thread.
+    /// Weak. Set and read on the main thread.
     std::weak_ptr<HashiBusClientDelegate> delegate;
 
-    /// Begins to follow the stream; a second call does nothing.
+    /// Starts following the stream. A second call does nothing.
     void start();
 
-    /// Ends it for good: the blocked read returns, the loop ends without another attempt. An
-    /// attempt that waits for a daemon too busy to accept it is not cut short; a connection that
-    /// it still brings is closed unused. Any thread.
+    /// Stops permanently: a blocked read returns and the loop ends. A connect() already blocked on
+    /// a busy daemon is not interrupted; if it succeeds later the connection is closed at once. Any
+    /// thread.
     void stop();
 
-    /// Asks the daemon to log out, over a connection of its own. The outcome is only logged.
+    /// Asks the daemon to log out, over a separate connection. The outcome is only logged.
     void logout();
 
   private:
@@ -67,11 +68,11 @@ class HashiBusClient : public std::enable_shared_from_this<HashiBusClient> {
     std::atomic<bool> isRunning = false;
     StopSignal stopSignal;
 
-    // What one stream leaves unfinished the next one goes on with: after the first connection the
-    // header's lines pass as lines that are no notifications.
+    // Deliberately not reset on reconnect: after the first connection, header lines go through the
+    // parser and are ignored.
     std::string buffer;
     bool headersReceived = false;
-    /// How much of the buffer is known to hold no end of what is looked for.
+    /// How much of the buffer has been searched without a match.
     std::size_t scanned = 0;
 };
 

@@ -42,13 +42,13 @@ tl::unexpected<LocalAPIError> failed(const ConnectError& failure) {
     return failed(Case::connectFailed, failure.error.message());
 }
 
-/// A response cut in two at its first empty line.
+/// A response split at its first empty line.
 struct Response {
     std::string_view header;
     std::string_view body;
 };
 
-/// Reads until the daemon closes the connection, or has sent more than any reply holds.
+/// Reads until the daemon closes the connection or the response exceeds the size limit.
 Outcome readResponse(Connection& connection, AppLogger& logger) {
     LocalAPIClient::Bytes response;
     response.reserve(reservedForResponse);
@@ -68,7 +68,7 @@ Outcome readResponse(Connection& connection, AppLogger& logger) {
     }
 }
 
-/// Makes of the response what the operation's caller gets.
+/// Converts the response to the operation's result.
 using Interpret = std::function<Outcome(const Response&)>;
 
 Outcome exchange(Connection& connection, const std::string& request, const Interpret& interpret,
@@ -76,7 +76,7 @@ Outcome exchange(Connection& connection, const std::string& request, const Inter
     const auto written = connection.write(request);
     if (!written)
         return failed(Case::writeFailed, written.error().message());
-    // The daemon's buffer takes any request of ours at once, or something is wrong with it.
+    // The socket's buffer takes any of our requests in one write, so a short write is a failure.
     if (*written != request.size())
         return failed(Case::writeFailed, SystemError::last().message());
     return readResponse(connection, logger).and_then([&](const std::string& bytes) -> Outcome {
@@ -88,8 +88,8 @@ Outcome exchange(Connection& connection, const std::string& request, const Inter
     });
 }
 
-/// One request over a connection of its own, on a background thread, where the completion is
-/// called as well. Holds nothing of the client but what lives as long as the process.
+/// Sends one request over a new connection, on a background thread, and calls the completion there.
+/// Uses only those dependencies that live as long as the process, never the client.
 void perform(const LocalAPIClient::Dependencies& dependencies, const std::string& socketPath,
              std::string request, Interpret interpret,
              Completion<LocalAPIClient::Bytes, LocalAPIError> completion) {
@@ -97,7 +97,7 @@ void perform(const LocalAPIClient::Dependencies& dependencies, const std::string
         .async([dependencies, socketPath, request = std::move(request),
                 interpret = std::move(interpret), completion = std::move(completion)] {
             const auto connection = dependencies.connector.connect(socketPath);
-            // The connection is closed once the completion has returned.
+            // The connection closes after the completion returns.
             if (connection)
                 completion(exchange(**connection, request, interpret, dependencies.logger));
             else
@@ -105,7 +105,7 @@ void perform(const LocalAPIClient::Dependencies& dependencies, const std::string
         });
 }
 
-/// Lenient: absent unless the first line's second word is a decimal number.
+/// Lenient: absent unless the second word of the first line is a decimal number.
 std::optional<std::int64_t> statusCodeIn(std::string_view header) {
     if (!isValidUtf8(header))
         return std::nullopt;
@@ -134,7 +134,7 @@ ignoringBody(Completion<void, LocalAPIError> completion) {
     };
 }
 
-/// Daemons have spelled the key in more than one way.
+/// Accepts the key in several spellings.
 constexpr std::array<std::string_view, 7> loginURLKeys = {
     "interactive_login_url", "interactiveLoginURL", "interactiveLoginUrl", "InteractiveLoginURL",
     "InteractiveLoginUrl",   "InteractiveLoginUrl", "InteractiveLoginURL"};
@@ -144,7 +144,7 @@ std::optional<std::string> nonEmptyString(json::Value value) {
     return text && !text->empty() ? std::optional<std::string>(*text) : std::nullopt;
 }
 
-/// Depth first, in the document's order. The parser bounds the depth.
+/// Depth first, in document order. The parser limits the depth.
 std::optional<std::string> searchLoginURL(json::Value value) {
     for (const auto& [key, member] : value.members()) {
         const bool isNamed =
@@ -224,7 +224,7 @@ void LocalAPIClient::setWantRunning(bool wantRunning, Completion<void, LocalAPIE
 }
 
 void LocalAPIClient::startLogin(Completion<std::string, LocalAPIError> completion) {
-    // The status line is of no interest here: a reply with a login URL is a success.
+    // Ignore the status line: any reply with a login URL is a success.
     perform(
         dependencies, socketPath,
         "POST /localapi/v0/login HTTP/1.1\r\nHost: local-quoxelind.sock\r\nContent-Length: "

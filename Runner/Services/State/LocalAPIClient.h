@@ -15,9 +15,9 @@ namespace quoxelin {
 class AppLogger;
 class Connector;
 
-/// Asks the daemon and tells it what to do: one connection a request, closed by the daemon after
-/// its reply. Calls may come from any thread and return at once; completions are called exactly
-/// once, on a background thread. Nothing is retried and nothing times out.
+/// Requests to the daemon: one connection per request, which the daemon closes after its reply.
+/// Calls may come from any thread and return at once. Completions are called exactly once, on a
+/// background thread. There are no retries and no time-outs.
 class LocalAPIClient {
   public:
     using Bytes = std::string;
@@ -32,28 +32,23 @@ class LocalAPIClient {
 
     static LocalAPIClient& shared();
 
-    /// GET "/localapi/v0/status".
     void getStatus(Completion<DaemonStatus, LocalAPIError> completion);
 
-    /// GET "/localapi/v0/profiles".
     void getProfiles(Completion<ProfilesResponse, LocalAPIError> completion);
 
-    /// POST "/localapi/v0/profiles/switch?id=".
     void switchProfile(const std::string& id, Completion<void, LocalAPIError> completion);
 
-    /// POST "/localapi/v0/profiles/switch-to-empty".
     void switchToEmptyProfile(Completion<void, LocalAPIError> completion);
 
-    /// POST "/localapi/v0/login"; what it answers is of no interest.
+    /// Asks the daemon to log in, and ignores the content of its reply.
     void triggerLogin(Completion<void, LocalAPIError> completion);
 
-    /// PATCH "/localapi/v0/hatago".
     void setWantRunning(bool wantRunning, Completion<void, LocalAPIError> completion);
 
-    /// POST "/localapi/v0/login"; succeeds with the URL at which a person logs in.
+    /// Succeeds with the URL of the login page.
     void startLogin(Completion<std::string, LocalAPIError> completion);
 
-    /// Finds the login URL in a reply, wherever and however spelled the daemon put it.
+    /// Finds the login URL in a reply, at any depth and in any accepted spelling of its key.
     static std::optional<std::string> extractInteractiveLoginURL(std::string_view body);
 
   private:

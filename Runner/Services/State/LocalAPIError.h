@@ -19,15 +19,15 @@ struct LocalAPIError {
     };
 
     Case kind;
-    /// The system's text of the first three cases, the body of an HTTP error.
+    /// The system's text in the first three cases, the body of an HTTP error.
     std::string message = {};
-    /// Of an HTTP error.
+    /// The status of an HTTP error.
     std::int64_t statusCode = 0;
 
-    /// For people: "HTTP error 404: no such profile".
+    /// For the user: "HTTP error 404: no such profile".
     std::string errorDescription() const;
 
-    /// In full, for the log: the case with what it carries, `httpError(404, "no such profile")`.
+    /// For the log: the case with its values, `httpError(404, "no such profile")`.
     std::string debugDescription() const;
 
     bool operator==(const LocalAPIError&) const = default;

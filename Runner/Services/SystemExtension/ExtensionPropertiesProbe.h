@@ -10,27 +10,27 @@ namespace quoxelin {
 
 class AppLogger;
 
-/// Asks the system once whether an extension is installed and usable: the delegate of one
+/// Asks the system once whether an extension is installed and usable. The delegate of one
 /// properties request. Main thread only.
 class ExtensionPropertiesProbe final : public OSSystemExtensionRequestDelegate {
   public:
     ExtensionPropertiesProbe(AppLogger& logger, std::string identifier);
 
-    /// Tells the probe apart from others for the same extension.
+    /// Distinguishes probes for the same extension.
     const std::string id;
-    /// Receives the answer, at most once: the first of result, failure and time-out counts.
+    /// Called at most once: with the first result, failure or time-out.
     std::function<void(bool installed)> onFinish;
-    /// The extension that is looked for.
+    /// The extension's bundle identifier.
     const std::string identifier;
 
-    /// Takes an answer from elsewhere; does nothing when there has been one.
+    /// Reports an answer from outside. Does nothing after the first answer.
     void finish(bool installed);
 
     void foundProperties(const OSSystemExtensionRequest& request,
                          const std::vector<OSSystemExtensionProperties>& properties) override;
     void didFailWithError(const OSSystemExtensionRequest& request, const Error& error) override;
 
-    /// The rest never happens to a request that changes nothing.
+    /// None of these is called for a properties request.
     OSSystemExtensionReplacementAction
     actionForReplacingExtension(const OSSystemExtensionRequest& request,
                                 const OSSystemExtensionProperties& existing,

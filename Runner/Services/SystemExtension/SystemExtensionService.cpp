@@ -20,12 +20,11 @@ namespace quoxelin {
 
 namespace {
 
-/// How long a superseded request keeps the in-flight guard while nothing replaces it.
+/// How long a superseded request blocks other activations while no replacement reports.
 constexpr auto replacingRequestTimeout = seconds(30);
-/// How long a properties probe waits for its answer.
 constexpr auto propertiesProbeTimeout = seconds(5);
 
-/// Where the user allows the extension, best first; older systems keep it elsewhere.
+/// Settings pages where the user can allow the extension, in order of preference.
 std::vector<const char*> settingsAddresses(int operatingSystemMajorVersion) {
     if (operatingSystemMajorVersion >= 15)
         return {
@@ -45,7 +44,7 @@ std::vector<const char*> settingsAddresses(int operatingSystemMajorVersion) {
     };
 }
 
-/// The first of the folder's system extensions by name, absent when there is none.
+/// The alphabetically first system extension in the folder, if any.
 std::optional<std::filesystem::path> firstSystemExtension(const std::filesystem::path& folder) {
     std::optional<std::filesystem::path> first;
     std::error_code error;
@@ -145,7 +144,7 @@ void SystemExtensionService::didFinishWithResult(const OSSystemExtensionRequest&
         if (onWillCompleteAfterReboot)
             onWillCompleteAfterReboot();
     } else {
-        // Nobody knows what it means, so nobody is told that the activation ended well or badly.
+        // Unknown result: report neither success nor failure.
         log(fmt::format("Unexpected result {}", result));
     }
 }
@@ -184,7 +183,7 @@ void SystemExtensionService::didFailWithError(const OSSystemExtensionRequest&, c
 
 void SystemExtensionService::foundProperties(const OSSystemExtensionRequest&,
                                              const std::vector<OSSystemExtensionProperties>&) {
-    // Properties are asked for by probes, which are told themselves.
+    // Only probes request properties, and they have their own delegate.
 }
 
 void SystemExtensionService::awaitReplacingRequest() {
@@ -234,7 +233,7 @@ void SystemExtensionService::reportActivationFailure(const Error& error) {
         onFailed();
 }
 
-// Is a version installed that can be used?
+// Looking for an installed version
 
 void SystemExtensionService::checkExtensionInstalled(
     std::function<void(bool installed)> completion) {

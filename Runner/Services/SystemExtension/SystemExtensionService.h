@@ -20,20 +20,21 @@ class NSBundle;
 class NSProcessInfo;
 class NSWorkspace;
 
-/// Posted on the default notification centre; the object of the second is the `Error`.
+/// Posted on the default notification center. The second carries an `Error` as its object.
 inline constexpr const char* quoxelinSystemExtensionCompleted =
     "quoxelin.systemExtension.completed";
 inline constexpr const char* quoxelinSystemExtensionFailed = "quoxelin.systemExtension.failed";
 inline constexpr const char* quoxelinSystemExtensionNeedsApproval =
     "quoxelin.systemExtension.needsApproval";
 
-/// Gets the application's packet-tunnel extension installed, replaced by the version that ships
-/// inside the application, and approved by the user. Main thread only; a call of `activate` or
-/// `openSystemSettings` from another thread is repeated on the main queue. Outcomes are told by the
-/// callbacks, the notifications and the published values; the latter change on a turn of the main
-/// queue of their own, so that a callback may run before.
+/// Installs the application's packet-tunnel extension, replaces it by the version in the bundle and
+/// has the user approve it. Main thread only; calls of `activate` and `openSystemSettings` on
+/// another thread are repeated on the main queue. Callbacks, notifications and published values
+/// report the outcome. The published values change on a later turn of the main queue, possibly
+/// after a callback.
 ///
-/// Held by `std::shared_ptr`: the system's answers find a service that has gone no more.
+///
+/// Held by `std::shared_ptr`, so late answers are dropped once the service is gone.
 class SystemExtensionService final : public ObservableObject,
                                      public OSSystemExtensionRequestDelegate,
                                      public std::enable_shared_from_this<SystemExtensionService> {
@@ -52,24 +53,23 @@ class SystemExtensionService final : public ObservableObject,
 
     static std::shared_ptr<SystemExtensionService> shared();
 
-    /// The extension is active.
     Published<bool> isApproved{*this, false};
     /// The system waits for the user to allow the extension.
     Published<bool> needsUserApproval{*this, false};
     /// The text of the last failure.
     Published<std::optional<std::string>> lastErrorDescription{*this, std::nullopt};
 
-    /// The owner's, each optional. An unknown result of a request, a cancelled request and one that
-    /// was superseded call none.
+    /// Optional callbacks of the owner. Not called for unknown results, or for canceled and
+    /// superseded requests.
     std::function<void()> onCompleted;
     std::function<void()> onWillCompleteAfterReboot;
     std::function<void()> onNeedsUserApproval;
     std::function<void()> onFailed;
 
-    /// Asks for the extension's activation, unless a request is under way.
+    /// Requests the extension's activation, unless a request is pending.
     void activate();
 
-    /// Opens the settings where the user allows the extension.
+    /// Opens the settings page where the user can allow the extension.
     void openSystemSettings();
 
     OSSystemExtensionReplacementAction
@@ -96,13 +96,13 @@ class SystemExtensionService final : public ObservableObject,
     void stopWaitingForApproval();
 
     Dependencies dependencies;
-    /// An activation request is outstanding.
+    /// An activation request is pending.
     bool isActivating = false;
-    /// There while the user's approval is awaited.
+    /// Set while waiting for the user's approval.
     std::optional<Subscription> appDidBecomeActiveObserver;
-    /// Kept until they report.
+    /// Probes that have not reported yet.
     std::vector<std::shared_ptr<ExtensionPropertiesProbe>> propertiesProbes;
-    /// Counts the activations that were submitted.
+    /// The number of activations submitted.
     int activationGeneration = 0;
     MainThread mainThread{dependencies.dispatch};
 };

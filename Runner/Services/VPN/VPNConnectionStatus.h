@@ -3,15 +3,14 @@
 namespace quoxelin {
 
 enum class VPNConnectionStatus {
-    /// No tunnel.
     disconnected,
     connected,
-    /// Starting, or coming back.
+    /// Starting or reconnecting.
     connecting,
     disconnecting,
-    /// The last start failed, or there was nothing to start.
+    /// The last start failed, or there was no configuration to start.
     error,
-    /// The platform reported a status that is not known.
+    /// The platform reported an unknown status.
     unknown,
 };
 

@@ -57,7 +57,7 @@ VPNTunnelService& VPNTunnelService::shared() {
     return instance;
 }
 
-// What others ask for
+// Public operations
 
 void VPNTunnelService::start() {
     if (mainThread.takesOver([this] { start(); }))
@@ -128,7 +128,7 @@ void VPNTunnelService::removeConfiguration(std::function<void()> completion) {
         completion));
 }
 
-// Finding, shaping and saving the configuration
+// Finding, completing and saving the configuration
 
 void VPNTunnelService::log(const std::string& message) const {
     dependencies.logger.log("VPN", message);
@@ -191,7 +191,7 @@ void VPNTunnelService::loadManager(bool forceSave, Done completion) {
                 return;
             }
             manager = firstMatch(*loaded);
-            // The removal is itself a configuration change: it must not bring back what it removes.
+            // Removing is a configuration change too, so it must not cause a new configuration.
             if (!manager && wasRemoved) {
                 completion();
                 return;
@@ -216,7 +216,7 @@ void VPNTunnelService::loadManager(bool forceSave, Done completion) {
         completion));
 }
 
-/// Works on the manager that is held now: a removal, or another load, may have come between.
+/// Uses the current manager, because a removal or another load may have happened meanwhile.
 void VPNTunnelService::configureAndSave(bool forceSave, Done completion) {
     if (!manager || wasRemoved) {
         completion();
@@ -234,14 +234,14 @@ void VPNTunnelService::configureAndSave(bool forceSave, Done completion) {
                 completion();
                 return;
             }
-            // A saved manager has to be loaded again before it can be used.
+            // A saved manager must be loaded again before use.
             saved->loadFromPreferences(mainThread.completion(
                 [completion](const std::optional<Error>&) { completion(); }, completion));
         },
         completion));
 }
 
-/// Gives the manager the shape that the tunnel needs; true when it has to be saved.
+/// Sets the required values. True if the manager has to be saved.
 bool VPNTunnelService::ensureConfigured(NETunnelProviderManager& candidate) const {
     auto protocol = tunnelProtocolOf(candidate);
     if (!protocol)
@@ -250,8 +250,8 @@ bool VPNTunnelService::ensureConfigured(NETunnelProviderManager& candidate) cons
     protocol->providerBundleIdentifier = expectedProviderBundleIdentifier();
     protocol->disconnectOnSleep = false;
 
-    // Read again only now: a platform that hands out the protocol itself has taken the fields by
-    // now and needs no assignment, one that hands out copies shows what it really holds.
+    // Read again: some platforms apply changes to the object directly and need no assignment,
+    // others return copies.
     const auto current = tunnelProtocolOf(candidate);
     const bool replace = !current || !current->providerBundleIdentifier ||
                          *current->providerBundleIdentifier != expectedProviderBundleIdentifier() ||
@@ -350,7 +350,7 @@ void VPNTunnelService::updateStatus() {
     log(fmt::format("Status changed: NEVPNStatus(rawValue: {})", rawStatus));
 }
 
-// What the platform tells
+// Notifications from the platform
 
 void VPNTunnelService::startMonitoring() {
     auto& center = dependencies.notificationCenter;

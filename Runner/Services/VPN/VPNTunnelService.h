@@ -17,11 +17,10 @@ class Dispatch;
 class NSBundle;
 class NSProcessInfo;
 
-/// Owns the one packet-tunnel configuration that the application keeps in the system's VPN
-/// preferences, and the tunnel behind it. Main thread only; a call from another thread is repeated
-/// on the main queue. No operation reports a failure to its caller: it is a log line and, where it
-/// matters, a status. A completion is called exactly once, on the main queue, even when the service
-/// has gone meanwhile.
+/// Manages the application's single packet-tunnel configuration in the system's VPN preferences,
+/// and its tunnel. Main thread only; calls on another thread are repeated on the main queue.
+/// Failures are not returned to the caller but logged, and published as a status where that
+/// matters. Completions are called exactly once, on the main queue, even after the service is gone.
 class VPNTunnelService final : public ObservableObject {
   public:
     struct Dependencies {
@@ -37,20 +36,19 @@ class VPNTunnelService final : public ObservableObject {
 
     static VPNTunnelService& shared();
 
-    /// Told on every assignment, also one that does not change it.
+    /// Notifies on every assignment, even if the value is unchanged.
     Published<VPNConnectionStatus> connectionStatus{*this, VPNConnectionStatus::disconnected};
 
-    /// Asks for the tunnel to run. A start that is refused is tried again when the configuration
-    /// changes: that is how the user's permission, given later, takes effect.
+    /// Starts the tunnel. A refused start is retried when the configuration changes, so a
+    /// permission that the user grants later takes effect.
     void start();
 
-    /// Asks for the tunnel's end.
     void stop();
 
-    /// Makes sure that the configuration exists in the required shape and is saved.
+    /// Saves the configuration with the required values, and creates it if necessary.
     void ensureConfigurationSaved(std::function<void()> completion);
 
-    /// Removes every saved configuration of this application.
+    /// Removes all of this application's saved configurations.
     void removeConfiguration(std::function<void()> completion);
 
   private:
@@ -77,11 +75,11 @@ class VPNTunnelService final : public ObservableObject {
     void vpnConfigurationDidChange();
 
     Dependencies dependencies;
-    /// The adopted or created configuration.
+    /// The configuration found or created.
     std::shared_ptr<NETunnelProviderManager> manager;
-    /// A start was asked for and has not succeeded yet; a configuration change tries it again.
+    /// A requested start has not succeeded yet; a configuration change retries it.
     bool pendingStartAfterApproval = false;
-    /// The configuration was removed, and nobody has asked for one since.
+    /// The configuration was removed and has not been requested since.
     bool wasRemoved = false;
     Subscription statusObserver;
     Subscription configurationObserver;
