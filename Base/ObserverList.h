@@ -12,7 +12,6 @@ namespace quoxelin {
 
 /// Observers, notified in the order in which they were added. One thread only.
 ///
-///
 /// An observer may add or remove observers or cause the next notification while it is called. A
 /// removed observer is not called again; an added one is called from the next notification on.
 template <typename... Arguments>

@@ -7,7 +7,6 @@ namespace quoxelin {
 /// A serial queue with one dedicated thread, started with the queue, so work still runs when the
 /// system cannot provide more threads. Any thread.
 ///
-///
 /// Throws std::system_error if the thread cannot be started.
 class ThreadSerialQueue final : public SerialQueue {
   public:

@@ -1,4 +1,4 @@
-// Log lines into a real file, each of which opens and closes it.
+// Appends log lines to a real file, which is opened and closed for each line.
 #include "Platform/SystemLog.h"
 #include "Runner/Shared/AppLogger.h"
 #include "Simulation/System/SimulatedFileManager.h"
@@ -19,7 +19,7 @@ struct SilentLog final : SystemLog {
     void log(const std::string&, const std::string&, const std::string&) override {}
 };
 
-/// A temporary directory that the log file is in.
+/// A temporary directory for the log file.
 struct Directory {
     Directory() {
         std::string pattern = (std::filesystem::temp_directory_path() / "qxXXXXXX").string();
@@ -46,7 +46,7 @@ void appendWithSystemCalls(benchmark::State& state) {
 }
 BENCHMARK(appendWithSystemCalls);
 
-/// From the call to the line in the file, on one thread.
+/// The whole path of one line, from the call to the file, on one thread.
 void logLine(benchmark::State& state) {
     const Directory directory;
     testing::InlineDispatch dispatch;

@@ -1,4 +1,4 @@
-// One exchange with a daemon on a real socket, beside a bare loop of the same system calls.
+// One exchange with a daemon on a real socket, compared with a plain loop of the same system calls.
 #include "Base/UnixSocket.h"
 #include "Tests/Support/InlineLink.h"
 
@@ -35,7 +35,7 @@ sockaddr_un addressOf(const std::string& path) {
     return address;
 }
 
-/// Answers each connection with the one reply and closes it, on a thread of its own.
+/// Answers each connection with the same reply and closes it. Runs on a separate thread.
 class Daemon {
   public:
     Daemon() {
@@ -74,7 +74,7 @@ class Daemon {
     std::thread thread;
 };
 
-/// Runs the exchanges and adds the median and the 99th percentile of their durations.
+/// Runs the exchanges and reports the median and 99th percentile of their durations.
 template <typename Exchange>
 void measure(benchmark::State& state, Exchange exchange) {
     using Clock = std::chrono::steady_clock;
@@ -108,7 +108,7 @@ void exchangeWithSystemCalls(benchmark::State& state) {
 }
 BENCHMARK(exchangeWithSystemCalls)->UseRealTime()->Unit(benchmark::kMicrosecond);
 
-/// The whole of it: request, exchange, header, status record, completion.
+/// A complete exchange: request, reply, header, status record, completion.
 void exchangeWithLocalAPIClient(benchmark::State& state) {
     const Daemon daemon;
     testing::InlineLink link(

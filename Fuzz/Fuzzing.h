@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <string_view>
 
-/// What the fuzzer calls with each input.
+/// Called by the fuzzer for each input.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
 namespace quoxelin::fuzzing {
@@ -14,7 +14,7 @@ inline std::string_view text(const std::uint8_t* data, std::size_t size) {
     return {reinterpret_cast<const char*>(data), size};
 }
 
-/// What does not hold is a finding.
+/// Reports a finding if the condition does not hold.
 inline void require(bool holds) {
     if (!holds)
         std::abort();

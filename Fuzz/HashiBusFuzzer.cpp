@@ -1,4 +1,4 @@
-// However a stream is cut into reads, its lines yield the notifications that they decode to.
+// However a stream is split into reads, each line gives the notification that it decodes to.
 #include "Base/Json.h"
 #include "Fuzz/Fuzzing.h"
 #include "Tests/Support/InlineLink.h"

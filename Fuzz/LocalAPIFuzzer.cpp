@@ -6,7 +6,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     using namespace quoxelin;
     if (size == 0)
         return 0;
-    // Most inputs are read in few pieces, for speed.
+    // Most inputs are read in large pieces, for speed.
     const std::size_t chunkSize = data[0] < 0x80 ? 16'384 : data[0] - 0x7F;
     const auto reply = fuzzing::text(data + 1, size - 1);
     testing::InlineLink link(reply, chunkSize);

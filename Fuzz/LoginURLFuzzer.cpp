@@ -1,4 +1,4 @@
-// A login URL is found only in an object, and is never empty.
+// A login URL is only found in an object and is never empty.
 #include "Base/Json.h"
 #include "Base/Utf8.h"
 #include "Fuzz/Fuzzing.h"

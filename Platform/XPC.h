@@ -27,7 +27,6 @@ class HelperToolProtocol {
 
 /// A connection to a privileged service. Set the handlers, then resume it.
 ///
-///
 /// It stays open until it is invalidated, even if nothing refers to it.
 class NSXPCConnection {
   public:

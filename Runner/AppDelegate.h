@@ -30,7 +30,6 @@ class VPNTunnelService;
 /// callback URL of a browser login, and the exit. Main thread only; a public operation called on
 /// another thread is repeated on the main queue.
 ///
-///
 /// AppDelegate+Launch.cpp has the launch sequence, AppDelegate+MenuBar.cpp the status item, the
 /// panel and the main menu, AppDelegate.cpp the rest.
 class AppDelegate final : public NSApplicationDelegate,

@@ -12,7 +12,6 @@ namespace quoxelin {
 /// Returns the system call's status (0 if started, otherwise an authorization error), or -1 if the
 /// system has no such call. Does not wait for the tool or read its output. Any thread.
 ///
-///
 /// Current headers hide the call, so each use looks it up by name.
 std::int32_t executeWithPrivileges(const void* authorization, const std::string& cmd,
                                    const std::vector<std::string>& arguments,

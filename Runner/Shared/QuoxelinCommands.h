@@ -15,7 +15,6 @@ class SystemLog;
 /// Runs the daemon and its command-line tool through the privileged helper and reports the results.
 /// One connection per command. Writes to the system's log, category "XPC".
 ///
-///
 /// Any thread. A completion is called once: on the connection's private queue, or before the call
 /// returns if there is no helper. There is no time-out: if the helper never replies, the completion
 /// is never called.

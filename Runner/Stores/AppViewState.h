@@ -34,7 +34,6 @@ class VPNTunnelService;
 /// published fields and calls the actions. Main thread only; operations called on another thread
 /// are repeated on the main queue.
 ///
-///
 /// The actions are in AppViewState+Connection.cpp, AppViewState+Accounts.cpp and
 /// AppViewState+Uninstall.cpp.
 class AppViewState final : public ObservableObject, public HashiBusClientDelegate {

@@ -35,7 +35,6 @@ struct ProfileInfo;
 /// confirmation. It shows the published state of the observed objects and contains no business
 /// rules; each action calls one operation of theirs or of the system. Main thread only.
 ///
-///
 /// QuoxelinMenuBarContent.cpp combines the sections of +Sections.cpp and +Popovers.cpp;
 /// +Actions.cpp has the actions of the rows.
 class QuoxelinMenuBarContent final : public ObservableObject {

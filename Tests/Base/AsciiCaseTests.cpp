@@ -16,7 +16,7 @@ TEST(AsciiCase, isNothingElseThanThatOfLetters) {
     EXPECT_FALSE(equalIgnoringAsciiCase("@", "`"));
     EXPECT_FALSE(equalIgnoringAsciiCase("[", "{"));
     EXPECT_FALSE(equalIgnoringAsciiCase("É", "é"));
-    EXPECT_FALSE(equalIgnoringAsciiCase("\u212A", "k")); // the sign of the kelvin
+    EXPECT_FALSE(equalIgnoringAsciiCase("\u212A", "k")); // the Kelvin sign
 }
 
 } // namespace quoxelin::testing

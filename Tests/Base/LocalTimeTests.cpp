@@ -9,7 +9,7 @@ namespace quoxelin::testing {
 
 namespace {
 
-/// The process lives where the clocks are put forward in summer, whatever its surroundings say.
+/// Runs in a time zone with daylight saving time, whatever the environment says.
 class LocalTime : public ::testing::Test {
   protected:
     LocalTime() {

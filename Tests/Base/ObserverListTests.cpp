@@ -49,7 +49,7 @@ TEST(ObserverList, letsAnObserverLeaveWhileItIsTold) {
     const auto owned = std::make_shared<std::string>("a");
     first = list.add([&, owned] {
         first.reset();
-        heard += *owned; // what it captured is still there
+        heard += *owned; // its captures still exist
     });
     const auto second = list.add([&] { heard += 'b'; });
     list.notify();
@@ -115,11 +115,11 @@ TEST(ObserverList, passesReferencesOn) {
     EXPECT_EQ(text, "a!");
 }
 
-/// Whatever observers do to each other while they are told, each of those that were there at the
-/// beginning and did not leave before its turn is told once, in order.
+/// Whatever observers do to each other while being notified, each initial observer that is not
+/// removed before its turn is called once, in order.
 RC_GTEST_PROP(ObserverListProperties, tellsEverybodyOnceWhoStaysUntilItsTurn, ()) {
     const auto count = *rc::gen::inRange<std::size_t>(1, 8);
-    // What the observer of that place removes, and whether it adds one, when it is told.
+    // What each observer removes when called, and whether it adds one.
     const auto removes = *rc::gen::container<std::vector<std::vector<std::size_t>>>(
         count,
         rc::gen::container<std::vector<std::size_t>>(rc::gen::inRange<std::size_t>(0, count)));

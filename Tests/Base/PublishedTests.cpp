@@ -99,7 +99,7 @@ TEST(Published, letsASubscriberAssignAgain) {
     model.count = 99;
     EXPECT_EQ(model.count, 10);
     EXPECT_EQ(first, (std::vector{0, 99, 10}));
-    // The inner assignment was told to everybody before the outer one went on.
+    // The inner assignment notified all subscribers before the outer one continued.
     EXPECT_EQ(second, (std::vector{0, 10, 99}));
 }
 
@@ -132,7 +132,7 @@ TEST(Published, tellsASubscriberOnceThatLeavesWhenItFirstHears) {
         ++heard;
         subscription.reset();
     });
-    model.count = 1; // the token was not there yet when it heard first
+    model.count = 1; // the first call came before the token existed
     model.count = 2;
     EXPECT_EQ(heard, 2);
 }

@@ -42,7 +42,7 @@ TEST_F(SubscriptionTest, endsNothingByDefault) {
 TEST_F(SubscriptionTest, movesWithItsObservation) {
     auto first = subscribe();
     auto second = std::move(first);
-    first.cancel(); // NOLINT(bugprone-use-after-move): a moved-from one is empty
+    first.cancel(); // NOLINT(bugprone-use-after-move): a moved-from subscription is empty
     EXPECT_EQ(ended, 0);
     second.cancel();
     EXPECT_EQ(ended, 1);

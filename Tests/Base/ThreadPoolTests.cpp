@@ -16,7 +16,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// Says when the thread that made it ends.
+/// Reports the end of the thread that made it.
 class ThreadEnd {
   public:
     explicit ThreadEnd(std::function<void()> tell) : tell(std::move(tell)) {}
@@ -96,9 +96,9 @@ TEST(ThreadPool, letsAllButOneThreadLeaveWhenThereIsNothingToDo) {
     ended->acquire();
 }
 
-#ifdef __GLIBC__ // elsewhere a program cannot have its own threads refused
+#ifdef __GLIBC__ // other platforms cannot refuse threads to the program
 
-/// While it lives, the system gives no thread.
+/// While it exists, the system refuses to start threads.
 class NoFurtherThread {
   public:
     NoFurtherThread() {

@@ -22,7 +22,7 @@ TEST(Trim, knowsTheBlanksBeyondAscii) {
 }
 
 TEST(Trim, takesNoPartOfALongerCharacter) {
-    // Their first or last bytes are those of blanks.
+    // Their first or last bytes equal those of white space characters.
     EXPECT_EQ(trimmingWhitespacesAndNewlines("\u2010\u00C5\u3001"), "\u2010\u00C5\u3001");
     EXPECT_EQ(trimmingWhitespacesAndNewlines("\u0105"), "\u0105");
 }

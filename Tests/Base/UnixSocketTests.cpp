@@ -21,7 +21,7 @@ namespace {
 
 using Reason = ConnectError::Reason;
 
-/// A directory of its own under the shortest of paths, because socket paths are short.
+/// Works in a temporary directory with a short path, because socket paths are limited.
 class UnixSocketTest : public ::testing::Test {
   protected:
     UnixSocketTest() {
@@ -34,7 +34,7 @@ class UnixSocketTest : public ::testing::Test {
         std::filesystem::remove_all(directory);
     }
 
-    /// A path of that length in the directory.
+    /// A path of the given length in the directory.
     std::string pathOfLength(std::size_t length) const {
         return directory + '/' + std::string(length - directory.size() - 1, 's');
     }
@@ -53,7 +53,7 @@ class UnixSocketTest : public ::testing::Test {
     int listener = -1;
 };
 
-/// Both ends of a connection; one of them as the application has it.
+/// Both ends of a connection; `ours` is the application's.
 struct Pair {
     Pair() {
         std::array<int, 2> ends{};
@@ -81,7 +81,7 @@ std::size_t openDescriptors() {
     return count;
 }
 
-/// Those that a program started now would have, too.
+/// Descriptors that a program started now would inherit.
 std::size_t descriptorsForOtherPrograms() {
     std::size_t count = 0;
     for (int descriptor = 0; descriptor < 256; ++descriptor) {
@@ -91,7 +91,7 @@ std::size_t descriptorsForOtherPrograms() {
     return count;
 }
 
-/// A signal whose handler is installed without restarting system calls: it interrupts them.
+/// A signal whose handler is installed without SA_RESTART, so it interrupts system calls.
 class InterruptingSignal {
   public:
     InterruptingSignal() {
@@ -184,7 +184,7 @@ TEST_F(UnixSocketTest, keepsItsDescriptorFromOtherPrograms) {
 }
 
 TEST_F(UnixSocketTest, goesOnConnectingAfterASignal) {
-    // Where the system makes an attempt wait for its turn, the second one waits here.
+    // On systems where connect() blocks on a full backlog, the second attempt blocks here.
     const auto path = directory + "/socket";
     listenAt(path, 0);
     const auto first = UnixSocket::connect(path);
@@ -261,7 +261,7 @@ TEST(UnixSocket, takesAsMuchOfAWriteAsThePeerHasRoomForOnceSignalled) {
         written = pair.ours->write(large);
         done = true;
     });
-    // Nobody reads: the write blocks with a part of it taken, until a signal has it return that.
+    // Without a reader the write blocks after a partial write, until a signal makes it return.
     while (!done)
         signal.interrupt(writer);
     writer.join();

@@ -21,7 +21,7 @@ TEST(Utf8, isInvalidWhereItIsOverlongCutOffOrOutOfRange) {
           "\xF0\x8F\xBF\xBF", "\xF0\x9F\x98", "\xF4\x90\x80\x80", "\xF5\x80\x80\x80", "\xFE",
           "\xFF"}) {
         EXPECT_FALSE(isValidUtf8(text)) << text;
-        // Also far behind and far before valid text, where whole blocks are looked at.
+        // Also between long valid texts, where whole blocks are checked at once.
         const std::string much(200, 'x');
         EXPECT_FALSE(isValidUtf8(much + text));
         EXPECT_FALSE(isValidUtf8(text + much));

@@ -13,8 +13,8 @@
 
 namespace quoxelin::testing {
 
-/// The application's delegate on a machine of its own, not launched yet. Unless a test says
-/// otherwise, the helper answers and the system extension is activated.
+/// The application's delegate on a simulated machine, before its launch. By default the helper
+/// answers and the system extension is activated.
 class AppDelegateFixture : public ::testing::Test, protected Surroundings {
   protected:
     AppDelegateFixture() {
@@ -37,7 +37,7 @@ class AppDelegateFixture : public ::testing::Test, protected Surroundings {
         return system.serviceManagement.mainAppRegistration();
     }
 
-    /// The lines of one category, without it.
+    /// The log lines of one category, without its prefix.
     std::vector<std::string> log(const std::string& category) const {
         const auto prefix = "[" + category + "] ";
         std::vector<std::string> lines;
@@ -52,7 +52,7 @@ class AppDelegateFixture : public ::testing::Test, protected Surroundings {
         return std::count(lines.begin(), lines.end(), message);
     }
 
-    /// Lets time pass in small steps; answers with the instant of each new line of that category.
+    /// Advances time in small steps and returns each new line of the category with its time.
     std::vector<std::pair<Duration, std::string>> watch(const std::string& category,
                                                         Duration span) {
         std::vector<std::pair<Duration, std::string>> seen;

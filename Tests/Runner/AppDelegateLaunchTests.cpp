@@ -345,7 +345,7 @@ TEST_F(AppDelegateLaunch, leavesTheOtherCallbacksOfTheExtensionAlone) {
     EXPECT_EQ(approvals, 1);
 }
 
-// What came before
+// Events before the launch
 
 TEST_F(AppDelegateLaunch, takesACallbackThatStartedTheApplication) {
     system.appleEventManager.sendGetURL("quoxelin://auth?token=abc");
@@ -356,7 +356,7 @@ TEST_F(AppDelegateLaunch, takesACallbackThatStartedTheApplication) {
     EXPECT_TRUE(hasStartedAppState());
 }
 
-// The end in the middle
+// Ending early
 
 TEST_F(AppDelegateLaunch, retriesNothingAfterItsEnd) {
     system.xpc.setHelper(Helper::incompatible);

@@ -16,7 +16,7 @@ class AppDelegateLifecycle : public AppDelegateFixture {
         system.systemLog.clear();
     }
 
-    /// A program hands over the URL; answers whether that had any effect.
+    /// Delivers the URL as another program does. Returns whether it had any effect.
     bool wakesFor(const std::optional<std::string>& url) {
         system.systemLog.clear();
         panel().orderOut();
@@ -118,7 +118,7 @@ TEST_F(AppDelegateLifecycle, takesLeaveWhenThePersonQuits) {
 class AppDelegateBeforeLaunch : public AppDelegateFixture {};
 
 TEST_F(AppDelegateBeforeLaunch, asksTheHelperAndThenStopsTheTunnelWithoutWaitingForEither) {
-    // Without a helper and without a saved configuration both leave a line.
+    // Each logs a line if there is no helper and no saved configuration.
     system.xpc.setHelper(SimulatedXPC::Helper::incompatible);
     delegate->applicationWillTerminate();
     EXPECT_EQ(log("App").back(), "Quoxelin Desktop App terminated (quoxelind still running)");

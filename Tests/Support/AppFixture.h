@@ -8,11 +8,11 @@
 
 namespace quoxelin::testing {
 
-/// The application without its shell: the store with all real services under it, on a whole
-/// simulated machine. The daemon answers every request as one on which nobody is logged in; the
-/// machine has no tunnel configuration, and the extension is not approved.
+/// The application without its shell: the store with its real services on a simulated machine. By
+/// default the daemon answers as if no user is logged in, there is no tunnel configuration, and the
+/// extension is not approved.
 ///
-/// Steer the daemon and the system directly; what happened is read back as plain texts:
+/// Control the daemon and the system directly, and read back what happened as plain text:
 ///
 ///     AppFixture app;
 ///     app.startAndForget();
@@ -23,45 +23,45 @@ struct AppFixture : Surroundings {
     AppFixture();
     ~AppFixture();
 
-    // What goes on
+    // What happens
 
-    /// All that can happen at this instant happens.
+    /// Runs everything that is due now.
     void run() { dispatch.runUntilIdle(); }
     void advance(Duration span) { dispatch.advance(span); }
 
-    /// The store follows the daemon, and the log and the requests are as empty as before.
+    /// Starts the store and clears the log and the requests.
     void startAndForget();
 
-    /// The daemon sends the line on its stream, and all that follows at once happens.
+    /// Sends the line on the daemon's stream and runs its immediate effects.
     void bus(const std::string& json);
 
-    /// From now on the daemon answers so when it is asked for its profiles or its status.
+    /// Sets the daemon's answers for its profiles or its status.
     void answerProfiles(const std::string& body, int status = 200);
     void answerStatus(const std::string& body, int status = 200);
 
-    // What happened since the beginning, or since it was forgotten
+    // What happened since the start or the last `forget`
 
     void forget();
 
-    /// The messages that were logged with that tag, in order.
+    /// The logged messages with that tag, in order.
     std::vector<std::string> lines(const std::string& tag) const;
     std::vector<std::string> stateLines() const { return lines("State"); }
 
-    /// The same with the seconds since the test began: "2.000 VPN connection retry 1/3".
+    /// The same with the seconds since the start of the test: "2.000 VPN connection retry 1/3".
     std::vector<std::string> timedStateLines() const;
 
     /// How often the store logged the message.
     int count(const std::string& message) const;
 
-    /// "POST /localapi/v0/login", and where there is a body, a blank and the body.
+    /// "POST /localapi/v0/login", followed by a space and the body if there is one.
     std::vector<std::string> requests() const;
     std::vector<std::string> timedRequests() const;
     int countRequests(const std::string& request) const;
 
-    /// What the system was asked to do with the tunnel: "2.000 start", "4.000 stop".
+    /// The commands to the tunnel: "2.000 start", "4.000 stop".
     std::vector<std::string> tunnelCommands() const { return commands; }
 
-    /// The request that tells the daemon whether to run.
+    /// The request that turns the daemon on or off.
     static std::string wantRunningRequest(bool wantRunning);
 
   private:

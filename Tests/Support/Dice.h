@@ -9,7 +9,7 @@
 
 namespace quoxelin::testing {
 
-/// Chance that comes out the same for the same seed, with every standard library.
+/// Random numbers that are the same for the same seed with every standard library.
 class Dice {
   public:
     explicit Dice(std::uint64_t seed) : engine(seed) {}

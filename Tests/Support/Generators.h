@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-/// What property tests draw from.
+/// Generators for property tests.
 namespace quoxelin::testing::generate {
 
 inline void appendUtf8(std::string& text, std::uint32_t codePoint) {
@@ -23,7 +23,7 @@ inline void appendUtf8(std::string& text, std::uint32_t codePoint) {
         text += {static_cast<char>(0xF0 | codePoint >> 18), tail(12), tail(6), tail(0)};
 }
 
-/// Any text: control characters and NUL, quotes, all planes.
+/// Any text, including control characters, NUL, quotes and all planes.
 inline rc::Gen<std::string> text() {
     const auto codePoint = rc::gen::oneOf(rc::gen::inRange<std::uint32_t>(0, 0x80),
                                           rc::gen::element<std::uint32_t>('"', '\\', '/', '\n'),
@@ -38,7 +38,6 @@ inline rc::Gen<std::string> text() {
                         });
 }
 
-/// Bytes of any value.
 inline rc::Gen<std::string> bytes() {
     return rc::gen::container<std::string>(
         rc::gen::map(rc::gen::inRange(0, 256), [](int byte) { return static_cast<char>(byte); }));

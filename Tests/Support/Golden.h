@@ -5,9 +5,10 @@
 
 namespace quoxelin::testing {
 
-/// Whether the text is the one kept in Tests/Golden/<name>.txt, else the first line that differs.
+/// Succeeds if the text equals Tests/Golden/<name>.txt. Otherwise reports the first line that
+/// differs.
 ///
-/// With QUOXELIN_REBASELINE=1 in the environment (scripts/rebaseline) the file is written instead.
+/// With QUOXELIN_REBASELINE=1 in the environment (scripts/rebaseline), writes the file instead.
 ::testing::AssertionResult matchesGolden(const std::string& name, const std::string& text);
 
 } // namespace quoxelin::testing

@@ -7,7 +7,7 @@
 
 namespace quoxelin::testing {
 
-/// A simulated system on virtual time, for tests of what asks the privileged helper.
+/// A simulated system on virtual time, for tests of the privileged helper's clients.
 class HelperFixture : public ::testing::Test {
   protected:
     using Lines = std::vector<std::string>;

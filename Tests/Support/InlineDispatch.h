@@ -6,8 +6,7 @@
 
 namespace quoxelin::testing {
 
-/// Runs all work at once, on the thread that submits it: for fuzzers and benchmarks, which want
-/// nothing but the work itself. What sleeps does not wait.
+/// Runs work at once, on the submitting thread, without sleeping. For fuzzers and benchmarks.
 class InlineDispatch final : public Dispatch {
   public:
     /// Called instead of sleeping.

@@ -16,7 +16,7 @@
 
 namespace quoxelin::testing {
 
-/// Says one thing, whatever it is asked: the bytes, at most `chunkSize` a read, then the end.
+/// Sends the same bytes whatever it receives, at most `chunkSize` per read, then ends.
 class RecitingConnection final : public Connection {
   public:
     RecitingConnection(std::string_view bytes, std::size_t chunkSize)
@@ -38,8 +38,8 @@ class RecitingConnection final : public Connection {
     std::size_t chunkSize;
 };
 
-/// The daemon's two clients without threads, clock or files, for fuzzers and benchmarks: a call
-/// returns when all that follows from it has happened.
+/// The daemon's two clients without threads, clock or files, for fuzzers and benchmarks. A call
+/// returns once all its effects have happened.
 class InlineLink final : public Connector {
   public:
     using Connect = std::function<std::unique_ptr<Connection>()>;

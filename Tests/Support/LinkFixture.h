@@ -13,11 +13,11 @@
 
 namespace quoxelin::testing {
 
-/// What a client of the daemon needs around it: the virtual clock, the daemon, and a logger whose
-/// lines can be read back.
+/// The dependencies of a daemon client: the virtual clock, the daemon, and a logger whose lines can
+/// be read back.
 class LinkFixture : public ::testing::Test {
   protected:
-    /// There is nowhere to write the log file to; the lines' other way is read.
+    /// The log file cannot be written; tests read the system's log.
     LinkFixture() { files.temporary = "/dev/null"; }
     ~LinkFixture() override { dispatch.endAllWork(); }
 

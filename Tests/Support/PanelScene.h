@@ -8,15 +8,15 @@
 
 namespace quoxelin::testing {
 
-/// The panel's content with all that it shows, under the test's control. Fresh, it shows a person
-/// who is not logged in, on a machine where nothing is amiss.
+/// The panel's content and everything it shows, controlled by the test. By default no user is
+/// logged in and nothing is wrong.
 struct PanelScene : Surroundings {
     PanelScene();
 
-    /// What the panel shows now.
+    /// The panel's current tree.
     ViewNode tree() { return content->body(); }
 
-    /// Somebody who has logged in, on a machine that is connected.
+    /// Logs a user in on a connected machine.
     void logIn();
     void edit(const std::function<void(LoginViewState&)>& change);
 

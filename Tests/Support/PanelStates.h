@@ -9,11 +9,11 @@
 
 namespace quoxelin::testing {
 
-/// A state of the panel worth looking at. Tests/Golden/<name>.txt holds what it shows.
+/// A state of the panel with the golden text Tests/Golden/<name>.txt.
 struct PanelState {
-    /// In lower case with hyphens.
+    /// In lowercase with hyphens.
     std::string name;
-    /// Brings a fresh scene into that state.
+    /// Brings a new scene into that state.
     std::function<void(PanelScene&)> arrange;
 
     std::unique_ptr<PanelScene> scene() const {
@@ -25,7 +25,7 @@ struct PanelState {
 
 const std::vector<PanelState>& panelStates();
 
-/// For the names of parameterised tests.
+/// For the names of parameterized tests.
 inline void PrintTo(const PanelState& state, std::ostream* out) {
     *out << state.name;
 }

@@ -6,7 +6,7 @@
 
 namespace quoxelin::testing {
 
-/// What is under way from the daemon to one client.
+/// Data on its way from the daemon to one client.
 struct SimulatedDaemon::Stream {
     std::string pending;
     std::size_t taken = 0;

@@ -14,12 +14,11 @@
 
 namespace quoxelin::testing {
 
-/// The daemon at the other end of the application's connections, in memory and on virtual time: a
-/// client's `read` blocks its background work until there is something to read.
+/// The daemon at the other end of the application's connections, in memory and on virtual time. A
+/// client's `read` blocks its background work until there is data.
 ///
-/// Requests are answered as the test scripts it, per method and path; every request is recorded.
-/// The notification stream is a connection that stays open, to which the test appends bytes when
-/// it pleases:
+/// Requests are recorded and answered as scripted by the test, per method and path. The
+/// notification stream is a connection that stays open; the test sends bytes on it:
 ///
 ///     SimulatedDaemon daemon(dispatch);
 ///     daemon.answer("GET", "/localapi/v0/status", SimulatedDaemon::ok("{}"));
@@ -27,18 +26,18 @@ namespace quoxelin::testing {
 ///     dispatch.runUntilIdle();
 ///     EXPECT_EQ(daemon.requestLines(), ...);
 ///
-/// Use it from the test's thread. It must outlive the work of the dispatch that uses it: declare it
-/// before the clients, and end with `dispatch.endAllWork()` where the dispatch outlives it.
+/// Use it from the test's thread. It must outlive the dispatch's work that uses it: declare it
+/// before the clients, and call `dispatch.endAllWork()` if the dispatch outlives it.
 class SimulatedDaemon final : public Connector {
   public:
     struct Reply {
-        /// All that is sent, header included.
+        /// Everything sent, including the header.
         std::string bytes;
-        /// From the request to the reply.
+        /// The time between request and reply.
         Duration delay{0};
-        /// At most so many bytes a read; 0 is as many as the reader takes.
+        /// The maximum number of bytes per read; 0 for no limit.
         std::size_t chunkSize = 0;
-        /// What happens after the bytes: the end of the stream, a failed read, or nothing ever.
+        /// After the bytes, the stream ends, stays open, or fails with an error.
         bool staysOpen = false;
         std::optional<int> readError = {};
     };
@@ -46,7 +45,7 @@ class SimulatedDaemon final : public Connector {
     struct Request {
         /// The exact bytes of one write.
         std::string bytes;
-        /// Since the test began.
+        /// The time since the start of the test.
         Duration instant;
 
         /// "GET /localapi/v0/status".
@@ -61,65 +60,63 @@ class SimulatedDaemon final : public Connector {
     explicit SimulatedDaemon(VirtualDispatch& dispatch);
     ~SimulatedDaemon() override;
 
-    // Scripting.
+    // Scripting
 
-    /// "HTTP/1.1 200 OK" with that body; the second with any status.
+    /// "HTTP/1.1 200 OK" or another status, with that body.
     static Reply ok(std::string body = {});
     static Reply status(int code, std::string body = {});
     static Reply after(Duration delay, Reply reply);
     /// Accepts the request and never answers.
     static Reply never();
 
-    /// How requests of that method and path are answered from now on. A path without a query also
-    /// stands for its requests with one. What is not scripted is answered by a 404.
+    /// Sets the answer to requests of that method and path. A path without a query also matches
+    /// requests with one. Other requests are answered by a 404.
     void answer(const std::string& method, const std::string& path, Reply reply);
 
-    /// The same for the next such request only, before the lasting answer; several queue up.
+    /// Sets the answer to the next such request only. Several of them queue up.
     void answerNext(const std::string& method, const std::string& path, Reply reply);
 
-    /// Every attempt to connect fails so, until it is reset: the daemon is absent, or the socket
-    /// cannot be made.
+    /// Every attempt to connect fails with this error until it is reset.
     std::optional<ConnectError> connectError;
     void refuseConnections();
     void acceptConnections() { connectError.reset(); }
 
-    /// Every write fails with that error number, as it does when the peer has gone: what is read
-    /// after it is the end of the stream. Or it takes no more than so many bytes, and is then
-    /// neither recorded nor answered.
+    /// Every write fails with that error number, as if the peer had gone, and the next read returns
+    /// the end of the stream. Or writes take at most that many bytes, and are neither recorded nor
+    /// answered.
     std::optional<int> writeError;
     std::optional<std::size_t> writeLimit;
 
-    // The notification stream. The bytes go to the connection that asked for it last, which has to
-    // be open.
+    // The notification stream. The bytes go to the connection that last asked for it, which must be
+    // open.
 
-    /// Sent at the beginning of each stream.
+    /// Sent at the start of each stream.
     std::string busHeader = "HTTP/1.1 200 OK\r\nContent-Type: application/json\r\n\r\n";
 
     void send(std::string_view bytes);
-    /// One line.
+    /// Sends one line.
     void notify(const std::string& json) { send(json + '\n'); }
-    /// The end of the stream.
+    /// Ends the stream.
     void closeBus();
-    /// The client's read fails.
+    /// Makes the client's read fail.
     void failBus(int errorNumber);
-    /// Asked for by the client, and closed by neither side.
+    /// Whether a client has asked for the stream and neither side has closed it.
     bool isBusOpen() const;
-    /// How many streams have been asked for.
+    /// The number of streams that clients have asked for.
     std::size_t busConnections() const { return streams; }
 
-    // What the client did.
+    // What the client did
 
-    /// In the order of the writes.
+    /// In order.
     const std::vector<Request>& requests() const { return recorded; }
     std::vector<std::string> requestLines() const;
-    /// The requests with that line, as in "POST /localapi/v0/login".
+    /// The number of requests with that line, such as "POST /localapi/v0/login".
     std::size_t count(std::string_view requestLine) const;
-    /// Forgets the requests so far.
     void clearRequests() { recorded.clear(); }
 
-    /// Connections that the client has opened and not closed.
+    /// Connections that the client has not closed.
     std::size_t openConnections() const { return *open; }
-    /// When the client tried to connect, successful or not.
+    /// The times of all attempts to connect, successful or not.
     const std::vector<Duration>& connectInstants() const { return attempts; }
     const std::string& lastPath() const { return connectedPath; }
 

@@ -84,9 +84,9 @@ void StoreWatch::heardOfTunnel(const std::string& message) {
         startIsPending = false;
 }
 
-/// Were two checks pending, two would come within 2 seconds. A connect that another one overtook
-/// while its configuration was being saved may start and check once more after the other's tunnel
-/// was given up.
+/// Two pending checks would come within 2 seconds. A connect that is overtaken while its
+/// configuration is being saved may start and check once more after the other's tunnel has been
+/// given up.
 void StoreWatch::checkFoundItDown(const std::string& which) {
     const auto now = app.dispatch.now();
     EXPECT_TRUE(wantsTunnel) << which;
@@ -104,8 +104,8 @@ void StoreWatch::asked(const std::string& request) {
         EXPECT_FALSE(wantsTunnel || hasGone);
         stopIsDue = false;
     } else if (request == "start") {
-        // The tunnel service makes a start again that the system refused, as soon as the
-        // configuration changes; that is what a permission given later looks like.
+        // The tunnel service repeats a refused start when the configuration changes, which is how a
+        // later permission appears.
         EXPECT_TRUE((wantsTunnel && !hasGone) || startIsPending);
         startIsPending = true;
     }
@@ -121,7 +121,7 @@ void StoreWatch::published(const LoginViewState& login) {
     EXPECT_EQ(login.nodeID, 0);
     EXPECT_EQ(login.hostName + login.quoxelinIPs, "");
     EXPECT_EQ(login.jailedReason, std::nullopt);
-    // The list of accounts may still name one; this one only the bus knows.
+    // The list of accounts may name another one; only the bus names this one.
     EXPECT_NE(login.email, onlyOnTheBus);
     EXPECT_NE(login.userName, onlyOnTheBus);
 }

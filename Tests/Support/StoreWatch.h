@@ -9,21 +9,21 @@
 
 namespace quoxelin::testing {
 
-/// Follows what the application says, publishes and asks for, and fails the test when that is
-/// something it must never do, whatever user, daemon and system do:
+/// Follows what the application logs, publishes and requests, and fails the test for anything it
+/// must never do:
 ///
-/// - an account that shows while it is being logged out, a login that is published unchanged;
-/// - a start of the tunnel after a disconnect, a stop after a connect, or a disconnect without one;
-/// - two pending checks of the tunnel, a check at another time than 2 seconds after a start, or
-///   checks out of their order;
-/// - a switch of the daemon that is missing, needless or out of order;
-/// - a jailing without its one notification, or a word of a store that has gone.
+/// - show an account during a logout, or publish an unchanged login;
+/// - start the tunnel after a disconnect, stop it after a connect, or stop it without a disconnect;
+/// - have two pending checks of the tunnel, check other than 2 seconds after a start, or check out
+/// of order;
+/// - switch the daemon too often, too rarely or out of order;
+/// - notify of a jailing other than once, or report anything after the store is gone.
 ///
-/// It takes over the fixture's hooks; the fixture's own lists of lines and commands stay empty.
+/// It uses the fixture's hooks, so the fixture's lists of lines and commands stay empty.
 class StoreWatch {
   public:
-    /// The e-mail address of the bus's own user profiles. No status and no list of accounts may
-    /// name it.
+    /// The e-mail address in the bus's user profiles. No status and no list of accounts may contain
+    /// it.
     static constexpr const char* onlyOnTheBus = "one@example.com";
 
     explicit StoreWatch(AppFixture& app);
@@ -31,20 +31,20 @@ class StoreWatch {
     StoreWatch(const StoreWatch&) = delete;
     StoreWatch& operator=(const StoreWatch&) = delete;
 
-    /// The person asks for a new login: the log-out before it is over for them.
+    /// The user starts a login, which ends the logout before it.
     void loginBegins() { isLoggingOut = false; }
 
-    /// Compares the daemon's requests, which are then to be forgotten. The daemon took requests
-    /// during all of the step, or during none of it.
+    /// Checks the daemon's requests; clear them afterward. The daemon was reachable during the
+    /// whole step or not at all.
     void stepEnds(bool daemonWasReachable);
 
-    /// From now on nothing may be heard of the store.
+    /// From now on the store must not report anything.
     void storeGoes() { hasGone = true; }
 
-    /// Whether connecting was asked for last, and was possible, and not disconnecting.
+    /// Whether the user last asked to connect, and could.
     bool isTunnelWanted() const { return wantsTunnel; }
 
-    /// How many checks found the tunnel down, and how often it was given up.
+    /// How many checks found the tunnel down, and how often the store gave up.
     int retries() const { return retriesSeen; }
     int failures() const { return failuresSeen; }
 
@@ -62,13 +62,13 @@ class StoreWatch {
 
     LoginViewState shown;
     bool isLoggingOut = false;
-    /// A log-out publishes the empty login in any case.
+    /// A logout always publishes the empty login.
     bool mayRepeat = true;
 
     bool wantsTunnel = false;
     bool wantedBefore = false;
     bool stopIsDue = false;
-    /// The system refused a start, and the tunnel service waits to make it again.
+    /// The system refused a start, and the tunnel service is waiting to repeat it.
     bool startIsPending = false;
     std::set<Duration> starts;
     Duration lastOfChain{0};

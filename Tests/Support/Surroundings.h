@@ -18,15 +18,15 @@
 
 namespace quoxelin::testing {
 
-/// A whole machine around the application's shell, with the services and the store on it: virtual
-/// clock, simulated system, daemon in memory. Nothing has happened on it yet.
+/// A whole simulated machine with the application's services and store: virtual clock, simulated
+/// system, daemon in memory. Nothing has happened on it yet.
 struct Surroundings {
     Surroundings();
     ~Surroundings() { dispatch.endAllWork(); }
     Surroundings(const Surroundings&) = delete;
     Surroundings& operator=(const Surroundings&) = delete;
 
-    /// The lines of the log as "[App] message", in the order of the calls.
+    /// The log lines as "[App] message", in the order of the calls.
     std::vector<std::string> log() const { return system.systemLog.texts(); }
 
     TemporaryDirectory directory;

@@ -10,7 +10,7 @@
 
 namespace quoxelin::testing {
 
-/// An empty directory of a test's own, removed with all that is in it.
+/// An empty directory for one test, removed with its contents.
 class TemporaryDirectory {
   public:
     TemporaryDirectory() {
@@ -32,7 +32,7 @@ class TemporaryDirectory {
     std::filesystem::path directory;
 };
 
-/// The whole file; empty when it cannot be read.
+/// The contents of the file. Empty if it cannot be read.
 inline std::string contentsOf(const std::filesystem::path& path) {
     std::ifstream file(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(file), {}};

@@ -10,8 +10,8 @@
 
 namespace quoxelin::testing {
 
-/// What happened, line by line: the application's log, and between its lines whatever the test
-/// notes. Main thread only.
+/// A record of events, line by line: the application's log and the test's own notes. Main thread
+/// only.
 class Trace final : public SystemLog {
   public:
     explicit Trace(const VirtualDispatch& dispatch) : dispatch(dispatch) {}
@@ -23,7 +23,7 @@ class Trace final : public SystemLog {
 
     void note(const std::string& text) { lines.emplace_back(dispatch.now(), text); }
 
-    /// The lines since the last time.
+    /// The lines since the last call.
     std::vector<std::string> take() {
         std::vector<std::string> texts;
         for (auto& [instant, text] : std::exchange(lines, {}))
@@ -31,7 +31,7 @@ class Trace final : public SystemLog {
         return texts;
     }
 
-    /// The same, each with its instant in seconds: "2.5 [VPN] raw status: 1".
+    /// The same, each with its time in seconds: "2.5 [VPN] raw status: 1".
     std::vector<std::string> takeTimed() {
         std::vector<std::string> texts;
         for (const auto& [instant, text] : std::exchange(lines, {}))

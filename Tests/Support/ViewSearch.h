@@ -8,7 +8,7 @@
 
 namespace quoxelin::testing {
 
-/// The first element, pop-overs included, of which the predicate is true; null when there is none.
+/// The first element that satisfies the predicate, searching popovers too. Null if there is none.
 template <typename Predicate>
 const ViewNode* find(const ViewNode& tree, const Predicate& predicate) {
     if (predicate(tree))
@@ -25,7 +25,6 @@ inline const ViewNode* findText(const ViewNode& tree, const std::string& text) {
     });
 }
 
-/// The row that shows the text.
 inline const ViewNode* findRow(const ViewNode& tree, const std::string& text) {
     return find(tree, [&](const ViewNode& node) {
         return node.kind == ViewNode::Kind::row &&
@@ -34,7 +33,7 @@ inline const ViewNode* findRow(const ViewNode& tree, const std::string& text) {
     });
 }
 
-/// A person clicks the row that shows the text.
+/// Clicks the row that shows the text.
 inline void click(const ViewNode& tree, const std::string& text) {
     const auto* const row = findRow(tree, text);
     ASSERT_NE(row, nullptr) << text;

@@ -175,7 +175,8 @@ void VirtualDispatch::resume(Fiber& fiber) {
     std::unique_lock lock(baton);
     running = &fiber;
     fiber.turn.notify_one();
-    // The test's thread waits on the fiber's own condition: it is signalled again on the way back.
+    // The test's thread waits on the fiber's own condition, which is signaled again when the fiber
+    // hands control back.
     fiber.turn.wait(lock, [&] { return running == nullptr; });
 }
 

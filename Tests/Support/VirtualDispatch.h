@@ -16,13 +16,13 @@
 
 namespace quoxelin::testing {
 
-/// Threads and time under the test's control. Nothing runs until the test says so; then work runs
-/// one piece at a time, in the order of its submission, and always with the same outcome.
+/// Threads and time controlled by the test. Work runs only when the test says so, one piece at a
+/// time, in order of submission, and always with the same outcome.
 ///
-/// The test's thread is the main thread. Background work gets a thread of its own, but only one
-/// thread runs at any moment: work that blocks (in `sleep` or `waitUntil`) hands over, and goes on
-/// when what it waits for has come. So code that blocks for ever in production can be watched
-/// blocking here, at exact instants.
+/// The test's thread is the main thread. Background work runs on separate threads, but only one
+/// thread runs at a time: work that blocks (in `sleep` or `waitUntil`) hands control over and
+/// continues when its condition holds. Code that blocks forever in production can be observed here
+/// at exact times.
 class VirtualDispatch final : public Dispatch {
   public:
     VirtualDispatch();
@@ -35,33 +35,33 @@ class VirtualDispatch final : public Dispatch {
     void sleep(Duration duration) override;
     std::chrono::system_clock::time_point date() const override;
 
-    /// Time since the test began.
+    /// The time since the start of the test.
     Duration now() const { return clock; }
 
-    /// Runs all that can run at this instant.
+    /// Runs everything that is due now.
     void runUntilIdle();
 
-    /// Lets time pass: every piece of delayed work runs at its own instant, the last ones at the
-    /// end of the span.
+    /// Advances time. Each piece of delayed work runs at its due time, including the end of the
+    /// span.
     void advance(Duration span);
 
-    /// The instant of the next delayed work or end of a sleep; absent when nothing waits for time.
+    /// The time of the next delayed work or end of a sleep. Absent if there is none.
     std::optional<Duration> nextInstant() const;
 
-    /// For simulated transports: blocks the calling background work until `ready` holds.
+    /// For simulated transports: blocks the calling background work until `ready` returns true.
     void waitUntil(std::function<bool()> ready);
 
-    /// Background work that has not ended: running, blocked or still to run.
+    /// Background work that is running, blocked or not started.
     std::size_t unfinishedBackgroundWork() const { return unfinished; }
 
-    /// Global work by the quality it was submitted with, in the order of submission.
+    /// The quality of each piece of global work, in order of submission.
     const std::vector<QualityOfService>& submittedQualities() const { return qualities; }
 
-    /// The labels of the serial queues, in the order of their making.
+    /// The labels of the serial queues, in order of creation.
     const std::vector<std::string>& serialLabels() const { return labels; }
 
-    /// Ends all blocked work by unwinding its stack, and drops what has not run yet. Called by the
-    /// destructor; a test calls it where what the work uses must go before this object.
+    /// Ends all blocked work by unwinding its stack, and drops the rest. Called by the destructor;
+    /// call it earlier if the work uses objects that are destroyed first.
     void endAllWork();
 
   private:
@@ -103,7 +103,7 @@ class VirtualDispatch final : public Dispatch {
     std::vector<std::string> labels;
 
     std::mutex baton;
-    Fiber* running = nullptr; // null: the test's thread
+    Fiber* running = nullptr; // null for the test's thread
     bool unwinding = false;
     std::vector<std::unique_ptr<Fiber>> fibers;
     std::vector<Fiber*> idleFibers;

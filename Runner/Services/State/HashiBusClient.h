@@ -26,7 +26,6 @@ class HashiBusClientDelegate {
 /// Follows the daemon's notification stream for the life of the process: connects, reads line by
 /// line, and reconnects 3 seconds after an attempt fails or ends.
 ///
-///
 /// The loop runs on its own serial queue; only that queue uses the connection and the buffer.
 class HashiBusClient : public std::enable_shared_from_this<HashiBusClient> {
   public:

@@ -33,7 +33,6 @@ inline constexpr const char* quoxelinSystemExtensionNeedsApproval =
 /// report the outcome. The published values change on a later turn of the main queue, possibly
 /// after a callback.
 ///
-///
 /// Held by `std::shared_ptr`, so late answers are dropped once the service is gone.
 class SystemExtensionService final : public ObservableObject,
                                      public OSSystemExtensionRequestDelegate,

@@ -52,7 +52,7 @@ TEST_F(AppLoggerTest, tellsTheSystemsLogAtOnceAndWithoutATimestamp) {
 }
 
 TEST_F(AppLoggerTest, stampsALineWithTheInstantOfTheCall) {
-    // Time passes here while nothing runs, so the line is written at the later instant.
+    // Time advances between the call and the write, so the line is written later.
     struct PassingTime final : Dispatch {
         explicit PassingTime(Dispatch& queues) : queues(queues) {}
         MainQueue& main() override { return queues.main(); }
@@ -145,7 +145,7 @@ TEST_F(AppLoggerTest, dropsLinesWhileTheDirectoryIsGone) {
 }
 
 TEST_F(AppLoggerTest, dropsLinesThatItMayNotWrite) {
-    fs::create_directories(file()); // a directory, which not even an administrator can write to
+    fs::create_directories(file()); // a directory, so even root cannot write to it
     auto logger = makeLogger();
     logger.log("App", "lost");
     dispatch.runUntilIdle();
@@ -234,7 +234,7 @@ TEST_F(AppLoggerTest, keepsTheOrderOfBackgroundWork) {
 }
 
 TEST_F(AppLoggerTest, neverMixesTheLinesOfConcurrentWriters) {
-    // Two loggers with a thread each stand for two processes that write the same file.
+    // Two loggers, each with a thread, act as two processes that write to the same file.
     constexpr int linesEach = 300;
     const auto write = [this](const std::string& word) {
         VirtualDispatch ownDispatch;

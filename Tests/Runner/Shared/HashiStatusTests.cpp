@@ -10,7 +10,7 @@ namespace quoxelin::testing {
 
 namespace {
 
-/// The decoded record, and what was written while it was decoded.
+/// The decoded record, and the output written while decoding.
 std::pair<std::optional<HashiStatus>, std::string> decoded(const std::string& text) {
     ::testing::internal::CaptureStdout();
     auto status = stringJsonToHashiStatus(text);

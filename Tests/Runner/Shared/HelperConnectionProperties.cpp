@@ -27,16 +27,16 @@ enum class Step {
     endClients
 };
 
-/// One request, and what came of it.
+/// One request and its outcome.
 struct Asked {
     int answers = 0;
-    /// Whether there was a helper to talk to when it was asked.
+    /// Whether a helper was available at the time of the request.
     bool hadHelper = true;
     bool answeredBeforeReturning = false;
     bool saidReachable = false;
 };
 
-/// Clients of the helper and a helper with moods.
+/// Clients of the helper, and a helper with changing behavior.
 class World {
   public:
     World() {
@@ -66,7 +66,7 @@ class World {
             return ask([this](const auto& done) {
                 if (commands)
                     commands->execQuoxelinStatus([done](const auto& result) {
-                        // The helper's empty output is no status.
+                        // The helper's empty output is not a status.
                         done(result.error() == QuoxelinExecError::decodingFailed);
                     });
             });
@@ -129,9 +129,9 @@ class World {
 
 } // namespace
 
-/// Whatever the helper does, a request is answered at most once; without a helper exactly once, at
-/// once and in the negative; no other answer is negative; and what was answered left no connection
-/// open.
+/// Whatever the helper does, a request is answered at most once. Without a helper it is answered
+/// exactly once, at once and negatively; no other answer is negative. An answered request leaves no
+/// connection open.
 RC_GTEST_PROP(HelperConnectionProperties, neverAnswersTwiceNorLeavesAnAnsweredConnectionOpen, ()) {
     const auto steps = *rc::gen::container<std::vector<Step>>(
         rc::gen::map(rc::gen::inRange(0, static_cast<int>(Step::endClients) + 1),

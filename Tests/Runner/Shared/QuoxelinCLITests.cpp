@@ -19,7 +19,7 @@ class QuoxelinCLITest : public HelperFixture {
         return *appLogger;
     }
 
-    /// Asks for a ping and counts its answers.
+    /// Sends a ping and counts its answers.
     void ping(QuoxelinCLI& cli) {
         cli.ping([this](bool reachable) {
             answers.push_back(reachable);

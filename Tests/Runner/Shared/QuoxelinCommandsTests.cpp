@@ -24,7 +24,8 @@ class QuoxelinCommandsTest : public HelperFixture {
         };
     }
 
-    /// What a command to a healthy helper logs, between its own first and last lines.
+    /// The log lines of a command to a working helper, without the command's own first and last
+    /// lines.
     static Lines connecting(const std::string& path, const std::string& arguments) {
         return {"Creating XPC connection to: com.quoxelin.desktop.Helper",
                 "XPC connection resumed: com.quoxelin.desktop.Helper",

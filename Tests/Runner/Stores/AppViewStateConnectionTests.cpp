@@ -8,7 +8,7 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
-/// An application whose extension is approved and whose tunnel configuration is saved.
+/// An application with an approved extension and a saved tunnel configuration.
 struct Approved : AppFixture {
     Approved() {
         systemExtension->isApproved = true;
@@ -93,7 +93,7 @@ TEST(AppViewStateConnection, printsTheErrorInFullWhenTheDaemonIsGone) {
                                                          error.debugDescription()}));
 }
 
-// Trying again
+// Retries
 
 TEST(AppViewStateConnection, triesThreeTimesAgainTwoSecondsAfterEachStart) {
     Approved app;
@@ -209,7 +209,7 @@ TEST(AppViewStateConnection, leavesOnePendingCheckWhenTwoSavingsOverlap) {
     app.advance(seconds(0.5));
     app.appState->connect();
     app.advance(seconds(100));
-    // The first connect's start is checked no more: the second one's comes half a second later.
+    // The check of the first connect's start was replaced by the second's, half a second later.
     EXPECT_EQ(app.timedStateLines(),
               (Lines{"0.000 connect", "0.000 daemon WantRunning=true", "0.500 connect",
                      "0.500 daemon WantRunning=true", "3.500 VPN connection retry 1/3",

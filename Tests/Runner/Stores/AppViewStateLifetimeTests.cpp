@@ -8,8 +8,8 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
-/// Lets the store go while `begin`, called on it, is still under way, and says what of it is heard
-/// afterwards.
+/// Destroys the store while `begin`, called on it, is still running, and returns the lines logged
+/// afterward.
 Lines linesAfterTheStoreHasGone(AppFixture& app, const std::function<void(AppViewState&)>& begin) {
     begin(*app.appState);
     const std::weak_ptr<AppViewState> gone = app.appState;
@@ -38,7 +38,7 @@ TEST(AppViewStateLifetime, dropsABusMessage) {
               Lines{});
 }
 
-// What does not drop it writes to the store's memory, which only the address sanitizer notices.
+// A failure here writes to freed memory, which only the address sanitizer detects.
 TEST(AppViewStateLifetime, dropsTheTunnelsStatus) {
     AppFixture app;
     app.tunnel->connectionStatus = VPNConnectionStatus::connecting;
@@ -69,7 +69,7 @@ TEST(AppViewStateLifetime, dropsTheAnswerOfEveryRequest) {
 }
 
 TEST(AppViewStateLifetime, dropsWhatFollowsAnAnswer) {
-    // Seconds after which the next step of each is under way.
+    // Delays during which the next step of each operation is pending.
     AppFixture app;
     app.systemExtension->isApproved = true;
     app.daemon.answer("GET", "/localapi/v0/status",
@@ -100,7 +100,7 @@ TEST(AppViewStateLifetime, dropsTheNextRefreshOfASwitch) {
     linesAfterTheStoreHasGone(app, [&](AppViewState& store) {
         store.switchProfile("b");
         app.advance(seconds(0.5));
-        store.refreshProfiles(); // names no profile current: the switch has to be waited for
+        store.refreshProfiles(); // does not name the current profile: the switch has to wait
         app.advance(seconds(0.6));
         EXPECT_EQ(app.count("refreshProfiles called"), 2);
     });

@@ -101,7 +101,7 @@ TEST(AppViewStateLogout, bringsNoAccountBackByAStatusAskedForBeforeTheLogout) {
         SimulatedDaemon::after(seconds(2), SimulatedDaemon::ok(R"({"backend_state":"Running"})")));
     app.appState->pollForLoginCompletion();
     app.advance(seconds(1.5));
-    app.appState->pollForLoginCompletion(); // its first tick comes after the log-out
+    app.appState->pollForLoginCompletion(); // its first tick comes after the logout
     app.bus(bareMap);
     app.appState->logout();
     app.forget();

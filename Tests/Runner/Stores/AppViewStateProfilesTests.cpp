@@ -7,7 +7,7 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
-/// A network map with this node and its user, as the daemon sends it on its stream.
+/// A network map from the daemon's stream, with this node and its user.
 constexpr const char* annsMap =
     R"({"NetMap":{"SelfNode":{"Node":{"ID":7,"UserID":42,"Name":"laptop",)"
     R"("Addresses":["100.64.0.1","fd7a::1"]}},)"

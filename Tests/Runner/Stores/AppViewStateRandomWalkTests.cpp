@@ -11,7 +11,7 @@
 namespace quoxelin::testing {
 namespace {
 
-/// A person, a daemon and a system that do what they like.
+/// A user, a daemon and a system that act at random.
 class Walk {
   public:
     explicit Walk(std::uint64_t seed) : dice(seed), watch(app) {
@@ -26,7 +26,7 @@ class Walk {
         app.forget();
     }
 
-    /// Says what it did.
+    /// Performs one random action and describes it.
     std::string step() {
         app.forget();
         app.system.systemLog.clear();
@@ -44,14 +44,14 @@ class Walk {
         return what;
     }
 
-    /// The store goes in the middle of everything; nothing is heard of it any more.
+    /// Destroys the store at any moment. After that, it must not report anything.
     void end() {
         const std::weak_ptr<AppViewState> store = app.appState;
         watch.storeGoes();
         app.appState.reset();
         EXPECT_TRUE(store.expired());
         app.advance(seconds(600));
-        // What is left is the bus client's loop, and what the daemon never answers.
+        // Only the bus client's loop and unanswered requests may remain.
         EXPECT_LE(app.dispatch.unfinishedBackgroundWork(), 1u + neverAnswered);
     }
 
@@ -104,7 +104,7 @@ class Walk {
             store.uninstall();
             return "uninstall, cancelled";
         default:
-            // All at once.
+            // Several operations at once.
             store.connect();
             store.disconnect();
             store.connect();
@@ -186,7 +186,7 @@ class Walk {
             reply.readError = ECONNRESET;
             break;
         case 5:
-            // Each of these costs a thread for the rest of the walk.
+            // Each unanswered request costs a thread for the rest of the walk.
             if (neverAnswered < 20 && endpoint.starts_with("GET"))
                 app.daemon.answerNext("GET", endpoint.substr(4), SimulatedDaemon::never()),
                     ++neverAnswered;
@@ -263,14 +263,14 @@ class Walk {
         }
     }
 
-    /// On a system in good order, what was asked for last comes about.
+    /// On a working system, the user's last request is fulfilled.
     std::string everythingSettles() {
         auto& network = app.system.networkExtension;
         network.tunnels = {};
         network.errors.clear();
         network.answerDelay = Duration{0};
         app.systemExtension->isApproved = true;
-        // No tunnel stays in a state that it only claims.
+        // Clears a state that the tunnel only claims.
         if (!network.configurations().empty())
             network.tunnel().drop();
         app.advance(seconds(10));
@@ -310,7 +310,7 @@ class Walk {
     std::size_t neverAnswered = 0;
 };
 
-/// Walks until the end or the first failure, and then says how to come there again.
+/// Walks until the end or the first failure, then prints how to reproduce it.
 void walk(std::uint64_t seed, int steps) {
     Walk walk(seed);
     std::deque<std::string> trail;

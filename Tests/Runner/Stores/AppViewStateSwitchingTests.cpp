@@ -15,7 +15,7 @@ std::string switchTo(const std::string& id) {
     return "POST /localapi/v0/profiles/switch?id=" + id;
 }
 
-/// The profiles a and b, of which one is current, if any.
+/// The profiles a and b, with the given one current, if any.
 std::string profilesWithCurrent(const std::string& current) {
     return fmt::format(R"({{"current_profile_id":"{0}","profiles":[)"
                        R"({{"id":"a","name":"A","is_current":{1}}},)"
@@ -105,7 +105,7 @@ TEST(AppViewStateSwitching, goesBackWhenASwitchFails) {
 
 TEST(AppViewStateSwitching, refreshesUpToTenTimesUntilTheDaemonHasSwitched) {
     WithProfiles app;
-    // The daemon takes the switch but goes on naming the old profile.
+    // The daemon accepts the switch but still names the old profile.
     app.daemon.answer("POST", "/localapi/v0/profiles/switch",
                       SimulatedDaemon::after(seconds(1), SimulatedDaemon::ok()));
     app.appState->switchProfile("b");
@@ -133,7 +133,8 @@ TEST(AppViewStateSwitching, stopsRefreshingOnceTheDaemonHasSwitched) {
     app.answerProfiles(profilesWithCurrent("b"));
     app.forget();
     app.advance(seconds(100));
-    // The one at 1.6 brings the news, the one at 1.9 comes before it looks, then it stops.
+    // The refresh at 1.6 brings the new profile; the one at 1.9 is sent before it is noticed, and
+    // is the last.
     EXPECT_EQ(app.timedRequests(), (Lines{"1.600 " + getProfiles, "1.900 " + getProfiles}));
     EXPECT_EQ(app.current(), "b/b");
 }

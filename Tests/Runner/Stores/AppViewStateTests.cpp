@@ -7,13 +7,13 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
-/// A network map with this node and its user, as the daemon sends it on its stream.
+/// A network map from the daemon's stream, with this node and its user.
 constexpr const char* annsMap =
     R"({"NetMap":{"SelfNode":{"Node":{"ID":7,"UserID":42,"Name":"laptop",)"
     R"("Addresses":["100.64.0.1","fd7a::1"]}},)"
     R"("UserProfiles":{"42":{"LoginName":"ann@example.com","DisplayName":"Ann"}}}})";
 
-/// The same user, before anything of the map is known but that there is a node.
+/// The same user, with only the node known.
 constexpr const char* bareMap = R"({"NetMap":{"SelfNode":{"Node":{"ID":7,"UserID":42}}}})";
 
 LoginViewState ann() {

@@ -10,7 +10,7 @@ using Lines = std::vector<std::string>;
 
 struct Operation {
     std::function<void(AppViewState&)> call;
-    /// The first that is heard of it.
+    /// The first line that the call logs or requests.
     std::string sign;
 };
 

@@ -14,7 +14,7 @@ using Lines = std::vector<std::string>;
 constexpr const char* cancelledByThePerson =
     R"({ NSAppleScriptErrorMessage = "User canceled."; NSAppleScriptErrorNumber = -128; })";
 
-/// A connected application that has been used for a while.
+/// A connected application with traces of earlier use.
 struct Installed : AppFixture {
     Installed() {
         systemExtension->isApproved = true;

@@ -31,7 +31,7 @@ class ExportLogs : public ::testing::Test, protected PanelScene {
         return {std::istreambuf_iterator<char>(in), {}};
     }
 
-    /// The person asks for the export and chooses the folder.
+    /// Requests the export as a user does, choosing the folder.
     void exportTo(const fs::path& folder) {
         click(tree(), "Export Logs");
         ASSERT_TRUE(system.openPanel.choose(folder));

@@ -16,7 +16,7 @@ struct Model : ObservableObject {
     Published<int> number{*this, 0};
 };
 
-/// A view of the model's number.
+/// A view that shows the model's number.
 AnyView viewOf(Model& model) {
     return {
         [&model] { return view::text(std::to_string(model.number), Font::body); },
@@ -28,7 +28,7 @@ AnyView viewOf(Model& model) {
     };
 }
 
-/// A renderer that does something while it draws.
+/// A renderer that runs a function while it draws.
 struct MeddlingView final : NSHostingView {
     void setRootView(const ViewNode& tree) override {
         drawn.push_back(tree.text);

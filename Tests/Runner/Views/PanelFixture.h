@@ -9,7 +9,7 @@
 
 namespace quoxelin::testing {
 
-/// The panel's content, and the person in front of it.
+/// The panel's content and the user's actions.
 class PanelFixture : public ::testing::Test, protected PanelScene {
   protected:
     void click(const std::string& text) { testing::click(tree(), text); }

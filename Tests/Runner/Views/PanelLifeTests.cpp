@@ -55,7 +55,7 @@ TEST_F(PanelLife, highlightsTheRowUnderThePointerWhenLoggedOut) {
     EXPECT_TRUE(isHighlighted("Add Account"));
 }
 
-// The panel around it
+// The panel around the content
 
 TEST_F(PanelLife, asksForNotificationsWhenItIsFirstShown) {
     EXPECT_THAT(system.userNotificationCenter.authorizationRequests(), IsEmpty());

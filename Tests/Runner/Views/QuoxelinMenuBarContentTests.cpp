@@ -272,7 +272,7 @@ TEST_F(QuoxelinMenuBarContentTests, keepsTheHighlightWhenTheNextAccountIsEntered
     EXPECT_EQ(content->hoveringProfileId.get(), "work");
 }
 
-// Updates, "More" and the way out
+// Updates, "More" and quitting
 
 TEST_F(QuoxelinMenuBarContentTests, checksForUpdatesWhenItCan) {
     logIn();

@@ -9,13 +9,12 @@
 
 namespace quoxelin::testing {
 
-/// A client of the bus that was not started yet, its daemon, and a delegate that remembers what it
-/// hears.
+/// A bus client before its start, its daemon, and a delegate that records notifications.
 class HashiBusClientFixture : public LinkFixture {
   protected:
     using Lines = std::vector<std::string>;
 
-    /// Remembers the versions of the notifications: a short way to tell one from another.
+    /// Records the versions of the notifications, which identify them.
     class Delegate final : public HashiBusClientDelegate {
       public:
         explicit Delegate(VirtualDispatch& dispatch) : dispatch(dispatch) {}

@@ -7,7 +7,7 @@ namespace quoxelin::testing {
 
 namespace {
 
-/// What following the stream costs the processor, when it comes in many small pieces.
+/// The processor time needed to follow the stream in many small pieces.
 std::clock_t effortFor(const std::string& stream) {
     InlineLink link(stream, 64);
     const auto begin = std::clock();
@@ -218,7 +218,7 @@ TEST(HashiBusClientEffort, isForALongLineOrHeaderWhatItIsForShortOnes) {
     auto shortLines = longLine;
     for (std::size_t at = 0; at < shortLines.size(); at += 1'024)
         shortLines[at] = '\n';
-    // Searching all of it again for every piece would be many times as much.
+    // Searching everything again for every piece would take many times as long.
     const auto bound = 5 * effortFor(header + shortLines);
     EXPECT_LT(effortFor(header + longLine), bound);
     EXPECT_LT(effortFor(longLine), bound);

@@ -14,7 +14,7 @@ namespace quoxelin::testing {
 
 namespace {
 
-/// A client of each kind with all that it needs, on a clock of its own.
+/// A client of each kind with its dependencies, on a virtual clock.
 struct Link {
     Link() {
         files.temporary = "/dev/null";
@@ -43,7 +43,7 @@ struct Link {
     LocalAPIClient api{{dispatch, daemon, logger}, "socket"};
 };
 
-/// Notifications, with all that may stand between them.
+/// Notifications and other lines that may stand between them.
 rc::Gen<std::string> line() {
     const auto version = [](const std::string& text) {
         HashiBusNotify notify;
@@ -62,7 +62,7 @@ rc::Gen<std::string> line() {
         rc::gen::map(generate::bytes(), withoutFeed));
 }
 
-/// The whole cut at random places; no piece is empty.
+/// Splits the text at random places. No piece is empty.
 std::vector<std::string> pieces(const std::string& whole) {
     auto cuts = *rc::gen::container<std::vector<std::size_t>>(
         rc::gen::inRange<std::size_t>(1, whole.size()));

@@ -10,7 +10,7 @@
 
 namespace quoxelin::testing {
 
-/// Remembers what a completion was called with, and how often.
+/// Records the calls of a completion and their results.
 template <typename T>
 struct Receiver {
     std::vector<Result<T, LocalAPIError>> outcomes;
@@ -26,7 +26,7 @@ struct Receiver {
     }
 };
 
-/// A client of the local API with its daemon, and short ways to have requests answered.
+/// A client of the local API with its daemon, and short forms of its requests.
 class LocalAPIClientFixture : public LinkFixture {
   protected:
     using Case = LocalAPIError::Case;
@@ -59,7 +59,7 @@ class LocalAPIClientFixture : public LinkFixture {
         return receiver.outcome();
     }
 
-    /// Both ways of one exchange, which fail alike where the transport fails.
+    /// Checks that both kinds of exchange report the same transport failure.
     void expectTransportFailure(const LocalAPIError& error) {
         EXPECT_EQ(triggerLogin().outcome().error(), error);
         EXPECT_EQ(startLogin().error(), error);

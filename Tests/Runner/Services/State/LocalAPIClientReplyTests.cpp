@@ -80,7 +80,7 @@ TEST_F(LocalAPIClientReply, stopsReadingAReplyThatIsTooLarge) {
     const std::string header = "HTTP/1.1 500 x\r\n\r\n";
     answerLogin(header + std::string(2'000'000, 'x'));
     const auto receiver = triggerLogin();
-    // The limit is passed by a part of a read at most: 64 reads of 16,384 bytes reach it exactly.
+    // At most part of one read exceeds the limit: 64 reads of 16,384 bytes reach it exactly.
     EXPECT_EQ(receiver.outcome().error().message.size(), 65 * 16'384 - header.size());
     ASSERT_EQ(log().size(), 2u);
     EXPECT_EQ(log()[0], "[LocalAPI] Response too large (1064960 bytes), truncating");

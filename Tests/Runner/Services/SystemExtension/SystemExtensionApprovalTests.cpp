@@ -43,7 +43,7 @@ TEST_F(SystemExtensionService, waitsForTheUsersApproval) {
         settleAndTake(),
         (Lines{"[SysExt] Completed", "posted quoxelin.systemExtension.completed", "onCompleted",
                "isApproved = true", "needsUserApproval = false", "lastErrorDescription = none"}));
-    // Nobody waits any more.
+    // The service has stopped waiting.
     system.application.becomeActive();
     EXPECT_EQ(settleAndTake(), Lines{});
     EXPECT_EQ(activations(), 1u);
@@ -67,7 +67,7 @@ TEST_F(SystemExtensionService, triesAgainWhenTheApplicationBecomesActive) {
     EXPECT_EQ(activations(), 2u);
     EXPECT_EQ(extensions.outstandingActivations(), 1u);
 
-    // One observer, not one for each time.
+    // Only one observer, not one per request.
     system.application.resignActive();
     extensions.approve();
     dispatch.runUntilIdle();
@@ -116,7 +116,7 @@ TEST_F(SystemExtensionService, doesNotTryAgainAfterAFailure) {
 }
 
 TEST_F(SystemExtensionService, stopsWaitingBeforeItTellsItsOwnerOfTheOutcome) {
-    // The published values still say that approval is needed when the owner hears.
+    // When the owner's callback runs, the published values still say that approval is needed.
     int told = 0;
     const auto becomeActive = [this, &told] {
         EXPECT_TRUE(service->needsUserApproval);
@@ -235,7 +235,7 @@ TEST_F(InstalledExtension, countsBesideVersionsThatDoNot) {
 TEST_F(InstalledExtension, isNoneOfAnotherIdentifier) {
     extensions.extensions = {{"com.example.PacketTunnel", "1.0", true, false}};
     EXPECT_FALSE(isFound());
-    // Not even if the system answers with more than was asked for.
+    // Not even if the system returns properties that were not requested.
     extensions.answersProperties = false;
     service->activate();
     dispatch.runUntilIdle();
@@ -267,7 +267,7 @@ TEST_F(InstalledExtension, isMissingWhenTheProbeHasNoAnswerForFiveSeconds) {
     dispatch.advance(seconds(1));
     activateAndSettle();
     trace.take();
-    // The guard is free while the probe runs.
+    // Other activations are possible while the probe runs.
     dispatch.advance(seconds(60));
     EXPECT_EQ(
         trace.takeTimed(),
@@ -319,7 +319,7 @@ TEST_F(InstalledExtension, isAskedForByEachOfSeveralProbes) {
     EXPECT_EQ(failures, (Lines{"5 onFailed", "7 onFailed"}));
 }
 
-// Which extension it is
+// The extension's identifier
 
 class ExtensionIdentifier : public SystemExtensionServiceTest {
   public:
@@ -368,7 +368,7 @@ TEST_F(ExtensionIdentifier, isLookedUpForEachActivation) {
 TEST_F(ExtensionIdentifier, followsTheBundleIdentifierWithoutAnEmbeddedExtension) {
     system.mainBundle.identifier = "org.example.white-label";
     EXPECT_EQ(activated(), "org.example.white-label.PacketTunnel");
-    // A bundle without an identifier, and a folder that is a file.
+    // A bundle without an identifier, and a file instead of a folder.
     embed("a.systemextension", "");
     EXPECT_EQ(activated(), "org.example.white-label.PacketTunnel");
     std::filesystem::remove_all(folder);

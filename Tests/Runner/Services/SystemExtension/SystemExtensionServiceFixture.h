@@ -11,9 +11,9 @@ namespace quoxelin::testing {
 
 inline constexpr const char* ourExtension = "com.quoxelin.desktop.PacketTunnel";
 
-/// A system extension service on a simulated system. The trace holds its log lines and, between
-/// them, its callbacks ("onFailed"), its notifications ("posted quoxelin.systemExtension.failed")
-/// and every assignment to a published value ("isApproved = true").
+/// A system extension service on a simulated system. The trace has its log lines, its callbacks
+/// ("onFailed"), its notifications ("posted quoxelin.systemExtension.failed") and every assignment
+/// to a published value ("isApproved = true").
 struct ExtensionUnderTest {
     using Lines = std::vector<std::string>;
 
@@ -41,7 +41,7 @@ struct ExtensionUnderTest {
     }
     ~ExtensionUnderTest() { dispatch.endAllWork(); }
 
-    /// The log file is of no interest here: its folder cannot be made.
+    /// Disables the log file: its folder cannot be created.
     AppLogger::Dependencies withoutFile() {
         system.fileManager.temporary = "/dev/null/none";
         return {dispatch, system.fileManager, trace};
@@ -63,7 +63,7 @@ struct ExtensionUnderTest {
                     trace.note(fmt::format("{} = {}", name, now));
             };
         };
-        isListening = false; // the values that are there already are no assignments
+        isListening = false; // the initial values are not assignments
         subscriptions.push_back(service->isApproved.subscribe(noting("isApproved")));
         subscriptions.push_back(service->needsUserApproval.subscribe(noting("needsUserApproval")));
         subscriptions.push_back(service->lastErrorDescription.subscribe([this](const auto& now) {
@@ -75,7 +75,7 @@ struct ExtensionUnderTest {
 
     void destroy() { service.reset(); }
 
-    /// The next activation is refused with this error.
+    /// The system refuses the next activation with this error.
     void refuseWith(std::int64_t code, const std::string& description,
                     const std::string& domain = OSSystemExtensionErrorDomain) {
         extensions.activationError = Error{domain, code, description};

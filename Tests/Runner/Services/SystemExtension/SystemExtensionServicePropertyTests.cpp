@@ -6,7 +6,7 @@ namespace quoxelin::testing {
 
 namespace {
 
-/// What can happen to the service, in any order.
+/// Events that can happen to the service, in any order.
 enum class Step {
     activate,
     activateFromAnotherThread,
@@ -57,7 +57,7 @@ struct AnyCourse : ExtensionUnderTest {
         ++calls;
     }
 
-    /// What the service and the system agree on, whenever nothing is on its way.
+    /// Checks that service and system agree while no work is pending.
     void checkAtRest() {
         RC_ASSERT(!(service->isApproved && service->needsUserApproval));
         if (service->isApproved)
@@ -145,7 +145,7 @@ struct AnyCourse : ExtensionUnderTest {
         }
     }
 
-    /// From here on the system does what it should.
+    /// Makes the system behave correctly from now on.
     void mend() {
         for (const auto step : {Step::accept, Step::answer, Step::answerProbes, Step::answerSoon,
                                 Step::finish, Step::approve})
@@ -173,7 +173,7 @@ RC_GTEST_PROP(SystemExtensionServiceProperties, alwaysFreesTheGuardOnceTheSystem
         if (step != Step::destroy)
             course.perform(step);
     }
-    // What never answered ends as superseded, which gives the guard thirty seconds.
+    // Requests without an answer end as superseded, which blocks activations for thirty seconds.
     course.mend();
     course.perform(Step::supersede);
     course.dispatch.advance(seconds(120));
@@ -211,7 +211,7 @@ RC_GTEST_PROP(SystemExtensionServiceProperties, tellsEachOutcomeByCallbackAndNot
               countOf(lines, "posted quoxelin.systemExtension.needsApproval"));
     RC_ASSERT(static_cast<std::size_t>(course.rebooted) ==
               countOf(lines, "[SysExt] Will complete after reboot"));
-    // Every probe answers once.
+    // Each probe reports once.
     const std::string probe = "[SysExt] Properties probe for ";
     std::size_t answered = 0;
     for (const auto& line : lines)

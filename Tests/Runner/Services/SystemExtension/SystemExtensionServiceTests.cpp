@@ -94,7 +94,7 @@ TEST_F(SystemExtensionService, replacesAnInstalledVersionWhateverTheVersionsAre)
         ASSERT_EQ(extensions.extensions.size(), 1u);
         EXPECT_EQ(extensions.extensions[0].bundleShortVersion, "1.0");
     }
-    // Also when a system asks about the very same version.
+    // Even if the system asks about the same version.
     const OSSystemExtensionProperties same{ourExtension, "1.0", true, false};
     EXPECT_EQ(service->actionForReplacingExtension(extensions.requests()[0], same, same),
               OSSystemExtensionReplacementAction::replace);
@@ -126,7 +126,7 @@ TEST_F(SystemExtensionService, tellsNobodyOfAnUnexpectedResult) {
 // Failures
 
 TEST_F(SystemExtensionService, reportsAFailureOfAnotherDomainAsItIs) {
-    // Codes of another domain mean something else, and no probe is sent.
+    // Codes of another domain have other meanings, so no probe is sent.
     for (const int code : {11, 12, 13, 4}) {
         refuseWith(code, "no entry", "NSCocoaErrorDomain");
         activateAndSettle();
@@ -205,7 +205,7 @@ TEST_F(SystemExtensionService, leavesTheGuardOfAnotherActivationAlone) {
     service->activate();
     extensions.failActivations({OSSystemExtensionErrorDomain, 12, "superseded"});
     dispatch.advance(seconds(10));
-    // The replacing request reports to the service, which is then free for another activation.
+    // The replacing request reports to the service, which then allows another activation.
     service->didFinishWithResult(extensions.requests()[0], 0);
     service->activate();
     trace.take();
@@ -277,7 +277,7 @@ TEST_F(SystemExtensionService, hearsNothingAfterItsEnd) {
     dispatch.runUntilIdle();
     service->activate();
     dispatch.global(QualityOfService::standard).async([this] {
-        // The main queue's next turn; the call comes after it.
+        // Destroys the service on the main queue's next turn; the call comes on the turn after it.
         dispatch.main().async([this] { destroy(); });
         service->activate();
     });

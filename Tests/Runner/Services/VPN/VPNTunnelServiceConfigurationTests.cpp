@@ -11,7 +11,7 @@ using Configuration = Network::Configuration;
 
 const Error ioError{"NEVPNErrorDomain", 5, "read/write failed"};
 
-/// Of the application, but with something changed.
+/// A configuration of this application with one change.
 template <typename Change>
 Configuration oursBut(Change change) {
     auto configuration = Configuration::ofTunnel(ourProvider, "Quoxelin");
@@ -21,10 +21,10 @@ Configuration oursBut(Change change) {
 
 } // namespace
 
-// Which configuration is ours
+// Which configuration belongs to the application
 
 TEST_F(VPNTunnelService, leavesTheConfigurationOfAnotherApplicationAlone) {
-    // Not even its name makes it ours.
+    // The name does not make it ours.
     network.addConfiguration(Configuration::ofTunnel(foreignProvider, "Quoxelin"));
     createAndSettle();
     service->ensureConfigurationSaved(noting("saved"));
@@ -124,13 +124,13 @@ INSTANTIATE_TEST_SUITE_P(
         Naming{{{"CFBundleDisplayName", " Display\n"}}, " Display\n"},
         Naming{{{"CFBundleDisplayName", ""}, {"CFBundleName", "Name"}}, "Name"},
         Naming{{{"CFBundleDisplayName", " \t\r\n"}, {"CFBundleName", " Name "}}, " Name "},
-        // An ideographic space is white space too.
+        // An ideographic space is white space.
         Naming{{{"CFBundleDisplayName", "\xE3\x80\x80"}, {"CFBundleName", "Name"}}, "Name"},
         Naming{{{"CFBundleName", "Name"}}, "Name"},
         Naming{{{"CFBundleDisplayName", " "}, {"CFBundleName", "\n"}}, "process"},
         Naming{{}, "process"}));
 
-// The shape of the configuration
+// The contents of the configuration
 
 TEST_F(VPNTunnelService, savesAndReloadsAConfigurationThatIsInOrderOnlyWhenForced) {
     saveOurs();
@@ -148,8 +148,8 @@ TEST_F(VPNTunnelService, savesAndReloadsAConfigurationThatIsInOrderOnlyWhenForce
 struct Deviation {
     const char* what;
     Configuration configuration;
-    /// Whether it is saved without being forced, where the platform hands out the protocol itself,
-    /// and where it hands out copies.
+    /// Whether it is saved without force: on a platform that returns the protocol itself, and on
+    /// one that returns copies.
     bool savedByReference;
     bool savedByCopy;
 };
@@ -188,13 +188,13 @@ INSTANTIATE_TEST_SUITE_P(
     VPNTunnelService, DeviatingConfiguration,
     ::testing::Values(
         Deviation{"none", oursBut([](auto&, auto&) {}), false, false},
-        // Set before it is compared: by reference it is found equal, and stays unsaved.
+        // Set before the comparison: by reference it is equal then, and is not saved.
         Deviation{"address",
                   oursBut([](auto&, auto& tunnel) { tunnel.serverAddress = "elsewhere"; }), false,
                   true},
         Deviation{"no address", oursBut([](auto&, auto& tunnel) { tunnel.serverAddress.reset(); }),
                   false, true},
-        // Set, but never compared.
+        // Set but never compared.
         Deviation{"sleep", oursBut([](auto&, auto& tunnel) { tunnel.disconnectOnSleep = true; }),
                   false, false},
         Deviation{"name", oursBut([](auto& all, auto&) { all.localizedDescription = "Old"; }), true,
@@ -300,7 +300,7 @@ TEST_F(VPNTunnelService, configuresNothingThatWasRemovedMeanwhile) {
     dispatch.advance(seconds(0.5));
     service->ensureConfigurationSaved(noting("saved"));
     dispatch.advance(seconds(1.75));
-    // The removal has cleared the manager by the time its load answers.
+    // The removal has cleared the manager before its load completes.
     EXPECT_EQ(trace.takeTimed(),
               (Lines{"2 [VPN] Configuration changed; reloading manager", "2 = disconnected",
                      "2 [VPN] Removed 1 VPN configuration(s)", "2 removed"}));

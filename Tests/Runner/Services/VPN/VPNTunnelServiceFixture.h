@@ -30,8 +30,8 @@ inline const char* nameOf(VPNConnectionStatus status) {
     return "none";
 }
 
-/// A tunnel service on a simulated system. The trace holds its log lines and, between them, every
-/// value of `connectionStatus` that is published ("= connecting").
+/// A tunnel service on a simulated system. The trace has its log lines and every published value of
+/// `connectionStatus` ("= connecting").
 struct TunnelUnderTest {
     using Lines = std::vector<std::string>;
     using Configuration = SimulatedNetworkExtension::Configuration;
@@ -48,17 +48,17 @@ struct TunnelUnderTest {
 
     ~TunnelUnderTest() { dispatch.endAllWork(); }
 
-    /// The log file is of no interest here: its folder cannot be made.
+    /// Disables the log file: its folder cannot be created.
     AppLogger::Dependencies withoutFile() {
         system.fileManager.temporary = "/dev/null/none";
         return {dispatch, system.fileManager, trace};
     }
 
-    /// Creates the service without letting anything answer yet.
+    /// Creates the service before anything can answer.
     void create() {
         service = std::make_unique<VPNTunnelService>(VPNTunnelService::Dependencies{
             dispatch, logger, network, notificationCenter, system.mainBundle, system.processInfo});
-        isListening = false; // the value that is there already is no assignment
+        isListening = false; // the initial value is not an assignment
         statusSubscription = service->connectionStatus.subscribe([this](auto now) {
             if (isListening)
                 trace.note(std::string("= ") + nameOf(now));
@@ -66,7 +66,7 @@ struct TunnelUnderTest {
         isListening = true;
     }
 
-    /// Creates the service and forgets what that causes.
+    /// Creates the service and clears the resulting trace.
     void createAndSettle() {
         create();
         dispatch.runUntilIdle();
@@ -83,7 +83,7 @@ struct TunnelUnderTest {
         network.requests.clear();
     }
 
-    /// A completion that leaves a line in the trace.
+    /// A completion that adds a line to the trace.
     std::function<void()> noting(const std::string& text) {
         return [this, text] {
             EXPECT_TRUE(dispatch.isMainThread());
@@ -91,7 +91,7 @@ struct TunnelUnderTest {
         };
     }
 
-    /// Calls from a thread that is not the main one.
+    /// Makes a call on a background thread.
     void fromAnotherThread(std::function<void()> call) {
         dispatch.global(QualityOfService::standard).async(std::move(call));
         dispatch.runUntilIdle();

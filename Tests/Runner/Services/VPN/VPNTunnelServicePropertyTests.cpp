@@ -9,7 +9,7 @@ namespace {
 using Network = SimulatedNetworkExtension;
 using Configuration = Network::Configuration;
 
-/// What can happen to a tunnel service, in any order.
+/// Events that can happen to the tunnel service, in any order.
 enum class Step {
     start,
     startFromAnotherThread,
@@ -48,7 +48,7 @@ enum class Step {
 };
 constexpr int stepCount = static_cast<int>(Step::destroy) + 1;
 
-/// A service with everything around it, and the completions that it still owes.
+/// A service on a simulated system, and its pending completions.
 struct AnyCourse : TunnelUnderTest {
     int asked = 0;
     std::map<int, int> completed;
@@ -61,7 +61,7 @@ struct AnyCourse : TunnelUnderTest {
         };
     }
 
-    /// That of the first configuration of ours, or of anybody's.
+    /// The tunnel of our first configuration, otherwise of the first one.
     SimulatedNEVPNConnection* someTunnel() {
         const auto saved = network.configurations();
         const auto ours = std::find_if(saved.begin(), saved.end(), [](const auto& one) {
@@ -97,7 +97,7 @@ struct AnyCourse : TunnelUnderTest {
             end();
     }
 
-    /// The call itself has to find the service; what it causes need not.
+    /// The service must exist when the call is made, but may be gone when its effects come.
     void callFrom(Queue& queue, std::function<void()> call) {
         bool done = false;
         queue.async([&] {
@@ -216,7 +216,7 @@ RC_GTEST_PROP(VPNTunnelServiceProperties, completesEverythingExactlyOnceAndStart
     course.dispatch.advance(seconds(60));
     for (int number = 0; number < course.asked; ++number)
         RC_ASSERT(course.completed[number] == 1);
-    // What has gone says nothing more.
+    // A service that is gone reports nothing.
     if (course.isGone)
         RC_ASSERT(course.trace.take().empty());
     RC_ASSERT(course.network.tunnels.needlessStarts == 0);
@@ -229,7 +229,7 @@ RC_GTEST_PROP(VPNTunnelServiceProperties, losesNoStartThatHasNotSucceeded, ()) {
         if (step != Step::destroy)
             course.perform(step);
     }
-    // Everything comes to rest, and the last start of all is refused ...
+    // Let everything settle with the last start refused ...
     auto& network = course.network;
     course.perform(Step::mend);
     course.dispatch.advance(seconds(60));
@@ -240,11 +240,11 @@ RC_GTEST_PROP(VPNTunnelServiceProperties, losesNoStartThatHasNotSucceeded, ()) {
     course.perform(Step::start);
     course.dispatch.advance(seconds(60));
     RC_ASSERT(course.service->connectionStatus.get() == VPNConnectionStatus::error);
-    // ... until a person allows it: then it needs no further asking.
+    // ... until the user allows it. Then the tunnel starts without another request.
     course.perform(Step::mend);
     network.allow();
     course.dispatch.advance(seconds(60));
-    network.allow(); // a configuration that was saved only now waits again
+    network.allow(); // a configuration saved only now has to be allowed again
     course.dispatch.advance(seconds(60));
     RC_ASSERT(course.service->connectionStatus.get() == VPNConnectionStatus::connected);
 }

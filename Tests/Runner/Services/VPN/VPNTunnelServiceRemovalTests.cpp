@@ -35,7 +35,7 @@ TEST_F(VPNTunnelService, clearsPublishesAndLogsBeforeItCompletesARemoval) {
     network.answerDelay = seconds(1);
     service->removeConfiguration([this] {
         trace.note("removed");
-        // The manager is held no more: a start has to look for one.
+        // The manager has been released: a start has to look for one.
         network.requests.clear();
         service->start();
         EXPECT_EQ(network.requests, (Lines{"loadAll"}));
@@ -51,7 +51,7 @@ TEST_F(VPNTunnelService, bringsARemovedConfigurationBackOnlyForSomebodyWhoAsksFo
     saveOurs();
     createAndSettle();
     service->removeConfiguration([] {});
-    // Told before the removal is answered, as a platform may, and again afterwards.
+    // Notified before the removal completes, as some platforms do, and again afterward.
     network.tellConfigurationChange();
     dispatch.runUntilIdle();
     network.tellConfigurationChange();
@@ -111,7 +111,7 @@ TEST_F(VPNTunnelService, completesARemovalOfNoneOfSeveralOnATurnOfItsOwn) {
     network.addConfiguration(Configuration::ofTunnel(foreignProvider, "Other"));
     createAndSettle();
     service->removeConfiguration(noting("removed"));
-    // Runs right after the turn on which the service looks at what was loaded.
+    // Runs right after the turn in which the service handles the loaded list.
     dispatch.main().async(
         [this] { dispatch.main().async([this] { trace.note("looked at the list"); }); });
     EXPECT_EQ(settleAndTake(), (Lines{"looked at the list", "= disconnected",
@@ -131,7 +131,7 @@ TEST_F(VPNTunnelService, completesARemovalAtOnceWhenThePreferencesCannotBeRead) 
     network.errors[Network::Operation::loadAll] = ioError;
     service->removeConfiguration(noting("removed"));
     EXPECT_EQ(settleAndTake(), (Lines{"removed"}));
-    // The manager is still held.
+    // The manager has been kept.
     service->start();
     EXPECT_EQ(network.requests, (Lines{"loadAll", "start"}));
 }

@@ -24,7 +24,7 @@ TEST_F(VPNTunnelService, startsATunnelThatWasNeverConfigured) {
                                    "[VPN] raw status: 2",
                                    "= connecting",
                                    "[VPN] Status changed: NEVPNStatus(rawValue: 2)",
-                                   // the reload that saving caused
+                                   // the reload caused by saving
                                    "[VPN] raw status: 2",
                                    "= connecting",
                                    "[VPN] Status changed: NEVPNStatus(rawValue: 2)",
@@ -73,7 +73,7 @@ TEST_F(VPNTunnelService, startsNoTunnelThatIsComingUp) {
                      "[VPN] raw status: 2", "= connecting",
                      "[VPN] Status changed: NEVPNStatus(rawValue: 2)"}));
     EXPECT_EQ(network.requests, Lines{});
-    // Nothing is pending: a configuration change after the tunnel went down starts none.
+    // No start is pending: a configuration change after the tunnel went down does not start it.
     network.tunnel().drop();
     network.tellConfigurationChange();
     dispatch.runUntilIdle();
@@ -144,7 +144,7 @@ TEST_P(RefusedStart, isAnErrorUntilAConfigurationChangeLetsItThrough) {
     EXPECT_EQ(trace.take(), (Lines{"[VPN] Starting VPN tunnel (current status: 1)", "= connecting",
                                    GetParam().line, "= error"}));
 
-    // Still refused: still pending.
+    // Still refused, so still pending.
     network.tellConfigurationChange();
     EXPECT_EQ(settleAndTake(),
               (Lines{"[VPN] Configuration changed; reloading manager", "[VPN] raw status: 1",
@@ -162,7 +162,7 @@ TEST_P(RefusedStart, isAnErrorUntilAConfigurationChangeLetsItThrough) {
                      "[VPN] Status notification received", "[VPN] raw status: 2", "= connecting",
                      "[VPN] Status changed: NEVPNStatus(rawValue: 2)"}));
 
-    // Nothing is pending any more.
+    // No start is pending any more.
     network.tunnel().drop();
     network.requests.clear();
     network.tellConfigurationChange();
@@ -179,7 +179,7 @@ INSTANTIATE_TEST_SUITE_P(
                 "[VPN] Error starting VPN tunnel: failed (code: 3, domain: NEVPNErrorDomain)"},
         Refusal{{"NEVPNErrorDomain", -9, ""},
                 "[VPN] Error starting VPN tunnel:  (code: -9, domain: NEVPNErrorDomain)"},
-        // Another framework's code 1 and 2 mean something else.
+        // Codes 1 and 2 of another framework have other meanings.
         Refusal{{"NSCocoaErrorDomain", 1, "one"},
                 "[VPN] Error starting VPN tunnel: one (code: 1, domain: NSCocoaErrorDomain)"},
         Refusal{{"NSCocoaErrorDomain", 2, "two"},
@@ -233,8 +233,8 @@ TEST_F(VPNTunnelService, startsOneTunnelForTwoStartsInARow) {
     service->start();
     service->start();
     dispatch.runUntilIdle();
-    // The second of the overlapping loads finds the configuration shaped but not yet saved: its
-    // start is refused, the first one's goes through.
+    // The second of the overlapping loads finds a complete configuration that is not saved yet: its
+    // start is refused, the first one's succeeds.
     EXPECT_EQ(network.tunnels.needlessStarts, 0);
     EXPECT_EQ(network.configurations().size(), 1u);
     dispatch.advance(seconds(1));

@@ -169,7 +169,7 @@ TEST_F(VPNTunnelService, followsAnAttemptThatFails) {
     service->start();
     dispatch.advance(seconds(5));
     EXPECT_EQ(service->connectionStatus.get(), VPNConnectionStatus::disconnected);
-    // It began, so nothing is pending.
+    // The attempt began, so no start is pending.
     network.requests.clear();
     network.tellConfigurationChange();
     dispatch.runUntilIdle();
@@ -212,7 +212,7 @@ TEST_F(VPNTunnelService, hearsAnswersThatComeOnOtherThreads) {
 TEST_F(VPNTunnelService, hearsAnswersThatComeBeforeTheCallReturns) {
     network.answers = SimulatedNetworkExtension::Answers::beforeReturning;
     create();
-    // Nothing is done before the turn of the main queue.
+    // Nothing happens before the turn of the main queue.
     EXPECT_EQ(trace.take(), Lines{});
     service->start();
     EXPECT_EQ(trace.take(), Lines{});
@@ -238,7 +238,7 @@ TEST_F(VPNTunnelService, hearsNothingAfterItsEnd) {
 
 TEST_F(VPNTunnelService, completesWhatWasAskedForWhenItHasGone) {
     network.answerDelay = seconds(1);
-    // Each step of both operations in turn is the one that finds the service gone.
+    // Ends the service at each step of both operations.
     for (const double end : {0.5, 1.5, 2.5, 3.5, 4.5}) {
         create();
         dispatch.advance(seconds(1));
@@ -264,7 +264,7 @@ TEST_F(VPNTunnelService, completesWhatWasAskedForWhenItHasGone) {
 TEST_F(VPNTunnelService, completesWhatAnotherThreadAskedForWhenItHasGone) {
     createAndSettle();
     dispatch.global(QualityOfService::standard).async([this] {
-        // The main queue's next turn; the calls come after it.
+        // Destroys the service on the main queue's next turn; the calls come on the turn after it.
         dispatch.main().async([this] { destroy(); });
         service->ensureConfigurationSaved(noting("saved"));
         service->removeConfiguration(noting("removed"));
