@@ -1,10 +1,11 @@
 #include "Base/Json.h"
 
-#include <algorithm>
+#include "Base/Immortal.h"
+#include "Base/JsonDecoder.h"
+
 #include <cmath>
-#include <cstring>
-#include <simdjson.h>
-#include <type_traits>
+#include <fmt/format.h>
+#include <mutex>
 
 namespace quoxelin::json {
 
@@ -14,46 +15,50 @@ namespace dom = simdjson::dom;
 
 constexpr std::size_t maximumDepth = 512;
 
-/// A parser that has grown beyond this for one long text does not stay around.
+/// A document that has grown beyond this for a long text is dropped when enough short ones follow.
 constexpr std::size_t keptCapacity = std::size_t(1) << 20;
+constexpr int enoughShortTexts = 16;
 
-// A value is the library's element with its type hidden from those who include Json.h.
-static_assert(sizeof(Value) == sizeof(dom::element));
-static_assert(std::is_trivially_copyable_v<Value> && std::is_trivially_copyable_v<dom::element>);
-
-/// As std::bit_cast, which the oldest standard library among our platforms lacks.
-template <typename To, typename From>
-To withBitsOf(const From& from) {
-    static_assert(sizeof(To) == sizeof(From) && std::is_trivially_copyable_v<To> &&
-                  std::is_trivially_copyable_v<From>);
-    To to;
-    std::memcpy(static_cast<void*>(&to), &from, sizeof to);
-    return to;
+template <typename T, typename Source>
+std::optional<T> ifSo(Source source) {
+    T value{};
+    return source.get(value) == simdjson::SUCCESS ? std::optional<T>(value) : std::nullopt;
 }
 
-dom::element elementOf(const Value& value) {
-    return withBitsOf<dom::element>(value);
+std::optional<std::int64_t> whole(double number) {
+    constexpr double limit = 9223372036854775808.0; // 2^63, the first that does not fit
+    if (number < -limit || number >= limit || std::trunc(number) != number)
+        return std::nullopt;
+    return static_cast<std::int64_t>(number);
 }
 
-Value valueOf(const dom::element& element) {
-    return withBitsOf<Value>(element);
+Value treeOf(Element element);
+
+Object membersOf(dom::object object) {
+    const auto last = lastPlaces(object);
+    Object members;
+    std::size_t place = 0;
+    for (const auto field : object) {
+        if (last.at(field.key) == place++)
+            members.push_back({std::string(field.key), treeOf(field.value)});
+    }
+    return members;
 }
 
-template <typename T>
-std::optional<T> ifSo(simdjson::simdjson_result<T> result) {
-    T value;
-    return std::move(result).get(value) == simdjson::SUCCESS ? std::optional<T>(value)
-                                                             : std::nullopt;
+Value treeOf(Element element) {
+    if (const auto object = ifSo<dom::object>(element))
+        return membersOf(*object);
+    const auto array = ifSo<dom::array>(element);
+    if (!array)
+        return withoutContents(element);
+    Array elements;
+    for (const auto inner : *array)
+        elements.push_back(treeOf(inner));
+    return elements;
 }
 
 bool isDigit(char c) {
     return c >= '0' && c <= '9';
-}
-
-std::size_t endOfDigits(std::string_view text, std::size_t at) {
-    while (at < text.size() && isDigit(text[at]))
-        ++at;
-    return at;
 }
 
 std::size_t endOfString(std::string_view text, std::size_t opening) {
@@ -66,47 +71,32 @@ std::size_t endOfString(std::string_view text, std::size_t opening) {
     return text.size();
 }
 
-/// The end of what looks like a number and begins at `at`; whether it is one, the parser says.
-std::size_t endOfNumber(std::string_view text, std::size_t at) {
-    const auto isPart = [](char c) {
-        return isDigit(c) || c == '-' || c == '+' || c == '.' || c == 'e' || c == 'E';
-    };
-    while (at < text.size() && isPart(text[at]))
-        ++at;
-    return at;
+/// Shortens the digits such that any type of number holds the value, but no type of integer.
+/// Whether the token is well-formed stays as it is.
+std::string tamed(std::string_view token) {
+    std::string text;
+    bool isExponent = false;
+    for (std::size_t at = 0; at < token.size(); ++at) {
+        text += token[at];
+        isExponent = isExponent || token[at] == 'e' || token[at] == 'E';
+        if (!isDigit(token[at]))
+            continue;
+        const auto end = std::min(token.find_first_not_of("0123456789", at), token.size());
+        if (isExponent)
+            text.back() = '9';
+        if (isExponent || end - at > 1)
+            text += '9';
+        at = end - 1;
+    }
+    return isExponent ? text : text + "e99";
 }
 
-/// Follows the grammar of JSON's numbers to the last character.
-bool isWellFormedNumber(std::string_view text) {
-    std::size_t at = text.starts_with('-') ? 1 : 0;
-    const auto integerEnd = endOfDigits(text, at);
-    if (integerEnd == at || (text[at] == '0' && integerEnd > at + 1))
-        return false;
-    at = integerEnd;
-    if (at < text.size() && text[at] == '.') {
-        const auto fractionEnd = endOfDigits(text, at + 1);
-        if (fractionEnd == at + 1)
-            return false;
-        at = fractionEnd;
-    }
-    if (at < text.size() && (text[at] == 'e' || text[at] == 'E')) {
-        ++at;
-        if (at < text.size() && (text[at] == '+' || text[at] == '-'))
-            ++at;
-        const auto exponentEnd = endOfDigits(text, at);
-        if (exponentEnd == at)
-            return false;
-        at = exponentEnd;
-    }
-    return at == text.size();
-}
-
-/// The library refuses a whole text for one number that none of its types can hold. Here each
-/// such number becomes one that is merely out of every integer's range, so that it matters only to
-/// who reads it. Absent when there is no such number.
+/// The library refuses a whole text for one number that none of its types can hold. Here each such
+/// number becomes a smaller one that is still out of range for any integer, so that only a member
+/// that reads it fails. Absent when there is no such number.
 std::optional<std::string> withHugeNumbersTamed(std::string_view text, dom::parser& parser) {
     constexpr std::size_t alwaysHeld = 18;
-    std::string tamed;
+    std::string result;
     std::size_t copied = 0;
     for (std::size_t at = 0; at < text.size();) {
         if (text[at] == '"') {
@@ -117,147 +107,75 @@ std::optional<std::string> withHugeNumbersTamed(std::string_view text, dom::pars
             ++at;
             continue;
         }
-        const auto end = endOfNumber(text, at);
+        const auto end = std::min(text.find_first_not_of("0123456789+-.eE", at), text.size());
         const auto token = text.substr(at, end - at);
         const bool mayBeHuge =
             token.size() > alwaysHeld || token.find_first_of("eE") != std::string_view::npos;
-        if (mayBeHuge && isWellFormedNumber(token) &&
-            parser.parse(token.data(), token.size()).error() != simdjson::SUCCESS) {
-            tamed.append(text, copied, at - copied).append("1e300");
+        if (mayBeHuge && parser.parse(token.data(), token.size()).error() != simdjson::SUCCESS) {
+            result.append(text, copied, at - copied).append(tamed(token));
             copied = end;
         }
         at = end;
     }
-    if (copied == 0)
-        return std::nullopt;
-    return tamed.append(text, copied);
+    return copied == 0 ? std::nullopt : std::optional(result.append(text, copied));
+}
+
+/// The document that the next text is parsed into, so that its memory is used again.
+struct Spare {
+    std::mutex mutex;
+    std::unique_ptr<Document> document;
+    int shortTexts = 0;
+};
+
+Spare& spare() {
+    static Spare& instance = immortal([] { return Spare(); });
+    return instance;
+}
+
+std::unique_ptr<Document> takeSpare(std::size_t size) {
+    auto& [mutex, document, shortTexts] = spare();
+    const std::lock_guard lock(mutex);
+    const bool isShort = document && document->parser.capacity() > std::max(keptCapacity, 4 * size);
+    shortTexts = isShort ? shortTexts + 1 : 0;
+    if (!document || shortTexts == enoughShortTexts)
+        document = std::make_unique<Document>();
+    return std::move(document);
+}
+
+void keepSpare(std::unique_ptr<Document> last) {
+    last->kept.clear();
+    auto& kept = spare();
+    const std::lock_guard lock(kept.mutex);
+    std::swap(kept.document, last);
+}
+
+simdjson::error_code parseInto(Document& document, std::string_view text, std::size_t padding) {
+    auto& parser = document.parser;
+    if (parser.max_depth() != maximumDepth) {
+        if (const auto error = parser.allocate(text.size(), maximumDepth))
+            return error;
+    }
+    const bool isCopied = padding < simdjson::SIMDJSON_PADDING;
+    return parser.parse(text.data(), text.size(), isCopied).get(document.root);
 }
 
 } // namespace
 
-class Document::Parser {
-  public:
-    Parser() { failed = parser.allocate(0, maximumDepth) != simdjson::SUCCESS; }
-
-    std::optional<Error> parse(std::string_view text) {
-        // A byte-order mark is no part of JSON; later versions of the library skip it.
-        if (text.starts_with("\xEF\xBB\xBF"))
-            return Error{"no JSON: it begins with a byte-order mark"};
-        auto error = attempt(text);
-        if (error != simdjson::SUCCESS) { // which error a huge number is depends on the version
-            if (const auto tamed = withHugeNumbersTamed(text, parser))
-                error = attempt(*tamed);
-        }
-        if (error != simdjson::SUCCESS)
-            return Error{std::string("no JSON: ") + simdjson::error_message(error)};
-        return std::nullopt;
-    }
-
-    Value root() const { return valueOf(element); }
-
-    bool isSmall() const { return parser.capacity() <= keptCapacity; }
-
-    /// Most texts are short: a thread uses one parser for them, one after the other.
-    static std::unique_ptr<Parser>& spare() {
-        thread_local std::unique_ptr<Parser> parser;
-        return parser;
-    }
-
-  private:
-    simdjson::error_code attempt(std::string_view text) {
-        return failed ? simdjson::MEMALLOC : parser.parse(text.data(), text.size()).get(element);
-    }
-
-    dom::parser parser;
-    dom::element element;
-    bool failed = false;
-};
-
-Document::Document(std::unique_ptr<Parser> parser) : parser(std::move(parser)) {}
-
-Document::Document(Document&&) noexcept = default;
-Document& Document::operator=(Document&&) noexcept = default;
-
-Document::~Document() {
-    if (parser && parser->isSmall())
-        Parser::spare() = std::move(parser);
-}
-
-Result<Document, Error> Document::parse(std::string_view text) {
-    auto parser = std::move(Parser::spare());
-    if (!parser)
-        parser = std::make_unique<Parser>();
-    auto error = parser->parse(text);
-    Document document(std::move(parser));
-    if (error)
-        return tl::unexpected(*std::move(error));
-    return document;
-}
-
-Value Document::root() const {
-    return parser->root();
-}
-
-Value::Kind Value::kind() const {
-    switch (elementOf(*this).type()) {
-    case dom::element_type::ARRAY:
-        return Kind::array;
-    case dom::element_type::OBJECT:
-        return Kind::object;
-    case dom::element_type::INT64:
-    case dom::element_type::UINT64:
-    case dom::element_type::DOUBLE:
-        return Kind::number;
-    case dom::element_type::STRING:
-        return Kind::string;
-    case dom::element_type::BOOL:
-        return Kind::boolean;
-    case dom::element_type::NULL_VALUE:
-        break;
-    }
-    return Kind::null;
-}
-
-bool Value::isNull() const {
-    return elementOf(*this).is_null();
-}
-
-bool Value::isObject() const {
-    return elementOf(*this).is_object();
-}
-
-bool Value::isArray() const {
-    return elementOf(*this).is_array();
-}
-
-std::optional<std::string_view> Value::string() const {
-    return ifSo(elementOf(*this).get_string());
-}
-
-std::optional<bool> Value::boolean() const {
-    return ifSo(elementOf(*this).get_bool());
-}
-
 std::optional<std::int64_t> Value::integer() const {
-    const auto element = elementOf(*this);
-    if (element.type() != dom::element_type::DOUBLE)
-        return ifSo(element.get_int64());
-    constexpr double limit = 9223372036854775808.0; // 2^63, the first that does not fit
-    const double number = element.get_double().value_unsafe();
-    if (number < -limit || number >= limit || std::trunc(number) != number)
-        return std::nullopt;
-    return static_cast<std::int64_t>(number);
+    const auto* const number = std::get_if<double>(&data);
+    return number ? whole(*number) : held<std::int64_t, std::int64_t>();
 }
 
 std::optional<double> Value::number() const {
-    return ifSo(elementOf(*this).get_double());
+    const auto* const number = std::get_if<std::int64_t>(&data);
+    return number ? std::optional<double>(*number) : held<double, double>();
 }
 
 std::optional<std::vector<std::string>> Value::strings() const {
     if (!isArray())
         return std::nullopt;
     std::vector<std::string> list;
-    for (const auto element : elements()) {
+    for (const auto& element : elements()) {
         const auto text = element.string();
         if (!text)
             return std::nullopt;
@@ -266,124 +184,166 @@ std::optional<std::vector<std::string>> Value::strings() const {
     return list;
 }
 
-Elements Value::elements() const {
-    Elements elements;
-    dom::array array;
-    if (elementOf(*this).get_array().get(array) == simdjson::SUCCESS) {
-        elements.first = valueOf(*array.begin());
-        elements.last = valueOf(*array.end());
-        elements.count = array.size();
+const Array& Value::elements() const {
+    static const Array none;
+    const auto* const elements = std::get_if<Array>(&data);
+    return elements ? *elements : none;
+}
+
+const Object& Value::members() const {
+    static const Object none;
+    const auto* const members = std::get_if<Object>(&data);
+    return members ? *members : none;
+}
+
+const Value* Value::find(std::string_view key) const {
+    for (const auto& member : members()) {
+        if (member.key == key)
+            return &member.value;
     }
-    return elements;
+    return nullptr;
 }
 
-Value Elements::after(Value value) {
-    auto iterator = withBitsOf<dom::array::iterator>(value);
-    ++iterator;
-    return valueOf(*iterator);
+Result<Value, Error> parse(std::string_view text) {
+    return parseDocument(text, 0).map([](const auto& document) { return treeOf(document->root); });
 }
 
-std::vector<Member> Value::members() const {
-    std::vector<Member> members;
-    dom::object object;
-    if (elementOf(*this).get_object().get(object) != simdjson::SUCCESS)
-        return members;
-    for (const auto field : object)
-        members.push_back({field.key, valueOf(field.value)});
-    // Sorted by key and place, a member is the last with its key when its neighbour has another.
-    std::vector<std::size_t> order(members.size());
-    for (std::size_t i = 0; i < order.size(); ++i)
-        order[i] = i;
-    std::sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) {
-        const int compared = members[a].key.compare(members[b].key);
-        return compared != 0 ? compared < 0 : a < b;
+std::string serialize(const Value& value) {
+    Writer writer;
+    writer.value(value);
+    return writer.text();
+}
+
+Result<std::shared_ptr<Document>, Error> parseDocument(std::string_view text, std::size_t padding) {
+    std::shared_ptr<Document> document(takeSpare(text.size()).release(), [](Document* last) {
+        keepSpare(std::unique_ptr<Document>(last));
     });
-    std::vector<bool> superseded(members.size(), false);
-    for (std::size_t i = 1; i < order.size(); ++i)
-        superseded[order[i - 1]] = members[order[i - 1]].key == members[order[i]].key;
+    // A byte-order mark is not part of JSON; later versions of the library skip it.
+    if (text.starts_with("\xEF\xBB\xBF"))
+        return tl::unexpected(Error{"no JSON: it begins with a byte-order mark"});
+    auto error = parseInto(*document, text, padding);
+    if (error != simdjson::SUCCESS) { // which error a huge number is depends on the version
+        if (const auto replaced = withHugeNumbersTamed(text, document->parser))
+            error = parseInto(*document, *replaced, 0);
+    }
+    if (error != simdjson::SUCCESS)
+        return tl::unexpected(Error{std::string("no JSON: ") + simdjson::error_message(error)});
+    return document;
+}
+
+Value withoutContents(Element element) {
+    if (const auto text = ifSo<std::string_view>(element))
+        return *text;
+    if (const auto truth = ifSo<bool>(element))
+        return *truth;
+    if (const auto number = ifSo<std::int64_t>(element))
+        return *number;
+    if (const auto number = ifSo<double>(element))
+        return *number;
+    if (element.is_array())
+        return Array();
+    return element.is_object() ? Value(Object()) : Value();
+}
+
+std::map<std::string_view, std::size_t> lastPlaces(dom::object object) {
+    std::map<std::string_view, std::size_t> last;
     std::size_t place = 0;
-    for (std::size_t i = 0; i < members.size(); ++i) {
-        if (!superseded[i])
-            members[place++] = members[i];
-    }
-    members.resize(place);
-    return members;
+    for (const auto field : object)
+        last[field.key] = place++;
+    return last;
 }
 
-std::optional<Value> Value::find(std::string_view key) const {
-    std::optional<Value> found;
-    dom::object object;
-    if (elementOf(*this).get_object().get(object) == simdjson::SUCCESS) {
-        for (const auto field : object) {
-            if (field.key == key)
-                found = valueOf(field.value);
-        }
-    }
-    return found;
-}
-
-MemberTable::MemberTable(Value value) {
-    dom::object object;
-    if (elementOf(value).get_object().get(object) != simdjson::SUCCESS)
-        return;
-    for (const auto field : object) {
-        const Member member{field.key, valueOf(field.value)};
-        if (count < usual) {
-            few[count] = member;
-        } else {
-            if (many.empty())
-                many.assign(few.begin(), few.end());
-            many.push_back(member);
-        }
-        ++count;
-    }
-    if (!many.empty())
-        members = many.data();
-}
-
-bool Failure::because(std::string_view reason) {
+bool Decoding::because(std::string_view reason) {
     what = reason;
     return false;
 }
 
-bool Failure::within(std::string_view key) {
+bool Decoding::within(std::string_view key) {
     const bool joins = !path.empty() && path.front() != '[';
     path.insert(0, joins ? std::string(key) + '.' : std::string(key));
     return false;
 }
 
-bool Failure::within(std::size_t index) {
+bool Decoding::within(std::size_t index) {
     const bool joins = !path.empty() && path.front() != '[';
     path.insert(0, '[' + std::to_string(index) + (joins ? "]." : "]"));
     return false;
 }
 
-Error Failure::error() const {
-    return {(path.empty() ? "the whole" : path) + ' ' + what};
+void Writer::key(std::string_view key) {
+    separate();
+    quote(key);
+    output += ':';
 }
 
-bool decodeValue(Value value, std::string& into, Failure& failure) {
-    const auto text = value.string();
-    if (!text)
-        return failure.because("should be a string");
-    into.assign(*text);
-    return true;
+void Writer::string(std::string_view value) {
+    separate();
+    quote(value);
 }
 
-bool decodeValue(Value value, bool& into, Failure& failure) {
-    const auto truth = value.boolean();
-    if (!truth)
-        return failure.because("should be a boolean");
-    into = *truth;
-    return true;
+void Writer::integer(std::int64_t value) {
+    separate();
+    output += std::to_string(value);
 }
 
-bool decodeValue(Value value, std::int64_t& into, Failure& failure) {
-    const auto number = value.integer();
-    if (!number)
-        return failure.because("should be an integer of at most 64 bits");
-    into = *number;
-    return true;
+void Writer::boolean(bool value) {
+    separate();
+    output += value ? "true" : "false";
+}
+
+void Writer::value(const Value& value) {
+    if (const auto text = value.string()) {
+        string(*text);
+    } else if (value.isArray()) {
+        beginArray();
+        for (const auto& element : value.elements())
+            this->value(element);
+        endArray();
+    } else if (value.isObject()) {
+        beginObject();
+        for (const auto& [name, member] : value.members()) {
+            key(name);
+            this->value(member);
+        }
+        endObject();
+    } else if (const auto truth = value.boolean()) {
+        boolean(*truth);
+    } else if (const auto* const whole = std::get_if<std::int64_t>(&value.data)) {
+        integer(*whole);
+    } else {
+        separate();
+        const auto number = value.number();
+        output += number ? fmt::format("{}", *number) : "null";
+    }
+}
+
+void Writer::separate() {
+    if (!output.empty() && output.back() != '{' && output.back() != '[' && output.back() != ':')
+        output += ',';
+}
+
+void Writer::open(char bracket) {
+    separate();
+    output += bracket;
+}
+
+void Writer::quote(std::string_view value) {
+    constexpr char hexadecimal[] = "0123456789abcdef";
+    output += '"';
+    for (const char c : value) {
+        const auto byte = static_cast<unsigned char>(c);
+        if (c == '"' || c == '\\') {
+            output += '\\';
+            output += c;
+        } else if (byte < 0x20) {
+            output += "\\u00";
+            output += hexadecimal[byte >> 4];
+            output += hexadecimal[byte & 0xF];
+        } else {
+            output += c;
+        }
+    }
+    output += '"';
 }
 
 } // namespace quoxelin::json

@@ -1,10 +1,8 @@
 #pragma once
 
-#include "Base/JsonWriter.h"
 #include "Base/Result.h"
 
-#include <algorithm>
-#include <array>
+#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <map>
@@ -12,286 +10,150 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <type_traits>
 #include <utility>
+#include <variant>
 #include <vector>
 
-/// JSON as it comes from outside: strict about the text (UTF-8, escapes, numbers, nothing after the
-/// value, nothing nested deeper than 512), and safe with whatever it is given.
+/// JSON, strict about the text: UTF-8, escapes, numbers, nothing after the value, nothing nested
+/// deeper than 512.
 ///
-/// Records state their members once, in `describe`, and `decode` and `encode` do the rest; what is
-/// to be picked out of a text by hand is read through `Document` and `Value`.
+/// A record states its members once, in `describe`; `decode` and `encode` do the rest. To pick
+/// values out of a text by hand, `parse` it into a tree.
 namespace quoxelin::json {
 
-/// Why a text is no JSON, or not the record it should be.
+/// Why a text is not JSON, or not the expected record.
 struct Error {
-    /// For people and logs: "NetMap.Peers[3].Node.ID is missing".
+    /// For logs: "NetMap.Peers[3].Node.ID is missing".
     std::string description;
 
     bool operator==(const Error&) const = default;
 };
 
-class Elements;
-struct Member;
+class Value;
 
-/// A value of a document, which it must not outlive.
+/// A template because a value, which it holds, holds members.
+template <typename T>
+struct Keyed {
+    std::string key;
+    T value;
+
+    bool operator==(const Keyed&) const = default;
+};
+
+using Member = Keyed<Value>;
+using Array = std::vector<Value>;
+/// Members in the order of the text. `parse` keeps the last of several with the same key.
+using Object = std::vector<Member>;
+
+/// A JSON value that owns all its parts.
 class Value {
   public:
-    enum class Kind { null, boolean, number, string, array, object };
+    Value(std::nullptr_t = nullptr) {}
+    Value(bool value) : data(value) {}
+    template <std::integral T>
+    Value(T value) : data(static_cast<std::int64_t>(value)) {}
+    Value(double value) : data(value) {}
+    Value(const char* value) : data(std::string(value)) {}
+    Value(std::string_view value) : data(std::string(value)) {}
+    Value(std::string value) : data(std::move(value)) {}
+    Value(Array elements) : data(std::move(elements)) {}
+    Value(Object members) : data(std::move(members)) {}
 
-    Kind kind() const;
-    bool isNull() const;
-    bool isObject() const;
-    bool isArray() const;
+    bool isNull() const { return std::holds_alternative<std::nullptr_t>(data); }
+    bool isArray() const { return std::holds_alternative<Array>(data); }
+    bool isObject() const { return std::holds_alternative<Object>(data); }
 
-    /// What the value holds, absent when it is of another type: a number is no boolean, nor the
-    /// other way round.
-    std::optional<std::string_view> string() const;
-    std::optional<bool> boolean() const;
+    // Absent for a value of another type; numbers and booleans are not converted.
 
-    /// Any integral number that fits, however it is written: 4, 4.0, 4e0.
+    std::optional<std::string_view> string() const { return held<std::string, std::string_view>(); }
+    std::optional<bool> boolean() const { return held<bool, bool>(); }
+    /// Any whole number in range, however it is written: 4, 4.0, 4e0.
     std::optional<std::int64_t> integer() const;
-
-    /// Any number, to the nearest that fits.
     std::optional<double> number() const;
-
-    /// An array of nothing but strings.
+    /// An array that holds only strings.
     std::optional<std::vector<std::string>> strings() const;
 
-    /// The elements of an array, in order; none of anything else.
-    Elements elements() const;
+    /// Empty for a value of another type.
+    const Array& elements() const;
+    const Object& members() const;
 
-    /// The members of an object in the document's order; none of anything else. Of members with
-    /// the same key only the last one is there.
-    std::vector<Member> members() const;
+    /// A member of an object, or null.
+    const Value* find(std::string_view key) const;
 
-    /// An object's member; of several with the same key the last one.
-    std::optional<Value> find(std::string_view key) const;
-
-  private:
-    friend class Document;
-    friend class Elements;
-    friend class MemberTable;
-
-    // Where the library finds the value: Json.cpp alone knows how to read this.
-    [[maybe_unused]] const void* document;
-    [[maybe_unused]] std::size_t index;
-};
-
-struct Member {
-    std::string_view key;
-    Value value;
-};
-
-/// The elements of an array, for a range-based loop.
-class Elements {
-  public:
-    class Iterator {
-      public:
-        explicit Iterator(Value value) : value(value) {}
-        Value operator*() const { return value; }
-        Iterator& operator++() {
-            value = Elements::after(value);
-            return *this;
-        }
-        bool operator==(const Iterator& other) const { return value.index == other.value.index; }
-
-      private:
-        friend class Elements;
-        Value value;
-    };
-
-    Iterator begin() const { return Iterator(first); }
-    Iterator end() const { return Iterator(last); }
-
-    /// At least, for arrays beyond 16 million elements.
-    std::size_t size() const { return count; }
+    bool operator==(const Value&) const = default;
 
   private:
-    friend class Value;
-    static Value after(Value value);
+    friend class Writer;
 
-    Value first{}, last{};
-    std::size_t count = 0;
-};
-
-/// A parsed text. It keeps nothing of the text it was parsed from.
-class Document {
-  public:
-    static Result<Document, Error> parse(std::string_view text);
-
-    Document(Document&&) noexcept;
-    Document& operator=(Document&&) noexcept;
-    ~Document();
-
-    Value root() const;
-
-  private:
-    class Parser;
-    explicit Document(std::unique_ptr<Parser> parser);
-    std::unique_ptr<Parser> parser;
-};
-
-/// What went wrong below the place that is being decoded. The path is put together on the way out,
-/// so that success costs nothing.
-class Failure {
-  public:
-    /// Always false, for `return failure.because("should be a boolean")`.
-    bool because(std::string_view what);
-
-    /// Always false: the failure lies within this member, or this element.
-    bool within(std::string_view key);
-    bool within(std::size_t index);
-
-    bool isEmpty() const { return what.empty(); }
-    Error error() const;
-
-  private:
-    std::string path;
-    std::string what;
-};
-
-/// The members of one object, to be asked by key. Not copied, because it points into itself.
-class MemberTable {
-  public:
-    explicit MemberTable(Value object);
-    MemberTable(const MemberTable&) = delete;
-    MemberTable& operator=(const MemberTable&) = delete;
-
-    /// The last member with that key; null when there is none.
-    const Value* find(std::string_view key) const {
-        for (std::size_t i = count; i-- > 0;) {
-            if (members[i].key == key)
-                return &members[i].value;
-        }
-        return nullptr;
+    template <typename T, typename As>
+    std::optional<As> held() const {
+        const auto* const value = std::get_if<T>(&data);
+        return value ? std::optional<As>(*value) : std::nullopt;
     }
 
-  private:
-    static constexpr std::size_t usual = 16;
-    std::array<Member, usual> few;
-    std::vector<Member> many;
-    const Member* members = few.data();
-    std::size_t count = 0;
+    std::variant<std::nullptr_t, bool, std::int64_t, double, std::string, Array, Object> data;
 };
 
-// How the types that a record consists of are read. Each returns false after having told the
-// failure why. A type of another kind offers its own `decodeValue` and `encodeValue` next to it.
-
-bool decodeValue(Value value, std::string& into, Failure& failure);
-bool decodeValue(Value value, bool& into, Failure& failure);
-bool decodeValue(Value value, std::int64_t& into, Failure& failure);
-
-template <typename T>
-bool decodeValue(Value value, std::optional<T>& into, Failure& failure);
-template <typename T>
-bool decodeValue(Value value, std::vector<T>& into, Failure& failure);
-template <typename T>
-bool decodeValue(Value value, std::map<std::string, T>& into, Failure& failure);
-
-/// Fills a record from an object. A member is optional when its field is a `std::optional` (null
-/// and absent are the same there) and required otherwise; keys that no field claims are ignored.
-class Decoder {
+/// Writes compact JSON, value by value; commas come by themselves. Texts have to be UTF-8.
+class Writer {
   public:
-    Decoder(Value object, Failure& failure) : members(object), failure(failure) {}
+    void beginObject() { open('{'); }
+    void endObject() { close('}'); }
+    void beginArray() { open('['); }
+    void endArray() { close(']'); }
+    void key(std::string_view key);
+    void string(std::string_view value);
+    void integer(std::int64_t value);
+    void boolean(bool value);
+    void value(const Value& value);
 
-    template <typename T>
-    void operator()(std::string_view key, T& field) {
-        if (!failure.isEmpty())
-            return;
-        if (const Value* const value = members.find(key)) {
-            if (!decodeValue(*value, field, failure))
-                failure.within(key);
-        } else {
-            missing(key, field);
-        }
-    }
-
-    /// A list that may be absent or null, which makes it empty.
-    template <typename T>
-    void orEmpty(std::string_view key, std::vector<T>& field) {
-        std::optional<std::vector<T>> list;
-        (*this)(key, list);
-        field = std::move(list).value_or(std::vector<T>());
-    }
+    const std::string& text() const { return output; }
 
   private:
-    template <typename T>
-    void missing(std::string_view, std::optional<T>& field) {
-        field.reset();
-    }
-    template <typename T>
-    void missing(std::string_view key, T&) {
-        failure.because("is missing");
-        failure.within(key);
-    }
+    void separate();
+    void open(char bracket);
+    void close(char bracket) { output += bracket; }
+    void quote(std::string_view text);
 
-    MemberTable members;
-    Failure& failure;
+    std::string output;
 };
 
+Result<Value, Error> parse(std::string_view text);
+std::string serialize(const Value& value);
+
+/// Reads a whole text as a record. Includes of JsonDecoder.h are rare because they are slow to
+/// compile: a record's own source instantiates this.
+///
+/// `padding` is how many bytes after the text may be read; with enough of them it is not copied.
 template <typename Record>
-concept Described = requires(Record& record, Decoder& coder) {
-    Record::describe(record, coder);
+Result<Record, Error> decode(std::string_view text, std::size_t padding = 0);
+
+struct Document;
+
+/// A list or map in a record that is checked with the record but stays in the parsed text, which
+/// all copies share, until it is read.
+template <typename T>
+class Later {
+  public:
+    Later() = default;
+    Later(std::shared_ptr<const Document> document, std::size_t place)
+        : document(std::move(document)), place(place) {}
+
+    /// Encodes the value, whose texts have to be UTF-8.
+    Later(const T& value);
+
+    T get() const;
+
+    /// One entry of a map.
+    template <typename Map = T>
+    std::optional<typename Map::mapped_type> find(std::string_view key) const;
+
+    bool operator==(const Later& other) const { return get() == other.get(); }
+
+  private:
+    std::shared_ptr<const Document> document;
+    std::size_t place = 0;
 };
-
-template <Described Record>
-bool decodeValue(Value value, Record& into, Failure& failure) {
-    if (!value.isObject())
-        return failure.because("should be an object");
-    Decoder decoder(value, failure);
-    Record::describe(into, decoder);
-    return failure.isEmpty();
-}
-
-template <typename T>
-bool decodeValue(Value value, std::optional<T>& into, Failure& failure) {
-    if (value.isNull()) {
-        into.reset();
-        return true;
-    }
-    return decodeValue(value, into.emplace(), failure);
-}
-
-template <typename T>
-bool decodeValue(Value value, std::vector<T>& into, Failure& failure) {
-    if (!value.isArray())
-        return failure.because("should be an array");
-    const auto elements = value.elements();
-    into.clear();
-    // Not more than a hostile text has to be trusted with before it shows what it holds.
-    into.reserve(std::min<std::size_t>(elements.size(), 1 << 16));
-    for (const auto element : elements) {
-        if (!decodeValue(element, into.emplace_back(), failure))
-            return failure.within(into.size() - 1);
-    }
-    return true;
-}
-
-template <typename T>
-bool decodeValue(Value value, std::map<std::string, T>& into, Failure& failure) {
-    if (!value.isObject())
-        return failure.because("should be an object");
-    into.clear();
-    for (const auto& [key, member] : value.members()) {
-        if (!decodeValue(member, into[std::string(key)], failure))
-            return failure.within(key);
-    }
-    return true;
-}
-
-/// Reads a whole text as a record.
-template <typename Record>
-Result<Record, Error> decode(std::string_view text) {
-    const auto document = Document::parse(text);
-    if (!document)
-        return tl::unexpected(document.error());
-    Result<Record, Error> record;
-    Failure failure;
-    if (!decodeValue(document->root(), *record, failure))
-        return tl::unexpected(failure.error());
-    return record;
-}
 
 inline void encodeValue(const std::string& value, Writer& writer) {
     writer.string(value);
@@ -303,9 +165,9 @@ inline void encodeValue(std::int64_t value, Writer& writer) {
     writer.integer(value);
 }
 template <typename T>
-void encodeValue(const std::vector<T>& list, Writer& writer);
-template <typename T>
-void encodeValue(const std::map<std::string, T>& map, Writer& writer);
+void encodeValue(const Later<T>& later, Writer& writer) {
+    encodeValue(later.get(), writer);
+}
 
 /// Writes a record's members under the keys that it is decoded from; absent ones are left out.
 class Encoder {
@@ -322,13 +184,14 @@ class Encoder {
         if (field)
             (*this)(key, *field);
     }
-    template <typename T>
-    void orEmpty(std::string_view key, const std::vector<T>& field) {
-        (*this)(key, field);
-    }
 
   private:
     Writer& writer;
+};
+
+template <typename Record>
+concept Described = requires(const Record& record, Encoder& coder) {
+    Record::describe(record, coder);
 };
 
 template <Described Record>

@@ -61,15 +61,6 @@ void parseWithTheLibrary(benchmark::State& state) {
 }
 BENCHMARK(parseWithTheLibrary)->Apply(peers);
 
-/// The same through our door: a copy, and no memory kept after a large text.
-void parseDocument(benchmark::State& state) {
-    const auto line = networkMapLine(static_cast<int>(state.range(0)));
-    for (auto _ : state)
-        benchmark::DoNotOptimize(json::Document::parse(line).has_value());
-    setBytes(state, line.size());
-}
-BENCHMARK(parseDocument)->Apply(peers);
-
 /// One line into the record.
 void decodeNotification(benchmark::State& state) {
     const auto line = networkMapLine(static_cast<int>(state.range(0)));

@@ -29,13 +29,15 @@ inline std::string networkMapLine(int peers) {
     notify.state = HashiBusState::running;
     auto& map = notify.netMap.emplace();
     map.selfNode = NodeView{peer(0)};
-    map.peers.emplace();
+    std::vector<NodeView> nodes;
     for (int id = 1; id <= peers; ++id)
-        map.peers->push_back({peer(id)});
-    map.userProfiles.emplace();
+        nodes.push_back({peer(id)});
+    map.peers = nodes;
+    std::map<std::string, UserProfile> profiles;
     for (int id = 0; id < std::min(peers, 100); ++id)
-        (*map.userProfiles)[std::to_string(id)] = {fmt::format("user{}@example.com", id),
-                                                   fmt::format("User {}", id), std::nullopt};
+        profiles[std::to_string(id)] = {fmt::format("user{}@example.com", id),
+                                        fmt::format("User {}", id), std::nullopt};
+    map.userProfiles = profiles;
     return json::encode(notify);
 }
 

@@ -1,6 +1,6 @@
 #include "Runner/Shared/HashiStatus.h"
 
-#include "Base/Json.h"
+#include "Base/JsonDecoder.h"
 #include "Base/Utf8.h"
 
 #include <cstdio>
@@ -10,10 +10,8 @@ namespace quoxelin {
 namespace {
 
 /// In quotes, with line breaks escaped.
-std::string quoted(const std::string& text) {
-    json::Writer writer;
-    writer.string(text);
-    return writer.text();
+std::string inQuotes(const std::string& text) {
+    return json::serialize(text);
 }
 
 void printLine(const std::string& line) {
@@ -22,15 +20,15 @@ void printLine(const std::string& line) {
 }
 
 void printStatus(const HashiStatus& status) {
-    printLine(quoted("-------------------------------"));
+    printLine(inQuotes("-------------------------------"));
     printLine("HashiStatus" + json::encode(status));
     if (status.interactiveLoginURL)
-        printLine(quoted("InteractiveLoginURL:") + ' ' + quoted(*status.interactiveLoginURL));
+        printLine(inQuotes("InteractiveLoginURL:") + ' ' + inQuotes(*status.interactiveLoginURL));
     if (!status.peer)
         return;
     for (const auto& [key, peer] : *status.peer)
-        printLine(quoted("  Peer HostName:") + ' ' +
-                  (peer.hostName ? quoted(*peer.hostName) : "nil"));
+        printLine(inQuotes("  Peer HostName:") + ' ' +
+                  (peer.hostName ? inQuotes(*peer.hostName) : "nil"));
 }
 
 } // namespace
@@ -40,7 +38,7 @@ std::optional<HashiStatus> stringJsonToHashiStatus(const std::string& jsonString
         return std::nullopt;
     auto status = json::decode<HashiStatus>(jsonString);
     if (!status) {
-        printLine(quoted("Json Decoded Error:") + ' ' + quoted(status.error().description));
+        printLine(inQuotes("Json Decoded Error:") + ' ' + inQuotes(status.error().description));
         return std::nullopt;
     }
     printStatus(*status);

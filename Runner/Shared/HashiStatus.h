@@ -25,7 +25,7 @@ struct HashiStatus {
         bool operator==(const PeerStatus&) const = default;
 
         template <typename Record, typename Coder>
-        static void describe(Record& record, Coder& coder) {
+        static constexpr void describe(Record& record, Coder& coder) {
             coder("id", record.id);
             coder("public_key", record.publicKey);
             coder("os", record.os);
@@ -50,7 +50,7 @@ struct HashiStatus {
     bool operator==(const HashiStatus&) const = default;
 
     template <typename Record, typename Coder>
-    static void describe(Record& record, Coder& coder) {
+    static constexpr void describe(Record& record, Coder& coder) {
         coder("backend_state", record.backendState);
         coder("quoxelin_ips", record.quoxelinIPs);
         coder("interactive_login_url", record.interactiveLoginURL);

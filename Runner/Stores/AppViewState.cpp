@@ -70,13 +70,12 @@ void fillFromNetMap(LoginViewState& s, const NetworkMap& netMap, const Node& nod
         s.quoxelinIPs = joined(*node.addresses);
     if (!netMap.userProfiles)
         return;
-    const auto found = netMap.userProfiles->find(std::to_string(node.userID));
-    if (found == netMap.userProfiles->end())
+    const auto profile = netMap.userProfiles->find(std::to_string(node.userID));
+    if (!profile)
         return;
-    const auto& profile = found->second;
-    if (profile.loginName)
-        s.email = *profile.loginName;
-    s.userName = profile.displayName.value_or(s.email);
+    if (profile->loginName)
+        s.email = *profile->loginName;
+    s.userName = profile->displayName.value_or(s.email);
 }
 
 void fillFromBackendState(LoginViewState& s, const DaemonStatus& status) {

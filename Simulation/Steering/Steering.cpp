@@ -11,11 +11,11 @@ constexpr Duration lookInterval = seconds(0.02);
 /// The members "do" and "id" of an answer, where the command has them as they should be.
 std::string headingOf(const json::Value& command) {
     json::Writer writer;
-    if (const auto name = command.find("do"); name && name->string()) {
+    if (const auto* const name = command.find("do"); name && name->string()) {
         writer.key("do");
         writer.string(*name->string());
     }
-    if (const auto id = command.find("id")) {
+    if (const auto* const id = command.find("id")) {
         if (const auto text = id->string()) {
             writer.key("id");
             writer.string(*text);
@@ -33,7 +33,7 @@ bool isBlank(std::string_view line) {
 
 } // namespace
 
-std::optional<json::Value> SteeringReader::take(std::string_view name) {
+const json::Value* SteeringReader::take(std::string_view name) {
     taken.emplace(name);
     return command.find(name);
 }
@@ -47,7 +47,7 @@ std::optional<T> SteeringReader::wellTyped(std::string_view name, std::optional<
 }
 
 std::optional<std::string> SteeringReader::text(std::string_view name) {
-    const auto value = take(name);
+    const auto* const value = take(name);
     if (!value)
         return std::nullopt;
     const auto text = wellTyped(name, value->string(), "a string");
@@ -61,12 +61,12 @@ std::string SteeringReader::requiredText(std::string_view name) {
 }
 
 std::optional<bool> SteeringReader::flag(std::string_view name) {
-    const auto value = take(name);
+    const auto* const value = take(name);
     return value ? wellTyped(name, value->boolean(), "true or false") : std::nullopt;
 }
 
 std::optional<std::int64_t> SteeringReader::integer(std::string_view name) {
-    const auto value = take(name);
+    const auto* const value = take(name);
     return value ? wellTyped(name, value->integer(), "an integer") : std::nullopt;
 }
 
@@ -78,7 +78,7 @@ std::int64_t SteeringReader::requiredInteger(std::string_view name) {
 
 std::optional<Duration> SteeringReader::duration(std::string_view name) {
     constexpr double aDay = 86400;
-    const auto value = take(name);
+    const auto* const value = take(name);
     if (!value)
         return std::nullopt;
     auto number = value->number();
@@ -89,7 +89,7 @@ std::optional<Duration> SteeringReader::duration(std::string_view name) {
 }
 
 std::optional<Error> SteeringReader::error(std::string_view name, const std::string& domain) {
-    const auto value = take(name);
+    const auto* const value = take(name);
     if (!value)
         return std::nullopt;
     if (!value->isObject())
@@ -114,7 +114,7 @@ std::optional<std::string> SteeringReader::problem() const {
         return wrong;
     for (const auto& member : command.members()) {
         if (taken.count(member.key) == 0)
-            return '"' + std::string(member.key) + "\" is not understood here";
+            return '"' + member.key + "\" is not understood here";
     }
     return std::nullopt;
 }
@@ -157,14 +157,13 @@ Steering::Steering(Dispatch& dispatch, SteeringReply::Write write)
 void Steering::take(std::string_view line) {
     if (isBlank(line))
         return;
-    const auto document = json::Document::parse(line);
-    if (!document) {
-        SteeringReply(write, "").fail(document.error().description);
+    const auto command = json::parse(line);
+    if (!command) {
+        SteeringReply(write, "").fail(command.error().description);
         return;
     }
-    const auto command = document->root();
-    const SteeringReply reply(write, headingOf(command));
-    const auto name = command.find("do");
+    const SteeringReply reply(write, headingOf(*command));
+    const auto* const name = command->find("do");
     if (!name || !name->string()) {
         reply.fail("a command is an object with a string \"do\"");
         return;
@@ -174,7 +173,7 @@ void Steering::take(std::string_view line) {
         reply.fail("there is no command of that name");
         return;
     }
-    SteeringReader reader(command);
+    SteeringReader reader(*command);
     const auto effect = found->second(reader);
     if (const auto problem = reader.problem())
         reply.fail(*problem);

@@ -20,7 +20,7 @@ namespace quoxelin {
 class SteeringReader {
   public:
     /// The command is an object; it must outlive the reader.
-    explicit SteeringReader(json::Value command) : command(command) {}
+    explicit SteeringReader(const json::Value& command) : command(command) {}
 
     std::optional<std::string> text(std::string_view name);
     std::string requiredText(std::string_view name);
@@ -42,11 +42,11 @@ class SteeringReader {
     std::optional<std::string> problem() const;
 
   private:
-    std::optional<json::Value> take(std::string_view name);
+    const json::Value* take(std::string_view name);
     template <typename T>
     std::optional<T> wellTyped(std::string_view name, std::optional<T> value, const char* kind);
 
-    json::Value command;
+    const json::Value& command;
     std::set<std::string, std::less<>> taken = {"do", "id"};
     std::optional<std::string> wrong;
 };

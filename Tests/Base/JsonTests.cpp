@@ -1,4 +1,4 @@
-#include "Base/Json.h"
+#include "Base/JsonDecoder.h"
 
 #include <gtest/gtest.h>
 
@@ -13,7 +13,7 @@ struct Inner {
     bool operator==(const Inner&) const = default;
 
     template <typename Record, typename Coder>
-    static void describe(Record& record, Coder& coder) {
+    static constexpr void describe(Record& record, Coder& coder) {
         coder("ID", record.id);
         coder("Name", record.name);
     }
@@ -30,13 +30,26 @@ struct Outer {
     bool operator==(const Outer&) const = default;
 
     template <typename Record, typename Coder>
-    static void describe(Record& record, Coder& coder) {
+    static constexpr void describe(Record& record, Coder& coder) {
         coder("text", record.text);
         coder("flag", record.flag);
-        coder.orEmpty("list", record.list);
+        coder("list", record.list);
         coder("words", record.words);
         coder("map", record.map);
         coder("inner", record.inner);
+    }
+};
+
+struct Lists {
+    std::optional<Later<std::vector<Inner>>> list;
+    std::optional<Later<std::map<std::string, Inner>>> map;
+
+    bool operator==(const Lists&) const = default;
+
+    template <typename Record, typename Coder>
+    static constexpr void describe(Record& record, Coder& coder) {
+        coder("list", record.list);
+        coder("map", record.map);
     }
 };
 
@@ -46,12 +59,12 @@ std::string failureOf(std::string_view text) {
 }
 
 bool parses(std::string_view text) {
-    return Document::parse(text).has_value();
+    return parse(text).has_value();
 }
 
 std::optional<std::int64_t> integerIn(std::string_view text) {
-    const auto document = Document::parse(text);
-    return document ? document->root().integer() : std::nullopt;
+    const auto value = parse(text);
+    return value ? value->integer() : std::nullopt;
 }
 
 std::string repeated(std::string_view part, std::size_t times) {
@@ -62,10 +75,10 @@ std::string repeated(std::string_view part, std::size_t times) {
 }
 
 std::string keysOf(std::string_view text) {
-    const auto document = Document::parse(text).value();
+    const auto value = parse(text).value();
     std::string keys;
-    for (const auto& member : document.root().members())
-        keys += std::string(member.key) + '=' + std::to_string(*member.value.integer()) + ' ';
+    for (const auto& member : value.members())
+        keys += member.key + '=' + std::to_string(*member.value.integer()) + ' ';
     return keys;
 }
 
@@ -91,32 +104,30 @@ TEST(Json, takesNoOtherNumberAsAnInteger) {
 }
 
 TEST(Json, readsEveryNumberAsAFloatingOne) {
-    EXPECT_EQ(Document::parse("0.25")->root().number(), 0.25);
-    EXPECT_EQ(Document::parse("-3")->root().number(), -3);
-    EXPECT_EQ(Document::parse("18446744073709551615")->root().number(), 18446744073709551616.0);
-    EXPECT_EQ(Document::parse("true")->root().number(), std::nullopt);
-    EXPECT_EQ(Document::parse("\"1\"")->root().number(), std::nullopt);
+    EXPECT_EQ(parse("0.25")->number(), 0.25);
+    EXPECT_EQ(parse("-3")->number(), -3);
+    EXPECT_EQ(parse("18446744073709551615")->number(), 18446744073709551616.0);
+    EXPECT_EQ(parse("true")->number(), std::nullopt);
+    EXPECT_EQ(parse("\"1\"")->number(), std::nullopt);
 }
 
 TEST(Json, keepsNumbersAndBooleansApart) {
     EXPECT_EQ(integerIn("true"), std::nullopt);
     EXPECT_EQ(integerIn("\"4\""), std::nullopt);
-    EXPECT_EQ(Document::parse("1")->root().boolean(), std::nullopt);
-    EXPECT_EQ(Document::parse("\"true\"")->root().boolean(), std::nullopt);
-    EXPECT_EQ(Document::parse("false")->root().boolean(), false);
+    EXPECT_EQ(parse("1")->boolean(), std::nullopt);
+    EXPECT_EQ(parse("\"true\"")->boolean(), std::nullopt);
+    EXPECT_EQ(parse("false")->boolean(), false);
 }
 
 TEST(Json, readsNoOtherTypeAsAString) {
     for (const auto* const text : {"1", "true", "null", "[]", "{}"})
-        EXPECT_EQ(Document::parse(text)->root().string(), std::nullopt) << text;
-    EXPECT_EQ(Document::parse(R"("a\u00e9\ud83d\ude00\n")")->root().string(), "aé😀\n");
-    EXPECT_EQ(Document::parse(R"("\u0000")")->root().string(), std::string_view("\0", 1));
+        EXPECT_EQ(parse(text)->string(), std::nullopt) << text;
+    EXPECT_EQ(parse(R"("a\u00e9\ud83d\ude00\n")")->string(), "aé😀\n");
+    EXPECT_EQ(parse(R"("\u0000")")->string(), std::string_view("\0", 1));
 }
 
 TEST(Json, readsOnlyAnArrayOfNothingButStringsAsStrings) {
-    const auto strings = [](std::string_view text) {
-        return Document::parse(text)->root().strings();
-    };
+    const auto strings = [](std::string_view text) { return parse(text)->strings(); };
     EXPECT_EQ(strings(R"(["a","b"])"), (std::vector<std::string>{"a", "b"}));
     EXPECT_EQ(strings("[]"), std::vector<std::string>());
     EXPECT_EQ(strings(R"(["a",1])"), std::nullopt);
@@ -126,21 +137,20 @@ TEST(Json, readsOnlyAnArrayOfNothingButStringsAsStrings) {
 }
 
 TEST(Json, hasNoElementsMembersOrFindingsWhereThereIsNoContainer) {
-    const auto document = Document::parse("7").value();
-    for (const auto element : document.root().elements())
-        FAIL() << static_cast<int>(element.kind());
-    EXPECT_TRUE(document.root().members().empty());
-    EXPECT_FALSE(document.root().find("a").has_value());
-    EXPECT_FALSE(Document::parse(R"(["a"])")->root().find("a").has_value());
+    const auto value = parse("7").value();
+    EXPECT_TRUE(value.elements().empty());
+    EXPECT_TRUE(value.members().empty());
+    EXPECT_EQ(value.find("a"), nullptr);
+    EXPECT_EQ(parse(R"(["a"])")->find("a"), nullptr);
 }
 
 TEST(Json, walksElementsInOrderOverNestedOnes) {
-    const auto document = Document::parse("[1,[2,[3]],{\"a\":4},5]").value();
+    const auto value = parse("[1,[2,[3]],{\"a\":4},5]").value();
     std::string kinds;
-    for (const auto element : document.root().elements())
+    for (const auto& element : value.elements())
         kinds += element.isArray() ? 'a' : element.isObject() ? 'o' : 'n';
     EXPECT_EQ(kinds, "naon");
-    EXPECT_EQ(document.root().elements().size(), 4u);
+    EXPECT_EQ(value.elements().size(), 4u);
 }
 
 TEST(Json, keepsMembersInTheDocumentsOrder) {
@@ -149,8 +159,8 @@ TEST(Json, keepsMembersInTheDocumentsOrder) {
 
 TEST(Json, letsTheLastOfDuplicateKeysWinAndVisitsItOnce) {
     EXPECT_EQ(keysOf(R"({"a":1,"b":2,"a":3,"c":4,"a":5})"), "b=2 c=4 a=5 ");
-    const auto document = Document::parse(R"({"a":1,"b":2,"a":3})").value();
-    EXPECT_EQ(document.root().find("a")->integer(), 3);
+    const auto value = parse(R"({"a":1,"b":2,"a":3})").value();
+    EXPECT_EQ(value.find("a")->integer(), 3);
     EXPECT_EQ(decode<Inner>(R"({"ID":"wrong","ID":7})"), (Inner{7, std::nullopt}));
     EXPECT_FALSE(decode<Inner>(R"({"ID":7,"ID":"wrong"})").has_value());
     EXPECT_EQ(
@@ -159,7 +169,7 @@ TEST(Json, letsTheLastOfDuplicateKeysWinAndVisitsItOnce) {
 }
 
 TEST(Json, comparesKeysAfterTheirEscapes) {
-    EXPECT_EQ(Document::parse(R"({"\u0061":1})")->root().find("a")->integer(), 1);
+    EXPECT_EQ(parse(R"({"\u0061":1})")->find("a")->integer(), 1);
     EXPECT_EQ(decode<Inner>(R"({"I\u0044":7})")->id, 7);
 }
 
@@ -170,46 +180,6 @@ TEST(Json, findsMembersOfLargeObjects) {
     EXPECT_EQ(decode<Inner>(text + R"("ID":9})")->id, 9);
     EXPECT_EQ(decode<Inner>(text + R"("ID":9,"x":1,"ID":10})")->id, 10);
     EXPECT_FALSE(decode<Inner>(text + R"("x":0})").has_value());
-}
-
-TEST(Json, refusesWhatIsNoJson) {
-    using namespace std::string_view_literals;
-    for (const auto text : {""sv,
-                            " "sv,
-                            "{"sv,
-                            "{}}"sv,
-                            "{} {}"sv,
-                            "nul"sv,
-                            "{'a':1}"sv,
-                            "[1,]"sv,
-                            "{\"a\":1,}"sv,
-                            "01"sv,
-                            "-"sv,
-                            "1."sv,
-                            ".5"sv,
-                            "+1"sv,
-                            "1e"sv,
-                            "NaN"sv,
-                            "\"\x01\""sv,
-                            "\"a"sv,
-                            "\"\\x\""sv,
-                            "{}\0"sv,
-                            "\0{}"sv,
-                            "\"a\0b\""sv,
-                            "\xEF\xBB\xBF{}"sv,
-                            "\"\xFF\""sv,
-                            "\"\xC0\x80\""sv,
-                            "\"\xED\xA0\x80\""sv,
-                            R"("\ud800")"sv,
-                            R"("\ud800x")"sv,
-                            R"("\ud800\u0041")"sv,
-                            R"("\udc00")"sv,
-                            R"("\ud800\ud800")"sv})
-        EXPECT_FALSE(parses(text)) << text;
-}
-
-TEST(Json, acceptsWhiteSpaceAroundTheValue) {
-    EXPECT_TRUE(parses(" \t\r\n{} \r"));
 }
 
 TEST(Json, refusesWhatIsNestedDeeperThan512) {
@@ -247,10 +217,10 @@ TEST(Json, refusesMalformedNumbersHoweverLong) {
 }
 
 TEST(Json, givesNothingOfOneTextToTheNext) {
-    const auto first = Document::parse(R"({"a":"first"})").value();
-    const auto second = Document::parse(R"({"a":"second"})").value();
-    EXPECT_EQ(first.root().find("a")->string(), "first");
-    EXPECT_EQ(second.root().find("a")->string(), "second");
+    const auto first = parse(R"({"a":"first"})").value();
+    const auto second = parse(R"({"a":"second"})").value();
+    EXPECT_EQ(first.find("a")->string(), "first");
+    EXPECT_EQ(second.find("a")->string(), "second");
     EXPECT_FALSE(parses("{"));
     EXPECT_TRUE(parses("{}"));
 }
@@ -258,6 +228,37 @@ TEST(Json, givesNothingOfOneTextToTheNext) {
 TEST(Json, parsesShortTextsAfterAHugeOne) {
     EXPECT_TRUE(parses("[\"" + std::string(3 << 20, 'x') + "\"]"));
     EXPECT_EQ(integerIn("7"), 7);
+}
+
+TEST(Json, writesATreeAsItWasRead) {
+    for (const auto* const text :
+         {"null", "[true,false,-4,0.25,1e+300,\"\\u0001\\\"é\",[],{}]", R"({"b":[{}],"a":null})"})
+        EXPECT_EQ(serialize(parse(text).value()), text);
+    EXPECT_EQ(serialize(Object{{"a", 1}, {"b", Array{"x", nullptr, 0.5}}, {"c", Object()}}),
+              R"({"a":1,"b":["x",null,0.5],"c":{}})");
+}
+
+TEST(JsonRecords, readListsAndMapsLaterFromWhatAllCopiesShare) {
+    std::optional<Lists> first =
+        decode<Lists>(R"({"list":[{"ID":1},{"ID":2}],"map":{"a":{"ID":3},"b":{"ID":4}}})").value();
+    const auto copy = *first;
+    first.reset();
+    const auto other = decode<Lists>(R"({"list":[{"ID":9}],"map":{"a":null,"a":{"ID":5}}})");
+    EXPECT_EQ(copy.list->get(), (std::vector<Inner>{{1, {}}, {2, {}}}));
+    EXPECT_EQ(copy.map->get(), (std::map<std::string, Inner>{{"a", {3, {}}}, {"b", {4, {}}}}));
+    EXPECT_EQ(copy.map->find("b"), (Inner{4, {}}));
+    EXPECT_EQ(copy.map->find("c"), std::nullopt);
+    EXPECT_EQ(other->map->find("a"), (Inner{5, {}}));
+    EXPECT_EQ(decode<Lists>(encode(copy)), copy);
+    EXPECT_NE(*other, copy);
+    EXPECT_EQ(Later<std::vector<Inner>>().get(), std::vector<Inner>());
+}
+
+TEST(JsonRecords, areCheckedWholeAtOnce) {
+    EXPECT_EQ(decode<Lists>(R"({"list":[{"ID":1},{}]})").error().description,
+              "list[1].ID is missing");
+    EXPECT_EQ(decode<Lists>(R"({"map":{"a":{"ID":1,"Name":2}}})").error().description,
+              "map.a.Name should be a string");
 }
 
 TEST(JsonRecords, treatNullAndAbsentOptionalMembersAlike) {

@@ -4,22 +4,22 @@ namespace quoxelin {
 
 namespace {
 
-std::optional<std::string> stringIn(json::Value object, std::string_view key) {
-    const auto member = object.find(key);
+std::optional<std::string> stringIn(const json::Value& object, std::string_view key) {
+    const auto* const member = object.find(key);
     const auto text = member ? member->string() : std::nullopt;
     return text ? std::optional<std::string>(*text) : std::nullopt;
 }
 
-std::optional<std::vector<std::string>> stringsIn(json::Value object, std::string_view key) {
-    const auto member = object.find(key);
+std::optional<std::vector<std::string>> stringsIn(const json::Value& object, std::string_view key) {
+    const auto* const member = object.find(key);
     return member ? member->strings() : std::nullopt;
 }
 
-std::optional<DaemonStatus::SelfNode> selfNodeIn(json::Value object) {
-    const auto self = object.find("self");
+std::optional<DaemonStatus::SelfNode> selfNodeIn(const json::Value& object) {
+    const auto* const self = object.find("self");
     if (!self || !self->isObject())
         return std::nullopt;
-    const auto id = self->find("id");
+    const auto* const id = self->find("id");
     DaemonStatus::SelfNode node;
     node.id = id ? id->integer().value_or(0) : 0;
     node.hostName = stringIn(*self, "host_name");
@@ -30,20 +30,19 @@ std::optional<DaemonStatus::SelfNode> selfNodeIn(json::Value object) {
 } // namespace
 
 Result<DaemonStatus, json::Error> DaemonStatus::parse(std::string_view body) {
-    const auto document = json::Document::parse(body);
-    if (!document)
-        return tl::unexpected(document.error());
-    const auto top = document->root();
-    if (!top.isObject())
+    const auto top = json::parse(body);
+    if (!top)
+        return tl::unexpected(top.error());
+    if (!top->isObject())
         return tl::unexpected(json::Error{"the whole should be an object"});
     DaemonStatus status;
-    status.backendState = stringIn(top, "backend_state");
-    status.interactiveLoginUrl = stringIn(top, "interactive_login_url");
-    status.quoxelinIps = stringsIn(top, "quoxelin_ips");
-    status.selfNode = selfNodeIn(top);
-    if (const auto jailed = top.find("jailed"))
+    status.backendState = stringIn(*top, "backend_state");
+    status.interactiveLoginUrl = stringIn(*top, "interactive_login_url");
+    status.quoxelinIps = stringsIn(*top, "quoxelin_ips");
+    status.selfNode = selfNodeIn(*top);
+    if (const auto* const jailed = top->find("jailed"))
         status.jailed = jailed->boolean();
-    status.jailReason = stringIn(top, "jail_reason");
+    status.jailReason = stringIn(*top, "jail_reason");
     return status;
 }
 

@@ -1,6 +1,7 @@
 #include "Runner/Models/HashiBus/HashiBusNotify.h"
 
 #include "Base/AsciiCase.h"
+#include "Base/JsonDecoder.h"
 
 #include <array>
 
@@ -44,16 +45,13 @@ std::string_view rawValue(HashiBusState state) {
     return {};
 }
 
-bool decodeValue(json::Value value, HashiBusState& into, json::Failure& failure) {
-    if (const auto number = value.integer()) {
-        into = stateOf(*number);
-        return true;
-    }
-    if (const auto name = value.string()) {
-        into = stateOf(*name);
-        return true;
-    }
-    return failure.because("should be a string");
+std::string_view decodeValue(const json::Value& value, HashiBusState& into) {
+    const auto number = value.integer();
+    const auto name = value.string();
+    if (!number && !name)
+        return "should be a string";
+    into = number ? stateOf(*number) : stateOf(*name);
+    return {};
 }
 
 void encodeValue(HashiBusState state, json::Writer& writer) {
@@ -61,3 +59,15 @@ void encodeValue(HashiBusState state, json::Writer& writer) {
 }
 
 } // namespace quoxelin
+
+namespace quoxelin::json {
+
+using Peers = std::vector<NodeView>;
+using Profiles = std::map<std::string, UserProfile>;
+
+template class Later<Peers>;
+template class Later<Profiles>;
+template std::optional<UserProfile> Later<Profiles>::find<Profiles>(std::string_view) const;
+template Result<HashiBusNotify, Error> decode(std::string_view, std::size_t);
+
+} // namespace quoxelin::json

@@ -18,7 +18,7 @@ std::string_view rawValue(HashiBusState state);
 
 /// Accepts the state's number or its name in any letter case. Unknown ones become `noState`; other
 /// JSON types fail.
-bool decodeValue(json::Value value, HashiBusState& into, json::Failure& failure);
+std::string_view decodeValue(const json::Value& value, HashiBusState& into);
 void encodeValue(HashiBusState state, json::Writer& writer);
 
 /// A machine in the network.
@@ -36,7 +36,7 @@ struct Node {
     bool operator==(const Node&) const = default;
 
     template <typename Record, typename Coder>
-    static void describe(Record& record, Coder& coder) {
+    static constexpr void describe(Record& record, Coder& coder) {
         coder("ID", record.id);
         coder("Name", record.name);
         coder("Addresses", record.addresses);
@@ -55,7 +55,7 @@ struct NodeView {
     bool operator==(const NodeView&) const = default;
 
     template <typename Record, typename Coder>
-    static void describe(Record& record, Coder& coder) {
+    static constexpr void describe(Record& record, Coder& coder) {
         coder("Node", record.node);
     }
 };
@@ -68,7 +68,7 @@ struct UserProfile {
     bool operator==(const UserProfile&) const = default;
 
     template <typename Record, typename Coder>
-    static void describe(Record& record, Coder& coder) {
+    static constexpr void describe(Record& record, Coder& coder) {
         coder("LoginName", record.loginName);
         coder("DisplayName", record.displayName);
         coder("ProfileURL", record.profileUrl);
@@ -80,15 +80,15 @@ struct NetworkMap {
     std::optional<NodeView> selfNode;
     std::optional<std::string> nodeKey;
     std::optional<std::string> privateWgKey;
-    std::optional<std::vector<NodeView>> peers;
+    std::optional<json::Later<std::vector<NodeView>>> peers;
     std::optional<std::string> dnsName;
     /// Keyed by the user identifier in decimal.
-    std::optional<std::map<std::string, UserProfile>> userProfiles;
+    std::optional<json::Later<std::map<std::string, UserProfile>>> userProfiles;
 
     bool operator==(const NetworkMap&) const = default;
 
     template <typename Record, typename Coder>
-    static void describe(Record& record, Coder& coder) {
+    static constexpr void describe(Record& record, Coder& coder) {
         coder("SelfNode", record.selfNode);
         coder("NodeKey", record.nodeKey);
         coder("PrivateWgKey", record.privateWgKey);
@@ -111,7 +111,7 @@ struct HashiBusNotify {
     bool operator==(const HashiBusNotify&) const = default;
 
     template <typename Record, typename Coder>
-    static void describe(Record& record, Coder& coder) {
+    static constexpr void describe(Record& record, Coder& coder) {
         coder("Version", record.version);
         coder("ErrMessage", record.errMessage);
         coder("State", record.state);

@@ -17,7 +17,7 @@ struct ProfileInfo {
     bool operator==(const ProfileInfo&) const = default;
 
     template <typename Record, typename Coder>
-    static void describe(Record& record, Coder& coder) {
+    static constexpr void describe(Record& record, Coder& coder) {
         coder("id", record.id);
         coder("name", record.name);
         coder("node_id", record.nodeId);

@@ -15,9 +15,9 @@ struct ProfilesResponse {
     bool operator==(const ProfilesResponse&) const = default;
 
     template <typename Record, typename Coder>
-    static void describe(Record& record, Coder& coder) {
+    static constexpr void describe(Record& record, Coder& coder) {
         coder("current_profile_id", record.currentProfileId);
-        coder.orEmpty("profiles", record.profiles);
+        coder("profiles", record.profiles);
     }
 };
 

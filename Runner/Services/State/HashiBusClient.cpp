@@ -117,7 +117,8 @@ void HashiBusClient::processData(std::string_view data) {
         const auto end = buffer.find('\n', scanned);
         if (end == std::string::npos)
             break;
-        processLine(std::string_view(buffer).substr(consumed, end - consumed));
+        processLine(std::string_view(buffer).substr(consumed, end - consumed),
+                    buffer.capacity() - end);
         consumed = scanned = end + 1;
     }
     // The rest came with this read, so little is moved, and only once per read.
@@ -127,11 +128,11 @@ void HashiBusClient::processData(std::string_view data) {
         buffer.shrink_to_fit();
 }
 
-void HashiBusClient::processLine(std::string_view line) {
+void HashiBusClient::processLine(std::string_view line, std::size_t padding) {
     if (line.empty())
         return;
     // Lines that are not notifications (e.g. chunk sizes) are ignored.
-    auto decoded = json::decode<HashiBusNotify>(line);
+    auto decoded = json::decode<HashiBusNotify>(line, padding);
     if (!decoded)
         return;
     dependencies.dispatch.main().async(

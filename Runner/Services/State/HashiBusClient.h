@@ -56,7 +56,7 @@ class HashiBusClient : public std::enable_shared_from_this<HashiBusClient> {
     void follow(std::unique_ptr<Connection> connection);
     void readStream(Connection& connection);
     void processData(std::string_view data);
-    void processLine(std::string_view line);
+    void processLine(std::string_view line, std::size_t padding);
     void postNote(std::string note);
     void performLogout();
 

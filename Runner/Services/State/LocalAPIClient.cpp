@@ -139,13 +139,13 @@ constexpr std::array<std::string_view, 7> loginURLKeys = {
     "interactive_login_url", "interactiveLoginURL", "interactiveLoginUrl", "InteractiveLoginURL",
     "InteractiveLoginUrl",   "InteractiveLoginUrl", "InteractiveLoginURL"};
 
-std::optional<std::string> nonEmptyString(json::Value value) {
+std::optional<std::string> nonEmptyString(const json::Value& value) {
     const auto text = value.string();
     return text && !text->empty() ? std::optional<std::string>(*text) : std::nullopt;
 }
 
 /// Depth first, in document order. The parser limits the depth.
-std::optional<std::string> searchLoginURL(json::Value value) {
+std::optional<std::string> searchLoginURL(const json::Value& value) {
     for (const auto& [key, member] : value.members()) {
         const bool isNamed =
             std::find(loginURLKeys.begin(), loginURLKeys.end(), key) != loginURLKeys.end();
@@ -154,7 +154,7 @@ std::optional<std::string> searchLoginURL(json::Value value) {
         if (auto url = searchLoginURL(member))
             return url;
     }
-    for (const auto element : value.elements()) {
+    for (const auto& element : value.elements()) {
         if (auto url = searchLoginURL(element))
             return url;
     }
@@ -239,16 +239,15 @@ void LocalAPIClient::startLogin(Completion<std::string, LocalAPIError> completio
 }
 
 std::optional<std::string> LocalAPIClient::extractInteractiveLoginURL(std::string_view body) {
-    const auto document = json::Document::parse(body);
-    if (!document || !document->root().isObject())
+    const auto top = json::parse(body);
+    if (!top || !top->isObject())
         return std::nullopt;
-    const auto top = document->root();
     for (const auto key : loginURLKeys) {
-        const auto member = top.find(key);
+        const auto* const member = top->find(key);
         if (auto url = member ? nonEmptyString(*member) : std::nullopt)
             return url;
     }
-    return searchLoginURL(top);
+    return searchLoginURL(*top);
 }
 
 void LocalAPIClient::sendRequest(std::string method, std::string path,

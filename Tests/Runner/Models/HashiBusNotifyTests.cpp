@@ -11,11 +11,6 @@ std::optional<HashiBusState> stateFrom(const std::string& json) {
     return notify ? notify->state : std::nullopt;
 }
 
-std::string failureOf(const std::string& json) {
-    const auto notify = json::decode<HashiBusNotify>(json);
-    return notify ? "" : notify.error().description;
-}
-
 } // namespace
 
 TEST(HashiBusState, comesAsANumberOrANameInAnyCase) {
@@ -39,16 +34,6 @@ TEST(HashiBusState, isNoStateForAnyOtherNumberOrName) {
         EXPECT_EQ(stateFrom(unknown), HashiBusState::noState) << unknown;
 }
 
-TEST(HashiBusState, failsTheNotificationForAnyOtherType) {
-    for (const auto* const wrong : {"true", "false", "4.5", "[]", "{}", "99999999999999999999"})
-        EXPECT_EQ(failureOf("{\"State\":" + std::string(wrong) + "}"), "State should be a string")
-            << wrong;
-}
-
-TEST(HashiBusState, isAbsentForNull) {
-    EXPECT_EQ(json::decode<HashiBusNotify>(R"({"State":null})"), HashiBusNotify());
-}
-
 TEST(HashiBusNotify, isEmptyForAnEmptyObject) {
     EXPECT_EQ(json::decode<HashiBusNotify>("{}"), HashiBusNotify());
     EXPECT_EQ(json::decode<HashiBusNotify>(R"({"Version":null,"ErrMessage":null,"NetMap":null,
@@ -68,9 +53,9 @@ TEST(HashiBusNotify, takesEveryMember) {
     map.selfNode = NodeView{Node{1, "n", {{"a"}}, "k", {{"i"}}, {{"e"}}, "nk", "linux", 2}};
     map.nodeKey = "nk";
     map.privateWgKey = "pk";
-    map.peers = {{NodeView{Node{3, {}, {}, {}, {}, {}, {}, {}, 4}}, NodeView{}}};
+    map.peers = std::vector{NodeView{Node{3, {}, {}, {}, {}, {}, {}, {}, 4}}, NodeView{}};
     map.dnsName = "d";
-    map.userProfiles = {{{"2", {"l", "d", "p"}}, {"", {}}}};
+    map.userProfiles = std::map<std::string, UserProfile>{{"2", {"l", "d", "p"}}, {"", {}}};
     const std::string json = R"({"Version":"1.2","ErrMessage":"e","State":"Running","NetMap":{)"
                              R"("SelfNode":{"Node":{"ID":1,"Name":"n","Addresses":["a"],)"
                              R"("Key":"k","AllowedIPs":["i"],"Endpoints":["e"],"NodeKey":"nk",)"
@@ -85,7 +70,7 @@ TEST(HashiBusNotify, takesEveryMember) {
 
 TEST(HashiBusNotify, ignoresUnknownKeysAtEveryLevel) {
     HashiBusNotify expected;
-    expected.netMap.emplace().peers = {{NodeView{Node{3, {}, {}, {}, {}, {}, {}, {}, 4}}}};
+    expected.netMap.emplace().peers = std::vector{NodeView{Node{3, {}, {}, {}, {}, {}, {}, {}, 4}}};
     EXPECT_EQ(json::decode<HashiBusNotify>(R"({"x":1,"version":2,"NetMap":{"x":[],"Peers":[
         {"x":{},"Node":{"x":1e999,"ID":3,"id":"no","UserID":4}}]}})"),
               expected);
@@ -93,30 +78,7 @@ TEST(HashiBusNotify, ignoresUnknownKeysAtEveryLevel) {
 
 TEST(HashiBusNotify, hasAViewWithoutANodeWhereTheNodeIsNull) {
     const auto notify = json::decode<HashiBusNotify>(R"({"NetMap":{"Peers":[{"Node":null}]}})");
-    EXPECT_EQ(notify->netMap->peers, std::vector{NodeView{}});
-}
-
-TEST(HashiBusNotify, failsAsAWholeForOneBrokenNode) {
-    EXPECT_EQ(failureOf(R"({"NetMap":{"Peers":[{"Node":{"ID":1,"UserID":1}},
-                                               {"Node":{"Name":"n","UserID":1}}]}})"),
-              "NetMap.Peers[1].Node.ID is missing");
-    EXPECT_EQ(failureOf(R"({"NetMap":{"SelfNode":{"Node":{"ID":1}}}})"),
-              "NetMap.SelfNode.Node.UserID is missing");
-    EXPECT_EQ(failureOf(R"({"NetMap":{"SelfNode":{"Node":{"ID":1,"UserID":null}}}})"),
-              "NetMap.SelfNode.Node.UserID should be an integer of at most 64 bits");
-}
-
-TEST(HashiBusNotify, failsForAPresentMemberOfTheWrongType) {
-    for (const auto* const json :
-         {R"([])", R"("x")", R"({"Version":1})", R"({"ErrMessage":true})", R"({"NetMap":[]})",
-          R"({"InteractiveLoginUrl":{}})", R"({"Jailed":1})", R"({"Jailed":"true"})",
-          R"({"JailReason":0})", R"({"NetMap":{"Peers":{}}})", R"({"NetMap":{"Peers":[null]}})",
-          R"({"NetMap":{"UserProfiles":[]}})", R"({"NetMap":{"UserProfiles":{"1":null}}})",
-          R"({"NetMap":{"UserProfiles":{"1":{"LoginName":1}}}})",
-          R"({"NetMap":{"SelfNode":{"Node":{"ID":1,"UserID":1,"Addresses":["a",1]}}}})",
-          R"({"NetMap":{"SelfNode":{"Node":{"ID":1,"UserID":1,"OS":[]}}}})",
-          R"({"NetMap":{"SelfNode":{"Node":{"ID":true,"UserID":1}}}})"})
-        EXPECT_NE(failureOf(json), "") << json;
+    EXPECT_EQ(notify->netMap->peers->get(), std::vector{NodeView{}});
 }
 
 } // namespace quoxelin

@@ -1,3 +1,4 @@
+#include "Base/JsonDecoder.h"
 #include "Runner/Models/HashiBus/DaemonStatus.h"
 #include "Runner/Models/HashiBus/ProfilesResponse.h"
 

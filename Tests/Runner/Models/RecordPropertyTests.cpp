@@ -46,14 +46,16 @@ struct Arbitrary<UserProfile> {
 template <>
 struct Arbitrary<NetworkMap> {
     static Gen<NetworkMap> arbitrary() {
-        const auto profiles = gen::container<std::map<std::string, UserProfile>>(
-            generate::text(), gen::arbitrary<UserProfile>());
+        using Peers = std::vector<NodeView>;
+        using Profiles = std::map<std::string, UserProfile>;
+        const auto peers = gen::cast<json::Later<Peers>>(gen::arbitrary<Peers>());
+        const auto profiles = gen::cast<json::Later<Profiles>>(
+            gen::container<Profiles>(generate::text(), gen::arbitrary<UserProfile>()));
         return gen::build<NetworkMap>(
             gen::set(&NetworkMap::selfNode, generate::optional(gen::arbitrary<NodeView>())),
             gen::set(&NetworkMap::nodeKey, generate::optionalText()),
             gen::set(&NetworkMap::privateWgKey, generate::optionalText()),
-            gen::set(&NetworkMap::peers,
-                     generate::optional(gen::arbitrary<std::vector<NodeView>>())),
+            gen::set(&NetworkMap::peers, generate::optional(peers)),
             gen::set(&NetworkMap::dnsName, generate::optionalText()),
             gen::set(&NetworkMap::userProfiles, generate::optional(profiles)));
     }

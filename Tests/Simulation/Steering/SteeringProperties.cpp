@@ -23,8 +23,8 @@ struct Steered {
     }
 
     std::vector<std::string> commandNames() {
-        const auto answer = json::Document::parse(take(R"({"do":"help"})").at(0)).value();
-        return answer.root().find("commands")->strings().value();
+        const auto answer = json::parse(take(R"({"do":"help"})").at(0)).value();
+        return answer.find("commands")->strings().value();
     }
 
     VirtualDispatch dispatch;
@@ -36,11 +36,11 @@ struct Steered {
 
 /// Whether the line is an answer: an object that says whether it went well, and if not, why.
 bool isAnswer(const std::string& line) {
-    const auto document = json::Document::parse(line);
-    if (!document)
+    const auto answer = json::parse(line);
+    if (!answer)
         return false;
-    const auto ok = document->root().find("ok");
-    return ok && ok->boolean() && (*ok->boolean() != document->root().find("error").has_value());
+    const auto* const ok = answer->find("ok");
+    return ok && ok->boolean() && *ok->boolean() == !answer->find("error");
 }
 
 /// A command that may be good: a name that is known with members that some command knows.
