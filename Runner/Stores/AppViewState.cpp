@@ -46,22 +46,6 @@ std::optional<std::string> jailedReason(bool jailed, const std::optional<std::st
     return std::string(trimmed.empty() ? "device posture non-compliant" : trimmed);
 }
 
-/// Copying peers is expensive and the UI does not use them. Every field read by `updateState` must
-/// be copied here.
-HashiBusNotify copyWithoutPeers(const HashiBusNotify& notify) {
-    HashiBusNotify copy;
-    copy.state = notify.state;
-    if (notify.netMap) {
-        auto& netMap = copy.netMap.emplace();
-        netMap.selfNode = notify.netMap->selfNode;
-        netMap.userProfiles = notify.netMap->userProfiles;
-    }
-    copy.interactiveLoginUrl = notify.interactiveLoginUrl;
-    copy.jailed = notify.jailed;
-    copy.jailReason = notify.jailReason;
-    return copy;
-}
-
 void fillFromNetMap(LoginViewState& s, const NetworkMap& netMap, const Node& node) {
     s.isLoggedIn = true;
     s.nodeID = node.id;
@@ -152,7 +136,7 @@ void AppViewState::start() {
 }
 
 void AppViewState::hashiBusDidReceiveNotify(const HashiBusNotify& notify) {
-    mainThread.async([this, copy = copyWithoutPeers(notify)] { updateState(copy); });
+    mainThread.async([this, notify] { updateState(notify); });
 }
 
 void AppViewState::updateState(const HashiBusNotify& notify) {
