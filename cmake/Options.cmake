@@ -18,10 +18,16 @@ if(QUOXELIN_FUZZERS)
     add_compile_options(-fsanitize=fuzzer-no-link)
 endif()
 
-# read_once(TARGET HEADER...): precompiles headers that most files of TARGET include. Each file
-# still includes what it uses; the clang preset compiles without precompiled headers.
-function(read_once target)
-    target_precompile_headers(${target} PRIVATE <algorithm> <array> <chrono>
-        <fmt/format.h> <functional> <map> <memory> <optional> <string> <string_view>
-        <tl/expected.hpp> <utility> <vector> ${ARGN})
+# compile_together(TARGET): the compiler takes TARGET's files a few at a time, so that it reads and
+# instantiates what they share once. Each file still includes what it uses: the clang preset
+# compiles them one by one.
+option(QUOXELIN_COMPILE_TOGETHER "Compile several files of a target as one" ON)
+function(compile_together target)
+    set_target_properties(${target} PROPERTIES
+        UNITY_BUILD ${QUOXELIN_COMPILE_TOGETHER} UNITY_BUILD_BATCH_SIZE 8)
+    if(QUOXELIN_COMPILE_TOGETHER)
+        # GCC takes the anonymous namespace of an included file for a header's.
+        target_compile_options(${target} PRIVATE
+            $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>)
+    endif()
 endfunction()

@@ -67,7 +67,7 @@ std::string_view name(Color color) {
     return "?";
 }
 
-std::string quoted(std::string_view text) {
+std::string inQuotes(std::string_view text) {
     std::string out = "\"";
     for (const char c : text) {
         if (c == '\n')
@@ -86,7 +86,7 @@ bool hasText(const ViewNode& node) {
 
 void appendAppearance(std::string& line, const ViewNode& node) {
     if (hasText(node)) {
-        line += fmt::format(" {} {}", quoted(node.text), name(node.font));
+        line += fmt::format(" {} {}", inQuotes(node.text), name(node.font));
         if (node.weight == FontWeight::semibold)
             line += " semibold";
     }
@@ -125,7 +125,7 @@ void append(std::string& text, const ViewNode& node, std::size_t depth) {
     if (node.disabled)
         text += " disabled";
     if (!node.accessibilityLabel.empty())
-        text += " hears " + quoted(node.accessibilityLabel);
+        text += " hears " + inQuotes(node.accessibilityLabel);
     text += '\n';
 
     for (const auto& child : node.children)
@@ -136,11 +136,11 @@ void append(std::string& text, const ViewNode& node, std::size_t depth) {
     }
     if (node.alert) {
         const std::string indent(2 * (depth + 1), ' ');
-        text += indent + "alert " + quoted(node.alert->title) + '\n';
-        text += indent + "  message " + quoted(node.alert->message) + '\n';
+        text += indent + "alert " + inQuotes(node.alert->title) + '\n';
+        text += indent + "  message " + inQuotes(node.alert->message) + '\n';
         for (const auto& button : node.alert->buttons)
             text +=
-                indent + "  button " + quoted(button.title) +
+                indent + "  button " + inQuotes(button.title) +
                 (button.role == Alert::Button::Role::destructive ? " destructive\n" : " cancel\n");
     }
 }

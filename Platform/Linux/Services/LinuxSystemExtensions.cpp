@@ -13,8 +13,8 @@ namespace quoxelin {
 namespace {
 
 /// What pkexec's own exit codes mean.
-constexpr int dismissed = 126;
-constexpr int notAuthorized = 127;
+constexpr int dismissedPrompt = 126;
+constexpr int refusedPrompt = 127;
 
 void finish(const OSSystemExtensionRequest& request) {
     if (const auto delegate = request.delegate.lock())
@@ -123,12 +123,12 @@ void LinuxSystemExtensions::installerEnded(const std::string& identifier, const 
     const bool exited = process.exitStatus() == QProcess::NormalExit;
     if (exited && process.exitCode() == 0) {
         finish(request);
-    } else if (exited && process.exitCode() == dismissed) {
+    } else if (exited && process.exitCode() == dismissedPrompt) {
         // A request that waits for approval is made again whenever the application becomes active:
         // the question that somebody has just waved away would come back with every click.
         fail(request, OSSystemExtensionError::requestCanceled,
              said.empty() ? "The authorization was dismissed." : said);
-    } else if (exited && process.exitCode() == notAuthorized) {
+    } else if (exited && process.exitCode() == refusedPrompt) {
         if (const auto delegate = request.delegate.lock())
             delegate->requestNeedsUserApproval(request);
     } else {

@@ -1,3 +1,4 @@
+#include "Tests/Runner/Stores/DaemonTexts.h"
 #include "Tests/Support/AppFixture.h"
 
 #include <fmt/format.h>
@@ -7,11 +8,6 @@ namespace quoxelin::testing {
 namespace {
 
 using Lines = std::vector<std::string>;
-
-const std::string getStatus = "GET /localapi/v0/status";
-const std::string getProfiles = "GET /localapi/v0/profiles";
-const std::string login = "POST /localapi/v0/login";
-const std::string bareMap = R"({"NetMap":{"SelfNode":{"Node":{"ID":7,"UserID":42}}}})";
 
 TEST(AppViewStateLoginPolling, asksForTheStatusASecondAfterTheLoginBegan) {
     AppFixture app;

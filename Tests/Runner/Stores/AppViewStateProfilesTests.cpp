@@ -1,3 +1,4 @@
+#include "Tests/Runner/Stores/DaemonTexts.h"
 #include "Tests/Support/AppFixture.h"
 
 #include <gtest/gtest.h>
@@ -6,12 +7,6 @@ namespace quoxelin::testing {
 namespace {
 
 using Lines = std::vector<std::string>;
-
-/// A network map from the daemon's stream, with this node and its user.
-constexpr const char* annsMap =
-    R"({"NetMap":{"SelfNode":{"Node":{"ID":7,"UserID":42,"Name":"laptop",)"
-    R"("Addresses":["100.64.0.1","fd7a::1"]}},)"
-    R"("UserProfiles":{"42":{"LoginName":"ann@example.com","DisplayName":"Ann"}}}})";
 
 TEST(AppViewStateProfiles, takesOverTheDaemonsProfiles) {
     AppFixture app;

@@ -1,3 +1,4 @@
+#include "Tests/Runner/Stores/DaemonTexts.h"
 #include "Tests/Support/AppFixture.h"
 
 #include <fmt/format.h>
@@ -7,9 +8,6 @@ namespace quoxelin::testing {
 namespace {
 
 using Lines = std::vector<std::string>;
-
-const std::string getProfiles = "GET /localapi/v0/profiles";
-const std::string login = "POST /localapi/v0/login";
 
 std::string switchTo(const std::string& id) {
     return "POST /localapi/v0/profiles/switch?id=" + id;

@@ -8,7 +8,7 @@ namespace quoxelin::testing {
 
 namespace {
 
-class Delegate final : public UNUserNotificationCenterDelegate {
+class ForegroundDelegate final : public UNUserNotificationCenterDelegate {
   public:
     void willPresent(const UNNotificationRequest&,
                      std::function<void(unsigned)> completionHandler) override {
@@ -74,7 +74,7 @@ TEST_F(SimulatedUserNotificationCenterTest, asksTheDelegateWhileTheApplicationIs
     center.setApplicationActive(true);
     center.add({"nobody asked", "", "", false});
     dispatch.runUntilIdle();
-    const auto delegate = std::make_shared<Delegate>();
+    const auto delegate = std::make_shared<ForegroundDelegate>();
     center.setDelegate(delegate);
     center.add({"in front", "", "", false});
     dispatch.runUntilIdle();

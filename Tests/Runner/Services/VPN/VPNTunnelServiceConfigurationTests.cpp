@@ -9,8 +9,6 @@ namespace {
 using Network = SimulatedNetworkExtension;
 using Configuration = Network::Configuration;
 
-const Error ioError{"NEVPNErrorDomain", 5, "read/write failed"};
-
 /// A configuration of this application with one change.
 template <typename Change>
 Configuration oursBut(Change change) {

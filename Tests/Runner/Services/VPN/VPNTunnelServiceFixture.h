@@ -11,6 +11,8 @@ namespace quoxelin::testing {
 
 inline constexpr const char* ourProvider = "com.quoxelin.desktop.PacketTunnel";
 inline constexpr const char* foreignProvider = "com.example.other.PacketTunnel";
+inline const Error permissionDenied{"NEVPNErrorDomain", 5, "permission denied"};
+inline const Error ioError{"NEVPNErrorDomain", 5, "read/write failed"};
 
 inline const char* nameOf(VPNConnectionStatus status) {
     switch (status) {

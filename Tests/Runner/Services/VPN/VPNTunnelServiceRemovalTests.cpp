@@ -9,8 +9,6 @@ namespace {
 using Network = SimulatedNetworkExtension;
 using Configuration = Network::Configuration;
 
-const Error ioError{"NEVPNErrorDomain", 5, "read/write failed"};
-
 } // namespace
 
 TEST_F(VPNTunnelService, removesAllItsConfigurationsAndNoOther) {

@@ -4,10 +4,6 @@ namespace quoxelin::testing {
 
 using VPNTunnelService = VPNTunnelServiceTest;
 
-namespace {
-const Error permissionDenied{"NEVPNErrorDomain", 5, "permission denied"};
-}
-
 // Coming up
 
 TEST_F(VPNTunnelService, beginsDisconnectedAndLooksForASavedConfiguration) {
