@@ -1,5 +1,5 @@
-// From the bytes of the notification stream to decoded notifications, beside what the JSON library
-// needs to parse the same bytes.
+// From the bytes of the notification stream to decoded notifications, compared with a JSON library
+// that parses the same bytes.
 #include "Base/UnixSocket.h"
 #include "Benchmarks/NetworkMapLine.h"
 #include "Tests/Support/InlineLink.h"
@@ -20,7 +20,7 @@ constexpr std::string_view header = "HTTP/1.1 200 OK\r\n\r\n";
 constexpr std::size_t bytesOfAStream = 8'000'000;
 constexpr std::size_t readSize = 4'096;
 
-/// The header and so many such lines as make a stream of some length.
+/// The header and enough copies of the line for a stream of a fixed length.
 struct Stream {
     explicit Stream(const std::string& line)
         : lines(std::max<std::size_t>(1, bytesOfAStream / line.size())), bytes(header) {
@@ -51,7 +51,7 @@ void peers(benchmark::internal::Benchmark* benchmark) {
 
 } // namespace
 
-/// The library alone, its parser kept, the bytes padded as it wants them.
+/// The simdjson library alone, with a reused parser and padded input.
 void parseWithTheLibrary(benchmark::State& state) {
     const simdjson::padded_string line(networkMapLine(static_cast<int>(state.range(0))));
     simdjson::dom::parser parser;
@@ -61,7 +61,7 @@ void parseWithTheLibrary(benchmark::State& state) {
 }
 BENCHMARK(parseWithTheLibrary)->Apply(peers);
 
-/// One line into the record.
+/// Decodes one line into the record.
 void decodeNotification(benchmark::State& state) {
     const auto line = networkMapLine(static_cast<int>(state.range(0)));
     for (auto _ : state)
@@ -80,8 +80,8 @@ void followStreamInMemory(benchmark::State& state) {
 }
 BENCHMARK(followStreamInMemory)->Apply(peers);
 
-/// From a real socket, which another thread fills, to decoded notifications. Its own processor time
-/// does not hold the other thread's: look at the time that passes.
+/// From a real socket, filled by another thread, to decoded notifications. Compare the elapsed
+/// time: the processor time does not include the other thread.
 void followStreamFromSocket(benchmark::State& state) {
     const Stream stream(networkMapLine(static_cast<int>(state.range(0))));
     std::thread daemon;
@@ -105,8 +105,8 @@ void followStreamFromSocket(benchmark::State& state) {
 }
 BENCHMARK(followStreamFromSocket)->Apply(peers)->UseRealTime();
 
-/// Framing alone: one line of 5 MB in reads of 4,096 bytes, which its first bytes keep from being
-/// parsed.
+/// Framing alone: one line of 5 MB in reads of 4,096 bytes. Its first bytes stop the parser at
+/// once.
 void frameOneLongLine(benchmark::State& state) {
     const std::string bytes =
         std::string(header) + "\xEF\xBB\xBF" + std::string(5'000'000, 'x') + '\n';
@@ -117,7 +117,7 @@ void frameOneLongLine(benchmark::State& state) {
 }
 BENCHMARK(frameOneLongLine)->Unit(benchmark::kMillisecond);
 
-/// What framing cannot do without: each byte copied into a buffer and looked at once.
+/// The lower bound for framing: copies each byte into a buffer and reads it once.
 void copyAndSearchOneLongLine(benchmark::State& state) {
     const std::string bytes = std::string(5'000'000, 'x') + '\n';
     for (auto _ : state) {

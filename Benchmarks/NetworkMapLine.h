@@ -22,7 +22,7 @@ inline Node peer(std::int64_t id) {
             id % 100};
 }
 
-/// A notification with a network map of that many peers, about 350 bytes a peer, without the line
+/// A notification with a network map of that many peers, about 350 bytes per peer, without the line
 /// feed.
 inline std::string networkMapLine(int peers) {
     HashiBusNotify notify;

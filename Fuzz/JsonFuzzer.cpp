@@ -1,5 +1,5 @@
-// Any bytes are a record or none; what was decoded comes back from its encoding unchanged, and the
-// generic tree can be walked to its ends.
+// Any bytes decode to a record or fail. A decoded record survives encoding unchanged, and the
+// generic tree can be walked completely.
 #include "Base/Json.h"
 #include "Base/Utf8.h"
 #include "Fuzz/Fuzzing.h"

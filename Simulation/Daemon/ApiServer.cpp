@@ -98,8 +98,8 @@ void ApiServer::accept() {
         }
         // Out of descriptors, most likely: connections must end before another attempt can succeed.
         pause.expires_after(std::chrono::milliseconds(100));
-        pause.async_wait([this](ErrorCode cancelled) {
-            if (!cancelled && acceptor.is_open()) {
+        pause.async_wait([this](ErrorCode canceled) {
+            if (!canceled && acceptor.is_open()) {
                 accept();
             }
         });

@@ -28,8 +28,8 @@ void Waits::add(std::function<bool()> holds, std::chrono::milliseconds timeout,
     const auto wait = std::make_shared<Wait>(
         Wait{std::move(holds), std::move(done), boost::asio::steady_timer(context, timeout)});
     waiting.push_back(wait);
-    wait->timer.async_wait([this, wait](boost::system::error_code cancelled) {
-        if (!cancelled) {
+    wait->timer.async_wait([this, wait](boost::system::error_code canceled) {
+        if (!canceled) {
             waiting.remove(wait);
             wait->finish(false);
         }

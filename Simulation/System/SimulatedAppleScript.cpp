@@ -17,7 +17,7 @@ class SimulatedAppleScript::Script final : public NSAppleScript {
             state->dispatch.sleep(seconds(0.05));
             lock.lock();
         }
-        if (state->prompt == Prompt::cancelled)
+        if (state->prompt == Prompt::canceled)
             return "{ NSAppleScriptErrorMessage = \"User canceled.\"; "
                    "NSAppleScriptErrorNumber = -128; }";
         return state->outcome;
@@ -66,7 +66,7 @@ void SimulatedAppleScript::givePassword() {
 
 void SimulatedAppleScript::cancelPassword() {
     const std::lock_guard lock(state->mutex);
-    state->prompt = Prompt::cancelled;
+    state->prompt = Prompt::canceled;
 }
 
 std::vector<std::string> SimulatedAppleScript::executedSources() const {

@@ -39,7 +39,7 @@ class SimulatedAppleScript final : public AppleScript {
 
   private:
     class Script;
-    enum class Prompt { none, asking, cancelled };
+    enum class Prompt { none, asking, canceled };
     struct State {
         explicit State(Dispatch& dispatch) : dispatch(dispatch) {}
         Dispatch& dispatch;

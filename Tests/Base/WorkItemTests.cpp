@@ -40,9 +40,9 @@ TEST(WorkItem, sharesItsWorkWithItsCopies) {
 
 TEST(WorkItem, letsGoOfWhatItHeldOnceItIsCancelledOrPerformed) {
     const auto held = std::make_shared<int>(1);
-    WorkItem cancelled([held] {});
+    WorkItem canceled([held] {});
     WorkItem performed([held] {});
-    cancelled.cancel();
+    canceled.cancel();
     performed.perform();
     EXPECT_EQ(held.use_count(), 1);
 }

@@ -24,7 +24,7 @@ def until(holds) -> float:
 
 
 def shows_icon(desktop) -> bool:
-    brightness = [sum(colour) for colour in desktop.icon_pixels("trayer")]
+    brightness = [sum(color) for color in desktop.icon_pixels("trayer")]
     return len(brightness) > 3 and max(brightness) - min(brightness) > 200
 
 

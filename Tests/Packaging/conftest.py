@@ -9,7 +9,7 @@ import pytest
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 BUILD = ROOT / os.environ.get("QUOXELIN_BUILD_DIR", "build/debug")
-# What this repository does not build.
+# Programs that this repository does not build.
 PROGRAMS = ("quoxelind", "quoxelin", "nm-quoxelin-service")
 
 
@@ -58,7 +58,7 @@ def install(build, root, programs=None):
                    if name not in ("DESTDIR", "QUOXELIN_PROGRAMS_DIR")}
     environment["DESTDIR"] = str(root)
     environment["QUOXELIN_PROGRAMS_DIR"] = str(programs or "")
-    # The most careful of administrators installs.
+    # Install with the strictest umask.
     run("cmake", "--install", build, env=environment, umask=0o077)
 
 

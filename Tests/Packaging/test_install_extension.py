@@ -31,7 +31,7 @@ class Extension:
         self.program = folder / "install-extension"
         self.program.write_text(re.sub(r"@(\w+)@", lambda found: str(values[found[1]]), text))
         self.program.chmod(0o755)
-        # A plain user has to get as far as the program to be refused by it.
+        # A plain user must be able to reach the program to be refused by it.
         for above in (folder, folder.parent, folder.parent.parent):
             above.chmod(0o755)
 
@@ -80,7 +80,7 @@ def test_a_newer_version_replaces_the_older_as_a_whole(extension):
     with plugin.open() as reader:
         extension.write(f"{NAME}.name", "[VPN Connection]\nname=newer\n", 0o644)
         assert extension.run().returncode == 0
-        # Whoever had the old one open goes on reading the old one: it was not written into.
+        # A process that has the old file open keeps reading it: the new one replaced it.
         assert reader.read() == "[VPN Connection]\n"
     assert plugin.read_text() == "[VPN Connection]\nname=newer\n"
 
@@ -191,7 +191,7 @@ def test_networkmanager_learns_of_nothing_when_the_bus_could_not_be_told(extensi
     extension.policies.parent.mkdir(parents=True)
     extension.policies.write_text("a file where a folder belongs")
     done = extension.run()
-    # 126 and 127 would be taken for pkexec's own.
+    # 126 and 127 are pkexec's own exit codes.
     assert done.returncode == 1
     assert not extension.plugins.exists()
 

@@ -94,7 +94,7 @@ def test_no_installed_text_names_the_checkout_or_the_build(either):
 
 
 def test_every_path_below_the_prefix_that_a_text_names_is_installed(either):
-    # Manual pages speak of the system's files, too.
+    # Manual pages also name the system's files.
     pattern = re.compile(re.escape(either.prefix) + r"/(?:lib|libexec|share)/[\w./+-]*quoxelin[\w./+-]*")
     named = {(found, path) for path, text in either.texts().items() for found in pattern.findall(text)}
     assert named
@@ -159,7 +159,7 @@ def test_networkmanager_is_told_the_service_of_the_bundle(either):
     assert os.access(program, os.X_OK)
 
 
-# How the desktop knows it
+# The desktop entry
 
 
 @pytest.mark.parametrize("name", [
@@ -182,7 +182,7 @@ def test_callback_urls_are_handed_to_the_application(installation):
     entry = key_file(installation.below(f"share/applications/{ID}.desktop"))["Desktop Entry"]
     assert entry["MimeType"] == "x-scheme-handler/quoxelin;"
     assert entry["Exec"].split()[1:] == ["%u"]
-    # Neither would be true: the bus starts nothing, and a status icon opens no window.
+    # Both would be wrong: the bus does not start the program, and a status icon opens no window.
     assert "DBusActivatable" not in entry
     assert entry["StartupNotify"] == "false"
 
@@ -208,7 +208,7 @@ def version():
 
 def test_the_software_centre_is_told_of_this_version(installation):
     path = installation.below(f"share/metainfo/{ID}.metainfo.xml")
-    # Advice counts as well; only what needs the network is left out.
+    # Includes hints, but no checks that need the network.
     run("appstreamcli", "validate", "--no-net", "--pedantic", "--strict", "--no-color", path)
     component = tree.parse(path).getroot()
     assert component.findtext("id") == ID
@@ -231,11 +231,11 @@ def test_icons_are_well_formed(installation):
             assert size == path.relative_to(icons).parts[0], path
 
 
-def test_a_symbolic_icon_takes_the_themes_colour(installation):
+def test_a_symbolic_icon_takes_the_themes_color(installation):
     path = installation.below(f"share/icons/hicolor/symbolic/apps/{ID}-symbolic.svg")
     root = tree.parse(path).getroot()
     assert root.get("viewBox") == "0 0 16 16"
-    # Themes colour what is filled; a line would keep the colour it has.
+    # Themes color fills but not strokes.
     assert not any(name.startswith("stroke") for element in root.iter() for name in element.keys())
 
 
@@ -243,7 +243,7 @@ def test_manual_pages_have_nothing_to_complain_of(installation):
     pages = sorted(path for path in installation.below("share/man").rglob("*") if path.is_file())
     assert pages
     for page in pages:
-        # Which other pages this machine has is no matter of the page's.
+        # Ignores references to pages that this machine does not have.
         done = subprocess.run(["mandoc", "-Tlint", "-Wstyle", page], capture_output=True, text=True,
                               timeout=60)
         said = [line for line in done.stdout.splitlines() if "outdated mandoc.db" not in line

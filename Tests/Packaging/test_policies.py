@@ -16,7 +16,7 @@ ID = "com.quoxelin.desktop"
 DTD = "/usr/share/polkit-1/policyconfig-1.dtd"
 NOBODY = 65534
 
-# As in the system bus's own configuration: what is not allowed by somebody's policy is denied.
+# Like the system bus's own configuration: everything is denied unless a policy allows it.
 BUS = """<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
  "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
 <busconfig>
@@ -39,7 +39,7 @@ BUS = """<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration
 </busconfig>
 """
 
-# Owns a name and answers every call with an error of its own, until its standard input ends.
+# Owns a name and answers every call with an error until its standard input ends.
 OWNER = """
 import sys
 from gi.repository import Gio, GLib
@@ -79,7 +79,7 @@ class Bus:
         self.process.terminate()
         said = self.process.communicate(timeout=10)[1]
         assert self.process.returncode == 0, said
-        # What a policy says and the bus does not know, such as a user, it only mentions.
+        # The bus only warns about unknown names in a policy, such as users.
         assert "nknown" not in said, said
 
     def own(self, name, user):
@@ -113,7 +113,7 @@ def bus(installation):
 
 
 DENIED = "org.freedesktop.DBus.Error.AccessDenied"
-# GDBus has no such object: the call has arrived.
+# GDBus does not have the object, so the call has arrived.
 ARRIVED = "org.freedesktop.DBus.Error.UnknownMethod"
 OWNED = "1"
 
@@ -206,7 +206,7 @@ def test_polkit_is_told_of_the_two_actions(installation):
 def test_pkexec_takes_the_installed_program_for_the_action(either):
     path, action = actions(either)[f"{ID}.install-extension"]
     annotations = {note.get("key"): note.text for note in action.iter("annotate")}
-    # Nothing else: neither with a display nor for other arguments.
+    # No other annotations, which could allow a display or other arguments.
     assert annotations == {
         "org.freedesktop.policykit.exec.path":
             f"{either.prefix}/libexec/quoxelin-desktop/install-extension"}, path

@@ -24,7 +24,7 @@ QPalette darkPalette() {
     return palette;
 }
 
-/// On a plain desktop, so that shadow and edge show.
+/// Draws the windows on a plain background, so that shadow and edge are visible.
 QImage onDesktop(const QImage& windows, bool dark) {
     QImage picture(windows.size(), QImage::Format_RGB32);
     picture.setDevicePixelRatio(windows.devicePixelRatio());
@@ -54,7 +54,7 @@ bool draw(const testing::PanelState& state, const QString& path, bool dark) {
 
 } // namespace
 
-/// panel-pictures FOLDER light|dark [STATE...]: a picture of each state, or of those named.
+/// panel-pictures FOLDER light|dark [STATE...]: draws every state or the named ones.
 int main(int argc, char** argv) {
     ::setenv("QT_QPA_PLATFORM", "offscreen", 0);
     if (argc < 3) {

@@ -225,7 +225,7 @@ class Desktop:
         _end(self._trays.pop(kind))
 
     def icon_pixels(self, kind: str) -> set[bytes]:
-        """The colours where the icon of the first item is."""
+        """The colors where the icon of the first item is."""
         x, y = ICONS[kind]
         pixels = self.screen.pixels(x - 8, y - 8, 16, 16)
         return {pixels[i:i + 3] for i in range(0, len(pixels), 4)}
@@ -239,14 +239,14 @@ class Desktop:
         """Waits until there is a drawing where the icon belongs, dark on light or light on dark,
         that does not change any more."""
         def shows_icon():
-            colours = self.icon_pixels(kind)
-            brightness = [sum(colour) for colour in colours]
-            if len(colours) < 4 or max(brightness) - min(brightness) < 200:
+            colors = self.icon_pixels(kind)
+            brightness = [sum(color) for color in colors]
+            if len(colors) < 4 or max(brightness) - min(brightness) < 200:
                 return False
             if kind == "xfce4-panel" and not self._items() and not self._succeeds(EMBEDDED):
                 return False
             time.sleep(0.2)
-            return self.icon_pixels(kind) == colours
+            return self.icon_pixels(kind) == colors
         self.await_that(shows_icon, f"icon in {kind}")
 
     def _items(self) -> str:

@@ -1,4 +1,4 @@
-// Offers the system's call itself and records what it was given.
+// Defines the system's call itself and records its arguments.
 #include "Runner/Shared/ExecuteWithPrivileges.h"
 
 #include <cstdio>
@@ -29,7 +29,7 @@ AuthorizationExecuteWithPrivileges(const void* authorization, const char* pathTo
     Call call{authorization, pathToTool, options, {}, communicationsPipe != nullptr};
     for (; *arguments != nullptr; ++arguments) {
         call.arguments.emplace_back(*arguments);
-        // The system's call may do with the copies what it likes.
+        // The system's call may modify the copies.
         if (**arguments != '\0')
             **arguments = '!';
     }

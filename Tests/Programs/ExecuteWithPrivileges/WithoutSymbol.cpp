@@ -1,4 +1,4 @@
-// A program that offers no such call, as on systems that never had it or removed it.
+// A program without the call, as on systems that do not have it.
 #include "Runner/Shared/ExecuteWithPrivileges.h"
 
 #include <gtest/gtest.h>

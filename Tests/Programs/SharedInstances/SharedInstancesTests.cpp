@@ -14,7 +14,7 @@ namespace quoxelin::testing {
 
 namespace {
 
-/// A machine that lasts as long as the process, because the shared instances refer to it.
+/// A machine that lives as long as the process, because the shared instances use it.
 struct Machine {
     Machine() {
         system.fileManager.applicationSupport = {directory.path()};

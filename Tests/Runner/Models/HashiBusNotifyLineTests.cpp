@@ -1,4 +1,4 @@
-// What becomes of unusual lines: whether they are refused, for which reason, and what is read.
+// Unusual lines: whether they are refused, why, and what is decoded.
 #include "Runner/Models/HashiBus/HashiBusNotify.h"
 
 #include <gtest/gtest.h>
@@ -9,7 +9,7 @@ namespace {
 
 using namespace std::string_view_literals;
 
-/// The decoded line, encoded again, or why it is refused.
+/// The decoded line encoded again, or why it is refused.
 std::string outcome(std::string_view line) {
     const auto notify = json::decode<HashiBusNotify>(line);
     return notify ? json::encode(*notify) : notify.error().description;

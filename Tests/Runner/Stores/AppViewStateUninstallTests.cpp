@@ -11,7 +11,7 @@ namespace {
 namespace fs = std::filesystem;
 using Lines = std::vector<std::string>;
 
-constexpr const char* cancelledByThePerson =
+constexpr const char* canceledByTheUser =
     R"({ NSAppleScriptErrorMessage = "User canceled."; NSAppleScriptErrorNumber = -128; })";
 
 /// A connected application with traces of earlier use.
@@ -137,7 +137,7 @@ TEST(AppViewStateUninstall, changesNothingWhenThePersonCancels) {
     app.advance(seconds(30));
     EXPECT_EQ(
         app.stateLines(),
-        (Lines{"uninstall called", std::string("Privileged cleanup error: ") + cancelledByThePerson,
+        (Lines{"uninstall called", std::string("Privileged cleanup error: ") + canceledByTheUser,
                "Uninstall cancelled or failed, no changes made"}));
     EXPECT_TRUE(app.isConnected());
     EXPECT_EQ(app.requests(), Lines{});
