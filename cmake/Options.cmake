@@ -18,15 +18,15 @@ if(QUOXELIN_FUZZERS)
     add_compile_options(-fsanitize=fuzzer-no-link)
 endif()
 
-# compile_together(TARGET): the compiler takes TARGET's files a few at a time, so that it reads and
-# instantiates what they share once. Each file still includes what it uses: the clang preset
-# compiles them one by one.
+# compile_together(TARGET): compiles several of TARGET's files as one, so that shared headers and
+# templates are compiled once. Each file still includes what it uses; the clang preset compiles them
+# separately.
 option(QUOXELIN_COMPILE_TOGETHER "Compile several files of a target as one" ON)
 function(compile_together target)
     set_target_properties(${target} PROPERTIES
         UNITY_BUILD ${QUOXELIN_COMPILE_TOGETHER} UNITY_BUILD_BATCH_SIZE 8)
     if(QUOXELIN_COMPILE_TOGETHER)
-        # GCC takes the anonymous namespace of an included file for a header's.
+        # GCC treats the included files as headers and warns about their anonymous namespaces.
         target_compile_options(${target} PRIVATE
             $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>)
     endif()
