@@ -8,7 +8,8 @@
 
 namespace quoxelin {
 
-// The ServiceManagement framework. Main thread only; every call answers at once.
+// The ServiceManagement framework. Main thread only; completions come there, before the call
+// returns or later.
 
 /// The framework's raw values. A platform may report others.
 enum class SMAppServiceStatus : int {
@@ -18,18 +19,18 @@ enum class SMAppServiceStatus : int {
     notFound = 3,
 };
 
-/// A program that the system starts for us.
+/// A program that the system starts for us. Destroying the object drops unanswered calls.
 class SMAppService {
   public:
     virtual ~SMAppService() = default;
 
     /// Succeeds if the program is already registered.
-    virtual Result<void, Error> registerService() = 0;
+    virtual void registerService(Completion<void, Error> completion) = 0;
 
     virtual Result<void, Error> unregisterService() = 0;
 
-    /// A raw `SMAppServiceStatus`.
-    virtual int status() const = 0;
+    /// Hands over a raw `SMAppServiceStatus`.
+    virtual void status(std::function<void(int)> completion) = 0;
 };
 
 class ServiceManagement {

@@ -9,8 +9,8 @@
 
 namespace quoxelin {
 
-// Connections to the privileged helper. Any thread; handlers and replies come on the connection's
-// private queue, never on the main thread.
+// Connections to the privileged helper. Any thread; the platform chooses the thread of handlers and
+// replies.
 
 /// The messages that the helper accepts.
 class HelperToolProtocol {
@@ -40,10 +40,12 @@ class NSXPCConnection {
 
     virtual void resume() = 0;
 
-    /// The remote object, or null if it does not implement `HelperToolProtocol`. A message that
-    /// fails calls the error handler instead of its reply.
-    virtual std::shared_ptr<HelperToolProtocol>
-    remoteObjectProxyWithErrorHandler(std::function<void(const Error&)> handler) = 0;
+    /// Passes on the remote object, or null if there is none or it does not implement
+    /// `HelperToolProtocol`, before the call returns or later. A message that fails calls the error
+    /// handler instead of its reply.
+    virtual void remoteObjectProxyWithErrorHandler(
+        std::function<void(const Error&)> handler,
+        std::function<void(std::shared_ptr<HelperToolProtocol>)> completion) = 0;
 
     /// Closes the connection. No replies come afterward. A second call does nothing.
     virtual void invalidate() = 0;

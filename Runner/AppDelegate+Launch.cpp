@@ -24,6 +24,8 @@ constexpr const char* helperPropertyList = "com.quoxelin.desktop.helper.plist";
 constexpr int helperMaximumRetries = 10;
 constexpr double helperBaseDelay = 0.5;
 constexpr double helperDelayGrowth = 1.5;
+constexpr const char* helperRequiresApproval =
+    "Helper requires approval in System Settings → General → Login Items.";
 
 /// Starts the app state even if approval is pending or the request never reports.
 constexpr Duration appStateStartFallback = std::chrono::seconds(5);
@@ -64,34 +66,35 @@ void AppDelegate::registerURLHandler() {
 
 void AppDelegate::registerLoginItemIfNeeded() {
     platform.userDefaults.removeObject("loginItemRegistered");
-    const auto mainApp = platform.serviceManagement.mainApp();
-    const auto outcome = LoginItem::registerIfNeeded(
+    loginItem = platform.serviceManagement.mainApp();
+    LoginItem::registerIfNeeded(
         platform.userDefaults, platform.mainBundle.stringForInfoDictionaryKey("CFBundleVersion"),
-        [&mainApp] { return mainApp->registerService(); });
-    if (!outcome) {
-        logger.log("App", "Login item register failed: " + outcome.error().localizedDescription);
-        return;
-    }
-    switch (*outcome) {
-    case LoginItem::Registration::alreadyRegistered:
-        return;
-    case LoginItem::Registration::registered:
-        logger.log("App",
-                   fmt::format("Registered app as login item (status: {})", mainApp->status()));
-        return;
-    }
+        *loginItem, lifetime.weakly([this](const LoginItem::Outcome& outcome) {
+            if (!outcome)
+                logger.log("App",
+                           "Login item register failed: " + outcome.error().localizedDescription);
+            else if (*outcome == LoginItem::Registration::registered)
+                loginItem->status([&logger = logger](int status) {
+                    logger.log("App",
+                               fmt::format("Registered app as login item (status: {})", status));
+                });
+        }));
 }
 
+/// A new attempt takes the place of one that is still unanswered.
 void AppDelegate::registerHelper() {
-    const auto daemon = platform.serviceManagement.daemon(helperPropertyList);
-    if (const auto outcome = daemon->registerService(); !outcome)
-        logger.log("App",
-                   "Helper register attempt failed: " + outcome.error().localizedDescription);
-    if (daemon->status() == static_cast<int>(SMAppServiceStatus::requiresApproval))
-        publishHelperState(true,
-                           "Helper requires approval in System Settings → General → Login Items.");
-    else
-        publishHelperState(false, std::nullopt);
+    helperService = platform.serviceManagement.daemon(helperPropertyList);
+    helperService->registerService(lifetime.weakly([this](const Result<void, Error>& outcome) {
+        if (!outcome)
+            logger.log("App",
+                       "Helper register attempt failed: " + outcome.error().localizedDescription);
+        helperService->status(lifetime.weakly([this](int status) {
+            if (status == static_cast<int>(SMAppServiceStatus::requiresApproval))
+                publishHelperState(true, helperRequiresApproval);
+            else
+                publishHelperState(false, std::nullopt);
+        }));
+    }));
 }
 
 void AppDelegate::publishHelperState(bool needsApproval, std::optional<std::string> error) {

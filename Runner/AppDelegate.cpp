@@ -3,6 +3,7 @@
 #include "Base/Dispatch.h"
 #include "Platform/NSPanel.h"
 #include "Platform/NSStatusBar.h"
+#include "Platform/ServiceManagement.h"
 #include "Platform/Updater.h"
 #include "Runner/Services/State/LocalAPIClient.h"
 #include "Runner/Services/SystemExtension/SystemExtensionService.h"

@@ -22,6 +22,7 @@ class LocalAPIClient;
 class MenuBar;
 class NSPanel;
 class NSStatusItem;
+class SMAppService;
 class SPUStandardUpdaterController;
 class SystemExtensionService;
 class VPNTunnelService;
@@ -108,6 +109,9 @@ class AppDelegate final : public NSApplicationDelegate,
     std::unique_ptr<NSPanel> overlayWindow;
     std::shared_ptr<AppViewState> appState;
     QuoxelinCLI cli;
+    /// They answer as long as they live.
+    std::unique_ptr<SMAppService> loginItem;
+    std::unique_ptr<SMAppService> helperService;
     bool didStartAppState = false;
     static constexpr bool alwaysRegisterHelperOnLaunch = true;
     std::optional<Subscription> globalClickMonitor;

@@ -46,10 +46,35 @@ const std::string& withEnvironment(const std::string& name) {
     return name;
 }
 
+constexpr const char* sessionBusVariable = "DBUS_SESSION_BUS_ADDRESS";
+
+/// A bus that is alive answers in a few milliseconds.
+constexpr std::chrono::milliseconds busPatience{50};
+
+std::optional<QByteArray> variable(const char* name) {
+    return qEnvironmentVariableIsSet(name) ? std::optional(qgetenv(name)) : std::nullopt;
+}
+
 } // namespace
 
-Toolkit::Toolkit(const std::string& name)
-    : program(withEnvironment(name)), arguments{program.data(), nullptr}, application(argumentCount, arguments) {
+SessionBusGuard::SessionBusGuard(Bus& bus) : address(variable(sessionBusVariable)) {
+    bus.serveUntil([&bus] { return bus.isConnected(); }, busPatience);
+    if (bus.isConnected())
+        return;
+    qputenv(sessionBusVariable, "disabled:");
+    observation = bus.observe([this] {
+        if (address)
+            qputenv(sessionBusVariable, *address);
+        else
+            qunsetenv(sessionBusVariable);
+        observation.cancel();
+    });
+}
+
+Toolkit::Toolkit(const std::string& name, Bus& sessionBus)
+    : guard(sessionBus), program(withEnvironment(name)), arguments{program.data(), nullptr},
+      application(argumentCount, arguments) {
+    sessionBus.serve();
     loadAssets();
     if (!hasDisplay())
         qInstallMessageHandler(writeMessage);
@@ -65,7 +90,7 @@ bool Toolkit::hasDisplay() {
     return name != "offscreen" && name != "minimal";
 }
 
-Desktop::Desktop(const LaunchOptions& options) : toolkit(options.program) {
+Desktop::Desktop(const LaunchOptions& options) : toolkit(options.program, sessionBus) {
     if (options.callbackURL)
         appleEventManager.send(options.callbackURL);
 }

@@ -13,22 +13,39 @@
 #include "Platform/Linux/QtStatusBar.h"
 #include "Platform/Linux/QtWorkspace.h"
 #include "Platform/Linux/QuitSignals.h"
+#include "Platform/Linux/Services/Bus.h"
 #include "Platform/Linux/SyslogSystemLog.h"
 #include "Platform/PlatformFactory.h"
 
 #include <QApplication>
+#include <optional>
 
 namespace quoxelin {
+
+/// Keeps a session bus that does not answer at once out of the toolkit's sight, which would wait
+/// for it. A toolkit that has started without the bus goes on without it; programs that are started
+/// later see it as soon as it answers.
+class SessionBusGuard {
+  public:
+    /// Waits a moment for the bus.
+    explicit SessionBusGuard(Bus& bus);
+
+  private:
+    const std::optional<QByteArray> address;
+    Subscription observation;
+};
 
 /// The toolkit's application object, with the command line that it keeps referring to.
 class Toolkit {
   public:
-    explicit Toolkit(const std::string& program);
+    /// Has the event loop serve the session's bus, which lives longer.
+    Toolkit(const std::string& program, Bus& sessionBus);
 
     /// False where windows go nowhere.
     static bool hasDisplay();
 
   private:
+    SessionBusGuard guard;
     std::string program;
     char* arguments[2];
     int argumentCount = 1;
@@ -43,6 +60,7 @@ struct Desktop {
     /// Whether somebody may sit in front of it.
     bool isAttended() const { return Toolkit::hasDisplay(); }
 
+    Bus sessionBus{Bus::sessionAddress()};
     Toolkit toolkit;
     QtDispatch dispatch;
     UnixSocketConnector connector;

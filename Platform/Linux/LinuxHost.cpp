@@ -9,8 +9,12 @@ namespace {
 /// A process that is alive answers in milliseconds; one that starts or is busy gets some time.
 constexpr std::chrono::milliseconds handOverPatience{5000};
 
-/// For the helper to find out who asked it last, while there still is somebody.
-constexpr auto settlingTime = seconds(1);
+/// For the last answers of NetworkManager and the helper. Both refuse a caller that has exited by
+/// the time they look who is asking.
+constexpr std::chrono::milliseconds settlingTime{1000};
+
+/// For the system bus at the start. One that is alive answers in a few milliseconds.
+constexpr std::chrono::milliseconds busPatience{50};
 
 constexpr int doesNotAnswerExitCode = 1;
 
@@ -27,7 +31,10 @@ LinuxHost::LinuxHost(const LaunchOptions& options)
       processInfo(mainBundle, options.program),
       systemExtensions(
           {.bundle = mainBundle.bundleURL(), .installer = QUOXELIN_LIBEXEC "/install-extension"}),
-      services(compose(options)) {}
+      services(compose(options)) {
+    systemBus.serveUntil([this] { return systemBus.isConnected(); }, busPatience);
+    systemBus.serve();
+}
 
 Platform LinuxHost::compose(const LaunchOptions& options) {
     return {
@@ -42,7 +49,7 @@ Platform LinuxHost::compose(const LaunchOptions& options) {
         .networkExtension = networkExtension,
         .systemExtensionManager = systemExtensions,
         .serviceManagement = serviceManagement,
-        .xpc = xpc,
+        .xpc = helper,
         .userNotificationCenter = userNotificationCenter,
         .updates = updates,
         .appleScript = appleScript,
@@ -78,8 +85,11 @@ void LinuxHost::observeMissingServices(std::function<void(const std::string&)> o
 }
 
 void LinuxHost::settle() {
+    const auto began = std::chrono::steady_clock::now();
     networkExtension.waitForStops(settlingTime);
-    xpc.waitForRecentReplies(settlingTime);
+    const auto taken = std::chrono::duration_cast<std::chrono::milliseconds>(
+        std::chrono::steady_clock::now() - began);
+    helper.waitForRecentReplies(settlingTime - taken);
 }
 
 std::optional<LaunchRefusal> LinuxHost::refusal(const LaunchOptions& options) {

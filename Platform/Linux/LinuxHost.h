@@ -4,21 +4,21 @@
 #include "Platform/Linux/LinuxBundle.h"
 #include "Platform/Linux/LinuxProcessInfo.h"
 #include "Platform/Linux/LinuxUserDefaults.h"
+#include "Platform/Linux/Services/DBusHelper.h"
 #include "Platform/Linux/Services/LinuxAppleScript.h"
 #include "Platform/Linux/Services/LinuxNetworkExtension.h"
-#include "Platform/Linux/Services/LinuxServiceManagement.h"
 #include "Platform/Linux/Services/LinuxSystemExtensions.h"
 #include "Platform/Linux/Services/LinuxUpdates.h"
 #include "Platform/Linux/Services/LinuxUserNotificationCenter.h"
-#include "Platform/Linux/Services/LinuxXPC.h"
 #include "Platform/Linux/Services/MissingServices.h"
 #include "Platform/Linux/Services/SingleInstance.h"
+#include "Platform/Linux/Services/StartedServices.h"
 #include "Platform/Platform.h"
 
 namespace quoxelin {
 
-/// The machine that the application runs on: its desktop, its services, and the session that it is
-/// the only one of its kind in.
+/// The machine that the application runs on: its desktop and its services. Ensures that there is
+/// one instance in a session.
 class LinuxHost final : public PlatformHost {
   public:
     explicit LinuxHost(const LaunchOptions& options);
@@ -35,16 +35,16 @@ class LinuxHost final : public PlatformHost {
     void comeToTheFront();
 
     Desktop desktop;
-    MessageBus sessionBus{MessageBus::sessionAddress()};
-    MessageBus systemBus{MessageBus::systemAddress()};
+    Bus& sessionBus = desktop.sessionBus;
+    Bus systemBus{Bus::systemAddress()};
     SingleInstance singleInstance;
     LinuxBundle mainBundle{LinuxBundle::rootOfThisProgram()};
     LinuxUserDefaults userDefaults{LinuxUserDefaults::standardFile()};
     LinuxProcessInfo processInfo;
     LinuxNetworkExtension networkExtension{desktop.notificationCenter, systemBus};
     LinuxSystemExtensions systemExtensions;
-    LinuxServiceManagement serviceManagement{mainBundle.bundleURL()};
-    LinuxXPC xpc{desktop.dispatch};
+    DBusHelper helper{desktop.dispatch, systemBus};
+    StartedServices serviceManagement{mainBundle.bundleURL(), systemBus, helper.presence()};
     LinuxUserNotificationCenter userNotificationCenter{sessionBus};
     LinuxUpdates updates{systemBus};
     LinuxAppleScript appleScript;

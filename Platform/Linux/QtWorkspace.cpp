@@ -1,20 +1,18 @@
 #include "Platform/Linux/QtWorkspace.h"
 
+#include "Platform/Linux/Services/GLib.h"
+
 #include <QStandardPaths>
 #include <QString>
 #include <array>
 #include <gio/gdesktopappinfo.h>
-#include <memory>
 #include <vector>
 
 namespace quoxelin {
 
 namespace {
 
-struct Unref {
-    void operator()(gpointer object) const { g_object_unref(object); }
-};
-using Application = std::unique_ptr<GAppInfo, Unref>;
+using Application = GPtr<GAppInfo>;
 
 /// Returns at once; a failure shows nowhere, as nobody could do anything about it.
 void launch(GAppInfo* application, const std::string* uri) {
@@ -88,8 +86,7 @@ bool QtWorkspace::open(const Url& url) {
 
 void QtWorkspace::openFolder(const std::filesystem::path& folder) {
     const Application handler(g_app_info_get_default_for_type("inode/directory", TRUE));
-    const std::unique_ptr<char, decltype(&g_free)> uri(
-        g_filename_to_uri(folder.c_str(), nullptr, nullptr), &g_free);
+    const GText uri(g_filename_to_uri(folder.c_str(), nullptr, nullptr));
     if (!handler || !uri)
         return;
     const std::string text = uri.get();
@@ -104,8 +101,7 @@ QtWorkspace::urlForApplication(const std::string& bundleIdentifier) const {
 }
 
 void QtWorkspace::openApplication(const std::filesystem::path& application) {
-    const std::unique_ptr<GDesktopAppInfo, Unref> entry(
-        g_desktop_app_info_new_from_filename(application.c_str()));
+    const GPtr<GDesktopAppInfo> entry(g_desktop_app_info_new_from_filename(application.c_str()));
     if (entry)
         launch(G_APP_INFO(entry.get()), nullptr);
 }

@@ -11,15 +11,18 @@ class Service final : public SMAppService {
   public:
     explicit Service(::SMAppService* service) : service(service) {}
 
-    Result<void, Error> registerService() override {
-        return withError([&](NSError** error) { return [service registerAndReturnError:error]; });
+    void registerService(Completion<void, Error> completion) override {
+        completion(
+            withError([&](NSError** error) { return [service registerAndReturnError:error]; }));
     }
 
     Result<void, Error> unregisterService() override {
         return withError([&](NSError** error) { return [service unregisterAndReturnError:error]; });
     }
 
-    int status() const override { return static_cast<int>(service.status); }
+    void status(std::function<void(int)> completion) override {
+        completion(static_cast<int>(service.status));
+    }
 
   private:
     ::SMAppService* service;

@@ -106,14 +106,16 @@ class Connection final : public NSXPCConnection {
         [connection resume];
     }
 
-    std::shared_ptr<HelperToolProtocol>
-    remoteObjectProxyWithErrorHandler(ErrorHandler handler) override {
+    void remoteObjectProxyWithErrorHandler(
+        ErrorHandler handler,
+        std::function<void(std::shared_ptr<HelperToolProtocol>)> completion) override {
         id proxy = [connection remoteObjectProxyWithErrorHandler:^(NSError* error) {
             handler(toError(error));
         }];
-        if (![proxy conformsToProtocol:@protocol(HelperToolProtocol)])
-            return nullptr;
-        return std::make_shared<HelperTool>(proxy, handler);
+        if ([proxy conformsToProtocol:@protocol(HelperToolProtocol)])
+            completion(std::make_shared<HelperTool>(proxy, handler));
+        else
+            completion(nullptr);
     }
 
     void invalidate() override { [connection invalidate]; }

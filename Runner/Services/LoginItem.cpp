@@ -9,16 +9,18 @@ namespace {
 constexpr const char* registeredBuildKey = "loginItemRegisteredBuild";
 }
 
-LoginItem::Outcome
-LoginItem::registerIfNeeded(NSUserDefaults& defaults, const std::optional<std::string>& build,
-                            const std::function<Result<void, Error>()>& registerAction) {
+void LoginItem::registerIfNeeded(NSUserDefaults& defaults, const std::optional<std::string>& build,
+                                 SMAppService& mainApp, std::function<void(Outcome)> completion) {
     if (build && defaults.string(registeredBuildKey) == build)
-        return Registration::alreadyRegistered;
-    if (const auto registered = registerAction(); !registered)
-        return tl::unexpected(registered.error());
-    if (build)
-        defaults.set(registeredBuildKey, *build);
-    return Registration::registered;
+        return completion(Registration::alreadyRegistered);
+    mainApp.registerService([&defaults, build, completion = std::move(completion)](
+                                const Result<void, Error>& registered) {
+        if (!registered)
+            return completion(tl::unexpected(registered.error()));
+        if (build)
+            defaults.set(registeredBuildKey, *build);
+        completion(Registration::registered);
+    });
 }
 
 void LoginItem::unregister(NSUserDefaults& defaults, SMAppService& mainApp) {

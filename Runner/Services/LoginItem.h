@@ -21,11 +21,10 @@ class LoginItem {
     /// Already registered for this build, registered now, or the platform's error.
     using Outcome = Result<Registration, Error>;
 
-    /// Calls `registerAction` unless the defaults hold an earlier success for this build. An absent
-    /// build is never stored.
-    static Outcome registerIfNeeded(NSUserDefaults& defaults,
-                                    const std::optional<std::string>& build,
-                                    const std::function<Result<void, Error>()>& registerAction);
+    /// Registers `mainApp` unless the defaults hold an earlier success for this build. An absent
+    /// build is never stored. The completion is dropped if `mainApp` is destroyed first.
+    static void registerIfNeeded(NSUserDefaults& defaults, const std::optional<std::string>& build,
+                                 SMAppService& mainApp, std::function<void(Outcome)> completion);
 
     /// Unregisters and clears the stored build, even if the platform reports an error.
     static void unregister(NSUserDefaults& defaults, SMAppService& mainApp);

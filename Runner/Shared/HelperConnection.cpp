@@ -15,25 +15,28 @@ void tell(const std::function<void(Arguments...)>& listener, const Arguments&...
 
 } // namespace
 
-bool withHelper(XPC& xpc, const HelperConnectionEvents& events, const HelperBody& body) {
+void withHelper(XPC& xpc, const HelperConnectionEvents& events,
+                const std::function<void()>& onFailure, const HelperBody& body) {
     tell(events.willConnect);
     const auto connection = xpc.privilegedConnection(helperMachServiceName);
     connection->setInterruptionHandler([told = events.interrupted] { tell(told); });
     connection->setInvalidationHandler([told = events.invalidated] { tell(told); });
     connection->resume();
     tell(events.resumed);
-    const auto helper =
-        connection->remoteObjectProxyWithErrorHandler([told = events.failed](const Error& error) {
+    connection->remoteObjectProxyWithErrorHandler(
+        [told = events.failed](const Error& error) {
             if (told)
                 told(error);
+        },
+        [connection, noProxy = events.noProxy, onFailure, body](const auto& helper) {
+            if (helper != nullptr) {
+                body(*helper, connection);
+                return;
+            }
+            tell(noProxy);
+            connection->invalidate();
+            tell(onFailure);
         });
-    if (helper == nullptr) {
-        tell(events.noProxy);
-        connection->invalidate();
-        return false;
-    }
-    body(*helper, connection);
-    return true;
 }
 
 std::string bundledExecutable(const NSBundle& bundle, const std::string& name) {

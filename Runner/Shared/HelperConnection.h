@@ -12,28 +12,28 @@ namespace quoxelin {
 
 class NSBundle;
 
-/// Callbacks about a client's connection to the privileged helper. Each may be empty. Called on the
-/// client's thread, or on the connection's private queue where noted.
+/// Callbacks about a client's connection to the privileged helper. Each may be empty. The first two
+/// are called on the client's thread, the others on the connection's.
 struct HelperConnectionEvents {
     std::function<void()> willConnect;
     std::function<void()> resumed;
     /// The helper is unavailable; the connection is about to be invalidated.
     std::function<void()> noProxy;
-    /// Private queue.
     std::function<void()> interrupted;
-    /// Private queue.
     std::function<void()> invalidated;
-    /// Private queue. A message failed and will not be answered.
+    /// A message failed and will not be answered.
     std::function<void(const Error&)> failed;
 };
 
-/// Receives the helper's proxy. Sends one message, whose reply handler invalidates the connection.
+/// Receives the helper's proxy, before `withHelper` returns or later. Sends one message, whose reply
+/// handler invalidates the connection.
 using HelperBody = std::function<void(HelperToolProtocol& helper,
                                       const std::shared_ptr<NSXPCConnection>& connection)>;
 
 /// Opens a connection to the privileged helper for one request. Without a proxy, invalidates the
-/// connection and returns false.
-bool withHelper(XPC& xpc, const HelperConnectionEvents& events, const HelperBody& body);
+/// connection and calls `onFailure`, which may be empty, instead of the body.
+void withHelper(XPC& xpc, const HelperConnectionEvents& events,
+                const std::function<void()>& onFailure, const HelperBody& body);
 
 /// The full path of an executable in the bundle's resources. Empty if it is missing.
 std::string bundledExecutable(const NSBundle& bundle, const std::string& name);

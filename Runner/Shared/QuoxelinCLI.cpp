@@ -25,8 +25,8 @@ QuoxelinCLI& QuoxelinCLI::shared() {
 
 void QuoxelinCLI::ping(const std::function<void(bool)>& completion) {
     withHelper([completion] { completion(false); },
-               [this, completion](auto& helper, const auto& connection) {
-                   helper.runGoToolWithPath(quoxelindPath, {"--help"},
+               [path = quoxelindPath, completion](auto& helper, const auto& connection) {
+                   helper.runGoToolWithPath(path, {"--help"},
                                             [completion, connection](const std::string&) {
                                                 completion(true);
                                                 connection->invalidate();
@@ -42,23 +42,24 @@ void QuoxelinCLI::up() {
     const auto arguments = quoxelindUpArguments(mainBundle);
     logger.log("CLI", fmt::format("Invoking quoxelind up via Helper at path: {}, args: {}",
                                   quoxelindPath, fmt::join(arguments, " ")));
-    withHelper(nullptr, [this, &arguments](auto& helper, const auto& connection) {
-        helper.runGoToolWithPath(quoxelindPath, arguments,
-                                 [&logger = logger, connection](const std::string& output) {
-                                     logger.log("CLI", "quoxelind up output: " + output);
-                                     connection->invalidate();
-                                 });
-    });
+    runAndLog(quoxelindPath, arguments, "quoxelind up output: ");
 }
 
 void QuoxelinCLI::down() {
-    withHelper(nullptr, [this](auto& helper, const auto& connection) {
-        helper.runGoToolWithPath(quoxelinPath, {"down"},
-                                 [&logger = logger, connection](const std::string& output) {
-                                     logger.log("CLI", "quoxelin down output: " + output);
-                                     connection->invalidate();
-                                 });
-    });
+    runAndLog(quoxelinPath, {"down"}, "quoxelin down output: ");
+}
+
+void QuoxelinCLI::runAndLog(const std::string& path, const std::vector<std::string>& arguments,
+                            const std::string& label) {
+    // The body may run after this client has gone: it holds the logger only.
+    withHelper(nullptr,
+               [&logger = logger, path, arguments, label](auto& helper, const auto& connection) {
+                   helper.runGoToolWithPath(
+                       path, arguments, [&logger, label, connection](const std::string& output) {
+                           logger.log("CLI", label + output);
+                           connection->invalidate();
+                       });
+               });
 }
 
 void QuoxelinCLI::withHelper(const std::function<void()>& onFailure, const HelperBody& body) {
@@ -74,8 +75,7 @@ void QuoxelinCLI::withHelper(const std::function<void()>& onFailure, const Helpe
     events.failed = [&logger = logger](const Error& error) {
         logger.log("XPC", "Error: " + error.localizedDescription);
     };
-    if (!quoxelin::withHelper(xpc, events, body) && onFailure)
-        onFailure();
+    quoxelin::withHelper(xpc, events, onFailure, body);
 }
 
 } // namespace quoxelin

@@ -10,9 +10,8 @@ namespace quoxelin {
 class AppLogger;
 
 /// Runs the daemon and its command-line tool as root through the privileged helper, with one
-/// connection per request. Any thread. Completions come on the connection's private queue, or
-/// before the call returns if there is no helper. There is no time-out: if the helper never
-/// replies, the completion is never called.
+/// connection per request. Any thread. Completions come on any thread, perhaps before the call
+/// returns. There is no time-out: if the helper never replies, the completion is never called.
 class QuoxelinCLI {
   public:
     struct Dependencies {
@@ -35,6 +34,8 @@ class QuoxelinCLI {
     void down();
 
   private:
+    void runAndLog(const std::string& path, const std::vector<std::string>& arguments,
+                   const std::string& label);
     void withHelper(const std::function<void()>& onFailure, const HelperBody& body);
 
     AppLogger& logger;

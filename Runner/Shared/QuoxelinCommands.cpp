@@ -25,7 +25,9 @@ QuoxelinCommands& QuoxelinCommands::shared() {
 }
 
 bool QuoxelinCommands::execQuoxelindUp() {
-    return run(quoxelindPath, quoxelindUpArguments(mainBundle), nullptr);
+    const auto isThere = std::make_shared<bool>(true);
+    run(quoxelindPath, quoxelindUpArguments(mainBundle), nullptr, [isThere] { *isThere = false; });
+    return *isThere;
 }
 
 void QuoxelinCommands::execQuoxelinUp(const Completion<bool, QuoxelinExecError>& completion) {
@@ -52,27 +54,29 @@ void QuoxelinCommands::execQuoxelinStatus(
 
 void QuoxelinCommands::runForSuccess(const std::vector<std::string>& arguments,
                                      const Completion<bool, QuoxelinExecError>& completion) {
-    if (!run(quoxelinPath, arguments, [completion](const std::string&) { completion(true); }))
-        completion(tl::unexpected(QuoxelinExecError::connectionFailed));
+    run(
+        quoxelinPath, arguments, [completion](const std::string&) { completion(true); },
+        [completion] { completion(tl::unexpected(QuoxelinExecError::connectionFailed)); });
 }
 
 void QuoxelinCommands::runForStatus(const std::vector<std::string>& arguments,
                                     const Completion<HashiStatus, QuoxelinExecError>& completion) {
-    const bool asked =
-        run(quoxelinPath, arguments, [log = log, completion](const std::string& output) {
+    run(
+        quoxelinPath, arguments,
+        [log = log, completion](const std::string& output) {
             if (auto status = stringJsonToHashiStatus(output)) {
                 completion(*std::move(status));
                 return;
             }
             log("Failed to decode HashiStatus from output");
             completion(tl::unexpected(QuoxelinExecError::decodingFailed));
-        });
-    if (!asked)
-        completion(tl::unexpected(QuoxelinExecError::connectionFailed));
+        },
+        [completion] { completion(tl::unexpected(QuoxelinExecError::connectionFailed)); });
 }
 
-bool QuoxelinCommands::run(const std::string& path, const std::vector<std::string>& arguments,
-                           const std::function<void(const std::string& output)>& onReply) {
+void QuoxelinCommands::run(const std::string& path, const std::vector<std::string>& arguments,
+                           const std::function<void(const std::string& output)>& onReply,
+                           const std::function<void()>& onFailure) {
     const auto logged = [log = log](const std::string& message) {
         return [log, message] { log(message); };
     };
@@ -87,17 +91,19 @@ bool QuoxelinCommands::run(const std::string& path, const std::vector<std::strin
         log(fmt::format("remoteObjectProxy error: Error Domain={} Code={} \"{}\"", error.domain,
                         error.code, error.localizedDescription));
     };
-    return withHelper(xpc, events, [&](auto& helper, const auto& connection) {
-        log(fmt::format("Invoking runGoTool path={} args={}", path, fmt::join(arguments, " ")));
-        helper.runGoToolWithPath(path, arguments,
-                                 [log = log, connection, onReply,
-                                  command = arguments.front()](const std::string& output) {
-                                     log(fmt::format("runGoTool output ({}): {}", command, output));
-                                     connection->invalidate();
-                                     if (onReply)
-                                         onReply(output);
-                                 });
-    });
+    withHelper(
+        xpc, events, onFailure,
+        [log = log, path, arguments, onReply](auto& helper, const auto& connection) {
+            log(fmt::format("Invoking runGoTool path={} args={}", path, fmt::join(arguments, " ")));
+            helper.runGoToolWithPath(
+                path, arguments,
+                [log, connection, onReply, command = arguments.front()](const std::string& output) {
+                    log(fmt::format("runGoTool output ({}): {}", command, output));
+                    connection->invalidate();
+                    if (onReply)
+                        onReply(output);
+                });
+        });
 }
 
 void QuoxelinCommands::Log::operator()(const std::string& message) const {

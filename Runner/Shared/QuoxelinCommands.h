@@ -30,8 +30,8 @@ class QuoxelinCommands {
 
     static QuoxelinCommands& shared();
 
-    /// Starts the daemon with the bundle's conductor and signal hosts. True if the helper was
-    /// asked, false if there is no helper. The reply is only logged.
+    /// Starts the daemon with the bundle's conductor and signal hosts. False if it is known at once
+    /// that there is no helper. The reply is only logged.
     bool execQuoxelindUp();
 
     /// Brings the connection up. True for any output of the tool; fails with `connectionFailed`.
@@ -55,8 +55,9 @@ class QuoxelinCommands {
         void operator()(const std::string& message) const;
     };
 
-    bool run(const std::string& path, const std::vector<std::string>& arguments,
-             const std::function<void(const std::string& output)>& onReply);
+    void run(const std::string& path, const std::vector<std::string>& arguments,
+             const std::function<void(const std::string& output)>& onReply,
+             const std::function<void()>& onFailure);
     void runForStatus(const std::vector<std::string>& arguments,
                       const Completion<HashiStatus, QuoxelinExecError>& completion);
     void runForSuccess(const std::vector<std::string>& arguments,

@@ -10,9 +10,11 @@ class Service final : public SMAppService {
     explicit Service(SimulatedServiceManagement::Registration& registration)
         : registration(registration) {}
 
-    Result<void, Error> registerService() override { return registration.registerService(); }
+    void registerService(Completion<void, Error> completion) override {
+        completion(registration.registerService());
+    }
     Result<void, Error> unregisterService() override { return registration.unregisterService(); }
-    int status() const override { return registration.status(); }
+    void status(std::function<void(int)> completion) override { completion(registration.status()); }
 
   private:
     SimulatedServiceManagement::Registration& registration;

@@ -64,8 +64,9 @@ class SimulatedXPC::Connection final : public NSXPCConnection,
             close();
     }
 
-    std::shared_ptr<HelperToolProtocol>
-    remoteObjectProxyWithErrorHandler(std::function<void(const Error&)> handler) override;
+    void remoteObjectProxyWithErrorHandler(
+        std::function<void(const Error&)> handler,
+        std::function<void(std::shared_ptr<HelperToolProtocol>)> completion) override;
 
     void invalidate() override {
         const std::lock_guard lock(state->mutex);
@@ -159,12 +160,14 @@ class SimulatedXPC::Proxy final : public HelperToolProtocol {
     std::function<void(const Error&)> errorHandler;
 };
 
-std::shared_ptr<HelperToolProtocol> SimulatedXPC::Connection::remoteObjectProxyWithErrorHandler(
-    std::function<void(const Error&)> handler) {
-    const std::lock_guard lock(state->mutex);
-    if (!state->launchAllowed || state->helper == Helper::incompatible)
-        return nullptr;
-    return std::make_shared<Proxy>(shared_from_this(), service, std::move(handler));
+void SimulatedXPC::Connection::remoteObjectProxyWithErrorHandler(
+    std::function<void(const Error&)> handler,
+    std::function<void(std::shared_ptr<HelperToolProtocol>)> completion) {
+    std::unique_lock lock(state->mutex);
+    const bool isThere = state->launchAllowed && state->helper != Helper::incompatible;
+    lock.unlock();
+    completion(isThere ? std::make_shared<Proxy>(shared_from_this(), service, std::move(handler))
+                       : nullptr);
 }
 
 void SimulatedXPC::Connection::send(Message message,

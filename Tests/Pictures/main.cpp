@@ -61,7 +61,8 @@ int main(int argc, char** argv) {
         fmt::print(stderr, "panel-pictures FOLDER light|dark [STATE...]\n");
         return 2;
     }
-    const Toolkit toolkit(argv[0]);
+    Bus noBus("");
+    const Toolkit toolkit(argv[0], noBus);
     const bool dark = std::string(argv[2]) == "dark";
     if (dark)
         QApplication::setPalette(darkPalette());

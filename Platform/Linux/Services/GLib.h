@@ -7,7 +7,7 @@
 
 namespace quoxelin {
 
-// What it takes to keep GLib's objects, errors and answers in the ways of this program.
+// RAII for GLib.
 
 struct GObjectUnref {
     void operator()(gpointer object) const { g_object_unref(object); }
@@ -16,6 +16,12 @@ struct GObjectUnref {
 /// One reference to an object.
 template <typename Object>
 using GPtr = std::unique_ptr<Object, GObjectUnref>;
+
+struct GFree {
+    void operator()(char* text) const { g_free(text); }
+};
+
+using GText = std::unique_ptr<char, GFree>;
 
 /// The error of one call, if it makes one.
 class GFailure {

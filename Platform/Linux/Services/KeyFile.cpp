@@ -1,7 +1,6 @@
 #include "Platform/Linux/Services/KeyFile.h"
 
-#include <glib.h>
-#include <memory>
+#include "Platform/Linux/Services/GLib.h"
 
 namespace quoxelin {
 
@@ -20,8 +19,7 @@ KeyFile::KeyFile(const std::filesystem::path& path) {
     for (char** group = groups.get(); *group != nullptr; ++group) {
         const Words keys(g_key_file_get_keys(file.get(), *group, nullptr, nullptr), &g_strfreev);
         for (char** key = keys.get(); key != nullptr && *key != nullptr; ++key) {
-            const std::unique_ptr<char, decltype(&g_free)> value(
-                g_key_file_get_string(file.get(), *group, *key, nullptr), &g_free);
+            const GText value(g_key_file_get_string(file.get(), *group, *key, nullptr));
             if (value)
                 values[{*group, *key}] = value.get();
         }

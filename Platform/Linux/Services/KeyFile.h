@@ -7,12 +7,14 @@
 
 namespace quoxelin {
 
-/// The texts in a key file, as desktop entries and NetworkManager's plugins are written in, read
+/// The texts in a key file, the format of desktop entries and of NetworkManager's plugins. Parsed
 /// once.
 class KeyFile {
   public:
-    /// One that is missing or broken holds nothing.
+    /// One that is missing or broken is empty.
     explicit KeyFile(const std::filesystem::path& path);
+
+    bool isEmpty() const { return values.empty(); }
 
     std::optional<std::string> string(const std::string& group, const std::string& key) const;
 

@@ -1,13 +1,12 @@
 #include "Platform/Linux/Services/LinuxNetworkExtension.h"
 
 #include "Base/NotificationCenter.h"
+#include "Platform/Linux/Services/Bus.h"
 #include "Platform/Linux/Services/LinuxNETunnelProviderManager.h"
-#include "Platform/Linux/Services/MessageBus.h"
 
 namespace quoxelin {
 
-LinuxNetworkExtension::LinuxNetworkExtension(NotificationCenter& notificationCenter,
-                                             MessageBus& systemBus)
+LinuxNetworkExtension::LinuxNetworkExtension(NotificationCenter& notificationCenter, Bus& systemBus)
     : systemBus(systemBus),
       profiles(NetworkManagerProfiles::make(
           lifetime.weakly([&notificationCenter] { notificationCenter.post(NEVPNStatusDidChange); }),
@@ -21,7 +20,7 @@ LinuxNetworkExtension::~LinuxNetworkExtension() = default;
 
 void LinuxNetworkExtension::busChanged() {
     if (systemBus.isConnected())
-        profiles->client().connect(MessageBus::systemAddress().toStdString());
+        profiles->client().connect(Bus::systemAddress());
     else
         profiles->client().disconnect();
 }

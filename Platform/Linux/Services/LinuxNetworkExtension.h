@@ -7,7 +7,7 @@
 
 namespace quoxelin {
 
-class MessageBus;
+class Bus;
 class NetworkManagerProfiles;
 class NotificationCenter;
 
@@ -20,7 +20,7 @@ class LinuxNetworkExtension final : public NetworkExtension {
   public:
     /// NetworkManager is looked for on that bus, which lives longer, as does the notification
     /// centre, where the two notifications are posted.
-    LinuxNetworkExtension(NotificationCenter& notificationCenter, MessageBus& systemBus);
+    LinuxNetworkExtension(NotificationCenter& notificationCenter, Bus& systemBus);
     ~LinuxNetworkExtension() override;
 
     void loadAllFromPreferences(Completion<Managers, Error> completion) override;
@@ -33,7 +33,7 @@ class LinuxNetworkExtension final : public NetworkExtension {
   private:
     void busChanged();
 
-    MessageBus& systemBus;
+    Bus& systemBus;
     /// First, because what comes next refers to it and outlives this object.
     Lifetime lifetime;
     std::shared_ptr<NetworkManagerProfiles> profiles;

@@ -1,6 +1,5 @@
 #include "Platform/Linux/Services/LinuxUpdates.h"
 
-#include <QPointer>
 #include <algorithm>
 #include <utility>
 
@@ -8,14 +7,14 @@ namespace quoxelin {
 
 namespace {
 
-const QString packageName = QStringLiteral("quoxelin-desktop");
+const std::string packagePrefix = "quoxelin-desktop;";
 
 // PackageKit's bit fields.
-constexpr qulonglong noFilter = 1ULL << 1;
-constexpr qulonglong onlyTrusted = 1ULL << 1;
+constexpr std::uint64_t noFilter = 1ULL << 1;
+constexpr std::uint64_t onlyTrusted = 1ULL << 1;
 
-QString versionOf(const QString& packageId) {
-    return packageId.section(';', 1, 1);
+QString versionOf(const std::string& packageId) {
+    return QString::fromStdString(packageId).section(';', 1, 1);
 }
 
 } // namespace
@@ -38,7 +37,7 @@ class LinuxUpdates::Controller final : public SPUStandardUpdaterController, publ
     LinuxUpdates& updates;
 };
 
-LinuxUpdates::LinuxUpdates(MessageBus& bus)
+LinuxUpdates::LinuxUpdates(Bus& bus)
     : bus(bus),
       packageKit(bus, PackageKitTransaction::service, ServicePresence::Counts::runningOrActivatable,
                  [this] { presenceChanged(); }) {}
@@ -69,17 +68,21 @@ void LinuxUpdates::check() {
         return;
     showProgress(QStringLiteral("Checking for updates..."));
     // The lists of what there is may be old, and PackageKit does not renew them by itself.
-    run(QStringLiteral("RefreshCache"), {false}, [this](const Outcome&) { lookForUpdate(); });
+    run(
+        "RefreshCache", [](auto* message) { return sd_bus_message_append(message, "b", 0); },
+        [this](const Outcome&) { lookForUpdate(); });
 }
 
 void LinuxUpdates::lookForUpdate() {
-    run(QStringLiteral("GetUpdates"), {noFilter}, [this](const Outcome& listed) {
-        endTask();
-        showOutcome(listed);
-    });
+    run(
+        "GetUpdates", [](auto* message) { return sd_bus_message_append(message, "t", noFilter); },
+        [this](const Outcome& listed) {
+            endTask();
+            showOutcome(listed);
+        });
 }
 
-void LinuxUpdates::install(const QString& packageId) {
+void LinuxUpdates::install(const std::string& packageId) {
     // It may have been taken away meanwhile.
     if (!canCheck()) {
         window->show({.text = QStringLiteral("The update could not be installed."),
@@ -89,7 +92,11 @@ void LinuxUpdates::install(const QString& packageId) {
     }
     const auto version = versionOf(packageId);
     showProgress(QStringLiteral("Installing version %1...").arg(version));
-    run(QStringLiteral("UpdatePackages"), {onlyTrusted, QStringList{packageId}},
+    run(
+        "UpdatePackages",
+        [packageId](auto* message) {
+            return sd_bus_message_append(message, "tas", onlyTrusted, 1, packageId.c_str());
+        },
         [this, version](const Outcome&) {
             endTask();
             window->show({.text = QStringLiteral("Version %1 is installed.").arg(version),
@@ -99,7 +106,7 @@ void LinuxUpdates::install(const QString& packageId) {
 }
 
 /// One task of the service, in place of the one before.
-void LinuxUpdates::run(const QString& method, const QVariantList& arguments,
+void LinuxUpdates::run(const char* method, const Bus::Writer& arguments,
                        std::function<void(const Outcome&)> succeeded) {
     auto ended = [this, succeeded = std::move(succeeded)](const Outcome& outcome) {
         switch (outcome.kind) {
@@ -118,17 +125,12 @@ void LinuxUpdates::run(const QString& method, const QVariantList& arguments,
             return;
         }
     };
-    // The one before is in the middle of telling its end.
-    if (transaction)
-        transaction.release()->deleteLater();
-    transaction = std::make_unique<PackageKitTransaction>(bus.connection(), method, arguments,
-                                                          std::move(ended));
+    transaction = std::make_unique<PackageKitTransaction>(bus, method, arguments, std::move(ended));
     changed();
 }
 
 void LinuxUpdates::endTask() {
-    if (transaction)
-        transaction.release()->deleteLater();
+    transaction.reset();
     changed();
 }
 
@@ -143,9 +145,8 @@ void LinuxUpdates::showProgress(const QString& text) {
 
 void LinuxUpdates::showOutcome(const Outcome& listed) {
     const auto found =
-        std::find_if(listed.packages.begin(), listed.packages.end(), [](const QString& packageId) {
-            return packageId.section(';', 0, 0) == packageName;
-        });
+        std::find_if(listed.packages.begin(), listed.packages.end(),
+                     [](const auto& packageId) { return packageId.starts_with(packagePrefix); });
     if (found == listed.packages.end()) {
         window->show({.text = QStringLiteral("Quoxelin is up to date."),
                       .dismissal = QStringLiteral("Close")});

@@ -15,7 +15,7 @@ namespace quoxelin {
 class LinuxUpdates final : public Updates {
   public:
     /// The system's bus, which lives longer.
-    explicit LinuxUpdates(MessageBus& bus);
+    explicit LinuxUpdates(Bus& bus);
 
     std::unique_ptr<SPUStandardUpdaterController>
     makeStandardUpdaterController(bool startingUpdater) override;
@@ -28,15 +28,15 @@ class LinuxUpdates final : public Updates {
     void changed();
     void check();
     void lookForUpdate();
-    void install(const QString& packageId);
+    void install(const std::string& packageId);
     using Outcome = PackageKitTransaction::Outcome;
-    void run(const QString& method, const QVariantList& arguments,
+    void run(const char* method, const Bus::Writer& arguments,
              std::function<void(const Outcome&)> succeeded);
     void endTask();
     void showProgress(const QString& text);
     void showOutcome(const Outcome& listed);
 
-    MessageBus& bus;
+    Bus& bus;
     ServicePresence packageKit;
     bool started = false;
     bool lastTold = false;

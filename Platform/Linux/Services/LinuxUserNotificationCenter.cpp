@@ -1,19 +1,17 @@
 #include "Platform/Linux/Services/LinuxUserNotificationCenter.h"
 
-#include "Platform/Linux/Services/BusCall.h"
-
 #include <QGuiApplication>
 #include <QPointer>
+#include <algorithm>
 
 namespace quoxelin {
 
 namespace {
 
-const QString service = QStringLiteral("org.freedesktop.Notifications");
+constexpr const char* service = "org.freedesktop.Notifications";
 
-QDBusMessage serverCall(const QString& method) {
-    return QDBusMessage::createMethodCall(service, QStringLiteral("/org/freedesktop/Notifications"),
-                                          service, method);
+BusMethod serverMethod(const char* name) {
+    return {service, "/org/freedesktop/Notifications", service, name};
 }
 
 /// Work for the main thread, on a later turn of its loop.
@@ -22,19 +20,9 @@ void onMainThread(QObject* object, Work work) {
     QMetaObject::invokeMethod(object, std::move(work), Qt::QueuedConnection);
 }
 
-/// The server plays a sound of its own choice unless it is told otherwise.
-QVariantMap hints(bool sound) {
-    QVariantMap hints{{QStringLiteral("desktop-entry"), QGuiApplication::desktopFileName()}};
-    if (sound)
-        hints[QStringLiteral("sound-name")] = QStringLiteral("message-new-instant");
-    else
-        hints[QStringLiteral("suppress-sound")] = true;
-    return hints;
-}
-
 } // namespace
 
-LinuxUserNotificationCenter::LinuxUserNotificationCenter(MessageBus& bus)
+LinuxUserNotificationCenter::LinuxUserNotificationCenter(Bus& bus)
     : bus(bus), server(bus, service, ServicePresence::Counts::runningOrActivatable, [] {}) {}
 
 void LinuxUserNotificationCenter::setDelegate(
@@ -88,25 +76,41 @@ void LinuxUserNotificationCenter::present(const UNNotificationRequest& request) 
 
 /// Some servers take the body for markup and some do not; each says so.
 void LinuxUserNotificationCenter::deliver(const UNNotificationRequest& request, bool sound) {
-    callAsync(bus.connection(), serverCall(QStringLiteral("GetCapabilities")), *this,
-              [this, request, sound](const QDBusMessage& reply) {
-                  if (reply.type() == QDBusMessage::ReplyMessage)
-                      notify(request, sound,
-                             reply.arguments().value(0).toStringList().contains("body-markup"));
-              });
+    const auto number = ++questionCount;
+    questions[number] =
+        bus.call(serverMethod("GetCapabilities"), nullptr,
+                 [this, number, request, sound](const auto& reply) {
+                     questions.erase(number);
+                     if (!reply)
+                         return;
+                     const auto known = readTexts(*reply);
+                     notify(request, sound,
+                            std::find(known.begin(), known.end(), "body-markup") != known.end());
+                 });
 }
 
+/// The server plays a sound of its own choice unless it is told otherwise.
 void LinuxUserNotificationCenter::notify(const UNNotificationRequest& request, bool sound,
                                          bool bodyIsMarkup) {
-    constexpr uint replacesNone = 0;
-    constexpr int serversOwnTimeout = -1;
+    const auto name = QGuiApplication::applicationDisplayName().toUtf8();
+    const auto entry = QGuiApplication::desktopFileName().toUtf8();
     const auto body = QString::fromStdString(request.body);
-    auto call = serverCall(QStringLiteral("Notify"));
-    call << QGuiApplication::applicationDisplayName() << replacesNone
-         << QGuiApplication::desktopFileName() << QString::fromStdString(request.title)
-         << (bodyIsMarkup ? body.toHtmlEscaped() : body) << QStringList() << hints(sound)
-         << serversOwnTimeout;
-    bus.connection().send(call);
+    const auto write = [&](sd_bus_message* message) {
+        constexpr std::uint32_t replacesNone = 0;
+        constexpr int noActions = 0, hints = 2, serversOwnTimeout = -1;
+        sd_bus_message_append(message, "susssas", name.constData(), replacesNone, entry.constData(),
+                              busText(request.title).constData(),
+                              (bodyIsMarkup ? body.toHtmlEscaped() : body).toUtf8().constData(),
+                              noActions);
+        if (sound)
+            sd_bus_message_append(message, "a{sv}", hints, "desktop-entry", "s", entry.constData(),
+                                  "sound-name", "s", "message-new-instant");
+        else
+            sd_bus_message_append(message, "a{sv}", hints, "desktop-entry", "s", entry.constData(),
+                                  "suppress-sound", "b", 1);
+        return sd_bus_message_append(message, "i", serversOwnTimeout);
+    };
+    bus.call(serverMethod("Notify"), write, nullptr).cancel();
 }
 
 } // namespace quoxelin

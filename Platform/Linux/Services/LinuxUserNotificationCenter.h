@@ -3,6 +3,8 @@
 #include "Platform/Linux/Services/ServicePresence.h"
 #include "Platform/UserNotifications.h"
 
+#include <QObject>
+#include <map>
 #include <mutex>
 
 namespace quoxelin {
@@ -16,7 +18,7 @@ namespace quoxelin {
 class LinuxUserNotificationCenter final : public QObject, public UNUserNotificationCenter {
   public:
     /// The session's bus, which lives longer.
-    explicit LinuxUserNotificationCenter(MessageBus& bus);
+    explicit LinuxUserNotificationCenter(Bus& bus);
 
     void setDelegate(std::weak_ptr<UNUserNotificationCenterDelegate> delegate) override;
     void getNotificationSettings(std::function<void(UNNotificationSettings)> completion) override;
@@ -29,8 +31,11 @@ class LinuxUserNotificationCenter final : public QObject, public UNUserNotificat
     void deliver(const UNNotificationRequest& request, bool sound);
     void notify(const UNNotificationRequest& request, bool sound, bool bodyIsMarkup);
 
-    MessageBus& bus;
+    Bus& bus;
     ServicePresence server;
+    /// Questions about what the server can show, one for each notification that waits.
+    std::map<unsigned, Subscription> questions;
+    unsigned questionCount = 0;
     std::mutex mutex;
     std::weak_ptr<UNUserNotificationCenterDelegate> delegate;
 };

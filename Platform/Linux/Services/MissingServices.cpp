@@ -6,23 +6,25 @@ namespace quoxelin {
 
 using Counts = ServicePresence::Counts;
 
-MissingServices::MissingServices(MessageBus& session, MessageBus& system, QtStatusBar& statusBar,
+MissingServices::MissingServices(Bus& session, Bus& system, QtStatusBar& statusBar,
                                  std::function<void(const std::string&)> tell)
-    : statusBar(statusBar),
+    : session(session), system(system), statusBar(statusBar),
       tell(std::move(tell)), sessionBus{"The session bus", "a second start is not noticed"},
       systemBus{"The system bus", "nothing can be asked of the system's services"},
       tray{"The tray", "the icon waits for it; starting the application again opens the panel"} {
-    sessionObservation = session.observe([this, &session] { follow(session, sessionBus); });
-    systemObservation = system.observe([this, &system] { follow(system, systemBus); });
-    statusBar.setAppeared([this] { see(tray, true); });
     QMetaObject::invokeMethod(
-        this,
-        [this, &session, &system] {
-            follow(session, sessionBus);
-            follow(system, systemBus);
-            see(tray, QtStatusBar::hasTray());
-        },
-        Qt::QueuedConnection);
+        this, [this] { begin(); }, Qt::QueuedConnection);
+}
+
+void MissingServices::begin() {
+    const auto follow = [this](Bus& bus, Service& service) {
+        see(service, bus.isConnected());
+        return bus.observe([this, &bus, &service] { see(service, bus.isConnected()); });
+    };
+    sessionObservation = follow(session, sessionBus);
+    systemObservation = follow(system, systemBus);
+    see(tray, QtStatusBar::hasTray());
+    statusBar.setAppeared([this] { see(tray, true); });
     watch(session, "org.freedesktop.Notifications", Counts::runningOrActivatable,
           {"The notification server", "notifications are dropped"});
     watch(system, "org.freedesktop.NetworkManager", Counts::running,
@@ -37,15 +39,12 @@ MissingServices::~MissingServices() {
     statusBar.setAppeared(nullptr);
 }
 
-void MissingServices::watch(MessageBus& bus, const char* busName, Counts counts, Service service) {
+void MissingServices::watch(Bus& bus, const char* busName, Counts counts, Service service) {
     auto& one = watched.emplace_back();
     one.service = std::move(service);
-    one.presence.emplace(bus, busName, counts,
-                         [this, &one] { see(one.service, one.presence->isPresent()); });
-}
-
-void MissingServices::follow(MessageBus& bus, Service& service) {
-    see(service, bus.isConnected());
+    const auto seeNow = [this, &one] { see(one.service, one.presence->isPresent()); };
+    one.presence.emplace(bus, busName, counts, seeNow);
+    one.presence->whenKnown([seeNow](bool) { seeNow(); });
 }
 
 void MissingServices::see(Service& service, bool isPresent) {

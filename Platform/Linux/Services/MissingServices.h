@@ -15,7 +15,7 @@ class QtStatusBar;
 class MissingServices final : public QObject {
   public:
     /// `tell` receives a line for the log, from the event loop. All live longer.
-    MissingServices(MessageBus& session, MessageBus& system, QtStatusBar& statusBar,
+    MissingServices(Bus& session, Bus& system, QtStatusBar& statusBar,
                     std::function<void(const std::string& line)> tell);
     ~MissingServices() override;
 
@@ -31,11 +31,12 @@ class MissingServices final : public QObject {
         std::optional<ServicePresence> presence;
     };
 
-    void watch(MessageBus& bus, const char* busName, ServicePresence::Counts counts,
-               Service service);
-    void follow(MessageBus& bus, Service& service);
+    void begin();
+    void watch(Bus& bus, const char* busName, ServicePresence::Counts counts, Service service);
     void see(Service& service, bool isPresent);
 
+    Bus& session;
+    Bus& system;
     QtStatusBar& statusBar;
     std::function<void(const std::string&)> tell;
     Service sessionBus;

@@ -55,7 +55,7 @@ void forEachTunnel(NMClient* client, const Function& function) {
 GPtr<NMConnection> makeConnection() {
     GPtr<NMConnection> connection(nm_simple_connection_new());
     auto* general = nm_setting_connection_new();
-    const std::unique_ptr<char, decltype(&g_free)> uuid(nm_utils_uuid_generate(), &g_free);
+    const GText uuid(nm_utils_uuid_generate());
     g_object_set(general, NM_SETTING_CONNECTION_UUID, uuid.get(), NM_SETTING_CONNECTION_TYPE,
                  NM_SETTING_VPN_SETTING_NAME, NM_SETTING_CONNECTION_AUTOCONNECT, FALSE, nullptr);
     nm_setting_connection_add_permission(NM_SETTING_CONNECTION(general), "user", g_get_user_name(),

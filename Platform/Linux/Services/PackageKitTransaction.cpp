@@ -1,88 +1,71 @@
 #include "Platform/Linux/Services/PackageKitTransaction.h"
 
-#include "Platform/Linux/Services/BusCall.h"
-
-#include <QDBusObjectPath>
-#include <limits>
 #include <utility>
 
 namespace quoxelin {
 
 namespace {
 
-const QString transactionInterface = QStringLiteral("org.freedesktop.PackageKit.Transaction");
+constexpr const char* transactionInterface = "org.freedesktop.PackageKit.Transaction";
 
 /// How a transaction may have finished.
-constexpr uint exitSuccess = 1;
-constexpr uint exitCancelled = 3;
-constexpr uint exitCancelledByPriority = 9;
+constexpr std::uint32_t exitSuccess = 1;
+constexpr std::uint32_t exitCancelled = 3;
+constexpr std::uint32_t exitCancelledByPriority = 9;
 
 } // namespace
 
-const QString PackageKitTransaction::service = QStringLiteral("org.freedesktop.PackageKit");
-
-PackageKitTransaction::PackageKitTransaction(QDBusConnection connection, QString method,
-                                             QVariantList arguments,
+PackageKitTransaction::PackageKitTransaction(Bus& bus, const char* method, Bus::Writer arguments,
                                              std::function<void(const Outcome&)> ended)
-    : bus(std::move(connection)), method(std::move(method)), arguments(std::move(arguments)),
-      ended(std::move(ended)), watcher(service, bus, QDBusServiceWatcher::WatchForUnregistration) {
-    connect(&watcher, &QDBusServiceWatcher::serviceUnregistered, this,
-            &PackageKitTransaction::serviceEnded);
-    const auto create =
-        QDBusMessage::createMethodCall(service, QStringLiteral("/org/freedesktop/PackageKit"),
-                                       service, QStringLiteral("CreateTransaction"));
-    callAsync(bus, create, *this, [this](const QDBusMessage& reply) {
-        if (reply.type() == QDBusMessage::ReplyMessage) {
-            follow(qvariant_cast<QDBusObjectPath>(reply.arguments().value(0)).path());
-            return;
-        }
-        error = errorText(reply);
-        end(Outcome::Kind::failed);
-    });
+    : bus(bus), method(method), arguments(std::move(arguments)), ended(std::move(ended)) {
+    serviceObservation = bus.match("type='signal',sender='org.freedesktop.DBus',"
+                                   "member='NameOwnerChanged',arg2='',arg0='" +
+                                       std::string(service) + "'",
+                                   [this](auto*) { serviceEnded(); });
+    question = bus.call({service, "/org/freedesktop/PackageKit", service, "CreateTransaction"},
+                        nullptr, [this](const auto& reply) {
+                            const char* created = nullptr;
+                            if (reply && sd_bus_message_read(*reply, "o", &created) > 0) {
+                                path = created;
+                                return follow();
+                            }
+                            if (!reply)
+                                error = reply.error().text;
+                            end(Outcome::Kind::failed);
+                        });
 }
 
-void PackageKitTransaction::follow(const QString& transaction) {
-    path = transaction;
-    const auto listen = [this](const char* signal, const char* slot) {
-        bus.connect(service, path, transactionInterface, signal, this, slot);
-    };
-    listen("Package", SLOT(receivePackage(uint, QString, QString)));
-    listen("ErrorCode", SLOT(receiveErrorCode(uint, QString)));
-    listen("Finished", SLOT(receiveFinished(uint, uint)));
+void PackageKitTransaction::follow() {
     if (isCancelled)
-        end(Outcome::Kind::cancelled);
-    else
-        call(QStringLiteral("SetHints"), {QStringList{QStringLiteral("interactive=true")}},
-             [this] { begin(); });
+        return end(Outcome::Kind::cancelled);
+    signals = bus.match("type='signal',sender='" + std::string(service) + "',path='" + path +
+                            "',interface='" + transactionInterface + "'",
+                        [this](auto* signal) { receive(signal); });
+    call(
+        "SetHints",
+        [](auto* message) { return sd_bus_message_append(message, "as", 1, "interactive=true"); },
+        [this] { call(method, arguments, [] {}); });
 }
 
-void PackageKitTransaction::begin() {
-    call(method, arguments, [] {});
-}
-
-/// The reply to a task may wait for a person; its outcome comes as signals.
-void PackageKitTransaction::call(const QString& name, const QVariantList& values,
+/// The reply to a task may wait for the user; its outcome comes as signals.
+void PackageKitTransaction::call(const char* name, const Bus::Writer& write,
                                  std::function<void()> succeeded) {
-    auto message = QDBusMessage::createMethodCall(service, path, transactionInterface, name);
-    message.setArguments(values);
-    callAsync(
-        bus, message, *this,
-        [this, succeeded = std::move(succeeded)](const QDBusMessage& reply) {
-            if (reply.type() == QDBusMessage::ReplyMessage) {
-                succeeded();
-                return;
-            }
-            error = errorText(reply);
+    question = bus.call(
+        {service, path.c_str(), transactionInterface, name}, write,
+        [this, succeeded = std::move(succeeded)](const auto& reply) {
+            if (reply)
+                return succeeded();
+            error = reply.error().text;
             end(Outcome::Kind::failed);
         },
-        std::numeric_limits<int>::max());
+        Bus::noDeadline);
 }
 
 void PackageKitTransaction::cancel() {
     isCancelled = true;
-    if (!path.isEmpty())
-        bus.send(QDBusMessage::createMethodCall(service, path, transactionInterface,
-                                                QStringLiteral("Cancel")));
+    if (!path.empty())
+        bus.call({service, path.c_str(), transactionInterface, "Cancel"}, nullptr, nullptr)
+            .cancel();
 }
 
 void PackageKitTransaction::serviceEnded() {
@@ -90,15 +73,21 @@ void PackageKitTransaction::serviceEnded() {
     end(Outcome::Kind::failed);
 }
 
-void PackageKitTransaction::receivePackage(uint, const QString& id, const QString&) {
-    packages.push_back(id);
+void PackageKitTransaction::receive(sd_bus_message* signal) {
+    const auto is = [signal](const char* name) {
+        return sd_bus_message_is_signal(signal, transactionInterface, name) > 0;
+    };
+    std::uint32_t code = 0;
+    const char* text = nullptr;
+    if (is("Package") && sd_bus_message_read(signal, "us", &code, &text) > 0)
+        packages.emplace_back(text);
+    else if (is("ErrorCode") && sd_bus_message_read(signal, "us", &code, &text) > 0)
+        error = text;
+    else if (is("Finished") && sd_bus_message_read(signal, "u", &code) > 0)
+        receiveEnd(code);
 }
 
-void PackageKitTransaction::receiveErrorCode(uint, const QString& details) {
-    error = details.toStdString();
-}
-
-void PackageKitTransaction::receiveFinished(uint exit, uint) {
+void PackageKitTransaction::receiveEnd(std::uint32_t exit) {
     if (exit == exitSuccess)
         end(Outcome::Kind::succeeded);
     else if (exit == exitCancelled || exit == exitCancelledByPriority)
@@ -107,6 +96,7 @@ void PackageKitTransaction::receiveFinished(uint exit, uint) {
         end(Outcome::Kind::failed);
 }
 
+/// Last of all, as it may destroy this object.
 void PackageKitTransaction::end(Outcome::Kind kind) {
     if (const auto once = std::exchange(ended, nullptr))
         once({kind, packages, error.empty() ? "The package service gave no reason." : error});

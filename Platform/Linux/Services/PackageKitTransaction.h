@@ -1,38 +1,27 @@
 #pragma once
 
-#include <QDBusConnection>
-#include <QDBusServiceWatcher>
-#include <QObject>
-#include <QStringList>
-#include <QVariantList>
-#include <functional>
-#include <optional>
-#include <string>
-
-class QDBusMessage;
+#include "Platform/Linux/Services/Bus.h"
 
 namespace quoxelin {
 
 /// One task of the package service: a method of a transaction of its own, followed to its end. To
 /// destroy it is to hear no more of it. Main thread only.
-class PackageKitTransaction final : public QObject {
-    Q_OBJECT
-
+class PackageKitTransaction {
   public:
-    static const QString service;
+    static constexpr const char* service = "org.freedesktop.PackageKit";
 
     struct Outcome {
         enum class Kind { succeeded, cancelled, failed };
         Kind kind;
         /// The packages it was about: "name;version;architecture;data".
-        QStringList packages;
+        std::vector<std::string> packages;
         /// Why it failed.
         std::string error;
     };
 
     /// Begins at once. `ended` is called once, later, and may destroy the transaction. The service
     /// asks polkit, and polkit the user, where the task needs it.
-    PackageKitTransaction(QDBusConnection bus, QString method, QVariantList arguments,
+    PackageKitTransaction(Bus& bus, const char* method, Bus::Writer arguments,
                           std::function<void(const Outcome&)> ended);
 
     /// Asks for its end, which is told as always.
@@ -41,26 +30,23 @@ class PackageKitTransaction final : public QObject {
     /// The service is there no longer, perhaps because its bus is not. What it was asked for fails.
     void serviceEnded();
 
-  private Q_SLOTS:
-    void receivePackage(uint info, const QString& id, const QString& summary);
-    void receiveErrorCode(uint code, const QString& details);
-    void receiveFinished(uint exit, uint runtime);
-
   private:
-    void follow(const QString& path);
-    void begin();
-    void call(const QString& method, const QVariantList& arguments,
-              std::function<void()> succeeded);
+    void follow();
+    void call(const char* name, const Bus::Writer& write, std::function<void()> succeeded);
+    void receive(sd_bus_message* signal);
+    void receiveEnd(std::uint32_t exit);
     void end(Outcome::Kind kind);
 
-    QDBusConnection bus;
-    const QString method;
-    const QVariantList arguments;
+    Bus& bus;
+    const char* const method;
+    const Bus::Writer arguments;
     std::function<void(const Outcome&)> ended;
-    QDBusServiceWatcher watcher;
-    QString path;
+    Subscription question;
+    Subscription signals;
+    Subscription serviceObservation;
+    std::string path;
     bool isCancelled = false;
-    QStringList packages;
+    std::vector<std::string> packages;
     std::string error;
 };
 

@@ -1,39 +1,27 @@
 #include "Platform/Linux/Services/ServicePresence.h"
 
-#include "Platform/Linux/Services/BusCall.h"
-
+#include <algorithm>
 #include <utility>
 
 namespace quoxelin {
 
 namespace {
 
-const QString busName = QStringLiteral("org.freedesktop.DBus");
-const QString busPath = QStringLiteral("/org/freedesktop/DBus");
+/// The bus itself answers in milliseconds; one that hangs has nobody to offer.
+constexpr std::chrono::seconds deadline{1};
 
-QDBusMessage busCall(const QString& method) {
-    return QDBusMessage::createMethodCall(busName, busPath, busName, method);
-}
-
-bool isYes(const QDBusMessage& reply) {
-    return reply.type() == QDBusMessage::ReplyMessage && reply.arguments().value(0).toBool();
-}
-
-bool listHas(const QDBusMessage& reply, const QString& name) {
-    return reply.type() == QDBusMessage::ReplyMessage &&
-           reply.arguments().value(0).toStringList().contains(name);
-}
+const std::string fromTheBus = "type='signal',sender='org.freedesktop.DBus',member=";
 
 } // namespace
 
-ServicePresence::ServicePresence(MessageBus& bus, QString service, Counts counts,
+ServicePresence::ServicePresence(Bus& bus, std::string service, Counts counts,
                                  std::function<void()> changed)
     : bus(bus), service(std::move(service)), counts(counts), changed(std::move(changed)) {
-    watcher.addWatchedService(this->service);
-    connect(&watcher, &QDBusServiceWatcher::serviceOwnerChanged, this, [this] { ask(); });
     busObservation = bus.observe([this] { follow(); });
-    QMetaObject::invokeMethod(
-        this, [this] { follow(); }, Qt::QueuedConnection);
+    if (bus.isConnected())
+        follow();
+    else
+        present = false;
 }
 
 void ServicePresence::whenKnown(std::function<void(bool)> completion) {
@@ -44,36 +32,42 @@ void ServicePresence::whenKnown(std::function<void(bool)> completion) {
 }
 
 void ServicePresence::follow() {
-    if (bus.isConnected()) {
-        watcher.setConnection(bus.connection());
-        auto connection = bus.connection();
-        connection.connect(busName, busPath, busName, QStringLiteral("ActivatableServicesChanged"),
-                           this, SLOT(ask()));
+    if (!bus.isConnected()) {
+        question.cancel();
+        return know(false);
     }
+    present.reset();
+    const auto askAgain = [this](sd_bus_message*) { ask(); };
+    ownerObservation =
+        bus.match(fromTheBus + "'NameOwnerChanged',arg0='" + service + "'", askAgain);
+    listObservation = bus.match(fromTheBus + "'ActivatableServicesChanged'", askAgain);
     ask();
 }
 
 void ServicePresence::ask() {
-    const auto asked = ++question;
-    if (!bus.isConnected()) {
-        know(false);
-        return;
-    }
-    auto running = busCall(QStringLiteral("NameHasOwner"));
-    running << service;
-    callAsync(bus.connection(), running, *this, [this, asked](const QDBusMessage& owned) {
-        if (asked != question)
-            return;
-        if (isYes(owned) || counts == Counts::running) {
-            know(isYes(owned));
-            return;
-        }
-        const auto activatable = busCall(QStringLiteral("ListActivatableNames"));
-        callAsync(bus.connection(), activatable, *this, [this, asked](const QDBusMessage& names) {
-            if (asked == question)
-                know(listHas(names, service));
-        });
-    });
+    question = bus.call(
+        busMethod("NameHasOwner"),
+        [this](auto* message) { return sd_bus_message_append(message, "s", service.c_str()); },
+        [this](const auto& reply) {
+            int isOwned = 0;
+            if (reply)
+                sd_bus_message_read(*reply, "b", &isOwned);
+            if (isOwned != 0 || counts == Counts::running)
+                know(isOwned != 0);
+            else
+                askForActivatable();
+        },
+        deadline);
+}
+
+void ServicePresence::askForActivatable() {
+    question = bus.call(
+        busMethod("ListActivatableNames"), nullptr,
+        [this](const auto& reply) {
+            const auto names = reply ? readTexts(*reply) : std::vector<std::string>();
+            know(std::find(names.begin(), names.end(), service) != names.end());
+        },
+        deadline);
 }
 
 void ServicePresence::know(bool value) {

@@ -1,117 +1,126 @@
 #include "Platform/Linux/Services/SingleInstance.h"
 
-#include "Platform/Linux/Services/BusCall.h"
+#include <cstdlib>
+#include <utility>
 
 namespace quoxelin {
 
 namespace {
 
-const QString applicationName = QStringLiteral("com.quoxelin.desktop");
-const QString applicationPath = QStringLiteral("/com/quoxelin/desktop");
-const QString applicationInterface = QStringLiteral("org.freedesktop.Application");
+constexpr const char* applicationName = "com.quoxelin.desktop";
+constexpr const char* applicationPath = "/com/quoxelin/desktop";
+constexpr const char* applicationInterface = "org.freedesktop.Application";
 
-/// What the desktop told this process about the start, which belongs to whoever comes to the front.
-QVariantMap platformData() {
-    QVariantMap data;
+/// How long the bus itself may take.
+constexpr std::chrono::milliseconds busPatience{1000};
+
+/// What the desktop told this process about the start, which the first needs to come to the front.
+int appendPlatformData(sd_bus_message* message) {
+    sd_bus_message_open_container(message, SD_BUS_TYPE_ARRAY, "{sv}");
     for (const auto& [variable, key] : {std::pair("DESKTOP_STARTUP_ID", "desktop-startup-id"),
                                         std::pair("XDG_ACTIVATION_TOKEN", "activation-token")})
-        if (const auto value = qEnvironmentVariable(variable); !value.isEmpty())
-            data[key] = value;
-    return data;
+        if (const char* value = std::getenv(variable); value != nullptr && *value != '\0')
+            sd_bus_message_append(message, "{sv}", key, "s", value);
+    return sd_bus_message_close_container(message);
 }
 
-/// Whoever has the name keeps it, and nobody waits for it.
-QDBusMessage requestForName() {
-    constexpr uint doNotQueue = 4;
-    const QString busName = QStringLiteral("org.freedesktop.DBus");
-    auto call = QDBusMessage::createMethodCall(busName, QStringLiteral("/org/freedesktop/DBus"),
-                                               busName, QStringLiteral("RequestName"));
-    call << applicationName << doNotQueue;
-    return call;
-}
-
-bool isTaken(const QDBusMessage& reply) {
-    constexpr uint primaryOwner = 1;
-    constexpr uint alreadyOwner = 4;
-    if (reply.type() != QDBusMessage::ReplyMessage)
-        return false;
-    const auto outcome = reply.arguments().value(0).toUInt();
-    return outcome != primaryOwner && outcome != alreadyOwner;
-}
-
-QDBusMessage request(const std::optional<std::string>& url) {
-    auto call =
-        QDBusMessage::createMethodCall(applicationName, applicationPath, applicationInterface,
-                                       url ? QStringLiteral("Open") : QStringLiteral("Activate"));
-    call.setAutoStartService(false);
-    if (url)
-        call << QStringList{QString::fromStdString(*url)};
-    call << platformData();
-    return call;
+bool isUnowned(const BusError& error) {
+    return error.name == SD_BUS_ERROR_SERVICE_UNKNOWN ||
+           error.name == SD_BUS_ERROR_NAME_HAS_NO_OWNER;
 }
 
 } // namespace
 
-SingleInstance::SingleInstance(MessageBus& bus, Requests requests)
-    : bus(bus), requests(std::move(requests)) {
-    busObservation = bus.observe([this] {
-        if (claimed && this->bus.isConnected())
-            ownLater();
-    });
-}
+const sd_bus_vtable SingleInstance::table[] = {
+    SD_BUS_VTABLE_START(0),
+    SD_BUS_METHOD(
+        "Activate", "a{sv}", "",
+        [](sd_bus_message* message, void* self, sd_bus_error*) {
+            static_cast<SingleInstance*>(self)->requests.activate();
+            return sd_bus_reply_method_return(message, nullptr);
+        },
+        SD_BUS_VTABLE_UNPRIVILEGED),
+    SD_BUS_METHOD(
+        "Open", "asa{sv}", "",
+        [](sd_bus_message* message, void* self, sd_bus_error*) {
+            static_cast<SingleInstance*>(self)->requests.open(readTexts(message));
+            return sd_bus_reply_method_return(message, nullptr);
+        },
+        SD_BUS_VTABLE_UNPRIVILEGED),
+    // The desktop entry offers no actions.
+    SD_BUS_METHOD(
+        "ActivateAction", "sava{sv}", "",
+        [](sd_bus_message* message, void* self, sd_bus_error*) {
+            static_cast<SingleInstance*>(self)->requests.activate();
+            return sd_bus_reply_method_return(message, nullptr);
+        },
+        SD_BUS_VTABLE_UNPRIVILEGED),
+    SD_BUS_VTABLE_END,
+};
 
-/// The object comes before the name, so that whoever sees the name finds it.
-ApplicationObject& SingleInstance::offer() {
-    for (auto* former : children())
-        former->deleteLater();
-    auto* const object = new ApplicationObject(requests, this);
-    auto connection = bus.connection();
-    connection.registerObject(applicationPath, object, QDBusConnection::ExportAllSlots);
-    return *object;
-}
+SingleInstance::SingleInstance(Bus& bus, Requests requests)
+    : bus(bus), requests(std::move(requests)) {}
 
-void SingleInstance::withdraw(ApplicationObject& object) {
-    auto connection = bus.connection();
-    connection.unregisterObject(applicationPath);
-    object.deleteLater();
-}
-
-/// False when somebody else has the name. A bus that does not say so may still give it.
-bool SingleInstance::own(std::chrono::milliseconds patience) {
-    auto& object = offer();
-    const auto reply =
-        bus.connection().call(requestForName(), QDBus::Block, static_cast<int>(patience.count()));
-    if (!isTaken(reply))
-        return true;
-    withdraw(object);
-    return false;
-}
-
-void SingleInstance::ownLater() {
-    auto& object = offer();
-    callAsync(bus.connection(), requestForName(), object,
-              [this, &object](const QDBusMessage& reply) {
-                  if (isTaken(reply))
-                      withdraw(object);
-              });
+/// Asks for the name, without queueing for it. The object comes first, so that whoever sees the
+/// name finds it.
+void SingleInstance::own() {
+    isOwner.reset();
+    object = bus.serveObject(applicationPath, applicationInterface, table, this);
+    ownership = bus.call(
+        busMethod("RequestName"),
+        [](auto* message) {
+            return sd_bus_message_append(message, "su", applicationName, std::uint32_t{4});
+        },
+        [this](const auto& reply) {
+            constexpr std::uint32_t exists = 3;
+            std::uint32_t outcome = 0;
+            if (reply)
+                sd_bus_message_read(*reply, "u", &outcome);
+            isOwner = outcome != exists;
+            if (!*isOwner)
+                object.cancel();
+        });
 }
 
 Result<SingleInstance::Role, std::string>
 SingleInstance::claim(const std::optional<std::string>& url, std::chrono::milliseconds patience) {
-    claimed = true;
+    busObservation = bus.observe([this] {
+        if (bus.isConnected())
+            own();
+    });
     // The second attempt is for a first instance that has just left.
-    for (int attempt = 0; attempt < 2; ++attempt) {
-        if (!bus.isConnected() || own(patience))
+    for (int attempt = 0; attempt < 2 && bus.isConnected(); ++attempt) {
+        own();
+        bus.serveUntil([this] { return isOwner.has_value(); }, busPatience);
+        if (isOwner.value_or(true))
             return Role::first;
-        const auto reply =
-            bus.connection().call(request(url), QDBus::Block, static_cast<int>(patience.count()));
-        if (reply.type() == QDBusMessage::ReplyMessage)
+        const auto problem = handOver(url, patience);
+        if (!problem)
             return Role::follower;
-        if (reply.errorName() != "org.freedesktop.DBus.Error.ServiceUnknown" &&
-            reply.errorName() != "org.freedesktop.DBus.Error.NameHasNoOwner")
-            return tl::unexpected("the running application does not answer: " + errorText(reply));
+        if (!isUnowned(*problem))
+            return tl::unexpected("the running application does not answer: " + problem->text);
     }
     return Role::first;
+}
+
+std::optional<BusError> SingleInstance::handOver(const std::optional<std::string>& url,
+                                                 std::chrono::milliseconds patience) {
+    std::optional<BusError> problem = BusError{SD_BUS_ERROR_NO_REPLY, "it took too long to reply"};
+    bool isAnswered = false;
+    const auto request = bus.call(
+        {applicationName, applicationPath, applicationInterface, url ? "Open" : "Activate"},
+        [&url](auto* message) {
+            sd_bus_message_set_auto_start(message, 0);
+            if (url)
+                sd_bus_message_append(message, "as", 1, url->c_str());
+            return appendPlatformData(message);
+        },
+        [&](const auto& reply) {
+            isAnswered = true;
+            problem = reply ? std::nullopt : std::optional(reply.error());
+        });
+    bus.serveUntil([&] { return isAnswered; }, patience);
+    return problem;
 }
 
 } // namespace quoxelin

@@ -1,5 +1,7 @@
 #include "Platform/Linux/Services/VPNProfile.h"
 
+#include "Platform/Linux/Services/GLib.h"
+
 namespace quoxelin {
 
 namespace {
@@ -16,8 +18,7 @@ std::optional<std::string> toOptional(const char* text) {
 
 /// D-Bus carries nothing but valid UTF-8.
 std::string valid(const std::string& text) {
-    const std::unique_ptr<char, decltype(&g_free)> made(
-        g_utf8_make_valid(text.c_str(), static_cast<gssize>(text.size())), &g_free);
+    const GText made(g_utf8_make_valid(text.c_str(), static_cast<gssize>(text.size())));
     return made.get();
 }
 

@@ -1,4 +1,3 @@
-#include "Platform/Linux/Services/BusCall.h"
 #include "Platform/Linux/Services/LinuxUpdates.h"
 #include "Tests/Platform/Linux/EventLoop.h"
 #include "Tests/Platform/Linux/PrivateBus.h"
@@ -38,7 +37,7 @@ class LinuxUpdatesTest : public ::testing::Test {
             path = QString("/%1_test").arg(++transactions);
             return call.createReply(QVariant::fromValue(QDBusObjectPath(path)));
         }
-        EXPECT_EQ(call.path(), path);
+        EXPECT_EQ(call.path(), call.member() == "Later" ? "/" : path);
         if (refused == call.member())
             return call.createErrorReply("org.freedesktop.PackageKit.Transaction.RefusedByPolicy",
                                          "not for you");
@@ -91,7 +90,7 @@ class LinuxUpdatesTest : public ::testing::Test {
     void check() { controller->checkForUpdates(); }
 
     RunningBus daemon;
-    MessageBus bus{daemon.address()};
+    ServedBus bus{daemon.address()};
     LinuxUpdates updater{bus};
     std::unique_ptr<SPUStandardUpdaterController> controller =
         updater.makeStandardUpdaterController(true);
@@ -207,8 +206,8 @@ TEST_F(LinuxUpdatesTest, survivesTheEndOfTheBusInTheMiddle) {
     runLoopUntil([&] { return !packageKit->calls("GetUpdates").empty(); });
     // The answer that accepts the task has come before that of a later call.
     bool isAccepted = false;
-    callAsync(bus.connection(), QDBusMessage::createMethodCall(service, path, "", "Later"), bus,
-              [&](const QDBusMessage&) { isAccepted = true; });
+    const auto later = bus.call({"org.freedesktop.PackageKit", "/", "test.Later", "Later"}, nullptr,
+                                [&](const auto&) { isAccepted = true; });
     runLoopUntil([&] { return isAccepted; });
     daemon.stop();
     awaitText("The update failed.");

@@ -63,7 +63,7 @@ class LinuxUserNotificationCenterTest : public ::testing::Test {
     }
 
     RunningBus daemon;
-    MessageBus bus{daemon.address()};
+    ServedBus bus{daemon.address()};
     LinuxUserNotificationCenter center{bus};
     std::shared_ptr<Delegate> delegate = std::make_shared<Delegate>();
     QStringList capabilities{"body", "body-markup"};

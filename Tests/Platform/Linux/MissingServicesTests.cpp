@@ -23,8 +23,8 @@ class MissingServicesTest : public ::testing::Test {
     static QDBusMessage answer(const QDBusMessage& call) { return call.createReply(); }
 
     PrivateBus sessionDaemon, systemDaemon;
-    MessageBus session{sessionDaemon.address()};
-    MessageBus system{systemDaemon.address()};
+    ServedBus session{sessionDaemon.address()};
+    ServedBus system{systemDaemon.address()};
     QMenu menu;
     ClickWatch clicks;
     QtStatusBar statusBar{menu, clicks};

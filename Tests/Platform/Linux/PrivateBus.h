@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Platform/Linux/Services/Bus.h"
 #include "Tests/Support/TemporaryDirectory.h"
 
 #include <QDBusConnection>
@@ -10,6 +11,9 @@
 #include <QStandardPaths>
 #include <functional>
 #include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
 #include <vector>
 
 namespace quoxelin::testing {
@@ -78,6 +82,45 @@ class RunningBus final : public PrivateBus {
     RunningBus() { start(); }
 };
 
+/// A socket that takes connections and never answers.
+class HungBus {
+  public:
+    HungBus() {
+        sockaddr_un place = {};
+        place.sun_family = AF_UNIX;
+        path().string().copy(place.sun_path, sizeof place.sun_path - 1);
+        EXPECT_EQ(::bind(listener, reinterpret_cast<sockaddr*>(&place), sizeof place), 0);
+        EXPECT_EQ(::listen(listener, 64), 0);
+    }
+    ~HungBus() { ::close(listener); }
+    HungBus(const HungBus&) = delete;
+    HungBus& operator=(const HungBus&) = delete;
+
+    std::string address() const { return "unix:path=" + path().string(); }
+
+  private:
+    std::filesystem::path path() const { return directory.path() / "bus"; }
+
+    TemporaryDirectory directory;
+    const int listener = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+};
+
+/// How many files a directory has: of /proc/self/task the threads, of /proc/self/fd the
+/// descriptors.
+inline std::size_t entriesOf(const char* directory) {
+    const std::filesystem::directory_iterator begin(directory), end;
+    return static_cast<std::size_t>(std::distance(begin, end));
+}
+
+/// The program's own connection to a bus, as it is once the event loop runs.
+class ServedBus final : public Bus {
+  public:
+    explicit ServedBus(const QString& address) : Bus(address.toStdString()) {
+        serveUntil([this] { return isConnected(); }, std::chrono::seconds(10));
+        serve();
+    }
+};
+
 /// A service on a private bus: it keeps every call to any of its objects and answers as the test
 /// says, in the thread that made it.
 class FakeService final : public QDBusVirtualObject {
@@ -90,10 +133,7 @@ class FakeService final : public QDBusVirtualObject {
         connection.registerVirtualObject("/", this, QDBusConnection::SubPath);
         own();
     }
-    ~FakeService() override {
-        connection.unregisterObject("/");
-        connection.unregisterService(name);
-    }
+    ~FakeService() override { QDBusConnection::disconnectFromBus(connection.name()); }
 
     void own() { ASSERT_TRUE(connection.registerService(name)); }
     void disown() { connection.unregisterService(name); }

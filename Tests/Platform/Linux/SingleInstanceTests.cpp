@@ -2,6 +2,7 @@
 #include "Tests/Platform/Linux/EventLoop.h"
 #include "Tests/Platform/Linux/PrivateBus.h"
 
+#include <QThread>
 #include <thread>
 
 namespace quoxelin::testing {
@@ -14,14 +15,18 @@ constexpr std::chrono::milliseconds patience{10000};
 
 /// An instance with what it was asked to do.
 struct Instance {
-    explicit Instance(const QString& address) : bus(address) {}
+    explicit Instance(const QString& address) : bus(address.toStdString()) {
+        bus.serveUntil([this] { return bus.isConnected(); }, patience);
+        if (QThread::currentThread() == qApp->thread())
+            bus.serve();
+    }
 
     auto claim(const std::optional<std::string>& url = std::nullopt,
                std::chrono::milliseconds wait = patience) {
         return single.claim(url, wait);
     }
 
-    MessageBus bus;
+    Bus bus;
     std::vector<std::string> asked;
     SingleInstance single{bus,
                           {.open =

@@ -15,6 +15,7 @@ int main(int argc, char** argv) {
         ::setenv(bus, "disabled:", 1);
     ::setenv("QT_QPA_PLATFORM", "offscreen", 0);
     ::testing::InitGoogleTest(&argc, argv);
-    const quoxelin::Toolkit toolkit(argv[0]);
+    quoxelin::Bus noBus("");
+    const quoxelin::Toolkit toolkit(argv[0], noBus);
     return RUN_ALL_TESTS();
 }

@@ -10,8 +10,10 @@ namespace quoxelin::testing {
 class LoginItemTest : public ::testing::Test {
   protected:
     LoginItem::Outcome launch(const std::optional<std::string>& build) {
-        return LoginItem::registerIfNeeded(
-            defaults, build, [this] { return services.mainApp()->registerService(); });
+        std::optional<LoginItem::Outcome> told;
+        LoginItem::registerIfNeeded(defaults, build, *services.mainApp(),
+                                    [&](LoginItem::Outcome outcome) { told = std::move(outcome); });
+        return told.value();
     }
 
     void unregister() {

@@ -168,8 +168,11 @@ TEST_F(SteeringTest, steersTheHelper) {
     answerTo(R"({"do":"helper-output","argument":"up","output":"ok"})");
     const auto connection = system.xpc.privilegedConnection("service");
     connection->resume();
-    connection->remoteObjectProxyWithErrorHandler([](const Error&) {})
-        ->runGoToolWithPath("/bin/tool", {"up", "now"}, [](const std::string&) {});
+    connection->remoteObjectProxyWithErrorHandler(
+        [](const Error&) {},
+        [](const auto& proxy) {
+            proxy->runGoToolWithPath("/bin/tool", {"up", "now"}, [](const std::string&) {});
+        });
     EXPECT_EQ(answerTo(R"({"do":"helper-messages"})"),
               R"({"ok":true,"do":"helper-messages","messages":[{"path":"/bin/tool",)"
               R"("arguments":["up","now"]}]})");
@@ -179,12 +182,13 @@ TEST_F(SteeringTest, steersTheHelper) {
 
 TEST_F(SteeringTest, steersTheRegistrations) {
     answerTo(R"({"do":"require-service-approval","service":"helper"})");
-    static_cast<void>(system.serviceManagement.daemon(simulatedHelperPlistName)->registerService());
+    static_cast<void>(
+        system.serviceManagement.daemonRegistration(simulatedHelperPlistName).registerService());
     EXPECT_EQ(answerTo(R"({"do":"service-state"})"),
               R"({"ok":true,"do":"service-state","login-item":0,"helper":2})");
     answerTo(R"({"do":"approve-service","service":"helper"})");
     answerTo(R"({"do":"fail-service","service":"login-item","error":{"code":3}})");
-    EXPECT_FALSE(system.serviceManagement.mainApp()->registerService().has_value());
+    EXPECT_FALSE(system.serviceManagement.mainAppRegistration().registerService().has_value());
     EXPECT_EQ(answerTo(R"({"do":"service-state"})"),
               R"({"ok":true,"do":"service-state","login-item":0,"helper":1})");
     answerTo(R"({"do":"revoke-service","service":"helper"})");
@@ -260,7 +264,8 @@ TEST_F(SteeringTest, waitsUntilACountIsReached) {
 TEST_F(SteeringTest, waitsUntilAllConditionsHoldAtOnce) {
     answersTo(R"({"do":"wait","helper":1,"open-panels":0})");
     system.openPanel.begin({}, [](const auto&) {});
-    static_cast<void>(system.serviceManagement.daemon(simulatedHelperPlistName)->registerService());
+    static_cast<void>(
+        system.serviceManagement.daemonRegistration(simulatedHelperPlistName).registerService());
     dispatch.advance(seconds(1));
     EXPECT_EQ(answers, Lines());
     system.openPanel.cancel();

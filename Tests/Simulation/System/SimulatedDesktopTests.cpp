@@ -191,8 +191,10 @@ TEST_F(SimulatedDesktop, letsTheHelperBeLaunchedOnlyWhileItIsEnabled) {
     auto& helper = system.serviceManagement.daemonRegistration(simulatedHelperPlistName);
     const auto hasProxy = [&] {
         const auto connection = system.xpc.privilegedConnection("service");
-        const auto proxy = connection->remoteObjectProxyWithErrorHandler([](const Error&) {});
-        return proxy != nullptr;
+        bool isThere = false;
+        connection->remoteObjectProxyWithErrorHandler(
+            [](const Error&) {}, [&](const auto& proxy) { isThere = proxy != nullptr; });
+        return isThere;
     };
     helper.requireApproval();
     const auto refused = helper.registerService();

@@ -17,11 +17,14 @@ class SimulatedXPCTest : public ::testing::Test {
     }
 
     void send(NSXPCConnection& connection, const std::string& argument = "up") {
-        const auto proxy = connection.remoteObjectProxyWithErrorHandler(
-            [this](const Error& error) { note("error " + std::to_string(error.code)); });
-        ASSERT_NE(proxy, nullptr);
-        proxy->runGoToolWithPath("/tool", {argument},
-                                 [this](const std::string& output) { note("reply " + output); });
+        connection.remoteObjectProxyWithErrorHandler(
+            [this](const Error& error) { note("error " + std::to_string(error.code)); },
+            [&](const auto& proxy) {
+                ASSERT_NE(proxy, nullptr);
+                proxy->runGoToolWithPath("/tool", {argument}, [this](const std::string& output) {
+                    note("reply " + output);
+                });
+            });
     }
 
     void note(const std::string& what) {
@@ -51,9 +54,9 @@ TEST_F(SimulatedXPCTest, repliesOnItsOwnQueueWhenTheTimeHasCome) {
 TEST_F(SimulatedXPCTest, answersAPing) {
     bool answer = false;
     const auto connection = connect();
-    connection->remoteObjectProxyWithErrorHandler([](const Error&) {})->pingWithReply([&](bool is) {
-        answer = is;
-    });
+    connection->remoteObjectProxyWithErrorHandler(
+        [](const Error&) {},
+        [&](const auto& proxy) { proxy->pingWithReply([&](bool is) { answer = is; }); });
     dispatch.runUntilIdle();
     EXPECT_TRUE(answer);
     EXPECT_TRUE(xpc.messages().front().isPing);
@@ -111,7 +114,8 @@ TEST_F(SimulatedXPCTest, failsAMessageThatIsSentBeforeItIsResumed) {
 TEST_F(SimulatedXPCTest, hasNoProxyWhileTheHelperMayNotBeLaunched) {
     xpc.setLaunchAllowed(false);
     const auto connection = connect();
-    EXPECT_EQ(connection->remoteObjectProxyWithErrorHandler([](const Error&) {}), nullptr);
+    connection->remoteObjectProxyWithErrorHandler(
+        [](const Error&) {}, [](const auto& proxy) { EXPECT_EQ(proxy, nullptr); });
     xpc.setLaunchAllowed(true);
     send(*connection);
     dispatch.runUntilIdle();

@@ -12,8 +12,8 @@
 
 #include "Base/NotificationCenter.h"
 #include "Platform/Linux/QtDispatch.h"
+#include "Platform/Linux/Services/Bus.h"
 #include "Platform/Linux/Services/LinuxNetworkExtension.h"
-#include "Platform/Linux/Services/MessageBus.h"
 #include "Simulation/Desktop/Linux/StandardInput.h"
 #include "Simulation/Steering/Steering.h"
 #include "Simulation/Steering/SteeringSupport.h"
@@ -60,6 +60,7 @@ void describe(json::Writer& writer, const std::optional<Error>& error) {
 class Driver {
   public:
     Driver() {
+        systemBus.serve();
         statusObserver = center.addObserver(NEVPNStatusDidChange,
                                             [this](const Notification&) { tell("status"); });
         configurationObserver = center.addObserver(
@@ -182,7 +183,7 @@ class Driver {
 
     QtDispatch dispatch;
     NotificationCenter center;
-    MessageBus systemBus{MessageBus::systemAddress()};
+    Bus systemBus{Bus::systemAddress()};
     std::unique_ptr<LinuxNetworkExtension> adapter =
         std::make_unique<LinuxNetworkExtension>(center, systemBus);
     NetworkExtension::Managers managers;
