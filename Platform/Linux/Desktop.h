@@ -69,7 +69,7 @@ struct Desktop {
     LinuxFileManager fileManager;
     QtApplication application{notificationCenter};
     ClickWatch clicks;
-    QtStatusBar statusBar{application.mainMenu(), clicks};
+    QtStatusBar statusBar{application.mainMenu(), clicks, sessionBus};
     QtPanels panels{clicks};
     QtWorkspace workspace;
     QtPasteboard pasteboard;

@@ -2,8 +2,9 @@
 
 #include "Platform/Linux/ClickWatch.h"
 #include "Platform/Linux/ScreenGeometry.h"
+#include "Platform/Linux/StatusNotifierItem.h"
 #include "Platform/Linux/TemplateImage.h"
-#include "Platform/Linux/TrayWatch.h"
+#include "Platform/Linux/X11Desktop.h"
 
 #include <QApplication>
 #include <QCursor>
@@ -12,18 +13,17 @@
 
 namespace quoxelin {
 
-/// Its icon comes with the tray.
 class QtStatusBar::Button final : public QObject, public NSStatusBarButton {
   public:
-    explicit Button(QtStatusBar& bar)
-        : bar(bar), contextMenu(bar.contextMenu), clicks(bar.clicks), watch([this] { appear(); }) {
+    explicit Button(QtStatusBar& bar) : bar(bar) {
         qApp->installEventFilter(this);
-        clicks.setStatusItemArea([this] { return area(); });
+        bar.clicks.setStatusItemArea([this] { return area(); });
         bar.button = this;
+        move();
     }
 
     ~Button() override {
-        clicks.setStatusItemArea(nullptr);
+        bar.clicks.setStatusItemArea(nullptr);
         if (bar.button == this)
             bar.button = nullptr;
     }
@@ -51,6 +51,20 @@ class QtStatusBar::Button final : public QObject, public NSStatusBarButton {
             action();
     }
 
+    /// Into the tray that there is. An embedded icon waits for its tray to come back by itself.
+    void move() {
+        if (bar.watcher.isPresent()) {
+            embedded.reset();
+            if (!item)
+                item.emplace(bar.bus, bar.contextMenu, [this] { activate(); });
+        } else {
+            item.reset();
+            if (!embedded && bar.hasTray())
+                embed();
+        }
+        refresh();
+    }
+
   protected:
     bool eventFilter(QObject* object, QEvent* event) override {
         if (object == qApp && event->type() == QEvent::ApplicationPaletteChange)
@@ -59,44 +73,46 @@ class QtStatusBar::Button final : public QObject, public NSStatusBarButton {
     }
 
   private:
-    QRect area() const { return icon == nullptr ? QRect() : icon->geometry(); }
+    QRect area() const { return embedded ? embedded->geometry() : QRect(); }
 
-    void appear() {
-        icon = std::make_unique<QSystemTrayIcon>();
-        icon->setToolTip(QApplication::applicationDisplayName());
-        icon->setContextMenu(&contextMenu);
-        connect(icon.get(), &QSystemTrayIcon::activated, this,
-                [this](QSystemTrayIcon::ActivationReason reason) { activated(reason); });
+    void embed() {
+        embedded = std::make_unique<QSystemTrayIcon>();
+        embedded->setToolTip(QApplication::applicationDisplayName());
+        embedded->setContextMenu(&bar.contextMenu);
+        connect(embedded.get(), &QSystemTrayIcon::activated, this,
+                [this](QSystemTrayIcon::ActivationReason reason) {
+                    // The second of two quick clicks comes as a double click.
+                    if (reason == QSystemTrayIcon::Trigger ||
+                        reason == QSystemTrayIcon::DoubleClick)
+                        activate();
+                });
         refresh();
-        icon->show();
-        if (bar.appeared)
-            bar.appeared();
+        embedded->show();
     }
 
     void refresh() {
-        if (icon == nullptr)
+        if (!item && !embedded)
             return;
         const auto tint = QApplication::palette().color(QPalette::WindowText);
-        icon->setIcon(image ? image->icon(tint) : textIcon(title, tint));
+        const auto icon = image ? image->icon(tint) : textIcon(title, tint);
+        if (item)
+            item->setIcon(icon);
+        if (embedded)
+            embedded->setIcon(icon);
     }
 
-    void activated(QSystemTrayIcon::ActivationReason reason) {
-        // The second of two quick clicks comes as a double click.
-        if (reason != QSystemTrayIcon::Trigger && reason != QSystemTrayIcon::DoubleClick)
-            return;
-        if (area().isEmpty() && clicks.takeClickOnStatusItem())
+    void activate() {
+        if (area().isEmpty() && bar.clicks.takeClickOnStatusItem())
             return;
         click();
     }
 
     QtStatusBar& bar;
-    QMenu& contextMenu;
-    ClickWatch& clicks;
     std::shared_ptr<TemplateImage> image;
     std::string title;
     std::function<void()> action;
-    std::unique_ptr<QSystemTrayIcon> icon;
-    TrayWatch watch;
+    std::optional<StatusNotifierItem> item;
+    std::unique_ptr<QSystemTrayIcon> embedded;
 };
 
 class QtStatusBar::Item final : public NSStatusItem {
@@ -108,8 +124,28 @@ class QtStatusBar::Item final : public NSStatusItem {
     Button ownButton;
 };
 
-bool QtStatusBar::hasTray() {
-    return TrayWatch::hasTray();
+QtStatusBar::QtStatusBar(QMenu& contextMenu, ClickWatch& clicks, Bus& sessionBus)
+    : contextMenu(contextMenu), clicks(clicks), bus(sessionBus),
+      watcher(sessionBus, StatusNotifierItem::watcher, ServicePresence::Counts::running,
+              [this] { follow(); }) {
+    if (auto* x11 = X11Desktop::instance())
+        x11->setTrayAppeared([this] { follow(); });
+}
+
+QtStatusBar::~QtStatusBar() {
+    if (auto* x11 = X11Desktop::instance())
+        x11->setTrayAppeared(nullptr);
+}
+
+bool QtStatusBar::hasTray() const {
+    const auto* x11 = X11Desktop::instance();
+    return watcher.isPresent() || (watcher.isKnown() && x11 != nullptr && x11->hasTray());
+}
+
+void QtStatusBar::follow() {
+    if (button != nullptr)
+        button->move();
+    observers.notify();
 }
 
 void QtStatusBar::click() {

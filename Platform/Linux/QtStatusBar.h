@@ -1,27 +1,31 @@
 #pragma once
 
+#include "Platform/Linux/Services/ServicePresence.h"
 #include "Platform/NSStatusBar.h"
 
 #include <QMenu>
-#include <functional>
 
 namespace quoxelin {
 
 class ClickWatch;
 
-/// The desktop's tray as the status bar.
-class QtStatusBar final : public NSStatusBar {
+/// The desktop's tray as the status bar: of the newer kind, which is found on the session's bus, or
+/// where there is none of the older kind, which windows are embedded in. An item's icon comes with
+/// the tray, and moves to another one.
+class QtStatusBar final : public QObject, public NSStatusBar {
   public:
-    /// The menu opens by the tray's other button. Both outlive the items.
-    QtStatusBar(QMenu& contextMenu, ClickWatch& clicks)
-        : contextMenu(contextMenu), clicks(clicks) {}
+    /// The menu opens by the tray's other button. All outlive the items.
+    QtStatusBar(QMenu& contextMenu, ClickWatch& clicks, Bus& sessionBus);
+    ~QtStatusBar() override;
 
     std::unique_ptr<NSStatusItem> statusItemWithLength(double length) override;
     std::shared_ptr<NSImage> imageNamed(const std::string& name) override;
 
-    /// Whether the desktop has a tray. `appeared` is called when an item has come into it.
-    static bool hasTray();
-    void setAppeared(std::function<void()> newAppeared) { appeared = std::move(newAppeared); }
+    /// Calls the observer whenever a tray has come or gone. There is none until it is known.
+    bool hasTray() const;
+    Subscription observeTray(std::function<void()> observer) {
+        return observers.add(std::move(observer));
+    }
 
     /// As when somebody clicks the item that was made last; also without a tray.
     void click();
@@ -30,9 +34,13 @@ class QtStatusBar final : public NSStatusBar {
     class Button;
     class Item;
 
+    void follow();
+
     QMenu& contextMenu;
     ClickWatch& clicks;
-    std::function<void()> appeared;
+    Bus& bus;
+    ServicePresence watcher;
+    ObserverList<> observers;
     Button* button = nullptr;
 };
 

@@ -23,8 +23,8 @@ void MissingServices::begin() {
     };
     sessionObservation = follow(session, sessionBus);
     systemObservation = follow(system, systemBus);
-    see(tray, QtStatusBar::hasTray());
-    statusBar.setAppeared([this] { see(tray, true); });
+    see(tray, statusBar.hasTray());
+    trayObservation = statusBar.observeTray([this] { see(tray, statusBar.hasTray()); });
     watch(session, "org.freedesktop.Notifications", Counts::runningOrActivatable,
           {"The notification server", "notifications are dropped"});
     watch(system, "org.freedesktop.NetworkManager", Counts::running,
@@ -33,10 +33,6 @@ void MissingServices::begin() {
           {"polkit", "nobody can be asked for an authorization"});
     watch(system, "org.freedesktop.PackageKit", Counts::runningOrActivatable,
           {"PackageKit", "there is no looking for updates"});
-}
-
-MissingServices::~MissingServices() {
-    statusBar.setAppeared(nullptr);
 }
 
 void MissingServices::watch(Bus& bus, const char* busName, Counts counts, Service service) {

@@ -17,7 +17,6 @@ class MissingServices final : public QObject {
     /// `tell` receives a line for the log, from the event loop. All live longer.
     MissingServices(Bus& session, Bus& system, QtStatusBar& statusBar,
                     std::function<void(const std::string& line)> tell);
-    ~MissingServices() override;
 
   private:
     struct Service {
@@ -46,6 +45,7 @@ class MissingServices final : public QObject {
     std::list<Watched> watched;
     Subscription sessionObservation;
     Subscription systemObservation;
+    Subscription trayObservation;
 };
 
 } // namespace quoxelin

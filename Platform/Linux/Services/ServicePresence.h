@@ -18,6 +18,7 @@ class ServicePresence {
 
     /// False also while it is not known yet.
     bool isPresent() const { return present.value_or(false); }
+    bool isKnown() const { return present.has_value(); }
 
     /// Hands over the answer as soon as it is known, perhaps at once.
     void whenKnown(std::function<void(bool isPresent)> completion);

