@@ -41,8 +41,8 @@ int aboutToShowGroup(sd_bus_message* message, void*, sd_bus_error*) {
     return sd_bus_reply_method_return(message, "aiai", 0, 0);
 }
 
-int property(sd_bus*, const char*, const char*, const char* name, sd_bus_message* reply, void*,
-             sd_bus_error*) {
+int valueOf(sd_bus*, const char*, const char*, const char* name, sd_bus_message* reply, void*,
+            sd_bus_error*) {
     const std::string_view asked = name;
     if (asked == "Version")
         return sd_bus_message_append(reply, "u", 3);
@@ -73,10 +73,10 @@ const sd_bus_vtable DBusMenu::table[] = {
     SD_BUS_METHOD("EventGroup", "a(isvu)", "ai", takeGroup, SD_BUS_VTABLE_UNPRIVILEGED),
     SD_BUS_METHOD("AboutToShow", "i", "b", aboutToShow, SD_BUS_VTABLE_UNPRIVILEGED),
     SD_BUS_METHOD("AboutToShowGroup", "ai", "aiai", aboutToShowGroup, SD_BUS_VTABLE_UNPRIVILEGED),
-    SD_BUS_PROPERTY("Version", "u", property, 0, 0),
-    SD_BUS_PROPERTY("TextDirection", "s", property, 0, 0),
-    SD_BUS_PROPERTY("Status", "s", property, 0, 0),
-    SD_BUS_PROPERTY("IconThemePath", "as", property, 0, 0),
+    SD_BUS_PROPERTY("Version", "u", valueOf, 0, 0),
+    SD_BUS_PROPERTY("TextDirection", "s", valueOf, 0, 0),
+    SD_BUS_PROPERTY("Status", "s", valueOf, 0, 0),
+    SD_BUS_PROPERTY("IconThemePath", "as", valueOf, 0, 0),
     SD_BUS_SIGNAL("LayoutUpdated", "ui", 0),
     SD_BUS_VTABLE_END,
 };

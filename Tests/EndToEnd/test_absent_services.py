@@ -2,13 +2,14 @@
 The buses are the test's own, and whatever would ask for a password or change the machine is a
 recorder."""
 
+import os
 import signal
 import subprocess
 
 import pytest
 
 from support.application import Application
-from support.buses import Bus
+from support.buses import Bus, HungBus
 from support.desktop import Desktop
 from support.order import assert_in_order
 from support.steered import DEADLINE
@@ -176,3 +177,25 @@ def test_a_first_that_does_not_answer_is_given_up_on(started, buses):
         started.send_signal(signal.SIGCONT)
     assert code == 1
     assert said.startswith("quoxelin-desktop: the running application does not answer: ")
+
+
+def test_buses_that_hang_neither_hold_the_icon_up_nor_use_the_process_up(daemon, recorded):
+    with HungBus("session") as session, HungBus("system") as system, Desktop() as desktop:
+        environment = desktop.environment | session.environment | system.environment
+        environment["PATH"] = f"{recorded.parent / 'bin'}:{environment['PATH']}"
+        desktop.start_tray("trayer")
+        with RealApplication(daemon.socket, environment=environment) as application:
+            desktop.wait_icon("trayer")
+            closed = desktop.around_icon("trayer")
+            used = []
+            for attempt in range(1, 7):
+                application.wait_log(
+                    f"[App] Helper not reachable. Retrying in {0.5 * 1.5 ** (attempt - 1):.2f} seconds"
+                    f" (attempt {attempt}/10)...")
+                for opens in (True, False):
+                    desktop.click_icon("trayer")
+                    desktop.await_that(lambda: (desktop.around_icon("trayer") != closed) == opens,
+                                       "panel that answers", deadline=0.1)
+                used.append([len(os.listdir(f"/proc/{application.pid}/{kind}"))
+                             for kind in ("task", "fd")])
+            assert used[-1] == used[0]

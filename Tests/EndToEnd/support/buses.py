@@ -4,6 +4,7 @@ buses is seen or changed."""
 import os
 import pathlib
 import shutil
+import socket
 import subprocess
 import sys
 import tempfile
@@ -36,10 +37,10 @@ class Bus:
     def __init__(self, kind: str):
         self.kind = kind
         self._home = pathlib.Path(tempfile.mkdtemp(prefix="qxbus-"))
-        socket = self._home / "bus"
-        self.address = f"unix:path={socket}"
+        self._socket = self._home / "bus"
+        self.address = f"unix:path={self._socket}"
         self._configuration = self._home / "bus.conf"
-        self._configuration.write_text(CONFIGURATION.format(kind=kind, socket=socket))
+        self._configuration.write_text(CONFIGURATION.format(kind=kind, socket=self._socket))
         self._daemon = None
         self._mocks: dict[str, subprocess.Popen] = {}
 
@@ -115,6 +116,20 @@ class Bus:
             if time.monotonic() > end:
                 raise SteeringError(f"no {what} within {DEADLINE} s")
             time.sleep(0.02)
+
+
+class HungBus(Bus):
+    """A socket in the place of a bus: it takes connections and never answers."""
+
+    def __enter__(self):
+        self._listener = socket.socket(socket.AF_UNIX)
+        self._listener.bind(str(self._socket))
+        self._listener.listen(64)
+        return self
+
+    def __exit__(self, *_):
+        self._listener.close()
+        super().__exit__()
 
 
 def _end(process: subprocess.Popen):
