@@ -4,7 +4,6 @@
 #include "Platform/Linux/Theme.h"
 
 #include <QApplication>
-#include <QLabel>
 #include <QPainter>
 #include <QPixmap>
 #include <QPushButton>
@@ -38,10 +37,8 @@ QPixmap warningSign(qreal ratio) {
 } // namespace
 
 AlertBox::AlertBox(QWidget& anchor) : anchor(anchor), box(anchor.window()) {
-    box.setTextFormat(Qt::PlainText);
+    box.setTextFormat(Qt::RichText);
     box.setIconPixmap(warningSign(box.devicePixelRatioF()));
-    if (auto* title = box.findChild<QLabel*>("qt_msgbox_label"))
-        title->setFont(Theme::font(Font::headline, FontWeight::semibold));
     QObject::connect(&box, &QMessageBox::buttonClicked, &box, [this](QAbstractButton* pressed) {
         const auto index = static_cast<std::size_t>(pressed->property("index").toInt());
         if (index < actions.size())
@@ -52,7 +49,7 @@ AlertBox::AlertBox(QWidget& anchor) : anchor(anchor), box(anchor.window()) {
 
 void AlertBox::bind(const Alert& record) {
     box.setWindowTitle(QString::fromStdString(record.title));
-    box.setText(QString::fromStdString(record.title));
+    box.setText("<b>" + QString::fromStdString(record.title).toHtmlEscaped() + "</b>");
     box.setInformativeText(QString::fromStdString(record.message));
     bindButtons(record);
     present();
@@ -79,7 +76,7 @@ void AlertBox::bindButtons(const Alert& record) {
 }
 
 Alert AlertBox::readBack() const {
-    Alert record{box.text().toStdString(), box.informativeText().toStdString(), {}};
+    Alert record{box.windowTitle().toStdString(), box.informativeText().toStdString(), {}};
     auto buttons = box.buttons();
     std::sort(buttons.begin(), buttons.end(), [](const auto* a, const auto* b) {
         return a->property("index").toInt() < b->property("index").toInt();

@@ -165,12 +165,12 @@ SymbolView::SymbolView() : ElementView(ViewNode::Kind::symbol) {}
 void SymbolView::bindContent(const ViewNode& node) {
     showFont(*this, node);
     showForeground(*this, node);
-    setObjectName(QString::fromStdString(node.text));
+    name = QString::fromStdString(node.text);
     updateGeometry();
 }
 
 void SymbolView::readContent(ViewNode& node) const {
-    node.text = objectName().toStdString();
+    node.text = name.toStdString();
     readFont(*this, node);
     readForeground(*this, node);
 }
@@ -188,7 +188,7 @@ void SymbolView::paintEvent(QPaintEvent*) {
     paintBackground(painter);
     QRectF place(0, 0, side(), side());
     place.moveCenter(QRectF(contentsRect()).center());
-    drawSymbol(painter, objectName(), place, foreground(*this));
+    drawSymbol(painter, name, place, foreground(*this));
 }
 
 CircleView::CircleView() : ElementView(ViewNode::Kind::circle) {}

@@ -54,6 +54,9 @@ class SymbolView final : public QWidget, public ElementView {
 
   private:
     int side() const;
+
+    /// Of the symbol.
+    QString name;
 };
 
 class CircleView final : public QWidget, public ElementView {

@@ -15,7 +15,8 @@ class TemplateImage final : public NSImage {
     static std::shared_ptr<TemplateImage> named(const std::string& name);
 
     void setTemplate(bool newIsTemplate) override { isTemplate = newIsTemplate; }
-    void setSize(NSSize newSize) override { size = newSize; }
+    /// Trays choose the size.
+    void setSize(NSSize) override {}
 
     /// Crisp in every size that trays ask for.
     QIcon icon(const QColor& tint) const;
@@ -25,7 +26,6 @@ class TemplateImage final : public NSImage {
 
     QByteArray svg;
     bool isTemplate = false;
-    NSSize size;
 };
 
 /// A short text as an icon, for an item that has no image.

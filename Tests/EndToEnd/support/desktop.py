@@ -47,8 +47,6 @@ READY = {
     "xfce4-panel": ["dbus-send", "--session", "--print-reply", "--dest=org.freedesktop.DBus", "/",
                     "org.freedesktop.DBus.GetNameOwner", "string:org.kde.StatusNotifierWatcher"],
 }
-# An application that was there before a tray of both kinds takes the kind that it sees first.
-EMBEDDED = ["xdotool", "search", "--onlyvisible", "--class", "^quoxelin-desktop$"]
 ICONS = {"trayer": (WIDTH - 12, 12), "xfce4-panel": (17, 16)}
 
 
@@ -243,7 +241,7 @@ class Desktop:
             brightness = [sum(color) for color in colors]
             if len(colors) < 4 or max(brightness) - min(brightness) < 200:
                 return False
-            if kind == "xfce4-panel" and not self._items() and not self._succeeds(EMBEDDED):
+            if kind == "xfce4-panel" and not self._items():
                 return False
             time.sleep(0.2)
             return self.icon_pixels(kind) == colors
