@@ -2,9 +2,8 @@
 
 #include "Base/NotificationCenter.h"
 #include "Base/UnixSocket.h"
+#include "Platform/Linux/CallbackUrls.h"
 #include "Platform/Linux/ClickWatch.h"
-#include "Platform/Linux/LinuxAppleEventManager.h"
-#include "Platform/Linux/LinuxFileManager.h"
 #include "Platform/Linux/QtApplication.h"
 #include "Platform/Linux/QtDispatch.h"
 #include "Platform/Linux/QtOpenPanel.h"
@@ -15,6 +14,7 @@
 #include "Platform/Linux/QuitSignals.h"
 #include "Platform/Linux/Services/Bus.h"
 #include "Platform/Linux/SyslogSystemLog.h"
+#include "Platform/Linux/XdgFileManager.h"
 #include "Platform/PlatformFactory.h"
 
 #include <QApplication>
@@ -66,7 +66,7 @@ struct Desktop {
     UnixSocketConnector connector;
     NotificationCenter notificationCenter;
     SyslogSystemLog systemLog;
-    LinuxFileManager fileManager;
+    XdgFileManager fileManager;
     QtApplication application{notificationCenter};
     ClickWatch clicks;
     QtStatusBar statusBar{application.mainMenu(), clicks, sessionBus};
@@ -74,7 +74,7 @@ struct Desktop {
     QtWorkspace workspace;
     QtPasteboard pasteboard;
     QtOpenPanel openPanel;
-    LinuxAppleEventManager appleEventManager{dispatch.main()};
+    CallbackUrls appleEventManager{dispatch.main()};
     QuitSignals quitSignals{[this] { application.terminate(); }};
 };
 

@@ -1,16 +1,16 @@
 #pragma once
 
 #include "Platform/Linux/Desktop.h"
-#include "Platform/Linux/LinuxBundle.h"
-#include "Platform/Linux/LinuxProcessInfo.h"
-#include "Platform/Linux/LinuxUserDefaults.h"
+#include "Platform/Linux/FolderBundle.h"
+#include "Platform/Linux/IniUserDefaults.h"
+#include "Platform/Linux/OsReleaseProcessInfo.h"
 #include "Platform/Linux/Services/DBusHelper.h"
-#include "Platform/Linux/Services/LinuxAppleScript.h"
-#include "Platform/Linux/Services/LinuxNetworkExtension.h"
-#include "Platform/Linux/Services/LinuxSystemExtensions.h"
-#include "Platform/Linux/Services/LinuxUpdates.h"
-#include "Platform/Linux/Services/LinuxUserNotificationCenter.h"
+#include "Platform/Linux/Services/DBusNotifications.h"
 #include "Platform/Linux/Services/MissingServices.h"
+#include "Platform/Linux/Services/NetworkManagerPlugin.h"
+#include "Platform/Linux/Services/NetworkManagerVPN.h"
+#include "Platform/Linux/Services/PackageKitUpdates.h"
+#include "Platform/Linux/Services/PkexecScripts.h"
 #include "Platform/Linux/Services/SingleInstance.h"
 #include "Platform/Linux/Services/StartedServices.h"
 #include "Platform/Platform.h"
@@ -38,16 +38,16 @@ class LinuxHost final : public PlatformHost {
     Bus& sessionBus = desktop.sessionBus;
     Bus systemBus{Bus::systemAddress()};
     SingleInstance singleInstance;
-    LinuxBundle mainBundle{LinuxBundle::rootOfThisProgram()};
-    LinuxUserDefaults userDefaults{LinuxUserDefaults::standardFile()};
-    LinuxProcessInfo processInfo;
-    LinuxNetworkExtension networkExtension{desktop.notificationCenter, systemBus};
-    LinuxSystemExtensions systemExtensions;
+    FolderBundle mainBundle{FolderBundle::rootOfThisProgram()};
+    IniUserDefaults userDefaults{IniUserDefaults::standardFile()};
+    OsReleaseProcessInfo processInfo;
+    NetworkManagerVPN networkExtension{desktop.notificationCenter, systemBus};
+    NetworkManagerPlugin systemExtensions;
     DBusHelper helper{desktop.dispatch, systemBus};
     StartedServices serviceManagement{mainBundle.bundleURL(), systemBus, helper.presence()};
-    LinuxUserNotificationCenter userNotificationCenter{sessionBus};
-    LinuxUpdates updates{systemBus};
-    LinuxAppleScript appleScript;
+    DBusNotifications userNotificationCenter{sessionBus};
+    PackageKitUpdates updates{systemBus};
+    PkexecScripts appleScript;
     std::unique_ptr<MissingServices> missingServices;
     Platform services;
 };

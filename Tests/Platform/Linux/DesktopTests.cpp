@@ -1,5 +1,5 @@
+#include "Platform/Linux/CallbackUrls.h"
 #include "Platform/Linux/ClickWatch.h"
-#include "Platform/Linux/LinuxAppleEventManager.h"
 #include "Platform/Linux/MainMenu.h"
 #include "Platform/Linux/QtApplication.h"
 #include "Platform/Linux/QtDispatch.h"
@@ -68,9 +68,9 @@ TEST(QtApplication, tellsOfLaunchAndTerminationAroundItsLoop) {
     EXPECT_EQ(delegate.told, "launched (still running) terminating");
 }
 
-TEST(LinuxAppleEventManager, keepsEventsUntilThereIsAHandler) {
+TEST(CallbackUrls, keepsEventsUntilThereIsAHandler) {
     QtDispatch dispatch;
-    LinuxAppleEventManager manager(dispatch.main());
+    CallbackUrls manager(dispatch.main());
     std::vector<std::optional<std::string>> received;
     manager.send("quoxelin://login?token=t");
     runLoopUntilIdle();

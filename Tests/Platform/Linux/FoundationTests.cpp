@@ -1,7 +1,7 @@
-#include "Platform/Linux/LinuxBundle.h"
-#include "Platform/Linux/LinuxFileManager.h"
-#include "Platform/Linux/LinuxProcessInfo.h"
-#include "Platform/Linux/LinuxUserDefaults.h"
+#include "Platform/Linux/FolderBundle.h"
+#include "Platform/Linux/IniUserDefaults.h"
+#include "Platform/Linux/OsReleaseProcessInfo.h"
+#include "Platform/Linux/XdgFileManager.h"
 #include "Tests/Platform/Linux/Variable.h"
 #include "Tests/Support/TemporaryDirectory.h"
 
@@ -13,19 +13,19 @@ namespace quoxelin::testing {
 namespace {
 
 std::vector<std::filesystem::path> supportDirectories() {
-    return LinuxFileManager().applicationSupportDirectories();
+    return XdgFileManager().applicationSupportDirectories();
 }
 
 using Paths = std::vector<std::filesystem::path>;
 
 } // namespace
 
-TEST(LinuxFileManager, keepsApplicationSupportInTheDataDirectory) {
+TEST(XdgFileManager, keepsApplicationSupportInTheDataDirectory) {
     const Variable data("XDG_DATA_HOME", "/somewhere/data"), home("HOME", "/somewhere/haru");
     EXPECT_EQ(supportDirectories(), Paths{"/somewhere/data"});
 }
 
-TEST(LinuxFileManager, fallsBackToTheHomeDirectory) {
+TEST(XdgFileManager, fallsBackToTheHomeDirectory) {
     const Variable home("HOME", "/somewhere/haru");
     for (const char* useless : {static_cast<const char*>(nullptr), "", "relative/data"}) {
         const Variable data("XDG_DATA_HOME", useless);
@@ -33,24 +33,24 @@ TEST(LinuxFileManager, fallsBackToTheHomeDirectory) {
     }
 }
 
-TEST(LinuxFileManager, asksTheUserDatabaseWhereTheEnvironmentNamesNoHome) {
+TEST(XdgFileManager, asksTheUserDatabaseWhereTheEnvironmentNamesNoHome) {
     const Variable data("XDG_DATA_HOME", nullptr), home("HOME", nullptr);
     const auto directories = supportDirectories();
     ASSERT_EQ(directories.size(), 1u);
     EXPECT_TRUE(directories.front().is_absolute());
 }
 
-TEST(LinuxFileManager, namesATemporaryDirectoryEvenWhereTheEnvironmentNamesNone) {
+TEST(XdgFileManager, namesATemporaryDirectoryEvenWhereTheEnvironmentNamesNone) {
     TemporaryDirectory directory;
     {
         const Variable temporary("TMPDIR", directory.path().c_str());
-        EXPECT_EQ(LinuxFileManager().temporaryDirectory(), directory.path());
+        EXPECT_EQ(XdgFileManager().temporaryDirectory(), directory.path());
     }
     const Variable temporary("TMPDIR", "/no/such/directory");
-    EXPECT_EQ(LinuxFileManager().temporaryDirectory(), "/tmp");
+    EXPECT_EQ(XdgFileManager().temporaryDirectory(), "/tmp");
 }
 
-class LinuxBundleTest : public ::testing::Test {
+class FolderBundleTest : public ::testing::Test {
   protected:
     void write(const std::string& name, const std::string& text) {
         const auto path = directory.path() / "Contents" / name;
@@ -58,12 +58,12 @@ class LinuxBundleTest : public ::testing::Test {
         std::ofstream(path) << text;
     }
 
-    LinuxBundle bundle() { return LinuxBundle(directory.path()); }
+    FolderBundle bundle() { return FolderBundle(directory.path()); }
 
     TemporaryDirectory directory;
 };
 
-TEST_F(LinuxBundleTest, readsTheTextsOfItsInformationDictionary) {
+TEST_F(FolderBundleTest, readsTheTextsOfItsInformationDictionary) {
     write("Info.plist", R"(<?xml version="1.0" encoding="UTF-8"?>
 <!DOCTYPE plist PUBLIC "-//Apple//DTD PLIST 1.0//EN" "http://www.apple.com/DTDs/PropertyList-1.0.dtd">
 <plist version="1.0">
@@ -84,7 +84,7 @@ TEST_F(LinuxBundleTest, readsTheTextsOfItsInformationDictionary) {
         EXPECT_FALSE(read.stringForInfoDictionaryKey(absent)) << absent;
 }
 
-TEST_F(LinuxBundleTest, isEmptyWithoutAReadableInformationDictionary) {
+TEST_F(FolderBundleTest, isEmptyWithoutAReadableInformationDictionary) {
     EXPECT_FALSE(bundle().bundleIdentifier());
     for (const char* broken :
          {"", "no XML", "<plist><dict><key>CFBundleIdentifier</key><string>cut",
@@ -94,7 +94,7 @@ TEST_F(LinuxBundleTest, isEmptyWithoutAReadableInformationDictionary) {
     }
 }
 
-TEST_F(LinuxBundleTest, findsItsResourcesAndOtherBundles) {
+TEST_F(FolderBundleTest, findsItsResourcesAndOtherBundles) {
     write("Resources/quoxelind", "");
     EXPECT_EQ(bundle().pathForResource("quoxelind"),
               directory.path() / "Contents/Resources/quoxelind");
@@ -102,51 +102,51 @@ TEST_F(LinuxBundleTest, findsItsResourcesAndOtherBundles) {
     EXPECT_FALSE(bundle().identifierOfBundleAt(directory.path() / "other"));
     write("Info.plist",
           "<plist><dict><key>CFBundleIdentifier</key><string>x</string></dict></plist>");
-    EXPECT_EQ(LinuxBundle("/nowhere").identifierOfBundleAt(directory.path()), "x");
+    EXPECT_EQ(FolderBundle("/nowhere").identifierOfBundleAt(directory.path()), "x");
 }
 
-TEST(LinuxUserDefaults, keepsItsValuesInItsFile) {
+TEST(IniUserDefaults, keepsItsValuesInItsFile) {
     TemporaryDirectory directory;
     const auto file = directory.path() / "Quoxelin" / "defaults.ini";
     {
-        LinuxUserDefaults defaults(file);
+        IniUserDefaults defaults(file);
         EXPECT_FALSE(defaults.string("loginItemRegisteredBuild"));
         defaults.set("loginItemRegisteredBuild", "1.0, \"日本\"");
     }
     {
-        LinuxUserDefaults defaults(file);
+        IniUserDefaults defaults(file);
         EXPECT_EQ(defaults.string("loginItemRegisteredBuild"), "1.0, \"日本\"");
         defaults.removeObject("loginItemRegisteredBuild");
         defaults.removeObject("never there");
     }
-    EXPECT_FALSE(LinuxUserDefaults(file).string("loginItemRegisteredBuild"));
+    EXPECT_FALSE(IniUserDefaults(file).string("loginItemRegisteredBuild"));
 }
 
-TEST(LinuxUserDefaults, seesAListAsNoText) {
+TEST(IniUserDefaults, seesAListAsNoText) {
     TemporaryDirectory directory;
     const auto file = directory.path() / "defaults.ini";
     std::ofstream(file) << "[General]\nlist=a, b\n";
-    EXPECT_FALSE(LinuxUserDefaults(file).string("list"));
+    EXPECT_FALSE(IniUserDefaults(file).string("list"));
 }
 
-TEST(LinuxProcessInfo, readsTheMajorVersionOfTheSystem) {
-    EXPECT_EQ(LinuxProcessInfo::majorVersionIn("NAME=Debian\nVERSION_ID=\"12\"\n"), 12);
-    EXPECT_EQ(LinuxProcessInfo::majorVersionIn("VERSION_ID=22.04\nNAME=x"), 22);
-    EXPECT_EQ(LinuxProcessInfo::majorVersionIn("VERSION_ID='15-SP5'\n"), 15);
+TEST(OsReleaseProcessInfo, readsTheMajorVersionOfTheSystem) {
+    EXPECT_EQ(OsReleaseProcessInfo::majorVersionIn("NAME=Debian\nVERSION_ID=\"12\"\n"), 12);
+    EXPECT_EQ(OsReleaseProcessInfo::majorVersionIn("VERSION_ID=22.04\nNAME=x"), 22);
+    EXPECT_EQ(OsReleaseProcessInfo::majorVersionIn("VERSION_ID='15-SP5'\n"), 15);
     for (const char* none : {"", "NAME=Arch\n", "VERSION_ID=\n", "VERSION_ID=\"\"\n",
                              "VERSION_ID=rolling\n", "MY_VERSION_ID=3\n"})
-        EXPECT_EQ(LinuxProcessInfo::majorVersionIn(none), 0) << none;
+        EXPECT_EQ(OsReleaseProcessInfo::majorVersionIn(none), 0) << none;
 }
 
-TEST(LinuxProcessInfo, isNamedAsTheBundleOrAsTheProgram) {
+TEST(OsReleaseProcessInfo, isNamedAsTheBundleOrAsTheProgram) {
     TemporaryDirectory directory;
-    EXPECT_EQ(
-        LinuxProcessInfo(LinuxBundle(directory.path()), "/opt/bin/quoxelin-desktop").processName(),
-        "quoxelin-desktop");
+    EXPECT_EQ(OsReleaseProcessInfo(FolderBundle(directory.path()), "/opt/bin/quoxelin-desktop")
+                  .processName(),
+              "quoxelin-desktop");
     std::filesystem::create_directories(directory.path() / "Contents");
     std::ofstream(directory.path() / "Contents/Info.plist")
         << "<plist><dict><key>CFBundleName</key><string>Quoxelin</string></dict></plist>";
-    EXPECT_EQ(LinuxProcessInfo(LinuxBundle(directory.path()), "/x").processName(), "Quoxelin");
+    EXPECT_EQ(OsReleaseProcessInfo(FolderBundle(directory.path()), "/x").processName(), "Quoxelin");
 }
 
 } // namespace quoxelin::testing

@@ -13,7 +13,7 @@
 #include "Base/NotificationCenter.h"
 #include "Platform/Linux/QtDispatch.h"
 #include "Platform/Linux/Services/Bus.h"
-#include "Platform/Linux/Services/LinuxNetworkExtension.h"
+#include "Platform/Linux/Services/NetworkManagerVPN.h"
 #include "Simulation/Desktop/Linux/StandardInput.h"
 #include "Simulation/Steering/Steering.h"
 #include "Simulation/Steering/SteeringSupport.h"
@@ -184,8 +184,8 @@ class Driver {
     QtDispatch dispatch;
     NotificationCenter center;
     Bus systemBus{Bus::systemAddress()};
-    std::unique_ptr<LinuxNetworkExtension> adapter =
-        std::make_unique<LinuxNetworkExtension>(center, systemBus);
+    std::unique_ptr<NetworkManagerVPN> adapter =
+        std::make_unique<NetworkManagerVPN>(center, systemBus);
     NetworkExtension::Managers managers;
     Subscription statusObserver;
     Subscription configurationObserver;

@@ -16,12 +16,12 @@ class NotificationCenter;
 ///
 /// NetworkManager need not run: then nothing can be loaded, which is an error, and once it runs, or
 /// runs again, that is told as a change of the configurations and of the status.
-class LinuxNetworkExtension final : public NetworkExtension {
+class NetworkManagerVPN final : public NetworkExtension {
   public:
     /// NetworkManager is looked for on that bus, which lives longer, as does the notification
     /// centre, where the two notifications are posted.
-    LinuxNetworkExtension(NotificationCenter& notificationCenter, Bus& systemBus);
-    ~LinuxNetworkExtension() override;
+    NetworkManagerVPN(NotificationCenter& notificationCenter, Bus& systemBus);
+    ~NetworkManagerVPN() override;
 
     void loadAllFromPreferences(Completion<Managers, Error> completion) override;
     std::shared_ptr<NETunnelProviderManager> makeTunnelProviderManager() override;

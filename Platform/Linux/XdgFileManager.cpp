@@ -1,4 +1,4 @@
-#include "Platform/Linux/LinuxFileManager.h"
+#include "Platform/Linux/XdgFileManager.h"
 
 #include <array>
 #include <cstdlib>
@@ -31,7 +31,7 @@ std::optional<std::filesystem::path> homeDirectory() {
 
 } // namespace
 
-std::vector<std::filesystem::path> LinuxFileManager::applicationSupportDirectories() const {
+std::vector<std::filesystem::path> XdgFileManager::applicationSupportDirectories() const {
     if (const auto data = absolutePathIn("XDG_DATA_HOME"))
         return {*data};
     if (const auto home = homeDirectory())
@@ -39,7 +39,7 @@ std::vector<std::filesystem::path> LinuxFileManager::applicationSupportDirectori
     return {};
 }
 
-std::filesystem::path LinuxFileManager::temporaryDirectory() const {
+std::filesystem::path XdgFileManager::temporaryDirectory() const {
     std::error_code failure;
     const auto directory = std::filesystem::temp_directory_path(failure);
     return failure ? "/tmp" : directory;

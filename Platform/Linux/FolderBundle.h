@@ -8,10 +8,10 @@ namespace quoxelin {
 
 /// The bundle's layout as on its first platform, under the install prefix: a folder that holds
 /// Contents/Info.plist and Contents/Resources.
-class LinuxBundle final : public NSBundle {
+class FolderBundle final : public NSBundle {
   public:
     /// `root` holds "Contents".
-    explicit LinuxBundle(std::filesystem::path root);
+    explicit FolderBundle(std::filesystem::path root);
 
     /// The bundle of this program: beside the executable (a build directory), or in
     /// ../lib/quoxelin-desktop as seen from it (an installation).

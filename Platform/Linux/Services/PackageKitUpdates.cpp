@@ -1,4 +1,4 @@
-#include "Platform/Linux/Services/LinuxUpdates.h"
+#include "Platform/Linux/Services/PackageKitUpdates.h"
 
 #include <algorithm>
 #include <utility>
@@ -19,9 +19,9 @@ QString versionOf(const std::string& packageId) {
 
 } // namespace
 
-class LinuxUpdates::Controller final : public SPUStandardUpdaterController, public SPUUpdater {
+class PackageKitUpdates::Controller final : public SPUStandardUpdaterController, public SPUUpdater {
   public:
-    explicit Controller(LinuxUpdates& updates) : updates(updates) {}
+    explicit Controller(PackageKitUpdates& updates) : updates(updates) {}
 
     SPUUpdater& updater() override { return *this; }
     void checkForUpdates() override { updates.check(); }
@@ -34,36 +34,36 @@ class LinuxUpdates::Controller final : public SPUStandardUpdaterController, publ
     }
 
   private:
-    LinuxUpdates& updates;
+    PackageKitUpdates& updates;
 };
 
-LinuxUpdates::LinuxUpdates(Bus& bus)
+PackageKitUpdates::PackageKitUpdates(Bus& bus)
     : bus(bus),
       packageKit(bus, PackageKitTransaction::service, ServicePresence::Counts::runningOrActivatable,
                  [this] { presenceChanged(); }) {}
 
 /// A transaction is not told when the bus itself is gone.
-void LinuxUpdates::presenceChanged() {
+void PackageKitUpdates::presenceChanged() {
     if (transaction && !packageKit.isPresent())
         transaction->serviceEnded();
     changed();
 }
 
 std::unique_ptr<SPUStandardUpdaterController>
-LinuxUpdates::makeStandardUpdaterController(bool startingUpdater) {
+PackageKitUpdates::makeStandardUpdaterController(bool startingUpdater) {
     started = started || startingUpdater;
     changed();
     return std::make_unique<Controller>(*this);
 }
 
-void LinuxUpdates::changed() {
+void PackageKitUpdates::changed() {
     if (const bool now = canCheck(); now != lastTold) {
         lastTold = now;
         observers.notify(now);
     }
 }
 
-void LinuxUpdates::check() {
+void PackageKitUpdates::check() {
     if (!canCheck())
         return;
     showProgress(QStringLiteral("Checking for updates..."));
@@ -73,7 +73,7 @@ void LinuxUpdates::check() {
         [this](const Outcome&) { lookForUpdate(); });
 }
 
-void LinuxUpdates::lookForUpdate() {
+void PackageKitUpdates::lookForUpdate() {
     run(
         "GetUpdates", [](auto* message) { return sd_bus_message_append(message, "t", noFilter); },
         [this](const Outcome& listed) {
@@ -82,7 +82,7 @@ void LinuxUpdates::lookForUpdate() {
         });
 }
 
-void LinuxUpdates::install(const std::string& packageId) {
+void PackageKitUpdates::install(const std::string& packageId) {
     // It may have been taken away meanwhile.
     if (!canCheck()) {
         window->show({.text = QStringLiteral("The update could not be installed."),
@@ -106,8 +106,8 @@ void LinuxUpdates::install(const std::string& packageId) {
 }
 
 /// One task of the service, in place of the one before.
-void LinuxUpdates::run(const char* method, const Bus::Writer& arguments,
-                       std::function<void(const Outcome&)> succeeded) {
+void PackageKitUpdates::run(const char* method, const Bus::Writer& arguments,
+                            std::function<void(const Outcome&)> succeeded) {
     auto ended = [this, succeeded = std::move(succeeded)](const Outcome& outcome) {
         switch (outcome.kind) {
         case Outcome::Kind::succeeded:
@@ -129,12 +129,12 @@ void LinuxUpdates::run(const char* method, const Bus::Writer& arguments,
     changed();
 }
 
-void LinuxUpdates::endTask() {
+void PackageKitUpdates::endTask() {
     transaction.reset();
     changed();
 }
 
-void LinuxUpdates::showProgress(const QString& text) {
+void PackageKitUpdates::showProgress(const QString& text) {
     if (!window)
         window = std::make_unique<UpdateWindow>();
     window->show({.text = text, .dismissal = QStringLiteral("Cancel"), .onDismissal = [this] {
@@ -143,7 +143,7 @@ void LinuxUpdates::showProgress(const QString& text) {
                   }});
 }
 
-void LinuxUpdates::showOutcome(const Outcome& listed) {
+void PackageKitUpdates::showOutcome(const Outcome& listed) {
     const auto found =
         std::find_if(listed.packages.begin(), listed.packages.end(),
                      [](const auto& packageId) { return packageId.starts_with(packagePrefix); });

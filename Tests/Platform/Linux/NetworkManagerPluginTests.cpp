@@ -1,4 +1,4 @@
-#include "Platform/Linux/Services/LinuxSystemExtensions.h"
+#include "Platform/Linux/Services/NetworkManagerPlugin.h"
 #include "Tests/Platform/Linux/EventLoop.h"
 #include "Tests/Platform/Linux/Recorder.h"
 
@@ -50,9 +50,9 @@ using Told = std::vector<std::string>;
 
 } // namespace
 
-class LinuxSystemExtensionsTest : public ::testing::Test {
+class NetworkManagerPluginTest : public ::testing::Test {
   protected:
-    LinuxSystemExtensionsTest() { bundleHas(identifier, "2.0"); }
+    NetworkManagerPluginTest() { bundleHas(identifier, "2.0"); }
 
     void bundleHas(const std::string& bundled, const std::string& version) {
         const auto folder = directory.path() / "Contents" / "Library" / "SystemExtensions" /
@@ -72,7 +72,7 @@ class LinuxSystemExtensionsTest : public ::testing::Test {
 
     std::filesystem::path name() const { return directory.path() / "installed.name"; }
 
-    LinuxSystemExtensions::Places places(const std::string& pkexec) const {
+    NetworkManagerPlugin::Places places(const std::string& pkexec) const {
         return {.bundle = directory.path(),
                 .installedName = name(),
                 .pkexec = pkexec,
@@ -85,7 +85,7 @@ class LinuxSystemExtensionsTest : public ::testing::Test {
 
     /// What the delegate is told of one request; nothing is told from within it.
     Told told(const std::string& pkexec, Kind kind, const std::string& of = identifier) {
-        LinuxSystemExtensions extensions(places(pkexec));
+        NetworkManagerPlugin extensions(places(pkexec));
         extensions.submitRequest(request(kind, of));
         EXPECT_TRUE(delegate->told.empty());
         runLoopUntil([&] {
@@ -98,27 +98,27 @@ class LinuxSystemExtensionsTest : public ::testing::Test {
     std::shared_ptr<Delegate> delegate = std::make_shared<Delegate>();
 };
 
-TEST_F(LinuxSystemExtensionsTest, installsThroughTheOneInstallerAsRoot) {
+TEST_F(NetworkManagerPluginTest, installsThroughTheOneInstallerAsRoot) {
     const Recorder pkexec;
     EXPECT_EQ(told(pkexec.path(), Kind::activation), Told{"finished 0"});
     EXPECT_EQ(pkexec.arguments(), "/somewhere/install-extension\n");
 }
 
-TEST_F(LinuxSystemExtensionsTest, asksNobodyWhereThisVersionIsInstalled) {
+TEST_F(NetworkManagerPluginTest, asksNobodyWhereThisVersionIsInstalled) {
     install("2.0");
     const Recorder pkexec("exit 1");
     EXPECT_EQ(told(pkexec.path(), Kind::activation), Told{"finished 0"});
     EXPECT_EQ(pkexec.calls(), 0u);
 }
 
-TEST_F(LinuxSystemExtensionsTest, installsAgainWhatLacksItsProgram) {
+TEST_F(NetworkManagerPluginTest, installsAgainWhatLacksItsProgram) {
     install("2.0", "/no/such/service");
     const Recorder pkexec;
     EXPECT_EQ(told(pkexec.path(), Kind::activation), Told{"finished 0"});
     EXPECT_EQ(pkexec.calls(), 1u);
 }
 
-TEST_F(LinuxSystemExtensionsTest, replacesAnotherVersionWhenTheDelegateSaysSo) {
+TEST_F(NetworkManagerPluginTest, replacesAnotherVersionWhenTheDelegateSaysSo) {
     const Recorder pkexec;
     for (const char* version : {"1.0", "3.0", ""}) {
         install(version);
@@ -128,7 +128,7 @@ TEST_F(LinuxSystemExtensionsTest, replacesAnotherVersionWhenTheDelegateSaysSo) {
     EXPECT_EQ(pkexec.calls(), 3u);
 }
 
-TEST_F(LinuxSystemExtensionsTest, keepsAnotherVersionWhenTheDelegateSaysSo) {
+TEST_F(NetworkManagerPluginTest, keepsAnotherVersionWhenTheDelegateSaysSo) {
     install("1.0");
     delegate->action = OSSystemExtensionReplacementAction::cancel;
     const Recorder pkexec;
@@ -137,7 +137,7 @@ TEST_F(LinuxSystemExtensionsTest, keepsAnotherVersionWhenTheDelegateSaysSo) {
     EXPECT_EQ(pkexec.calls(), 0u);
 }
 
-TEST_F(LinuxSystemExtensionsTest, tellsADismissedQuestionFromARefusal) {
+TEST_F(NetworkManagerPluginTest, tellsADismissedQuestionFromARefusal) {
     EXPECT_EQ(told(Recorder("exit 126").path(), Kind::activation),
               Told{"failed 11 The authorization was dismissed."});
     EXPECT_EQ(told(Recorder("echo Request dismissed >&2; exit 126").path(), Kind::activation),
@@ -145,29 +145,29 @@ TEST_F(LinuxSystemExtensionsTest, tellsADismissedQuestionFromARefusal) {
     EXPECT_EQ(told(Recorder("exit 127").path(), Kind::activation), Told{"approval"});
 }
 
-TEST_F(LinuxSystemExtensionsTest, passesOnWhyTheInstallerFailed) {
+TEST_F(NetworkManagerPluginTest, passesOnWhyTheInstallerFailed) {
     EXPECT_EQ(told(Recorder("echo 'no room left' >&2; exit 1").path(), Kind::activation),
               Told{"failed 1 no room left"});
     EXPECT_EQ(told(Recorder("kill -KILL $$").path(), Kind::activation),
               Told{"failed 1 The extension could not be installed."});
 }
 
-TEST_F(LinuxSystemExtensionsTest, failsWhereNothingCanAskForAnAuthorization) {
+TEST_F(NetworkManagerPluginTest, failsWhereNothingCanAskForAnAuthorization) {
     const auto answer = told("/no/such/pkexec", Kind::activation);
     ASSERT_EQ(answer.size(), 1u);
     EXPECT_TRUE(answer[0].starts_with("failed 1 /no/such/pkexec cannot be started: ")) << answer[0];
 }
 
-TEST_F(LinuxSystemExtensionsTest, knowsOnlyTheExtensionsOfTheBundle) {
+TEST_F(NetworkManagerPluginTest, knowsOnlyTheExtensionsOfTheBundle) {
     const Recorder pkexec;
     EXPECT_EQ(told(pkexec.path(), Kind::activation, "com.quoxelin.test.Other"),
               Told{"failed 4 The application contains no extension com.quoxelin.test.Other."});
     EXPECT_EQ(pkexec.calls(), 0u);
 }
 
-TEST_F(LinuxSystemExtensionsTest, aNewerRequestSupersedesTheOneThatIsWaiting) {
+TEST_F(NetworkManagerPluginTest, aNewerRequestSupersedesTheOneThatIsWaiting) {
     const Recorder pkexec;
-    LinuxSystemExtensions extensions(places(pkexec.path()));
+    NetworkManagerPlugin extensions(places(pkexec.path()));
     const auto first = std::make_shared<Delegate>();
     extensions.submitRequest({Kind::activation, identifier, first});
     extensions.submitRequest(request(Kind::activation));
@@ -177,9 +177,9 @@ TEST_F(LinuxSystemExtensionsTest, aNewerRequestSupersedesTheOneThatIsWaiting) {
     EXPECT_EQ(pkexec.calls(), 1u);
 }
 
-TEST_F(LinuxSystemExtensionsTest, asksAgainAfterADismissedQuestion) {
+TEST_F(NetworkManagerPluginTest, asksAgainAfterADismissedQuestion) {
     const Recorder pkexec("exit 126");
-    LinuxSystemExtensions extensions(places(pkexec.path()));
+    NetworkManagerPlugin extensions(places(pkexec.path()));
     for (std::size_t round = 1; round <= 2; ++round) {
         extensions.submitRequest(request(Kind::activation));
         runLoopUntil([&] { return delegate->told.size() == round; });
@@ -187,7 +187,7 @@ TEST_F(LinuxSystemExtensionsTest, asksAgainAfterADismissedQuestion) {
     }
 }
 
-TEST_F(LinuxSystemExtensionsTest, foundIsWhatIsInstalled) {
+TEST_F(NetworkManagerPluginTest, foundIsWhatIsInstalled) {
     EXPECT_EQ(told("/no", Kind::properties), Told{"found"});
     install("1.5");
     EXPECT_EQ(told("/no", Kind::properties), Told{"found " + identifier + " 1.5 enabled"});
@@ -198,17 +198,17 @@ TEST_F(LinuxSystemExtensionsTest, foundIsWhatIsInstalled) {
     EXPECT_EQ(told("/no", Kind::properties), Told{"found"});
 }
 
-TEST_F(LinuxSystemExtensionsTest, outlivesNeitherDelegatesNorItself) {
+TEST_F(NetworkManagerPluginTest, outlivesNeitherDelegatesNorItself) {
     const auto gate = directory.path() / "gate";
     const Recorder pkexec("while [ -d " + directory.path().string() + " ] && ! [ -e " +
                           gate.string() + " ]; do sleep 0.01; done");
     {
-        LinuxSystemExtensions extensions(places(pkexec.path()));
+        NetworkManagerPlugin extensions(places(pkexec.path()));
         extensions.submitRequest(request(Kind::activation));
         pollUntil([&] { return pkexec.calls() == 1; });
     }
     std::ofstream(gate) << "open";
-    LinuxSystemExtensions extensions(places(pkexec.path()));
+    NetworkManagerPlugin extensions(places(pkexec.path()));
     extensions.submitRequest(request(Kind::properties));
     runLoopUntil([&] { return !delegate->told.empty(); });
     extensions.submitRequest({Kind::activation, identifier, {}});

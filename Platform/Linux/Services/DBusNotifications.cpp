@@ -1,4 +1,4 @@
-#include "Platform/Linux/Services/LinuxUserNotificationCenter.h"
+#include "Platform/Linux/Services/DBusNotifications.h"
 
 #include <QGuiApplication>
 #include <QPointer>
@@ -22,16 +22,15 @@ void onMainThread(QObject* object, Work work) {
 
 } // namespace
 
-LinuxUserNotificationCenter::LinuxUserNotificationCenter(Bus& bus)
+DBusNotifications::DBusNotifications(Bus& bus)
     : bus(bus), server(bus, service, ServicePresence::Counts::runningOrActivatable, [] {}) {}
 
-void LinuxUserNotificationCenter::setDelegate(
-    std::weak_ptr<UNUserNotificationCenterDelegate> newDelegate) {
+void DBusNotifications::setDelegate(std::weak_ptr<UNUserNotificationCenterDelegate> newDelegate) {
     const std::lock_guard lock(mutex);
     delegate = std::move(newDelegate);
 }
 
-void LinuxUserNotificationCenter::getNotificationSettings(
+void DBusNotifications::getNotificationSettings(
     std::function<void(UNNotificationSettings)> completion) {
     onMainThread(this, [this, completion = std::move(completion)]() mutable {
         server.whenKnown([completion = std::move(completion)](bool isPresent) {
@@ -42,7 +41,7 @@ void LinuxUserNotificationCenter::getNotificationSettings(
 }
 
 /// Nobody is asked: whoever has a notification server decides there what it shows.
-void LinuxUserNotificationCenter::requestAuthorization(
+void DBusNotifications::requestAuthorization(
     unsigned, std::function<void(bool, std::optional<Error>)> completion) {
     onMainThread(this, [this, completion = std::move(completion)]() mutable {
         server.whenKnown([completion = std::move(completion)](bool isPresent) {
@@ -51,7 +50,7 @@ void LinuxUserNotificationCenter::requestAuthorization(
     });
 }
 
-void LinuxUserNotificationCenter::add(const UNNotificationRequest& request) {
+void DBusNotifications::add(const UNNotificationRequest& request) {
     onMainThread(this, [this, request] {
         server.whenKnown([this, request](bool isPresent) {
             if (isPresent)
@@ -60,7 +59,7 @@ void LinuxUserNotificationCenter::add(const UNNotificationRequest& request) {
     });
 }
 
-void LinuxUserNotificationCenter::present(const UNNotificationRequest& request) {
+void DBusNotifications::present(const UNNotificationRequest& request) {
     std::unique_lock lock(mutex);
     const auto asked = delegate.lock();
     lock.unlock();
@@ -75,7 +74,7 @@ void LinuxUserNotificationCenter::present(const UNNotificationRequest& request) 
 }
 
 /// Some servers take the body for markup and some do not; each says so.
-void LinuxUserNotificationCenter::deliver(const UNNotificationRequest& request, bool sound) {
+void DBusNotifications::deliver(const UNNotificationRequest& request, bool sound) {
     const auto number = ++questionCount;
     questions[number] =
         bus.call(serverMethod("GetCapabilities"), nullptr,
@@ -90,8 +89,8 @@ void LinuxUserNotificationCenter::deliver(const UNNotificationRequest& request, 
 }
 
 /// The server plays a sound of its own choice unless it is told otherwise.
-void LinuxUserNotificationCenter::notify(const UNNotificationRequest& request, bool sound,
-                                         bool bodyIsMarkup) {
+void DBusNotifications::notify(const UNNotificationRequest& request, bool sound,
+                               bool bodyIsMarkup) {
     const auto name = QGuiApplication::applicationDisplayName().toUtf8();
     const auto entry = QGuiApplication::desktopFileName().toUtf8();
     const auto body = QString::fromStdString(request.body);

@@ -1,19 +1,19 @@
-#include "Platform/Linux/Services/LinuxNEVPNConnection.h"
+#include "Platform/Linux/Services/NetworkManagerTunnel.h"
 
 namespace quoxelin {
 
-int LinuxNEVPNConnection::status() const {
+int NetworkManagerTunnel::status() const {
     return uuid->empty() ? static_cast<int>(NEVPNStatus::invalid) : profiles->status(*uuid);
 }
 
-Result<void, Error> LinuxNEVPNConnection::startVPNTunnel() {
+Result<void, Error> NetworkManagerTunnel::startVPNTunnel() {
     if (uuid->empty())
         return tl::unexpected(
             vpnError(NEVPNError::configurationInvalid, "The VPN configuration is not saved"));
     return profiles->start(*uuid);
 }
 
-void LinuxNEVPNConnection::stopVPNTunnel() {
+void NetworkManagerTunnel::stopVPNTunnel() {
     if (!uuid->empty())
         profiles->stop(*uuid);
 }

@@ -1,24 +1,23 @@
-#include "Platform/Linux/LinuxAppleEventManager.h"
+#include "Platform/Linux/CallbackUrls.h"
 
 #include <utility>
 
 namespace quoxelin {
 
-void LinuxAppleEventManager::setEventHandler(
-    const std::string& eventClass, const std::string& eventID,
-    std::function<void(std::optional<std::string>)> newHandler) {
+void CallbackUrls::setEventHandler(const std::string& eventClass, const std::string& eventID,
+                                   std::function<void(std::optional<std::string>)> newHandler) {
     if (eventClass != kInternetEventClass || eventID != kAEGetURL)
         return;
     handler = std::move(newHandler);
     mainQueue.async([this] { deliver(); });
 }
 
-void LinuxAppleEventManager::send(std::optional<std::string> url) {
+void CallbackUrls::send(std::optional<std::string> url) {
     waiting.push_back(std::move(url));
     mainQueue.async([this] { deliver(); });
 }
 
-void LinuxAppleEventManager::deliver() {
+void CallbackUrls::deliver() {
     if (!handler)
         return;
     for (auto& url : std::exchange(waiting, {}))

@@ -1,4 +1,4 @@
-#include "Platform/Linux/Services/LinuxAppleScript.h"
+#include "Platform/Linux/Services/PkexecScripts.h"
 #include "Tests/Platform/Linux/Recorder.h"
 
 #include <future>
@@ -12,15 +12,14 @@ const std::string opening = "do shell script \"";
 const std::string closing = "\" with administrator privileges";
 
 std::optional<std::string> run(const Recorder& pkexec, const std::string& commands) {
-    const auto script =
-        LinuxAppleScript(pkexec.path()).initWithSource(opening + commands + closing);
+    const auto script = PkexecScripts(pkexec.path()).initWithSource(opening + commands + closing);
     // Where it may block.
     return std::async(std::launch::async, [&] { return script->executeAndReturnError(); }).get();
 }
 
 } // namespace
 
-TEST(LinuxAppleScript, handsTheCommandsToARootShellUnchanged) {
+TEST(PkexecScripts, handsTheCommandsToARootShellUnchanged) {
     const Recorder pkexec;
     const std::string commands = "echo 'a b' $HOME `c` 2>/dev/null || true; rm -f /no/such/file";
     EXPECT_EQ(run(pkexec, commands), std::nullopt);
@@ -28,42 +27,42 @@ TEST(LinuxAppleScript, handsTheCommandsToARootShellUnchanged) {
     EXPECT_EQ(pkexec.input(), commands + "\n");
 }
 
-TEST(LinuxAppleScript, handsOverMoreThanAPipeHolds) {
+TEST(PkexecScripts, handsOverMoreThanAPipeHolds) {
     const Recorder pkexec;
     const std::string commands(1 << 20, ':');
     EXPECT_EQ(run(pkexec, commands), std::nullopt);
     EXPECT_EQ(pkexec.input().size(), commands.size() + 1);
 }
 
-TEST(LinuxAppleScript, tellsADismissedAuthorizationFromARefusedOneAndFromAFailure) {
+TEST(PkexecScripts, tellsADismissedAuthorizationFromARefusedOneAndFromAFailure) {
     EXPECT_EQ(run(Recorder("exit 126"), ":"), "The authorization was dismissed.");
     EXPECT_EQ(run(Recorder("exit 127"), ":"), "The authorization was not obtained.");
     EXPECT_EQ(run(Recorder("exit 3"), ":"), "The script ended with exit code 3.");
     EXPECT_EQ(run(Recorder("kill -KILL $$"), ":"), "The script was ended by a signal.");
 }
 
-TEST(LinuxAppleScript, addsWhatWasSaidOnStandardError) {
+TEST(PkexecScripts, addsWhatWasSaidOnStandardError) {
     EXPECT_EQ(run(Recorder("echo '  no agent ' >&2; exit 127"), ":"),
               "The authorization was not obtained. no agent");
     EXPECT_EQ(run(Recorder("echo noise >&2"), ":"), std::nullopt);
 }
 
-TEST(LinuxAppleScript, survivesAProgramThatReadsNothing) {
+TEST(PkexecScripts, survivesAProgramThatReadsNothing) {
     const Recorder pkexec("exit 126");
     std::ofstream(pkexec.path()) << "#!/bin/sh\nexit 126\n";
     EXPECT_EQ(run(pkexec, std::string(1 << 20, ':')), "The authorization was dismissed.");
 }
 
-TEST(LinuxAppleScript, failsWhereNothingCanAskForAPassword) {
-    const auto script = LinuxAppleScript("/no/such/pkexec").initWithSource(opening + closing);
+TEST(PkexecScripts, failsWhereNothingCanAskForAPassword) {
+    const auto script = PkexecScripts("/no/such/pkexec").initWithSource(opening + closing);
     const auto error = script->executeAndReturnError();
     ASSERT_TRUE(error);
     EXPECT_TRUE(error->starts_with("/no/such/pkexec cannot be started: ")) << *error;
 }
 
-TEST(LinuxAppleScript, takesNoOtherText) {
+TEST(PkexecScripts, takesNoOtherText) {
     using namespace std::string_literals;
-    LinuxAppleScript scripts("/no/such/pkexec");
+    PkexecScripts scripts("/no/such/pkexec");
     for (const auto& text :
          {""s, "beep"s, opening, closing, opening + ":\"", "do shell script \":\""s,
           " " + opening + ":" + closing, opening + ":" + closing + " ",

@@ -1,4 +1,4 @@
-#include "Platform/Linux/Services/LinuxUpdates.h"
+#include "Platform/Linux/Services/PackageKitUpdates.h"
 #include "Tests/Platform/Linux/EventLoop.h"
 #include "Tests/Platform/Linux/PrivateBus.h"
 
@@ -19,9 +19,9 @@ constexpr uint cancelled = 3;
 
 } // namespace
 
-class LinuxUpdatesTest : public ::testing::Test {
+class PackageKitUpdatesTest : public ::testing::Test {
   protected:
-    LinuxUpdatesTest() {
+    PackageKitUpdatesTest() {
         observation = controller->updater().observeCanCheckForUpdates(
             [this](bool canCheck) { told.push_back(canCheck); });
     }
@@ -91,7 +91,7 @@ class LinuxUpdatesTest : public ::testing::Test {
 
     RunningBus daemon;
     ServedBus bus{daemon.address()};
-    LinuxUpdates updater{bus};
+    PackageKitUpdates updater{bus};
     std::unique_ptr<SPUStandardUpdaterController> controller =
         updater.makeStandardUpdaterController(true);
     std::vector<bool> told;
@@ -102,7 +102,7 @@ class LinuxUpdatesTest : public ::testing::Test {
     QStringList updates{"quoxelin-desktop-extras;9;all;x", "other;1;all;x"};
 };
 
-TEST_F(LinuxUpdatesTest, canCheckWhileThePackageServiceIsThere) {
+TEST_F(PackageKitUpdatesTest, canCheckWhileThePackageServiceIsThere) {
     EXPECT_EQ(told, std::vector{false});
     check();
     EXPECT_EQ(window(), nullptr);
@@ -113,15 +113,15 @@ TEST_F(LinuxUpdatesTest, canCheckWhileThePackageServiceIsThere) {
     EXPECT_EQ(told, (std::vector{false, true, false}));
 }
 
-TEST_F(LinuxUpdatesTest, cannotCheckBeforeItIsStarted) {
-    LinuxUpdates other(bus);
+TEST_F(PackageKitUpdatesTest, cannotCheckBeforeItIsStarted) {
+    PackageKitUpdates other(bus);
     const auto idle = other.makeStandardUpdaterController(false);
     startPackageKit();
     runLoopUntilIdle();
     EXPECT_FALSE(idle->updater().canCheckForUpdates());
 }
 
-TEST_F(LinuxUpdatesTest, saysWhenThereIsNothingNewer) {
+TEST_F(PackageKitUpdatesTest, saysWhenThereIsNothingNewer) {
     startPackageKit();
     check();
     EXPECT_EQ(text(), "Checking for updates...");
@@ -138,7 +138,7 @@ TEST_F(LinuxUpdatesTest, saysWhenThereIsNothingNewer) {
     EXPECT_EQ(window(), nullptr);
 }
 
-TEST_F(LinuxUpdatesTest, installsTheNewerVersionWhenThePersonWantsIt) {
+TEST_F(PackageKitUpdatesTest, installsTheNewerVersionWhenThePersonWantsIt) {
     updates << "quoxelin-desktop;2.1;amd64;stable";
     startPackageKit();
     check();
@@ -153,7 +153,7 @@ TEST_F(LinuxUpdatesTest, installsTheNewerVersionWhenThePersonWantsIt) {
               (QVariantList{qulonglong(2), QStringList{"quoxelin-desktop;2.1;amd64;stable"}}));
 }
 
-TEST_F(LinuxUpdatesTest, installsNothingWhenThePersonDoesNotWantIt) {
+TEST_F(PackageKitUpdatesTest, installsNothingWhenThePersonDoesNotWantIt) {
     updates << "quoxelin-desktop;2.1;amd64;stable";
     startPackageKit();
     check();
@@ -164,7 +164,7 @@ TEST_F(LinuxUpdatesTest, installsNothingWhenThePersonDoesNotWantIt) {
     EXPECT_TRUE(packageKit->calls("UpdatePackages").empty());
 }
 
-TEST_F(LinuxUpdatesTest, saysWhatFailedAndCanCheckAgain) {
+TEST_F(PackageKitUpdatesTest, saysWhatFailedAndCanCheckAgain) {
     for (const char* step : {"RefreshCache", "GetUpdates"}) {
         failing = step;
         if (!packageKit)
@@ -179,7 +179,7 @@ TEST_F(LinuxUpdatesTest, saysWhatFailedAndCanCheckAgain) {
     awaitText("Quoxelin is up to date.");
 }
 
-TEST_F(LinuxUpdatesTest, passesOnARefusal) {
+TEST_F(PackageKitUpdatesTest, passesOnARefusal) {
     refused = "RefreshCache";
     startPackageKit();
     check();
@@ -187,7 +187,7 @@ TEST_F(LinuxUpdatesTest, passesOnARefusal) {
     EXPECT_EQ(window()->informativeText(), "not for you");
 }
 
-TEST_F(LinuxUpdatesTest, survivesTheEndOfTheServiceInTheMiddle) {
+TEST_F(PackageKitUpdatesTest, survivesTheEndOfTheServiceInTheMiddle) {
     hanging = "GetUpdates";
     startPackageKit();
     check();
@@ -199,7 +199,7 @@ TEST_F(LinuxUpdatesTest, survivesTheEndOfTheServiceInTheMiddle) {
     runLoopUntil([&] { return told.back(); });
 }
 
-TEST_F(LinuxUpdatesTest, survivesTheEndOfTheBusInTheMiddle) {
+TEST_F(PackageKitUpdatesTest, survivesTheEndOfTheBusInTheMiddle) {
     hanging = "GetUpdates";
     startPackageKit();
     check();
@@ -218,7 +218,7 @@ TEST_F(LinuxUpdatesTest, survivesTheEndOfTheBusInTheMiddle) {
     EXPECT_TRUE(controller->updater().canCheckForUpdates());
 }
 
-TEST_F(LinuxUpdatesTest, stopsWhenThePersonCancels) {
+TEST_F(PackageKitUpdatesTest, stopsWhenThePersonCancels) {
     hanging = "GetUpdates";
     startPackageKit();
     check();
@@ -229,7 +229,7 @@ TEST_F(LinuxUpdatesTest, stopsWhenThePersonCancels) {
     EXPECT_EQ(window(), nullptr);
 }
 
-TEST_F(LinuxUpdatesTest, runsOneCheckAtATime) {
+TEST_F(PackageKitUpdatesTest, runsOneCheckAtATime) {
     startPackageKit();
     check();
     check();

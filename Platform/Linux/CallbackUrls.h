@@ -3,15 +3,14 @@
 #include "Base/Dispatch.h"
 #include "Platform/NSWorkspace.h"
 
-#include <map>
 #include <vector>
 
 namespace quoxelin {
 
-/// Get-URL events: of this process's command line, and whatever else hands one over with `send`.
-class LinuxAppleEventManager final : public NSAppleEventManager {
+/// Callback URLs, from this process's command line and from later starts, as get-URL events.
+class CallbackUrls final : public NSAppleEventManager {
   public:
-    explicit LinuxAppleEventManager(MainQueue& mainQueue) : mainQueue(mainQueue) {}
+    explicit CallbackUrls(MainQueue& mainQueue) : mainQueue(mainQueue) {}
 
     void
     setEventHandler(const std::string& eventClass, const std::string& eventID,

@@ -1,4 +1,4 @@
-#include "Platform/Linux/LinuxBundle.h"
+#include "Platform/Linux/FolderBundle.h"
 
 #include <QFile>
 #include <QXmlStreamReader>
@@ -18,10 +18,10 @@ std::optional<std::string> find(const std::map<std::string, std::string>& string
 
 } // namespace
 
-LinuxBundle::LinuxBundle(std::filesystem::path root)
+FolderBundle::FolderBundle(std::filesystem::path root)
     : root(std::move(root)), information(readInfoDictionary(this->root)) {}
 
-std::filesystem::path LinuxBundle::rootOfThisProgram() {
+std::filesystem::path FolderBundle::rootOfThisProgram() {
     std::error_code failure;
     auto folder = std::filesystem::read_symlink("/proc/self/exe", failure).parent_path();
     if (std::filesystem::exists(folder / "Contents", failure))
@@ -30,7 +30,7 @@ std::filesystem::path LinuxBundle::rootOfThisProgram() {
 }
 
 /// The top level's string members of an XML property list; none where it is missing or broken.
-LinuxBundle::Strings LinuxBundle::readInfoDictionary(const std::filesystem::path& root) {
+FolderBundle::Strings FolderBundle::readInfoDictionary(const std::filesystem::path& root) {
     QFile file(QString::fromStdString((root / "Contents" / "Info.plist").string()));
     if (!file.open(QIODevice::ReadOnly))
         return {};
@@ -51,15 +51,15 @@ LinuxBundle::Strings LinuxBundle::readInfoDictionary(const std::filesystem::path
     return xml.hasError() ? Strings{} : strings;
 }
 
-std::optional<std::string> LinuxBundle::bundleIdentifier() const {
+std::optional<std::string> FolderBundle::bundleIdentifier() const {
     return stringForInfoDictionaryKey("CFBundleIdentifier");
 }
 
-std::optional<std::string> LinuxBundle::stringForInfoDictionaryKey(const std::string& key) const {
+std::optional<std::string> FolderBundle::stringForInfoDictionaryKey(const std::string& key) const {
     return find(information, key);
 }
 
-std::optional<std::string> LinuxBundle::pathForResource(const std::string& name) const {
+std::optional<std::string> FolderBundle::pathForResource(const std::string& name) const {
     const auto path = root / "Contents" / "Resources" / name;
     std::error_code failure;
     if (!std::filesystem::exists(path, failure))
@@ -68,7 +68,7 @@ std::optional<std::string> LinuxBundle::pathForResource(const std::string& name)
 }
 
 std::optional<std::string>
-LinuxBundle::identifierOfBundleAt(const std::filesystem::path& path) const {
+FolderBundle::identifierOfBundleAt(const std::filesystem::path& path) const {
     return find(readInfoDictionary(path), "CFBundleIdentifier");
 }
 

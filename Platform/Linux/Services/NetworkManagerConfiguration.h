@@ -7,14 +7,14 @@ namespace quoxelin {
 /// What the application holds of a VPN connection of NetworkManager: a working copy, and the UUID
 /// under which it is saved, so that it outlives a NetworkManager that starts anew. The protocol
 /// object is handed out as a copy. Main thread only.
-class LinuxNETunnelProviderManager final : public NETunnelProviderManager {
+class NetworkManagerConfiguration final : public NETunnelProviderManager {
   public:
     /// A new, empty configuration.
-    explicit LinuxNETunnelProviderManager(std::shared_ptr<NetworkManagerProfiles> profiles);
+    explicit NetworkManagerConfiguration(std::shared_ptr<NetworkManagerProfiles> profiles);
 
     /// One that is saved.
-    LinuxNETunnelProviderManager(std::shared_ptr<NetworkManagerProfiles> profiles, std::string uuid,
-                                 VPNProfile profile);
+    NetworkManagerConfiguration(std::shared_ptr<NetworkManagerProfiles> profiles, std::string uuid,
+                                VPNProfile profile);
 
     /// These answer perhaps before they return.
     void loadFromPreferences(PreferencesCompletion completion) override;

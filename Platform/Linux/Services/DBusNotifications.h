@@ -15,10 +15,10 @@ namespace quoxelin {
 ///
 /// A desktop shows notifications whether or not their application is in front, so the delegate is
 /// always asked how one is to be shown, as if the application were in front.
-class LinuxUserNotificationCenter final : public QObject, public UNUserNotificationCenter {
+class DBusNotifications final : public QObject, public UNUserNotificationCenter {
   public:
     /// The session's bus, which lives longer.
-    explicit LinuxUserNotificationCenter(Bus& bus);
+    explicit DBusNotifications(Bus& bus);
 
     void setDelegate(std::weak_ptr<UNUserNotificationCenterDelegate> delegate) override;
     void getNotificationSettings(std::function<void(UNNotificationSettings)> completion) override;

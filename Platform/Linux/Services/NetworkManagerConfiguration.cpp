@@ -1,20 +1,20 @@
-#include "Platform/Linux/Services/LinuxNETunnelProviderManager.h"
+#include "Platform/Linux/Services/NetworkManagerConfiguration.h"
 
-#include "Platform/Linux/Services/LinuxNEVPNConnection.h"
+#include "Platform/Linux/Services/NetworkManagerTunnel.h"
 
 namespace quoxelin {
 
-LinuxNETunnelProviderManager::LinuxNETunnelProviderManager(
+NetworkManagerConfiguration::NetworkManagerConfiguration(
     std::shared_ptr<NetworkManagerProfiles> profiles)
-    : LinuxNETunnelProviderManager(std::move(profiles), std::string(), VPNProfile()) {}
+    : NetworkManagerConfiguration(std::move(profiles), std::string(), VPNProfile()) {}
 
-LinuxNETunnelProviderManager::LinuxNETunnelProviderManager(
+NetworkManagerConfiguration::NetworkManagerConfiguration(
     std::shared_ptr<NetworkManagerProfiles> profiles, std::string uuid, VPNProfile profile)
     : profiles(std::move(profiles)), uuid(std::make_shared<std::string>(std::move(uuid))),
       working(std::move(profile)),
-      tunnel(std::make_shared<LinuxNEVPNConnection>(this->profiles, this->uuid)) {}
+      tunnel(std::make_shared<NetworkManagerTunnel>(this->profiles, this->uuid)) {}
 
-void LinuxNETunnelProviderManager::loadFromPreferences(PreferencesCompletion completion) {
+void NetworkManagerConfiguration::loadFromPreferences(PreferencesCompletion completion) {
     if (uuid->empty()) {
         working = {};
         completion(std::nullopt);
@@ -29,7 +29,7 @@ void LinuxNETunnelProviderManager::loadFromPreferences(PreferencesCompletion com
     completion(std::nullopt);
 }
 
-void LinuxNETunnelProviderManager::saveToPreferences(PreferencesCompletion completion) {
+void NetworkManagerConfiguration::saveToPreferences(PreferencesCompletion completion) {
     if (!uuid->empty()) {
         profiles->update(*uuid, working, std::move(completion));
         return;
@@ -45,18 +45,18 @@ void LinuxNETunnelProviderManager::saveToPreferences(PreferencesCompletion compl
     });
 }
 
-void LinuxNETunnelProviderManager::removeFromPreferences(PreferencesCompletion completion) {
+void NetworkManagerConfiguration::removeFromPreferences(PreferencesCompletion completion) {
     if (uuid->empty())
         completion(std::nullopt);
     else
         profiles->remove(*uuid, std::move(completion));
 }
 
-std::shared_ptr<NEVPNProtocol> LinuxNETunnelProviderManager::protocolConfiguration() const {
+std::shared_ptr<NEVPNProtocol> NetworkManagerConfiguration::protocolConfiguration() const {
     return working.copy().protocol;
 }
 
-void LinuxNETunnelProviderManager::setProtocolConfiguration(
+void NetworkManagerConfiguration::setProtocolConfiguration(
     std::shared_ptr<NEVPNProtocol> protocol) {
     working.protocol = std::move(protocol);
     working = working.copy();

@@ -1,12 +1,12 @@
-#include "Platform/Linux/Services/LinuxNetworkExtension.h"
+#include "Platform/Linux/Services/NetworkManagerVPN.h"
 
 #include "Base/NotificationCenter.h"
 #include "Platform/Linux/Services/Bus.h"
-#include "Platform/Linux/Services/LinuxNETunnelProviderManager.h"
+#include "Platform/Linux/Services/NetworkManagerConfiguration.h"
 
 namespace quoxelin {
 
-LinuxNetworkExtension::LinuxNetworkExtension(NotificationCenter& notificationCenter, Bus& systemBus)
+NetworkManagerVPN::NetworkManagerVPN(NotificationCenter& notificationCenter, Bus& systemBus)
     : systemBus(systemBus),
       profiles(NetworkManagerProfiles::make(
           lifetime.weakly([&notificationCenter] { notificationCenter.post(NEVPNStatusDidChange); }),
@@ -16,16 +16,16 @@ LinuxNetworkExtension::LinuxNetworkExtension(NotificationCenter& notificationCen
     busChanged();
 }
 
-LinuxNetworkExtension::~LinuxNetworkExtension() = default;
+NetworkManagerVPN::~NetworkManagerVPN() = default;
 
-void LinuxNetworkExtension::busChanged() {
+void NetworkManagerVPN::busChanged() {
     if (systemBus.isConnected())
         profiles->client().connect(Bus::systemAddress());
     else
         profiles->client().disconnect();
 }
 
-void LinuxNetworkExtension::loadAllFromPreferences(Completion<Managers, Error> completion) {
+void NetworkManagerVPN::loadAllFromPreferences(Completion<Managers, Error> completion) {
     profiles->all([profiles = profiles, completion = std::move(completion)](
                       const Result<std::vector<std::string>, Error>& uuids) {
         if (!uuids) {
@@ -35,19 +35,19 @@ void LinuxNetworkExtension::loadAllFromPreferences(Completion<Managers, Error> c
         Managers managers;
         for (const auto& uuid : *uuids) {
             if (auto profile = profiles->read(uuid))
-                managers.push_back(std::make_shared<LinuxNETunnelProviderManager>(
+                managers.push_back(std::make_shared<NetworkManagerConfiguration>(
                     profiles, uuid, *std::move(profile)));
         }
         completion(std::move(managers));
     });
 }
 
-void LinuxNetworkExtension::waitForStops(Duration longest) const {
+void NetworkManagerVPN::waitForStops(Duration longest) const {
     profiles->waitForStops(longest);
 }
 
-std::shared_ptr<NETunnelProviderManager> LinuxNetworkExtension::makeTunnelProviderManager() {
-    return std::make_shared<LinuxNETunnelProviderManager>(profiles);
+std::shared_ptr<NETunnelProviderManager> NetworkManagerVPN::makeTunnelProviderManager() {
+    return std::make_shared<NetworkManagerConfiguration>(profiles);
 }
 
 } // namespace quoxelin

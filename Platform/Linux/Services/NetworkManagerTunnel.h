@@ -5,10 +5,10 @@
 namespace quoxelin {
 
 /// The tunnel behind one configuration. Main thread only.
-class LinuxNEVPNConnection final : public NEVPNConnection {
+class NetworkManagerTunnel final : public NEVPNConnection {
   public:
     /// `uuid` is empty until the configuration is saved.
-    LinuxNEVPNConnection(std::shared_ptr<NetworkManagerProfiles> profiles,
+    NetworkManagerTunnel(std::shared_ptr<NetworkManagerProfiles> profiles,
                          std::shared_ptr<const std::string> uuid)
         : profiles(std::move(profiles)), uuid(std::move(uuid)) {}
 

@@ -1,4 +1,4 @@
-#include "Platform/Linux/LinuxProcessInfo.h"
+#include "Platform/Linux/OsReleaseProcessInfo.h"
 
 #include <charconv>
 #include <fstream>
@@ -22,12 +22,12 @@ std::string osRelease() {
 
 } // namespace
 
-LinuxProcessInfo::LinuxProcessInfo(const NSBundle& bundle, const std::string& program)
+OsReleaseProcessInfo::OsReleaseProcessInfo(const NSBundle& bundle, const std::string& program)
     : name(bundle.stringForInfoDictionaryKey("CFBundleName")
                .value_or(std::filesystem::path(program).filename().string())),
       majorVersion(majorVersionIn(osRelease())) {}
 
-int LinuxProcessInfo::majorVersionIn(const std::string& osRelease) {
+int OsReleaseProcessInfo::majorVersionIn(const std::string& osRelease) {
     std::istringstream lines(osRelease);
     const std::string key = "VERSION_ID=";
     for (std::string line; std::getline(lines, line);) {

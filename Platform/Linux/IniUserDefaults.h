@@ -7,9 +7,9 @@
 namespace quoxelin {
 
 /// An INI file in the XDG configuration directory; every change is written at once.
-class LinuxUserDefaults final : public NSUserDefaults {
+class IniUserDefaults final : public NSUserDefaults {
   public:
-    explicit LinuxUserDefaults(const std::filesystem::path& file);
+    explicit IniUserDefaults(const std::filesystem::path& file);
 
     /// $XDG_CONFIG_HOME (default ~/.config)/Quoxelin/defaults.ini.
     static std::filesystem::path standardFile();

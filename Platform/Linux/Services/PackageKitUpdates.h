@@ -12,10 +12,10 @@ namespace quoxelin {
 /// Updates of the package that this program came in, through PackageKit. A check can be made while
 /// that service is there or can be started, one at a time, and shows a window of its own from its
 /// beginning to its outcome. Main thread only.
-class LinuxUpdates final : public Updates {
+class PackageKitUpdates final : public Updates {
   public:
     /// The system's bus, which lives longer.
-    explicit LinuxUpdates(Bus& bus);
+    explicit PackageKitUpdates(Bus& bus);
 
     std::unique_ptr<SPUStandardUpdaterController>
     makeStandardUpdaterController(bool startingUpdater) override;

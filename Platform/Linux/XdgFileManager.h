@@ -5,7 +5,7 @@
 namespace quoxelin {
 
 /// Application Support is the XDG data directory: $XDG_DATA_HOME, or ~/.local/share.
-class LinuxFileManager final : public NSFileManager {
+class XdgFileManager final : public NSFileManager {
   public:
     std::vector<std::filesystem::path> applicationSupportDirectories() const override;
     std::filesystem::path temporaryDirectory() const override;

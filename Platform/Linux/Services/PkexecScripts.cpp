@@ -1,4 +1,6 @@
-#include "Platform/Linux/Services/LinuxAppleScript.h"
+#include "Platform/Linux/Services/PkexecScripts.h"
+
+#include "Platform/Linux/Services/Pkexec.h"
 
 #include <QProcess>
 #include <fmt/format.h>
@@ -11,14 +13,10 @@ namespace {
 constexpr std::string_view opening = "do shell script \"";
 constexpr std::string_view closing = "\" with administrator privileges";
 
-/// What pkexec's own exit codes mean.
-constexpr int dismissed = 126;
-constexpr int notAuthorized = 127;
-
 std::string reason(int exitCode) {
-    if (exitCode == dismissed)
+    if (exitCode == pkexecDismissed)
         return "The authorization was dismissed.";
-    if (exitCode == notAuthorized)
+    if (exitCode == pkexecNotAuthorized)
         return "The authorization was not obtained.";
     return fmt::format("The script ended with exit code {}.", exitCode);
 }
@@ -64,7 +62,7 @@ class Script final : public NSAppleScript {
 
 } // namespace
 
-std::unique_ptr<NSAppleScript> LinuxAppleScript::initWithSource(const std::string& source) {
+std::unique_ptr<NSAppleScript> PkexecScripts::initWithSource(const std::string& source) {
     const std::string_view text = source;
     if (text.size() < opening.size() + closing.size() || !text.starts_with(opening) ||
         !text.ends_with(closing))

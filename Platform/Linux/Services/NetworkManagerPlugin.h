@@ -16,7 +16,7 @@ namespace quoxelin {
 ///
 /// The authorization dismissed is `requestCanceled`; refused, or not to be had, it needs the
 /// user's approval, and nothing more is told of that request. Main thread only.
-class LinuxSystemExtensions final : public QObject, public OSSystemExtensionManager {
+class NetworkManagerPlugin final : public QObject, public OSSystemExtensionManager {
   public:
     struct Places {
         /// Holds Contents/Library/SystemExtensions.
@@ -28,8 +28,8 @@ class LinuxSystemExtensions final : public QObject, public OSSystemExtensionMana
         std::filesystem::path installer;
     };
 
-    explicit LinuxSystemExtensions(Places places) : places(std::move(places)) {}
-    ~LinuxSystemExtensions() override;
+    explicit NetworkManagerPlugin(Places places) : places(std::move(places)) {}
+    ~NetworkManagerPlugin() override;
 
     void submitRequest(const OSSystemExtensionRequest& request) override;
 

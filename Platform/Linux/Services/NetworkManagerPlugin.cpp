@@ -1,7 +1,8 @@
-#include "Platform/Linux/Services/LinuxSystemExtensions.h"
+#include "Platform/Linux/Services/NetworkManagerPlugin.h"
 
-#include "Platform/Linux/LinuxBundle.h"
+#include "Platform/Linux/FolderBundle.h"
 #include "Platform/Linux/Services/KeyFile.h"
+#include "Platform/Linux/Services/Pkexec.h"
 
 #include <QProcess>
 #include <fmt/format.h>
@@ -11,10 +12,6 @@
 namespace quoxelin {
 
 namespace {
-
-/// What pkexec's own exit codes mean.
-constexpr int dismissedPrompt = 126;
-constexpr int refusedPrompt = 127;
 
 void finish(const OSSystemExtensionRequest& request) {
     if (const auto delegate = request.delegate.lock())
@@ -31,13 +28,13 @@ void fail(const OSSystemExtensionRequest& request, OSSystemExtensionError code,
 
 } // namespace
 
-LinuxSystemExtensions::~LinuxSystemExtensions() {
+NetworkManagerPlugin::~NetworkManagerPlugin() {
     // An installation goes on to its end; nobody is told.
     for (const auto& [identifier, installation] : installations)
         installation.process->disconnect(this);
 }
 
-void LinuxSystemExtensions::submitRequest(const OSSystemExtensionRequest& request) {
+void NetworkManagerPlugin::submitRequest(const OSSystemExtensionRequest& request) {
     QMetaObject::invokeMethod(
         this,
         [this, request] {
@@ -53,7 +50,7 @@ void LinuxSystemExtensions::submitRequest(const OSSystemExtensionRequest& reques
         Qt::QueuedConnection);
 }
 
-void LinuxSystemExtensions::answerProperties(const OSSystemExtensionRequest& request) const {
+void NetworkManagerPlugin::answerProperties(const OSSystemExtensionRequest& request) const {
     std::vector<OSSystemExtensionProperties> found;
     if (auto one = installed(request.identifier))
         found.push_back(std::move(*one));
@@ -61,7 +58,7 @@ void LinuxSystemExtensions::answerProperties(const OSSystemExtensionRequest& req
         delegate->foundProperties(request, found);
 }
 
-void LinuxSystemExtensions::activate(const OSSystemExtensionRequest& request) {
+void NetworkManagerPlugin::activate(const OSSystemExtensionRequest& request) {
     const auto running = installations.find(request.identifier);
     if (running != installations.end()) {
         const auto superseded = std::exchange(running->second.request, request);
@@ -92,7 +89,7 @@ void LinuxSystemExtensions::activate(const OSSystemExtensionRequest& request) {
     install(request);
 }
 
-void LinuxSystemExtensions::install(const OSSystemExtensionRequest& request) {
+void NetworkManagerPlugin::install(const OSSystemExtensionRequest& request) {
     auto* const process = new QProcess;
     // It belongs to the process that runs, not to us.
     connect(process, &QProcess::finished, process, &QObject::deleteLater);
@@ -117,18 +114,18 @@ void LinuxSystemExtensions::install(const OSSystemExtensionRequest& request) {
                    {QString::fromStdString(places.installer.string())});
 }
 
-void LinuxSystemExtensions::installerEnded(const std::string& identifier, const QProcess& process,
-                                           const std::string& said) {
+void NetworkManagerPlugin::installerEnded(const std::string& identifier, const QProcess& process,
+                                          const std::string& said) {
     const auto request = installations.extract(identifier).mapped().request;
     const bool exited = process.exitStatus() == QProcess::NormalExit;
     if (exited && process.exitCode() == 0) {
         finish(request);
-    } else if (exited && process.exitCode() == dismissedPrompt) {
+    } else if (exited && process.exitCode() == pkexecDismissed) {
         // A request that waits for approval is made again whenever the application becomes active:
         // the question that somebody has just waved away would come back with every click.
         fail(request, OSSystemExtensionError::requestCanceled,
              said.empty() ? "The authorization was dismissed." : said);
-    } else if (exited && process.exitCode() == refusedPrompt) {
+    } else if (exited && process.exitCode() == pkexecNotAuthorized) {
         if (const auto delegate = request.delegate.lock())
             delegate->requestNeedsUserApproval(request);
     } else {
@@ -138,14 +135,14 @@ void LinuxSystemExtensions::installerEnded(const std::string& identifier, const 
 }
 
 std::optional<OSSystemExtensionProperties>
-LinuxSystemExtensions::bundled(const std::string& identifier) const {
+NetworkManagerPlugin::bundled(const std::string& identifier) const {
     std::error_code error;
     const auto folder = places.bundle / "Contents" / "Library" / "SystemExtensions";
     for (std::filesystem::directory_iterator entry(folder, error), end; !error && entry != end;
          entry.increment(error)) {
         if (entry->path().extension() != ".systemextension")
             continue;
-        const LinuxBundle extension(entry->path());
+        const FolderBundle extension(entry->path());
         if (extension.bundleIdentifier() != identifier)
             continue;
         return OSSystemExtensionProperties{
@@ -158,7 +155,7 @@ LinuxSystemExtensions::bundled(const std::string& identifier) const {
 
 /// NetworkManager ignores the group that holds the version.
 std::optional<OSSystemExtensionProperties>
-LinuxSystemExtensions::installed(const std::string& identifier) const {
+NetworkManagerPlugin::installed(const std::string& identifier) const {
     const KeyFile plugin(places.installedName);
     if (plugin.string("VPN Connection", "service") != identifier)
         return std::nullopt;

@@ -1,4 +1,4 @@
-#include "Platform/Linux/Services/LinuxUserNotificationCenter.h"
+#include "Platform/Linux/Services/DBusNotifications.h"
 #include "Tests/Platform/Linux/EventLoop.h"
 #include "Tests/Platform/Linux/PrivateBus.h"
 
@@ -24,9 +24,9 @@ struct Delegate final : UNUserNotificationCenterDelegate {
 
 } // namespace
 
-class LinuxUserNotificationCenterTest : public ::testing::Test {
+class DBusNotificationsTest : public ::testing::Test {
   protected:
-    LinuxUserNotificationCenterTest() { center.setDelegate(delegate); }
+    DBusNotificationsTest() { center.setDelegate(delegate); }
 
     void startServer() {
         server = std::make_unique<FakeService>(
@@ -64,13 +64,13 @@ class LinuxUserNotificationCenterTest : public ::testing::Test {
 
     RunningBus daemon;
     ServedBus bus{daemon.address()};
-    LinuxUserNotificationCenter center{bus};
+    DBusNotifications center{bus};
     std::shared_ptr<Delegate> delegate = std::make_shared<Delegate>();
     QStringList capabilities{"body", "body-markup"};
     std::unique_ptr<FakeService> server;
 };
 
-TEST_F(LinuxUserNotificationCenterTest, allowsNotificationsWhileThereIsAServer) {
+TEST_F(DBusNotificationsTest, allowsNotificationsWhileThereIsAServer) {
     awaitStatus(UNAuthorizationStatus::denied);
     startServer();
     awaitStatus(UNAuthorizationStatus::authorized);
@@ -78,7 +78,7 @@ TEST_F(LinuxUserNotificationCenterTest, allowsNotificationsWhileThereIsAServer) 
     awaitStatus(UNAuthorizationStatus::denied);
 }
 
-TEST_F(LinuxUserNotificationCenterTest, grantsWhatTheServerGrants) {
+TEST_F(DBusNotificationsTest, grantsWhatTheServerGrants) {
     std::optional<bool> granted;
     const auto take = [&](bool value, const std::optional<Error>& error) {
         granted = value;
@@ -95,7 +95,7 @@ TEST_F(LinuxUserNotificationCenterTest, grantsWhatTheServerGrants) {
     EXPECT_EQ(granted, true);
 }
 
-TEST_F(LinuxUserNotificationCenterTest, handsTheNotificationToTheServer) {
+TEST_F(DBusNotificationsTest, handsTheNotificationToTheServer) {
     startServer();
     center.add(
         {.identifier = "one", .title = "Copied", .body = "100.64.0.1", .defaultSound = true});
@@ -108,13 +108,13 @@ TEST_F(LinuxUserNotificationCenterTest, handsTheNotificationToTheServer) {
     EXPECT_EQ(arguments.at(7), -1);
 }
 
-TEST_F(LinuxUserNotificationCenterTest, isSilentWithoutASound) {
+TEST_F(DBusNotificationsTest, isSilentWithoutASound) {
     startServer();
     center.add({"one", "t", "b", false});
     EXPECT_EQ(hints(shown()).value("suppress-sound"), true);
 }
 
-TEST_F(LinuxUserNotificationCenterTest, neverLetsTheBodyBecomeMarkup) {
+TEST_F(DBusNotificationsTest, neverLetsTheBodyBecomeMarkup) {
     startServer();
     center.add({"one", "<i>t</i>", "<b>a</b> & \"c\"", false});
     const auto arguments = shown();
@@ -122,14 +122,14 @@ TEST_F(LinuxUserNotificationCenterTest, neverLetsTheBodyBecomeMarkup) {
     EXPECT_EQ(arguments.at(4), "&lt;b&gt;a&lt;/b&gt; &amp; &quot;c&quot;");
 }
 
-TEST_F(LinuxUserNotificationCenterTest, leavesTheBodyAloneWhereTheServerKnowsNoMarkup) {
+TEST_F(DBusNotificationsTest, leavesTheBodyAloneWhereTheServerKnowsNoMarkup) {
     capabilities = {"body"};
     startServer();
     center.add({"one", "t", "<b>a</b>", false});
     EXPECT_EQ(shown().at(4), "<b>a</b>");
 }
 
-TEST_F(LinuxUserNotificationCenterTest, showsNothingThatTheDelegateDoesNotWantShown) {
+TEST_F(DBusNotificationsTest, showsNothingThatTheDelegateDoesNotWantShown) {
     startServer();
     delegate->options = UNNotificationPresentationOptionSound;
     center.add({"hidden", "", "", false});
@@ -141,7 +141,7 @@ TEST_F(LinuxUserNotificationCenterTest, showsNothingThatTheDelegateDoesNotWantSh
     EXPECT_EQ(hints(arguments).value("suppress-sound"), true);
 }
 
-TEST_F(LinuxUserNotificationCenterTest, dropsWhatComesWithoutAServerAndShowsWhatComesLater) {
+TEST_F(DBusNotificationsTest, dropsWhatComesWithoutAServerAndShowsWhatComesLater) {
     center.add({"lost", "lost", "", false});
     awaitStatus(UNAuthorizationStatus::denied);
     startServer();
@@ -151,7 +151,7 @@ TEST_F(LinuxUserNotificationCenterTest, dropsWhatComesWithoutAServerAndShowsWhat
     EXPECT_EQ(delegate->asked, std::vector<std::string>{"kept"});
 }
 
-TEST_F(LinuxUserNotificationCenterTest, comesBackWithTheBus) {
+TEST_F(DBusNotificationsTest, comesBackWithTheBus) {
     awaitStatus(UNAuthorizationStatus::denied);
     daemon.stop();
     runLoopUntil([&] { return !bus.isConnected(); });
@@ -163,7 +163,7 @@ TEST_F(LinuxUserNotificationCenterTest, comesBackWithTheBus) {
     EXPECT_EQ(shown().at(3), "kept");
 }
 
-TEST_F(LinuxUserNotificationCenterTest, takesCallsOfOtherThreadsAndAnyText) {
+TEST_F(DBusNotificationsTest, takesCallsOfOtherThreadsAndAnyText) {
     startServer();
     using namespace std::string_literals;
     std::thread([&] {
@@ -174,7 +174,7 @@ TEST_F(LinuxUserNotificationCenterTest, takesCallsOfOtherThreadsAndAnyText) {
     EXPECT_EQ(shown().at(4).toString().size(), 4 << 16);
 }
 
-TEST_F(LinuxUserNotificationCenterTest, survivesAServerThatDiesInBetween) {
+TEST_F(DBusNotificationsTest, survivesAServerThatDiesInBetween) {
     server = std::make_unique<FakeService>(daemon, "org.freedesktop.Notifications",
                                            [](const QDBusMessage&) { return QDBusMessage(); });
     center.add({"lost", "", "", false});

@@ -4,11 +4,11 @@
 
 namespace quoxelin {
 
-class LinuxProcessInfo final : public NSProcessInfo {
+class OsReleaseProcessInfo final : public NSProcessInfo {
   public:
     /// The name is the bundle's "CFBundleName", as it is where a bundle names its executable; else
     /// that of the program's file.
-    LinuxProcessInfo(const NSBundle& bundle, const std::string& program);
+    OsReleaseProcessInfo(const NSBundle& bundle, const std::string& program);
 
     std::string processName() const override { return name; }
 
