@@ -56,8 +56,8 @@ class Bus {
     /// From now on the event loop serves the connection. Needs the application object.
     void serve();
 
-    /// Serves this connection, and nothing else, until `isDone` returns true; gives up where there
-    /// is no bus, or after `longest`. For the time before and after the event loop.
+    /// Serves this connection, and nothing else, until `isDone` returns true; gives up after
+    /// `longest`, or at once without a bus. For the time before and after the event loop.
     void serveUntil(const std::function<bool()>& isDone, std::chrono::milliseconds longest);
 
     bool isConnected() const { return connected; }
@@ -73,8 +73,8 @@ class Bus {
     static constexpr std::chrono::microseconds usualDeadline = std::chrono::seconds(25);
     static constexpr auto noDeadline = std::chrono::microseconds::max();
 
-    /// `answered` is called once, from the event loop, with the reply or an error; at once in turn
-    /// while the bus is absent. `write` may be empty.
+    /// `answered` is called once, from the event loop, with the reply or an error. While the bus is
+    /// absent that is an error on the loop's next turn. Both functions may be empty.
     Subscription call(const BusMethod& method, const Writer& write, Answered answered,
                       std::chrono::microseconds deadline = usualDeadline);
 
@@ -109,7 +109,7 @@ class Bus {
     const std::string address;
     std::unique_ptr<sd_bus, Close> connection;
     bool connected = false;
-    /// There is no bus; the connection waits for its socket.
+    /// The bus does not run; the connection waits for its socket.
     bool isAbsent = false;
     bool isServed = false;
     bool isProcessing = false;

@@ -8,8 +8,8 @@ namespace quoxelin {
 
 /// The helper as a service of the system bus. Its installation registers it: registering only finds
 /// out whether that is so, and unregistering fails. It is not found where the bus or the service is
-/// missing, and requires approval where polkit, which asks nobody for a password here, does not
-/// allow this process to use it. Main thread only.
+/// missing, and requires approval where polkit does not allow this process to use it without asking
+/// for a password. Main thread only.
 class DBusHelperService final : public SMAppService {
   public:
     /// Both live longer. An unknown service is never found.

@@ -40,7 +40,7 @@ void DBusNotifications::getNotificationSettings(
     });
 }
 
-/// Nobody is asked: whoever has a notification server decides there what it shows.
+/// Shows no question: users choose what to see in the settings of their notification server.
 void DBusNotifications::requestAuthorization(
     unsigned, std::function<void(bool, std::optional<Error>)> completion) {
     onMainThread(this, [this, completion = std::move(completion)]() mutable {
@@ -88,7 +88,7 @@ void DBusNotifications::deliver(const UNNotificationRequest& request, bool sound
                  });
 }
 
-/// The server plays a sound of its own choice unless it is told otherwise.
+/// Without a hint the server would choose a sound.
 void DBusNotifications::notify(const UNNotificationRequest& request, bool sound,
                                bool bodyIsMarkup) {
     const auto name = QGuiApplication::applicationDisplayName().toUtf8();

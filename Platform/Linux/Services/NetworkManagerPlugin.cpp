@@ -29,7 +29,7 @@ void fail(const OSSystemExtensionRequest& request, OSSystemExtensionError code,
 } // namespace
 
 NetworkManagerPlugin::~NetworkManagerPlugin() {
-    // An installation goes on to its end; nobody is told.
+    // A running installation finishes without us.
     for (const auto& [identifier, installation] : installations)
         installation.process->disconnect(this);
 }
@@ -122,7 +122,7 @@ void NetworkManagerPlugin::installerEnded(const std::string& identifier, const Q
         finish(request);
     } else if (exited && process.exitCode() == pkexecDismissed) {
         // A request that waits for approval is made again whenever the application becomes active:
-        // the question that somebody has just waved away would come back with every click.
+        // the question that the user has just dismissed would come back with every click.
         fail(request, OSSystemExtensionError::requestCanceled,
              said.empty() ? "The authorization was dismissed." : said);
     } else if (exited && process.exitCode() == pkexecNotAuthorized) {

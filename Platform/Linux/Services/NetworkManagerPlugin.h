@@ -15,7 +15,7 @@ namespace quoxelin {
 /// the bundle, and a program that runs as root through pkexec makes it known to NetworkManager.
 ///
 /// The authorization dismissed is `requestCanceled`; refused, or not to be had, it needs the
-/// user's approval, and nothing more is told of that request. Main thread only.
+/// user's approval, which ends that request. Main thread only.
 class NetworkManagerPlugin final : public QObject, public OSSystemExtensionManager {
   public:
     struct Places {

@@ -4,8 +4,8 @@
 
 namespace quoxelin {
 
-/// One task of the package service: a method of a transaction of its own, followed to its end. To
-/// destroy it is to hear no more of it. Main thread only.
+/// One task of the package service, a transaction with one method, followed until it ends. Once
+/// destroyed it calls nothing more. Main thread only.
 class PackageKitTransaction {
   public:
     static constexpr const char* service = "org.freedesktop.PackageKit";
@@ -24,10 +24,10 @@ class PackageKitTransaction {
     PackageKitTransaction(Bus& bus, const char* method, Bus::Writer arguments,
                           std::function<void(const Outcome&)> ended);
 
-    /// Asks for its end, which is told as always.
+    /// Asks the service to stop; `ended` is called when it has.
     void cancel();
 
-    /// The service is there no longer, perhaps because its bus is not. What it was asked for fails.
+    /// The service, or its bus, has gone: the task fails.
     void serviceEnded();
 
   private:

@@ -38,7 +38,7 @@ class Script final : public NSAppleScript {
         process.write(commands.data(), static_cast<qint64>(commands.size()));
         process.write("\n");
         process.closeWriteChannel();
-        // However long the person takes.
+        // However long the user takes.
         process.waitForFinished(-1);
         return outcome(process);
     }

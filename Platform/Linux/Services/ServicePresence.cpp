@@ -7,7 +7,7 @@ namespace quoxelin {
 
 namespace {
 
-/// The bus itself answers in milliseconds; one that hangs has nobody to offer.
+/// The bus itself answers in milliseconds; one that hangs offers no service.
 constexpr std::chrono::seconds deadline{1};
 
 const std::string fromTheBus = "type='signal',sender='org.freedesktop.DBus',member=";

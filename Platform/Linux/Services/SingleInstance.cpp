@@ -61,8 +61,8 @@ const sd_bus_vtable SingleInstance::table[] = {
 SingleInstance::SingleInstance(Bus& bus, Requests requests)
     : bus(bus), requests(std::move(requests)) {}
 
-/// Asks for the name, without queueing for it. The object comes first, so that whoever sees the
-/// name finds it.
+/// Asks for the name, without queueing for it. The object comes first: it must be there as soon as
+/// others see the name.
 void SingleInstance::own() {
     isOwner.reset();
     object = bus.serveObject(applicationPath, applicationInterface, table, this);
