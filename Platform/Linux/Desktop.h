@@ -22,9 +22,9 @@
 
 namespace quoxelin {
 
-/// Keeps a session bus that does not answer at once out of the toolkit's sight, which would wait
-/// for it. A toolkit that has started without the bus goes on without it; programs that are started
-/// later see it as soon as it answers.
+/// Hides a session bus that does not answer at once from the toolkit, which would block on it. The
+/// toolkit then runs without the bus to the end; programs that we start later see it again as soon
+/// as it answers.
 class SessionBusGuard {
   public:
     /// Waits a moment for the bus.
@@ -57,7 +57,7 @@ class Toolkit {
 struct Desktop {
     explicit Desktop(const LaunchOptions& options);
 
-    /// Whether somebody may sit in front of it.
+    /// Whether a user may sit in front of it.
     bool isAttended() const { return Toolkit::hasDisplay(); }
 
     Bus sessionBus{Bus::sessionAddress()};

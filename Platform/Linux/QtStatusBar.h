@@ -27,7 +27,7 @@ class QtStatusBar final : public QObject, public NSStatusBar {
         return observers.add(std::move(observer));
     }
 
-    /// As when somebody clicks the item that was made last; also without a tray.
+    /// Does what a click on the latest item does; also without a tray.
     void click();
 
   private:
