@@ -69,7 +69,7 @@ void AppDelegate::registerLoginItemIfNeeded() {
     loginItem = platform.serviceManagement.mainApp();
     LoginItem::registerIfNeeded(
         platform.userDefaults, platform.mainBundle.stringForInfoDictionaryKey("CFBundleVersion"),
-        *loginItem, lifetime.weakly([this](const LoginItem::Outcome& outcome) {
+        *loginItem, mainThread.weakly([this](const LoginItem::Outcome& outcome) {
             if (!outcome)
                 logger.log("App",
                            "Login item register failed: " + outcome.error().localizedDescription);
@@ -84,11 +84,11 @@ void AppDelegate::registerLoginItemIfNeeded() {
 /// A new attempt takes the place of one that is still unanswered.
 void AppDelegate::registerHelper() {
     helperService = platform.serviceManagement.daemon(helperPropertyList);
-    helperService->registerService(lifetime.weakly([this](const Result<void, Error>& outcome) {
+    helperService->registerService(mainThread.weakly([this](const Result<void, Error>& outcome) {
         if (!outcome)
             logger.log("App",
                        "Helper register attempt failed: " + outcome.error().localizedDescription);
-        helperService->status(lifetime.weakly([this](int status) {
+        helperService->status(mainThread.weakly([this](int status) {
             if (status == static_cast<int>(SMAppServiceStatus::requiresApproval))
                 publishHelperState(true, helperRequiresApproval);
             else
