@@ -100,31 +100,6 @@ TEST(Bus, failsACallAtItsDeadline) {
     EXPECT_EQ(told->name, SD_BUS_ERROR_NO_REPLY);
 }
 
-TEST(Bus, failsWhatIsUnansweredWhenTheBusEnds) {
-    RunningBus daemon;
-    FakeService silent(daemon, service, [](const auto&) { return QDBusMessage(); });
-    ServedBus bus(daemon.address());
-    std::optional<BusError> told;
-    const auto call = bus.call(
-        {service, "/", "a.b", "C"}, nullptr, [&](const auto& reply) { told = reply.error(); },
-        Bus::noDeadline);
-    daemon.stop();
-    runLoopUntil([&] { return told.has_value(); });
-    EXPECT_EQ(told->name, SD_BUS_ERROR_DISCONNECTED);
-}
-
-TEST(Bus, sendsNothingThatIsNoText) {
-    RunningBus daemon;
-    ServedBus bus(daemon.address());
-    std::optional<BusError> told;
-    const auto call = bus.call(
-        busMethod("NameHasOwner"),
-        [](auto* message) { return sd_bus_message_append(message, "s", "\xFF"); },
-        [&](const auto& reply) { told = reply.error(); });
-    runLoopUntil([&] { return told.has_value(); });
-    EXPECT_EQ(told->name, SD_BUS_ERROR_INVALID_ARGS);
-}
-
 TEST(ServicePresence, isFalseWithoutABus) {
     ServedBus bus("disabled:");
     ServicePresence presence(bus, service, running, [] { ADD_FAILURE(); });
