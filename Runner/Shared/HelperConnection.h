@@ -25,8 +25,8 @@ struct HelperConnectionEvents {
     std::function<void(const Error&)> failed;
 };
 
-/// Receives the helper's proxy, before `withHelper` returns or later. Sends one message, whose reply
-/// handler invalidates the connection.
+/// Receives the helper's proxy, before `withHelper` returns or later. Sends one message, whose
+/// reply handler invalidates the connection.
 using HelperBody = std::function<void(HelperToolProtocol& helper,
                                       const std::shared_ptr<NSXPCConnection>& connection)>;
 
