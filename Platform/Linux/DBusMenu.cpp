@@ -8,9 +8,8 @@ namespace quoxelin {
 
 namespace {
 
-constexpr const char* interface = "com.canonical.dbusmenu";
-constexpr const char* item = "ia{sv}av";
-constexpr int root = 0;
+constexpr const char* menuInterface = "com.canonical.dbusmenu";
+constexpr int menuRoot = 0;
 
 /// A label's underscore marks a shortcut key.
 QByteArray label(const QAction& action) {
@@ -82,15 +81,15 @@ const sd_bus_vtable DBusMenu::table[] = {
 };
 
 DBusMenu::DBusMenu(Bus& bus, QMenu& menu)
-    : bus(bus), menu(menu), object(bus.serveObject(path, interface, table, this)) {
+    : bus(bus), menu(menu), object(bus.serveObject(path, menuInterface, table, this)) {
     menu.installEventFilter(this);
 }
 
 bool DBusMenu::eventFilter(QObject*, QEvent* event) {
     if (event->type() == QEvent::ActionAdded || event->type() == QEvent::ActionChanged ||
         event->type() == QEvent::ActionRemoved)
-        bus.emitSignal(path, interface, "LayoutUpdated", [this](auto* message) {
-            return sd_bus_message_append(message, "ui", ++revision, root);
+        bus.emitSignal(path, menuInterface, "LayoutUpdated", [this](auto* message) {
+            return sd_bus_message_append(message, "ui", ++revision, menuRoot);
         });
     return false;
 }
@@ -103,7 +102,7 @@ QAction* DBusMenu::actionOf(int id) const {
 int DBusMenu::appendProperties(sd_bus_message* message, int id) const {
     const auto* action = actionOf(id);
     sd_bus_message_open_container(message, SD_BUS_TYPE_ARRAY, "{sv}");
-    if (id == root)
+    if (id == menuRoot)
         sd_bus_message_append(message, "{sv}", "children-display", "s", "submenu");
     else if (action != nullptr && action->isSeparator())
         sd_bus_message_append(message, "{sv}", "type", "s", "separator");
@@ -117,11 +116,11 @@ int DBusMenu::appendProperties(sd_bus_message* message, int id) const {
 }
 
 int DBusMenu::appendItem(sd_bus_message* message, int id) const {
-    sd_bus_message_open_container(message, SD_BUS_TYPE_STRUCT, item);
+    sd_bus_message_open_container(message, SD_BUS_TYPE_STRUCT, "ia{sv}av");
     sd_bus_message_append(message, "i", id);
     appendProperties(message, id);
     sd_bus_message_open_container(message, SD_BUS_TYPE_ARRAY, "v");
-    for (int child = 1; id == root && child <= menu.actions().size(); ++child) {
+    for (int child = 1; id == menuRoot && child <= menu.actions().size(); ++child) {
         sd_bus_message_open_container(message, SD_BUS_TYPE_VARIANT, "(ia{sv}av)");
         appendItem(message, child);
         sd_bus_message_close_container(message);
@@ -132,7 +131,7 @@ int DBusMenu::appendItem(sd_bus_message* message, int id) const {
 
 int DBusMenu::getLayout(sd_bus_message* message, void* data, sd_bus_error*) {
     const auto& self = *static_cast<DBusMenu*>(data);
-    int parent = root;
+    int parent = menuRoot;
     sd_bus_message_read(message, "i", &parent);
     return reply(message, [&](auto* layout) {
         sd_bus_message_append(layout, "u", self.revision);
@@ -160,7 +159,7 @@ int DBusMenu::getGroupProperties(sd_bus_message* message, void* data, sd_bus_err
 
 /// An item acts from the event loop: it may end the application.
 void DBusMenu::takeEvent(sd_bus_message* message) const {
-    int id = root;
+    int id = menuRoot;
     const char* kind = nullptr;
     sd_bus_message_read(message, "is", &id, &kind);
     sd_bus_message_skip(message, "vu");

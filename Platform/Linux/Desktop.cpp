@@ -48,9 +48,6 @@ const std::string& withEnvironment(const std::string& name) {
 
 constexpr const char* sessionBusVariable = "DBUS_SESSION_BUS_ADDRESS";
 
-/// A bus that is alive answers in a few milliseconds.
-constexpr std::chrono::milliseconds busPatience{50};
-
 std::optional<QByteArray> variable(const char* name) {
     return qEnvironmentVariableIsSet(name) ? std::optional(qgetenv(name)) : std::nullopt;
 }
@@ -58,7 +55,7 @@ std::optional<QByteArray> variable(const char* name) {
 } // namespace
 
 SessionBusGuard::SessionBusGuard(Bus& bus) : address(variable(sessionBusVariable)) {
-    bus.serveUntil([&bus] { return bus.isConnected(); }, busPatience);
+    bus.awaitConnection();
     if (bus.isConnected())
         return;
     qputenv(sessionBusVariable, "disabled:");

@@ -13,9 +13,6 @@ constexpr std::chrono::milliseconds handOverPatience{5000};
 /// the time they look who is asking.
 constexpr std::chrono::milliseconds settlingTime{1000};
 
-/// For the system bus at the start. One that is alive answers in a few milliseconds.
-constexpr std::chrono::milliseconds busPatience{50};
-
 constexpr int doesNotAnswerExitCode = 1;
 
 } // namespace
@@ -32,7 +29,7 @@ LinuxHost::LinuxHost(const LaunchOptions& options)
       systemExtensions(
           {.bundle = mainBundle.bundleURL(), .installer = QUOXELIN_LIBEXEC "/install-extension"}),
       services(compose(options)) {
-    systemBus.serveUntil([this] { return systemBus.isConnected(); }, busPatience);
+    systemBus.awaitConnection();
     systemBus.serve();
 }
 

@@ -8,8 +8,8 @@ namespace quoxelin {
 
 namespace {
 
-constexpr const char* path = "/StatusNotifierItem";
-constexpr const char* interface = "org.kde.StatusNotifierItem";
+constexpr const char* itemPath = "/StatusNotifierItem";
+constexpr const char* itemInterface = "org.kde.StatusNotifierItem";
 constexpr const char* pictures = "a(iiay)";
 
 /// The icon in every size that it has, as rows of alpha, red, green and blue.
@@ -96,7 +96,7 @@ int StatusNotifierItem::property(sd_bus*, const char*, const char*, const char* 
 
 StatusNotifierItem::StatusNotifierItem(Bus& bus, QMenu& menu, std::function<void()> activated)
     : bus(bus), activated(std::move(activated)), menu(bus, menu) {
-    object = bus.serveObject(path, interface, table, this);
+    object = bus.serveObject(itemPath, itemInterface, table, this);
     watcherObservation = bus.match("type='signal',sender='org.freedesktop.DBus',"
                                    "member='NameOwnerChanged',arg0='" +
                                        std::string(watcher) + "'",
@@ -115,7 +115,7 @@ void StatusNotifierItem::enroll() {
 
 void StatusNotifierItem::setIcon(const QIcon& newIcon) {
     icon = newIcon;
-    bus.emitSignal(path, interface, "NewIcon", nullptr);
+    bus.emitSignal(itemPath, itemInterface, "NewIcon", nullptr);
 }
 
 } // namespace quoxelin

@@ -22,12 +22,12 @@ constexpr milliseconds retryDelay{1000};
 
 constexpr milliseconds longestTimer = std::chrono::hours(24);
 
-struct Unref {
+struct SdUnref {
     void operator()(sd_bus_slot* slot) const { sd_bus_slot_unref(slot); }
     void operator()(sd_bus_message* message) const { sd_bus_message_unref(message); }
 };
-using Slot = std::unique_ptr<sd_bus_slot, Unref>;
-using Message = std::unique_ptr<sd_bus_message, Unref>;
+using BusSlot = std::unique_ptr<sd_bus_slot, SdUnref>;
+using BusMessage = std::unique_ptr<sd_bus_message, SdUnref>;
 
 std::string environment(const char* name) {
     return qgetenv(name).toStdString();
@@ -67,7 +67,7 @@ struct Bus::Handler {
     }
 
     std::function<void(sd_bus_message*)> function;
-    Slot slot;
+    BusSlot slot;
 };
 
 BusMethod busMethod(const char* name) {
@@ -149,6 +149,10 @@ void Bus::serveUntil(const std::function<bool()>& isDone, milliseconds longest) 
         sd_bus_wait(connection.get(), static_cast<std::uint64_t>(left.count()));
         process();
     }
+}
+
+void Bus::awaitConnection() {
+    serveUntil([this] { return connected; }, milliseconds(50));
 }
 
 void Bus::process() {
@@ -241,7 +245,7 @@ int Bus::send(const BusMethod& method, const Writer& write, Handler& handler,
     sd_bus_message* made = nullptr;
     int result = sd_bus_message_new_method_call(connection.get(), &made, method.service,
                                                 method.path, method.interface, method.name);
-    const Message message(made);
+    const BusMessage message(made);
     if (result >= 0 && write)
         result = write(made);
     if (result < 0)
@@ -272,7 +276,7 @@ Subscription Bus::serveObject(const char* path, const char* interface, const sd_
     sd_bus_slot* slot = nullptr;
     if (connected)
         sd_bus_add_object_vtable(connection.get(), &slot, path, interface, table, owner);
-    return Subscription([held = std::shared_ptr<sd_bus_slot>(slot, Unref())] {});
+    return Subscription([held = std::shared_ptr<sd_bus_slot>(slot, SdUnref())] {});
 }
 
 void Bus::emitSignal(const char* path, const char* interface, const char* name,
@@ -281,7 +285,7 @@ void Bus::emitSignal(const char* path, const char* interface, const char* name,
         return;
     sd_bus_message* made = nullptr;
     int result = sd_bus_message_new_signal(connection.get(), &made, path, interface, name);
-    const Message message(made);
+    const BusMessage message(made);
     if (result >= 0 && write)
         result = write(made);
     if (result >= 0)

@@ -60,6 +60,9 @@ class Bus {
     /// `longest`, or at once without a bus. For the time before and after the event loop.
     void serveUntil(const std::function<bool()>& isDone, std::chrono::milliseconds longest);
 
+    /// Gives a bus that runs a moment to let this program in, 50 ms at most.
+    void awaitConnection();
+
     bool isConnected() const { return connected; }
 
     /// This program's name on the bus; empty while it is absent.

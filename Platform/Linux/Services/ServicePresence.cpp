@@ -8,7 +8,7 @@ namespace quoxelin {
 namespace {
 
 /// The bus itself answers in milliseconds; one that hangs offers no service.
-constexpr std::chrono::seconds deadline{1};
+constexpr std::chrono::seconds busDeadline{1};
 
 const std::string fromTheBus = "type='signal',sender='org.freedesktop.DBus',member=";
 
@@ -57,7 +57,7 @@ void ServicePresence::ask() {
             else
                 askForActivatable();
         },
-        deadline);
+        busDeadline);
 }
 
 void ServicePresence::askForActivatable() {
@@ -67,7 +67,7 @@ void ServicePresence::askForActivatable() {
             const auto names = reply ? readTexts(*reply) : std::vector<std::string>();
             know(std::find(names.begin(), names.end(), service) != names.end());
         },
-        deadline);
+        busDeadline);
 }
 
 void ServicePresence::know(bool value) {

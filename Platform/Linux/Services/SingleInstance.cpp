@@ -12,7 +12,7 @@ constexpr const char* applicationPath = "/com/quoxelin/desktop";
 constexpr const char* applicationInterface = "org.freedesktop.Application";
 
 /// How long the bus itself may take.
-constexpr std::chrono::milliseconds busPatience{1000};
+constexpr std::chrono::milliseconds namePatience{1000};
 
 /// What the desktop told this process about the start, which the first needs to come to the front.
 int appendPlatformData(sd_bus_message* message) {
@@ -91,7 +91,7 @@ SingleInstance::claim(const std::optional<std::string>& url, std::chrono::millis
     // The second attempt is for a first instance that has just left.
     for (int attempt = 0; attempt < 2 && bus.isConnected(); ++attempt) {
         own();
-        bus.serveUntil([this] { return isOwner.has_value(); }, busPatience);
+        bus.serveUntil([this] { return isOwner.has_value(); }, namePatience);
         if (isOwner.value_or(true))
             return Role::first;
         const auto problem = handOver(url, patience);
