@@ -1,7 +1,7 @@
 // Appends log lines to a real file, which is opened and closed for each line.
 #include "Platform/SystemLog.h"
 #include "Runner/Shared/AppLogger.h"
-#include "Simulation/System/SimulatedFileManager.h"
+#include "Simulation/System/SimulatedFoundation.h"
 #include "Tests/Support/InlineDispatch.h"
 
 #include <benchmark/benchmark.h>

@@ -30,27 +30,13 @@ std::vector<Account> firstAccounts() {
 }
 
 Account newAccount(std::size_t number) {
-    struct Person {
-        const char* given;
-        const char* family;
-        const char* network;
-    };
-    static constexpr Person people[] = {
-        {"Emil", "Lindqvist", "norrsken"},
-        {"Aigerim", "Saparova", "altai-labs"},
-        {"Tomás", "Herrera", "puertomar"},
-        {"Yui", "Nakamura", "asagao"},
-    };
-    const Person& person = people[number % std::size(people)];
-    std::string login = fmt::format("user{}", number + 1);
-
     Account account;
     account.id = fmt::format("{:04x}", 0x51a0 + number);
-    account.displayName = fmt::format("{} {}", person.given, person.family);
-    account.email = fmt::format("{}@{}.example", login, person.network);
+    account.displayName = fmt::format("Emil Lindqvist {}", number + 1);
+    account.email = fmt::format("emil{}@norrsken.example", number + 1);
     account.name = account.email;
-    account.hostLabel = login + "-desktop";
-    account.network = fmt::format("{}.quoxelin.example", person.network);
+    account.hostLabel = fmt::format("emil{}-desktop", number + 1);
+    account.network = "norrsken.quoxelin.example";
     account.userId = 4398046511200000 + static_cast<std::int64_t>(number);
     account.nodeId = 2305843009213693951 + static_cast<std::int64_t>(number) * 7919;
     return account;

@@ -9,17 +9,25 @@ namespace quoxelin::sim {
 
 /// One login profile of the daemon: a person's account and the node this machine is in it.
 struct Account {
-    std::string id;          ///< the profile's id, as in the switch request's query
-    std::string name;        ///< what the account switcher shows
-    std::string displayName; ///< the person, as in the network map's user profiles
-    std::string email;       ///< login name; empty for an account that has none
-    std::string hostLabel;   ///< first label of the node's DNS name
-    std::string network;     ///< rest of the node's DNS name
+    /// The profile's id, as in the switch request's query.
+    std::string id;
+    /// What the account switcher shows.
+    std::string name;
+    /// The person, as in the network map's user profiles.
+    std::string displayName;
+    /// Login name; empty for an account that has none.
+    std::string email;
+    /// First label of the node's DNS name.
+    std::string hostLabel;
+    /// Rest of the node's DNS name.
+    std::string network;
     std::int64_t userId = 0;
     std::int64_t nodeId = 0;
 
-    bool authenticated = false; ///< the node's key is known to the conductor
-    bool wantRunning = false;   ///< the preference, kept for each profile
+    /// The node's key is known to the conductor.
+    bool authenticated = false;
+    /// The preference, kept for each profile.
+    bool wantRunning = false;
 
     std::string nodeName() const { return hostLabel + "." + network; }
 };

@@ -1,37 +1,32 @@
 #include "Simulation/Daemon/DaemonModel.h"
 
-#include <boost/json.hpp>
+#include <algorithm>
 #include <fmt/format.h>
 
-#include <algorithm>
-#include <array>
-
 namespace quoxelin::sim {
-
-namespace json = boost::json;
 
 namespace {
 
 constexpr std::string_view version = "1.42.0-sim";
-constexpr std::array<std::string_view, 5> stateNames{"NoState", "NeedsLogin", "Stopped", "Starting",
-                                                     "Running"};
 
 } // namespace
 
-std::string_view nameOf(BackendState state) {
-    return stateNames[static_cast<std::size_t>(state)];
+const std::vector<std::pair<const char*, BackendState>>& backendStates() {
+    static const std::vector<std::pair<const char*, BackendState>> states = {
+        {"NoState", BackendState::noState},
+        {"NeedsLogin", BackendState::needsLogin},
+        {"Stopped", BackendState::stopped},
+        {"Starting", BackendState::starting},
+        {"Running", BackendState::running}};
+    return states;
 }
 
-std::optional<BackendState> backendStateNamed(std::string_view name) {
-    const auto found = std::find(stateNames.begin(), stateNames.end(), name);
-    if (found == stateNames.end()) {
-        return std::nullopt;
-    }
-    return static_cast<BackendState>(found - stateNames.begin());
+const char* nameOf(BackendState state) {
+    return backendStates()[static_cast<std::size_t>(state)].first;
 }
 
-DaemonModel::DaemonModel(Settings settingsToUse, Outside outsideToUse)
-    : settings(settingsToUse), outside(std::move(outsideToUse)), known(firstAccounts()),
+DaemonModel::DaemonModel(Settings settings, Outside outside)
+    : settings(settings), outside(std::move(outside)), known(firstAccounts()),
       current(known.front().id) {
     if (settings.loggedIn) {
         for (Account& account : known) {
@@ -58,40 +53,40 @@ bool DaemonModel::hasNode() const {
     return account && account->authenticated;
 }
 
-json::object DaemonModel::status() const {
-    json::object reply{{"version", version},
+json::Object DaemonModel::status() const {
+    json::Object reply{{"version", version},
                        {"backend_state", nameOf(backendState)},
                        {"interactive_login_url", pendingLoginUrl().value_or("")},
                        {"jailed", jailed},
                        {"jail_reason", jailReason.value_or("")}};
-    json::array addresses;
+    json::Array addresses;
     if (hasNode()) {
         const Account& account = *currentAccount();
-        for (const std::string& address : ownAddresses(account)) {
+        for (const std::string& address : ownAddresses(account))
             addresses.emplace_back(address);
-        }
-        reply["self"] = {
-            {"id", account.nodeId}, {"host_name", account.nodeName()}, {"quoxelin_ips", addresses}};
+        reply.push_back({"self", json::Object{{"id", account.nodeId},
+                                              {"host_name", account.nodeName()},
+                                              {"quoxelin_ips", addresses}}});
     }
-    reply["quoxelin_ips"] = std::move(addresses);
+    reply.push_back({"quoxelin_ips", std::move(addresses)});
     return reply;
 }
 
-json::object DaemonModel::profiles() const {
-    json::array list;
+json::Object DaemonModel::profiles() const {
+    json::Array list;
     for (const Account& account : known) {
-        json::object profile{{"id", account.id}, {"name", account.name}};
-        profile["node_id"] = account.authenticated ? json::value(account.nodeId) : json::value();
-        if (!account.email.empty()) {
-            profile["user_email"] = account.email;
-        }
-        profile["is_current"] = account.id == current;
+        json::Object profile{{"id", account.id}, {"name", account.name}};
+        profile.push_back(
+            {"node_id", account.authenticated ? json::Value(account.nodeId) : json::Value()});
+        if (!account.email.empty())
+            profile.push_back({"user_email", account.email});
+        profile.push_back({"is_current", account.id == current});
         list.push_back(std::move(profile));
     }
     return {{"current_profile_id", current}, {"profiles", std::move(list)}};
 }
 
-json::object DaemonModel::preferences() const {
+json::Object DaemonModel::preferences() const {
     const Account* account = currentAccount();
     return {{"WantRunning", account && account->wantRunning}, {"LoggedOut", !hasNode()}};
 }
@@ -114,12 +109,12 @@ void DaemonModel::switchToEmptyProfile() {
 void DaemonModel::enterProfile() {
     login.reset();
     networkMapIsNews = true;
-    json::object changes;
+    json::Object changes;
     liftJail(changes);
     settle(std::move(changes));
 }
 
-void DaemonModel::settle(json::object changes) {
+void DaemonModel::settle(json::Object changes) {
     ++transition;
     const Account* account = currentAccount();
     if (account && account->authenticated && account->wantRunning) {
@@ -127,13 +122,13 @@ void DaemonModel::settle(json::object changes) {
         return;
     }
     backendState = hasNode() ? BackendState::stopped : BackendState::needsLogin;
-    changes["State"] = nameOf(backendState);
+    changes.push_back({"State", nameOf(backendState)});
     announce(std::move(changes));
 }
 
-void DaemonModel::enterStarting(json::object changes) {
+void DaemonModel::enterStarting(json::Object changes) {
     backendState = BackendState::starting;
-    changes["State"] = nameOf(backendState);
+    changes.push_back({"State", nameOf(backendState)});
     // The map follows with Running: a node that starts has not heard from the conductor yet.
     outside.announce(line(changes, false));
     outside.after(settings.startingTime, [this, started = transition] {
@@ -145,18 +140,16 @@ void DaemonModel::enterStarting(json::object changes) {
 }
 
 std::string DaemonModel::beginLogin() {
-    if (hasNode()) {
+    if (hasNode())
         return {};
-    }
     if (!login) {
         ++loginsBegun;
         login = fmt::format("{:016x}", loginsBegun * 0x9E3779B97F4A7C15u);
         outside.announce(line({{"InteractiveLoginUrl", *pendingLoginUrl()}}, false));
         if (settings.autoLogin) {
             outside.after(*settings.autoLogin, [this, begun = *login] {
-                if (login == begun) {
+                if (login == begun)
                     completeLogin();
-                }
             });
         }
     }
@@ -164,9 +157,8 @@ std::string DaemonModel::beginLogin() {
 }
 
 std::optional<std::string> DaemonModel::completeLogin() {
-    if (hasNode()) {
+    if (hasNode())
         return std::nullopt;
-    }
     beginLogin();
     if (!currentAccount()) {
         known.push_back(newAccount(accountsCreated++));
@@ -185,13 +177,11 @@ std::optional<std::string> DaemonModel::completeLogin() {
 
 void DaemonModel::setWantRunning(bool wantRunning) {
     Account* account = currentAccount();
-    if (!account || account->wantRunning == wantRunning) {
+    if (!account || account->wantRunning == wantRunning)
         return;
-    }
     account->wantRunning = wantRunning;
-    if (account->authenticated) {
+    if (account->authenticated)
         settle({});
-    }
 }
 
 void DaemonModel::logOut() {
@@ -203,13 +193,11 @@ void DaemonModel::logOut() {
 }
 
 std::string DaemonModel::greeting() {
-    json::object members{{"Version", version}, {"State", nameOf(backendState)}, {"Jailed", jailed}};
-    if (jailReason) {
-        members["JailReason"] = *jailReason;
-    }
-    if (const auto url = pendingLoginUrl()) {
-        members["InteractiveLoginUrl"] = *url;
-    }
+    json::Object members{{"Version", version}, {"State", nameOf(backendState)}, {"Jailed", jailed}};
+    if (jailReason)
+        members.push_back({"JailReason", *jailReason});
+    if (const auto url = pendingLoginUrl())
+        members.push_back({"InteractiveLoginUrl", *url});
     return line(members, hasNode());
 }
 
@@ -234,10 +222,9 @@ std::string DaemonModel::pendingPerson() const {
 void DaemonModel::jail(std::optional<std::string> reason) {
     jailed = true;
     jailReason = std::move(reason);
-    json::object changes{{"Jailed", true}};
-    if (jailReason) {
-        changes["JailReason"] = *jailReason;
-    }
+    json::Object changes{{"Jailed", true}};
+    if (jailReason)
+        changes.push_back({"JailReason", *jailReason});
     outside.announce(line(changes, false));
 }
 
@@ -247,11 +234,11 @@ void DaemonModel::unjail() {
     outside.announce(line({{"Jailed", false}}, false));
 }
 
-void DaemonModel::liftJail(json::object& changes) {
+void DaemonModel::liftJail(json::Object& changes) {
     if (jailed) {
         jailed = false;
         jailReason.reset();
-        changes["Jailed"] = false;
+        changes.push_back({"Jailed", false});
     }
 }
 
@@ -264,31 +251,25 @@ void DaemonModel::setBackendState(BackendState state) {
 void DaemonModel::setPeerCount(std::size_t count) {
     settings.peers = count;
     networkMapIsNews = true;
-    if (hasNode()) {
+    if (hasNode())
         announce({});
-    }
-}
-
-void DaemonModel::setStartingTime(std::chrono::milliseconds time) {
-    settings.startingTime = time;
 }
 
 void DaemonModel::setAccounts(std::vector<Account> accounts, std::string_view currentId) {
     known = std::move(accounts);
     current = currentId;
-    if (!currentAccount()) {
+    if (!currentAccount())
         current.clear();
-    }
     enterProfile();
 }
 
-void DaemonModel::announce(json::object changes) {
+void DaemonModel::announce(json::Object changes) {
     const bool withMap = hasNode() && networkMapIsNews;
     networkMapIsNews = networkMapIsNews && !withMap;
     outside.announce(line(changes, withMap));
 }
 
-std::string DaemonModel::line(const json::object& members, bool withNetworkMap) {
+std::string DaemonModel::line(const json::Object& members, bool withNetworkMap) {
     std::string text = json::serialize(members);
     if (withNetworkMap) {
         text.pop_back();

@@ -1,11 +1,10 @@
 #pragma once
 
+#include "Base/Dispatch.h"
+#include "Base/Json.h"
 #include "Simulation/Daemon/Account.h"
 #include "Simulation/Daemon/NetworkMap.h"
 
-#include <boost/json/object.hpp>
-
-#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <optional>
@@ -18,11 +17,9 @@ namespace quoxelin::sim {
 /// The daemon's backend state, in the order of its ordinals.
 enum class BackendState { noState, needsLogin, stopped, starting, running };
 
-/// The name under which a state travels, such as "NeedsLogin".
-std::string_view nameOf(BackendState state);
-
-/// The state of that exact name; absent when there is none.
-std::optional<BackendState> backendStateNamed(std::string_view name);
+/// The states with the names under which they travel, such as "NeedsLogin".
+const std::vector<std::pair<const char*, BackendState>>& backendStates();
+const char* nameOf(BackendState state);
 
 /// What the simulated daemon knows and how it changes: profiles, login, backend state, jail,
 /// network map.
@@ -33,10 +30,12 @@ class DaemonModel {
   public:
     struct Settings {
         std::size_t peers = 5;
-        bool loggedIn = false; ///< begin with both profiles logged in and the first one running
-        std::optional<std::chrono::milliseconds>
-            autoLogin;                               ///< a begun login completes itself after this
-        std::chrono::milliseconds startingTime{150}; ///< from Starting to Running
+        /// Begin with both profiles logged in and the first one running.
+        bool loggedIn = false;
+        /// A begun login completes itself after this.
+        std::optional<Duration> autoLogin;
+        /// From Starting to Running.
+        Duration startingTime = seconds(0.15);
     };
 
     /// The few outside calls the model makes.
@@ -44,7 +43,7 @@ class DaemonModel {
         /// A notification line for every observer of the bus.
         std::function<void(std::string line)> announce;
         /// Runs `work` once after `delay`.
-        std::function<void(std::chrono::milliseconds delay, std::function<void()> work)> after;
+        std::function<void(Duration delay, Work work)> after;
         /// A login was completed, with the URL that calls back into the application.
         std::function<void(const std::string& callback)> loggedIn;
     };
@@ -53,9 +52,9 @@ class DaemonModel {
 
     // What the local API asks.
 
-    boost::json::object status() const;
-    boost::json::object profiles() const;
-    boost::json::object preferences() const;
+    json::Object status() const;
+    json::Object profiles() const;
+    json::Object preferences() const;
     /// False, and no change, when there is no such profile.
     bool switchProfile(std::string_view id);
     void switchToEmptyProfile();
@@ -90,7 +89,6 @@ class DaemonModel {
     /// Puts the daemon in a state, whatever led there; a pending transition is called off.
     void setBackendState(BackendState state);
     void setPeerCount(std::size_t count);
-    void setStartingTime(std::chrono::milliseconds time);
     /// Replaces all profiles. The one with `currentId` becomes current, none when there is no such.
     void setAccounts(std::vector<Account> accounts, std::string_view currentId);
 
@@ -105,26 +103,30 @@ class DaemonModel {
     const Account* currentAccount() const;
     bool hasNode() const;
     void enterProfile();
-    void settle(boost::json::object changes);
-    void enterStarting(boost::json::object changes);
-    void announce(boost::json::object changes);
-    std::string line(const boost::json::object& members, bool withNetworkMap);
-    void liftJail(boost::json::object& changes);
+    void settle(json::Object changes);
+    void enterStarting(json::Object changes);
+    void announce(json::Object changes);
+    std::string line(const json::Object& members, bool withNetworkMap);
+    void liftJail(json::Object& changes);
 
     Settings settings;
     Outside outside;
     NetworkMap networkMap;
     std::vector<Account> known;
-    std::string current; ///< empty on the empty profile
+    /// Empty on the empty profile.
+    std::string current;
     BackendState backendState = BackendState::needsLogin;
     bool jailed = false;
     std::optional<std::string> jailReason;
     std::string loginPageAddress;
-    std::optional<std::string> login; ///< the secret of the pending login
+    /// The secret of the pending login.
+    std::optional<std::string> login;
     std::size_t loginsBegun = 0;
     std::size_t accountsCreated = 0;
-    std::uint64_t transition = 0; ///< a delayed transition of an older number has been called off
-    bool networkMapIsNews = true; ///< observers have not been sent the present map
+    /// A delayed transition of an older number has been called off.
+    std::uint64_t transition = 0;
+    /// Observers have not been sent the present map.
+    bool networkMapIsNews = true;
 };
 
 } // namespace quoxelin::sim

@@ -1,7 +1,8 @@
 #pragma once
 
+#include <boost/beast/http/parser.hpp>
+#include <boost/beast/http/string_body.hpp>
 #include <cstddef>
-#include <memory>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -17,34 +18,31 @@ class HttpRequest {
     enum class Progress { incomplete, complete, malformed };
 
     HttpRequest();
-    ~HttpRequest();
 
-    /// Goes on reading. `received` is everything since the request's first byte, with what may have
-    /// come behind it; it only grows from call to call.
+    /// Continues to read. `received` is everything since the request's first byte, with what may
+    /// have come behind it; it only grows from call to call.
     Progress read(std::string_view received);
 
     /// How many of the received bytes belong to the request as far as it was read.
     std::size_t size() const { return parsed; }
 
-    // Of a request that is not complete: what is known of it.
+    // What is known so far of an incomplete request.
 
-    std::string method() const;
-    std::string target() const;
+    std::string method() const { return std::string(parser.get().method_string()); }
+    std::string target() const { return std::string(parser.get().target()); }
     HeaderFields headers() const;
-    const std::string& body() const;
+    const std::string& body() const { return parser.get().body(); }
+
     /// The connection stays open for another request after the reply.
-    bool keepAlive() const;
+    bool keepAlive() const { return parser.get().keep_alive(); }
 
   private:
-    struct Parser;
-
-    std::unique_ptr<Parser> parser;
+    boost::beast::http::request_parser<boost::beast::http::string_body> parser;
     std::size_t parsed = 0;
 };
 
-/// A complete HTTP/1.1 reply as bytes. Content-Length is that of the body unless `headers` say
-/// another one; an empty reason becomes the usual words of the status, which is from 100 to 999.
-std::string httpReply(int status, std::string_view reason, const HeaderFields& headers,
-                      std::string_view body, bool keepAlive);
+/// A complete HTTP/1.1 reply as bytes; the status is from 100 to 999.
+std::string httpReply(int status, const HeaderFields& headers, std::string_view body,
+                      bool keepAlive);
 
 } // namespace quoxelin::sim

@@ -2,46 +2,35 @@
 
 #include "Simulation/Daemon/Text.h"
 
-#include <boost/json.hpp>
-
 namespace quoxelin::sim {
-
-namespace json = boost::json;
 
 namespace {
 
-ApiReply ok(const json::object& reply) {
+ApiReply ok(const json::Object& reply) {
     return {200, json::serialize(reply) + "\n"};
 }
 
 ApiReply switchProfile(DaemonModel& model, std::string_view target) {
     const auto id = queryItem(target, "id");
-    if (!id || id->empty()) {
+    if (!id || id->empty())
         return {400, "missing profile id"};
-    }
-    if (!model.switchProfile(*id)) {
+    if (!model.switchProfile(*id))
         return {404, "no such profile"};
-    }
     return ok({});
 }
 
 /// A preference counts only together with its "...Set" companion, so that a request can leave
 /// others alone.
 ApiReply changePreferences(DaemonModel& model, std::string_view body) {
-    json::error_code error;
-    const json::value value = json::parse(body, error);
-    const json::object* changes = error ? nullptr : value.if_object();
-    if (!changes) {
+    const auto changes = json::parse(body);
+    if (!changes || !changes->isObject())
         return {400, "preferences are not a JSON object"};
-    }
-    const json::value* wanted = changes->if_contains("WantRunning");
-    const json::value* counts = changes->if_contains("WantRunningSet");
-    if ((wanted && !wanted->is_bool()) || (counts && !counts->is_bool())) {
+    const auto* const wanted = changes->find("WantRunning");
+    const auto* const counts = changes->find("WantRunningSet");
+    if ((wanted && !wanted->boolean()) || (counts && !counts->boolean()))
         return {400, "WantRunning and WantRunningSet are booleans"};
-    }
-    if (wanted && counts && counts->get_bool()) {
-        model.setWantRunning(wanted->get_bool());
-    }
+    if (wanted && counts && *counts->boolean())
+        model.setWantRunning(*wanted->boolean());
     return ok(model.preferences());
 }
 

@@ -10,7 +10,8 @@ namespace quoxelin::sim {
 /// The reply to one request of the local API, before it is put on a socket.
 struct ApiReply {
     int status = 200;
-    std::string body; ///< JSON text; plain text when the status is 400 or more
+    /// JSON text; plain text when the status is 400 or more.
+    std::string body;
 };
 
 /// The path of the notification stream, which is not answered with an ApiReply.

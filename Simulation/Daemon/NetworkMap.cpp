@@ -1,15 +1,11 @@
 #include "Simulation/Daemon/NetworkMap.h"
 
-#include <boost/json.hpp>
-#include <fmt/format.h>
-
 #include <array>
 #include <cstdint>
+#include <fmt/format.h>
 #include <iterator>
 
 namespace quoxelin::sim {
-
-namespace json = boost::json;
 
 namespace {
 
@@ -30,22 +26,14 @@ class Scramble {
     std::uint64_t state;
 };
 
-constexpr std::array adjectives{"amber",  "brisk", "coral",  "dusty", "early", "frosty",
-                                "golden", "hazel", "indigo", "jolly", "keen",  "lunar",
-                                "mossy",  "noble", "olive",  "plum"};
-constexpr std::array animals{"badger", "crane", "dormouse", "egret",   "falcon", "gecko",
-                             "heron",  "ibex",  "jackal",   "kestrel", "lynx",   "marten",
-                             "newt",   "otter", "puffin",   "quail"};
 constexpr std::array systems{"linux", "macOS", "windows", "iOS", "android"};
 
 struct Colleague {
     const char* login;
     const char* displayName;
 };
-constexpr std::array<Colleague, 4> colleagues{{{"haruka", "Haruka Mori"},
-                                               {"pieter", "Pieter van Dijk"},
-                                               {"zeynep", "Zeynep Yıldız"},
-                                               {"build-bot", "Build Bot"}}};
+constexpr std::array<Colleague, 2> colleagues{
+    {{"zeynep", "Zeynep Yıldız"}, {"build-bot", "Build Bot"}}};
 
 std::uint64_t seedOf(const Account& account) {
     return static_cast<std::uint64_t>(account.nodeId);
@@ -78,23 +66,18 @@ std::uint64_t nodeId(std::size_t number) {
 
 void appendPeer(std::string& text, const Account& account, std::size_t number) {
     Scramble scramble(seedOf(account) ^ (number + 1) * 0x2545F4914F6CDD1Du);
-    const std::uint64_t pick = scramble.next();
-    const std::uint32_t host = hostNumber(account, number + 1);
-    const std::string v4 = ipv4(host);
-    const std::string v6 = ipv6(host);
-    const std::string machine = key(scramble).substr(0, 32);
-    const std::string node = key(scramble);
-    const std::size_t owner = (pick >> 16) % (colleagues.size() + 1);
-
+    const auto pick = scramble.next();
+    const auto host = hostNumber(account, number + 1);
+    const auto machine = key(scramble).substr(0, 32);
     fmt::format_to(
         std::back_inserter(text),
-        R"({{"Node":{{"ID":{},"Name":"{}-{}-{}.{}","Addresses":["{}","{}"],"Key":"{}",)"
+        R"({{"Node":{{"ID":{},"Name":"node-{}.{}","Addresses":["{}","{}"],"Key":"{}",)"
         R"("AllowedIPs":["{}/32","{}/128"],"Endpoints":["203.0.113.{}:{}"],"NodeKey":"{}",)"
         R"("OS":"{}","UserID":{}}}}})",
-        nodeId(number), adjectives[pick % adjectives.size()], animals[(pick >> 8) % animals.size()],
-        number + 1, account.network, v4, v6, machine, v4, v6, pick >> 24 & 255, 40100 + pick % 64,
-        node, systems[(pick >> 32) % systems.size()],
-        account.userId + static_cast<std::int64_t>(owner));
+        nodeId(number), number + 1, account.network, ipv4(host), ipv6(host), machine, ipv4(host),
+        ipv6(host), pick >> 24 & 255, 40100 + pick % 64, key(scramble),
+        systems[(pick >> 32) % systems.size()],
+        account.userId + static_cast<std::int64_t>((pick >> 16) % (colleagues.size() + 1)));
 }
 
 std::string peersText(const Account& account, std::size_t count) {
@@ -102,22 +85,21 @@ std::string peersText(const Account& account, std::size_t count) {
     text.reserve(count * 360 + 2);
     text += '[';
     for (std::size_t i = 0; i < count; ++i) {
-        if (i != 0) {
+        if (i != 0)
             text += ',';
-        }
         appendPeer(text, account, i);
     }
     text += ']';
     return text;
 }
 
-json::object userProfiles(const Account& account) {
-    json::object profiles;
+json::Object userProfiles(const Account& account) {
+    json::Object profiles;
     const auto add = [&](std::int64_t userId, std::string_view login, std::string_view display) {
-        profiles[std::to_string(userId)] = {
-            {"LoginName", login},
-            {"DisplayName", display},
-            {"ProfileURL", fmt::format("https://people.{}/{}", account.network, userId)}};
+        const auto url = fmt::format("https://people.{}/{}", account.network, userId);
+        profiles.push_back(
+            {std::to_string(userId),
+             json::Object{{"LoginName", login}, {"DisplayName", display}, {"ProfileURL", url}}});
     };
     add(account.userId, account.email, account.displayName);
     for (std::size_t i = 0; i < colleagues.size(); ++i) {
@@ -127,18 +109,22 @@ json::object userProfiles(const Account& account) {
     return profiles;
 }
 
-json::object ownNode(const Account& account, const std::string& nodeKey) {
+json::Object ownNode(const Account& account, const std::string& nodeKey) {
     Scramble scramble(seedOf(account));
-    json::array addresses;
-    json::array allowed;
+    json::Array addresses;
+    json::Array allowed;
     for (const std::string& address : ownAddresses(account)) {
         addresses.emplace_back(address);
         allowed.emplace_back(address + (address.find(':') == std::string::npos ? "/32" : "/128"));
     }
-    return {{"ID", account.nodeId},    {"Name", account.nodeName()},
-            {"Addresses", addresses},  {"Key", key(scramble)},
-            {"AllowedIPs", allowed},   {"Endpoints", {"198.51.100.24:40100", "192.168.11.5:40100"}},
-            {"NodeKey", nodeKey},      {"OS", "linux"},
+    return {{"ID", account.nodeId},
+            {"Name", account.nodeName()},
+            {"Addresses", addresses},
+            {"Key", key(scramble)},
+            {"AllowedIPs", allowed},
+            {"Endpoints", json::Array{"198.51.100.24:40100", "192.168.11.5:40100"}},
+            {"NodeKey", nodeKey},
+            {"OS", "linux"},
             {"UserID", account.userId}};
 }
 
@@ -157,7 +143,7 @@ std::string NetworkMap::text(const Account& account, std::size_t peerCount) {
     }
     Scramble scramble(~seedOf(account));
     const std::string nodeKey = key(scramble);
-    const json::object own{{"SelfNode", {{"Node", ownNode(account, nodeKey)}}},
+    const json::Object own{{"SelfNode", json::Object{{"Node", ownNode(account, nodeKey)}}},
                            {"NodeKey", nodeKey},
                            {"PrivateWgKey", key(scramble)},
                            {"DNSName", account.nodeName()},

@@ -2,7 +2,6 @@
 
 #include "Simulation/Daemon/DaemonModel.h"
 
-#include <optional>
 #include <string>
 #include <variant>
 #include <vector>
@@ -12,12 +11,10 @@ namespace quoxelin::sim {
 /// What the command line asks for.
 struct Options {
     std::string socketPath;
-    unsigned short webPort = 0; ///< 0: whichever is free
-    bool quitOnEof = false;
     DaemonModel::Settings model;
 };
 
-/// The program is to print `text` and end with this exit code: 0 on standard output, 2 on standard
+/// The program prints `text` and ends with this exit code: 0 on standard output, 2 on standard
 /// error.
 struct PrintAndExit {
     int exitCode = 0;

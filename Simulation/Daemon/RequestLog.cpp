@@ -1,15 +1,11 @@
 #include "Simulation/Daemon/RequestLog.h"
 
-#include "Simulation/Daemon/Base64.h"
 #include "Simulation/Daemon/Text.h"
-
-#include <boost/json.hpp>
+#include "Simulation/Steering/SteeringReader.h"
 
 #include <algorithm>
 
 namespace quoxelin::sim {
-
-namespace json = boost::json;
 
 namespace {
 
@@ -20,11 +16,10 @@ bool matches(const ReceivedRequest& request, std::string_view method, std::strin
            (path.empty() || pathOf(request.target) == path);
 }
 
-json::object toJson(const ReceivedRequest& request) {
-    json::array headers;
-    for (const auto& [name, value] : request.headers) {
-        headers.push_back({printable(name), printable(value)});
-    }
+json::Object toJson(const ReceivedRequest& request) {
+    json::Array headers;
+    for (const auto& [name, value] : request.headers)
+        headers.emplace_back(json::Array{printable(name), printable(value)});
     return {{"index", request.index},
             {"at", request.at},
             {"complete", request.complete},
@@ -32,14 +27,13 @@ json::object toJson(const ReceivedRequest& request) {
             {"target", printable(request.target)},
             {"headers", std::move(headers)},
             {"body", printable(request.body)},
-            {"bytes", toBase64(request.bytes)}};
+            {"bytes", textFromBytes(request.bytes)}};
 }
 
 } // namespace
 
-json::object ReceivedRequest::summary() const {
-    return {{"event", "request"},
-            {"index", index},
+json::Object ReceivedRequest::summary() const {
+    return {{"index", index},
             {"complete", complete},
             {"method", printable(method)},
             {"target", printable(target)}};
@@ -48,9 +42,8 @@ json::object ReceivedRequest::summary() const {
 const ReceivedRequest& RequestLog::add(ReceivedRequest request) {
     request.index = ++received;
     requests.push_back(std::move(request));
-    if (requests.size() > kept) {
+    if (requests.size() > kept)
         requests.pop_front();
-    }
     return requests.back();
 }
 
@@ -61,19 +54,13 @@ std::size_t RequestLog::count(std::string_view method, std::string_view path) co
         }));
 }
 
-json::array RequestLog::report(std::size_t since, std::string_view method,
+json::Array RequestLog::report(std::size_t since, std::string_view method,
                                std::string_view path) const {
-    json::array list;
-    for (const ReceivedRequest& request : requests) {
-        if (request.index > since && matches(request, method, path)) {
-            list.push_back(toJson(request));
-        }
-    }
+    json::Array list;
+    for (const ReceivedRequest& request : requests)
+        if (request.index > since && matches(request, method, path))
+            list.emplace_back(toJson(request));
     return list;
-}
-
-void RequestLog::clear() {
-    requests.clear();
 }
 
 } // namespace quoxelin::sim

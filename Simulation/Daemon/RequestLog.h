@@ -1,7 +1,6 @@
 #pragma once
 
-#include <boost/json/array.hpp>
-#include <boost/json/object.hpp>
+#include "Base/Json.h"
 
 #include <cstddef>
 #include <deque>
@@ -14,17 +13,21 @@ namespace quoxelin::sim {
 
 /// One request as it was received on the socket.
 struct ReceivedRequest {
-    std::size_t index = 0; ///< 1 for the first; set by the log
-    double at = 0;         ///< seconds since the simulated daemon began
-    bool complete = true;  ///< false: the client left half-way, or the bytes are not HTTP
+    /// 1 for the first; set by the log.
+    std::size_t index = 0;
+    /// Seconds since the simulated daemon began.
+    double at = 0;
+    /// False: the client left half-way, or the bytes are not HTTP.
+    bool complete = true;
     std::string method;
     std::string target;
     std::vector<std::pair<std::string, std::string>> headers;
     std::string body;
-    std::string bytes; ///< every byte, as it came
+    /// Every byte, as it came.
+    std::string bytes;
 
     /// The event line that tells of it.
-    boost::json::object summary() const;
+    json::Object summary() const;
 };
 
 /// Everything that was received, in order. Only the newest 10,000 are kept; the numbering goes on.
@@ -36,11 +39,7 @@ class RequestLog {
     std::size_t count(std::string_view method, std::string_view path) const;
 
     /// The requests after number `since`, as JSON; "bytes" in base64.
-    boost::json::array report(std::size_t since, std::string_view method,
-                              std::string_view path) const;
-
-    /// Forgets them; the numbering goes on.
-    void clear();
+    json::Array report(std::size_t since, std::string_view method, std::string_view path) const;
 
   private:
     std::deque<ReceivedRequest> requests;

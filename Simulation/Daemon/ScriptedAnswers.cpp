@@ -9,9 +9,8 @@ namespace quoxelin::sim {
 namespace {
 
 bool matches(const ScriptedAnswer& answer, std::string_view method, std::string_view target) {
-    if (!answer.method.empty() && answer.method != method) {
+    if (!answer.method.empty() && answer.method != method)
         return false;
-    }
     const bool withQuery = answer.path.find('?') != std::string::npos;
     return answer.path == "*" || answer.path == (withQuery ? target : pathOf(target));
 }
@@ -29,19 +28,18 @@ void ScriptedAnswers::add(ScriptedAnswer answer) {
     unlimited.push_front(std::move(answer));
 }
 
-std::optional<ScriptedAnswer> ScriptedAnswers::take(std::string_view method,
-                                                    std::string_view target) {
+std::optional<ScriptedReply> ScriptedAnswers::take(std::string_view method,
+                                                   std::string_view target) {
     const auto fits = [&](const ScriptedAnswer& answer) { return matches(answer, method, target); };
     const auto first = std::find_if(limited.begin(), limited.end(), fits);
-    if (first != limited.end()) {
-        ScriptedAnswer taken = *first;
-        if (--*first->times == 0) {
-            limited.erase(first);
-        }
-        return taken;
+    if (first == limited.end()) {
+        const auto lasting = std::find_if(unlimited.begin(), unlimited.end(), fits);
+        return lasting == unlimited.end() ? std::nullopt : std::optional(lasting->reply);
     }
-    const auto lasting = std::find_if(unlimited.begin(), unlimited.end(), fits);
-    return lasting == unlimited.end() ? std::nullopt : std::optional(*lasting);
+    auto reply = first->reply;
+    if (--*first->times == 0)
+        limited.erase(first);
+    return reply;
 }
 
 std::size_t ScriptedAnswers::clear(std::string_view method, std::string_view path) {

@@ -3,7 +3,7 @@
 #include "Platform/Platform.h"
 #include "Platform/PlatformFactory.h"
 #include "Simulation/Desktop/SteeredScreen.h"
-#include "Simulation/Desktop/SteeringCommands.h"
+#include "Simulation/Desktop/SystemCommands.h"
 #include "Simulation/Steering/Steering.h"
 #include "Simulation/System/SimulatedSystem.h"
 
@@ -12,27 +12,28 @@
 namespace quoxelin {
 
 /// A real desktop with the services of an in-memory operating system under the application, steered
-/// by lines on standard input (docs/simulated-platform.md), unless that is a terminal.
+/// by lines on standard input (docs/simulation.md), unless that is a terminal.
 ///
 /// Where nobody is there to click an icon, to read a clipboard, to see a browser or to choose a
 /// folder, these are simulated, too.
 ///
 /// Each system brings its own `Desktop` (all that is real, by the names of `Platform`'s members,
 /// and `isAttended()`), its `Screen` (a `SteeredScreen` made of the desktop) and its
-/// `StandardInput` (which hands the lines over on the main thread).
+/// `StandardInput` (which hands over lines, and says when the main loop is about to wait).
 template <typename Desktop, typename Screen, typename StandardInput>
 class SteeredHost final : public PlatformHost {
   public:
     explicit SteeredHost(const LaunchOptions& options)
         : desktop(options), services(compose(options)), screen(desktop),
-          steering(desktop.dispatch, writeAnswer) {
+          steering(
+              [this](Duration delay, Work work) {
+                  desktop.dispatch.main().asyncAfter(delay, std::move(work));
+              },
+              writeAnswer) {
         system.becomeDemonstration();
         addServiceCommands(steering, system);
-        if (!desktop.isAttended()) {
-            addStatusItemCommands(steering, system);
-            addWorkspaceCommands(steering, system);
-            addOpenPanelCommands(steering, system);
-        }
+        if (!desktop.isAttended())
+            addDesktopCommands(steering, system);
         addScreenCommands(steering, screen, services);
     }
 
@@ -83,7 +84,8 @@ class SteeredHost final : public PlatformHost {
     Platform services;
     Screen screen;
     Steering steering;
-    StandardInput commands{[this](std::string_view line) { steering.take(line); }};
+    StandardInput commands{[this](std::string_view line) { steering.take(line); },
+                           [this] { steering.look(); }};
 };
 
 } // namespace quoxelin

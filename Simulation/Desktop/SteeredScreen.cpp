@@ -3,14 +3,12 @@
 #include "Base/NotificationCenter.h"
 #include "Platform/NSApplication.h"
 #include "Platform/Platform.h"
-#include "Simulation/Steering/SteeringSupport.h"
+#include "Simulation/Steering/Steering.h"
 
 #include <algorithm>
 #include <cmath>
 
 namespace quoxelin {
-
-using namespace steering;
 
 namespace {
 
@@ -38,28 +36,28 @@ void savePicture(const SteeredScreen& screen, const std::string& path, const Ste
     }
 }
 
-void writePlace(json::Writer& members, const NSRect& place) {
-    const auto length = [&members](const char* key, double value) {
-        count(members, key, static_cast<std::size_t>(std::lround(std::max(0.0, value))));
-    };
-    length("x", place.x);
-    length("y", place.y);
-    length("width", place.width);
-    length("height", place.height);
+json::Object membersOf(const NSRect& place) {
+    const auto length = [](double value) { return std::lround(std::max(0.0, value)); };
+    return {{"x", length(place.x)},
+            {"y", length(place.y)},
+            {"width", length(place.width)},
+            {"height", length(place.height)}};
 }
 
-void tellPlace(const SteeredScreen& screen, const std::string& label, const SteeringReply& reply) {
-    const auto place = screen.placeOf(label);
-    if (!place)
-        return reply.fail(absentLabel);
-    reply.ok([&](json::Writer& members) { writePlace(members, *place); });
+json::Object membersOfPanel(const SteeredScreen& screen) {
+    const auto place = screen.panel();
+    auto members = place ? membersOf(*place) : json::Object();
+    members.insert(members.begin(), {"visible", place.has_value()});
+    return members;
 }
 
 } // namespace
 
 void addScreenCommands(Steering& steering, SteeredScreen& screen, const Platform& platform) {
-    steering.addReport("text",
-                       [&](json::Writer& members) { member(members, "texts", screen.texts()); });
+    steering.addReport("text", [&]() -> json::Object {
+        const auto texts = screen.texts();
+        return {{"texts", json::Array(texts.begin(), texts.end())}};
+    });
     steering.add("press", [&](SteeringReader& reader) {
         const auto label = reader.requiredText("label");
         return [label, &screen](const SteeringReply& reply) { press(screen, label, reply); };
@@ -70,14 +68,14 @@ void addScreenCommands(Steering& steering, SteeredScreen& screen, const Platform
     });
     steering.add("where", [&](SteeringReader& reader) {
         const auto label = reader.requiredText("label");
-        return [label, &screen](const SteeringReply& reply) { tellPlace(screen, label, reply); };
+        return [label, &screen](const SteeringReply& reply) {
+            if (const auto place = screen.placeOf(label))
+                reply.ok(membersOf(*place));
+            else
+                reply.fail(absentLabel);
+        };
     });
-    steering.addReport("panel", [&](json::Writer& members) {
-        const auto place = screen.panel();
-        member(members, "visible", place.has_value());
-        if (place)
-            writePlace(members, *place);
-    });
+    steering.addReport("panel", [&] { return membersOfPanel(screen); });
     steering.addState("panel-visible", [&] { return screen.panel() ? 1 : 0; });
     steering.addAction("click-elsewhere", [&] { screen.pressElsewhere(); });
     steering.addAction("become-active", [&center = platform.notificationCenter] {

@@ -43,8 +43,7 @@ class SteeredScreen {
 };
 
 /// What a person sees and does at the real desktop: looks at the windows, presses what is on them,
-/// follows a link back into the application, quits. docs/simulated-platform.md lists the commands;
-/// those of the simulated desktop that have their counterpart here are replaced.
+/// follows a link back into the application, quits. docs/simulation.md lists the commands.
 void addScreenCommands(Steering& steering, SteeredScreen& screen, const Platform& platform);
 
 } // namespace quoxelin

@@ -6,19 +6,23 @@
 
 namespace quoxelin {
 
-/// Cuts what comes from a descriptor into lines. One thread only.
+/// Cuts bytes into lines. One thread.
 class LineReader {
   public:
-    /// `take` gets each line without its end; a last line without one is left out.
+    /// `take` gets each line without its end.
     explicit LineReader(std::function<void(std::string_view line)> take) : take(std::move(take)) {}
 
-    /// One read of a descriptor that has something to read, and the lines that it completes. False
-    /// when nothing will come any more.
+    void add(std::string_view bytes);
+
+    /// Takes the last line, which needs no end.
+    void finish();
+
+    /// Adds what one read of the descriptor brings; false at its end.
     bool read(int descriptor);
 
   private:
     std::function<void(std::string_view line)> take;
-    std::string buffer;
+    std::string unfinished;
 };
 
 } // namespace quoxelin

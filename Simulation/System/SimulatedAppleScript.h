@@ -14,31 +14,41 @@ class SimulatedAppleScript final : public AppleScript {
   public:
     explicit SimulatedAppleScript(Dispatch& dispatch) : state(std::make_shared<State>(dispatch)) {}
 
-    std::unique_ptr<NSAppleScript> initWithSource(const std::string& source) override;
+    std::unique_ptr<NSAppleScript> initWithSource(const std::string& source) override {
+        const std::lock_guard lock(state->mutex);
+        return state->refused ? nullptr : std::make_unique<Script>(state, source);
+    }
 
-    /// Takes no text for a script any more.
-    void refuseSources(bool refused);
+    /// Accepts no text as a script any more.
+    void refuseSources(bool refused) { set(&State::refused, refused); }
 
     /// The script's outcome: the description of its error information, absent for success.
-    void setOutcome(std::optional<std::string> errorInformation);
+    void setOutcome(std::optional<std::string> errorInformation) {
+        set(&State::outcome, std::move(errorInformation));
+    }
 
     /// From now on a script waits for the person at the password prompt.
-    void waitForPassword();
+    void waitForPassword() { set(&State::prompt, Prompt::asking); }
 
-    /// The person gives the password: scripts that wait go on, to the outcome that is set.
-    void givePassword();
+    /// The person gives the password: waiting scripts continue to the outcome that is set.
+    void givePassword() { set(&State::prompt, Prompt::none); }
 
-    /// The person cancels: scripts that wait end with the system's "User canceled." error.
-    void cancelPassword();
+    /// The person cancels: waiting scripts end with the system's "User canceled." error.
+    void cancelPassword() { set(&State::prompt, Prompt::canceled); }
 
     /// The texts of the scripts that were executed, in the order in which they began.
-    std::vector<std::string> executedSources() const;
+    std::vector<std::string> executedSources() const {
+        const std::lock_guard lock(state->mutex);
+        return state->executed;
+    }
 
     /// True while a script waits for the person.
-    bool isAskingForPassword() const;
+    bool isAskingForPassword() const {
+        const std::lock_guard lock(state->mutex);
+        return state->prompt == Prompt::asking && state->waiting > 0;
+    }
 
   private:
-    class Script;
     enum class Prompt { none, asking, canceled };
     struct State {
         explicit State(Dispatch& dispatch) : dispatch(dispatch) {}
@@ -50,6 +60,50 @@ class SimulatedAppleScript final : public AppleScript {
         std::optional<std::string> outcome;
         std::vector<std::string> executed;
     };
+
+    class Script final : public NSAppleScript {
+      public:
+        Script(std::shared_ptr<State> state, std::string source)
+            : state(std::move(state)), source(std::move(source)) {}
+
+        std::optional<std::string> executeAndReturnError() override {
+            std::unique_lock lock(state->mutex);
+            state->executed.push_back(source);
+            // Wakes the main loop, for what waits for the script to begin.
+            state->dispatch.main().async([] {});
+            const Waiting waiting(*state);
+            while (state->prompt == Prompt::asking) {
+                lock.unlock();
+                // The dispatch offers no other way to block that also works on virtual time.
+                state->dispatch.sleep(seconds(0.05));
+                lock.lock();
+            }
+            if (state->prompt == Prompt::canceled)
+                return "{ NSAppleScriptErrorMessage = \"User canceled.\"; "
+                       "NSAppleScriptErrorNumber = -128; }";
+            return state->outcome;
+        }
+
+      private:
+        /// Also counts right when a test unwinds the blocked thread.
+        struct Waiting {
+            explicit Waiting(State& state) : state(state) { ++state.waiting; }
+            ~Waiting() { --state.waiting; }
+            Waiting(const Waiting&) = delete;
+            Waiting& operator=(const Waiting&) = delete;
+            State& state;
+        };
+
+        std::shared_ptr<State> state;
+        std::string source;
+    };
+
+    template <typename T>
+    void set(T State::*field, std::type_identity_t<T> value) {
+        const std::lock_guard lock(state->mutex);
+        (*state).*field = std::move(value);
+    }
+
     std::shared_ptr<State> state;
 };
 

@@ -5,6 +5,8 @@
 #include "Base/NotificationCenter.h"
 #include "Platform/NSApplication.h"
 
+#include <algorithm>
+
 namespace quoxelin {
 
 /// A running application without a screen. Main thread only.
@@ -19,16 +21,40 @@ class SimulatedApplication final : public NSApplication {
     /// One turn of the main loop, which `run` repeats until the application has terminated.
     std::function<void()> runLoop;
 
-    int run(NSApplicationDelegate& delegate) override;
-    void terminate() override;
-    void activateIgnoringOtherApps() override;
+    int run(NSApplicationDelegate& newDelegate) override {
+        launch(newDelegate);
+        while (!terminated && runLoop)
+            runLoop();
+        return 0;
+    }
+    void terminate() override {
+        if (terminating)
+            return;
+        terminating = true;
+        dispatch.main().async(lifetime.weakly([this] {
+            if (delegate != nullptr)
+                delegate->applicationWillTerminate();
+            terminated = true;
+        }));
+    }
+    void activateIgnoringOtherApps() override {
+        ++activated;
+        if (!active)
+            dispatch.main().async(lifetime.weakly([this] { becomeActive(); }));
+    }
     void setMainMenu(const std::vector<NSMenuItem>& submenu) override { menu = submenu; }
 
     /// Tells the delegate that launching is finished; it is told of the end when that comes.
-    void launch(NSApplicationDelegate& delegate);
+    void launch(NSApplicationDelegate& newDelegate) {
+        delegate = &newDelegate;
+        delegate->applicationDidFinishLaunching();
+    }
 
     /// The application comes to the front, by a person or by itself.
-    void becomeActive();
+    void becomeActive() {
+        active = true;
+        notificationCenter.post(NSApplicationDidBecomeActiveNotification);
+    }
     void resignActive() { active = false; }
     bool isActive() const { return active; }
 
@@ -40,7 +66,20 @@ class SimulatedApplication final : public NSApplication {
 
     /// Chooses the first item of that title; false when there is none. "terminate:" ends the
     /// application, the other standard actions are only remembered.
-    bool chooseMenuItem(const std::string& title);
+    bool chooseMenuItem(const std::string& title) {
+        const auto found = std::find_if(menu.begin(), menu.end(),
+                                        [&](const auto& item) { return item.title == title; });
+        if (found == menu.end())
+            return false;
+        const auto item = *found;
+        if (item.target)
+            item.target();
+        else if (item.action == "terminate:")
+            terminate();
+        else
+            performed.push_back(item.action);
+        return true;
+    }
     const std::vector<std::string>& performedActions() const { return performed; }
 
   private:

@@ -23,13 +23,13 @@ struct SimulatedTunnels {
     /// Every start is refused with this error, whatever else is in order.
     std::optional<Error> startError;
 
-    /// Starts asked for while the tunnel was up or coming up, which nobody should do.
+    /// Starts asked for while the tunnel was up or coming up, which is a mistake.
     int needlessStarts = 0;
 };
 
 /// The tunnel of one configuration; it lives on when the configuration is loaded anew. Every change
-/// of the status is told by `NEVPNStatusDidChange` on a turn of the main queue of its own. Main
-/// thread only.
+/// of the status is posted as `NEVPNStatusDidChange` on a later turn of the main queue. Main thread
+/// only.
 class SimulatedNEVPNConnection final : public NEVPNConnection {
   public:
     struct Dependencies {
@@ -46,27 +46,73 @@ class SimulatedNEVPNConnection final : public NEVPNConnection {
         : dependencies(std::move(dependencies)) {}
 
     int status() const override { return rawStatus; }
-    Result<void, Error> startVPNTunnel() override;
-    void stopVPNTunnel() override;
+
+    Result<void, Error> startVPNTunnel() override {
+        dependencies.onRequest("start");
+        if (is(NEVPNStatus::connecting) || is(NEVPNStatus::connected)) {
+            ++dependencies.tunnels.needlessStarts;
+            return {};
+        }
+        if (dependencies.tunnels.startError)
+            return tl::unexpected(*dependencies.tunnels.startError);
+        if (auto refusal = dependencies.refusal())
+            return tl::unexpected(*std::move(refusal));
+        become(NEVPNStatus::connecting);
+        becomeLater(dependencies.tunnels.connectDuration, [this] {
+            if (dependencies.tunnels.comeUp)
+                become(NEVPNStatus::connected);
+            else
+                goDown();
+        });
+        return {};
+    }
+
+    void stopVPNTunnel() override {
+        dependencies.onRequest("stop");
+        if (!is(NEVPNStatus::invalid) && !is(NEVPNStatus::disconnected) &&
+            !is(NEVPNStatus::disconnecting))
+            goDown();
+    }
 
     /// An established tunnel is lost.
-    void drop() { become(static_cast<int>(NEVPNStatus::disconnected)); }
+    void drop() { become(NEVPNStatus::disconnected); }
 
     /// An established tunnel looks for a new way, and is up again after that time.
-    void reassert(Duration duration);
+    void reassert(Duration duration) {
+        become(NEVPNStatus::reasserting);
+        becomeLater(duration, [this] { become(NEVPNStatus::connected); });
+    }
 
-    /// The system reports this status, be it known or not.
-    void report(int rawStatus) { become(rawStatus); }
+    /// The system reports this status, known or not.
+    void report(int status) {
+        takeSilently(status);
+        dependencies.dispatch.main().async(lifetime.weakly(
+            [this] { dependencies.notificationCenter.post(NEVPNStatusDidChange); }));
+    }
 
-    /// Takes the status without telling anybody: the configuration was saved or removed, which is
-    /// told otherwise.
-    void setStatusSilently(NEVPNStatus status);
+    /// Takes the status without a notification: saving and removing a configuration has its own.
+    void setStatusSilently(NEVPNStatus status) { takeSilently(static_cast<int>(status)); }
 
   private:
-    bool isUpOrComingUp() const;
-    void become(int rawStatus);
-    void becomeLater(Duration delay, std::function<void()> change);
-    void goDown();
+    bool is(NEVPNStatus status) const { return rawStatus == static_cast<int>(status); }
+    void become(NEVPNStatus status) { report(static_cast<int>(status)); }
+
+    void takeSilently(int status) {
+        if (transition)
+            transition->cancel();
+        rawStatus = status;
+    }
+
+    void becomeLater(Duration delay, Work change) {
+        transition =
+            dependencies.dispatch.main().asyncAfter(delay, lifetime.weakly(std::move(change)));
+    }
+
+    void goDown() {
+        become(NEVPNStatus::disconnecting);
+        becomeLater(dependencies.tunnels.disconnectDuration,
+                    [this] { become(NEVPNStatus::disconnected); });
+    }
 
     Dependencies dependencies;
     int rawStatus = static_cast<int>(NEVPNStatus::invalid);

@@ -1,7 +1,5 @@
 #include "Simulation/System/SimulatedNetworkExtension.h"
 
-#include "Simulation/System/SimulatedNETunnelProviderManager.h"
-
 #include <algorithm>
 
 namespace quoxelin {
@@ -47,6 +45,65 @@ SimulatedNetworkExtension::Configuration SimulatedNetworkExtension::Configuratio
     return result;
 }
 
+/// What an application holds of a configuration: a working copy, and the way to what is saved.
+class SimulatedNetworkExtension::Manager final : public NETunnelProviderManager,
+                                                 public std::enable_shared_from_this<Manager> {
+  public:
+    /// The working copy is empty until it is loaded, or set.
+    Manager(SimulatedNetworkExtension& system, std::shared_ptr<Saved> saved)
+        : system(system), saved(std::move(saved)) {}
+
+    void loadFromPreferences(PreferencesCompletion completion) override {
+        system.perform(
+            Operation::load, [self = shared_from_this()] { self->read(); }, std::move(completion));
+    }
+    void saveToPreferences(PreferencesCompletion completion) override {
+        system.perform(
+            Operation::save,
+            [self = shared_from_this(), configuration = working.copy()] {
+                self->system.save(self->saved, configuration);
+            },
+            std::move(completion));
+    }
+    void removeFromPreferences(PreferencesCompletion completion) override {
+        system.perform(
+            Operation::remove, [self = shared_from_this()] { self->system.remove(self->saved); },
+            std::move(completion));
+    }
+
+    std::shared_ptr<NEVPNProtocol> protocolConfiguration() const override {
+        return system.protocolAccess == ProtocolAccess::byReference ? working.protocol
+                                                                    : working.copy().protocol;
+    }
+    void setProtocolConfiguration(std::shared_ptr<NEVPNProtocol> protocol) override {
+        working.protocol = std::move(protocol);
+        if (system.protocolAccess == ProtocolAccess::byCopy)
+            working = working.copy();
+    }
+
+    std::optional<std::string> localizedDescription() const override {
+        return working.localizedDescription;
+    }
+    void setLocalizedDescription(const std::string& description) override {
+        working.localizedDescription = description;
+    }
+
+    bool isEnabled() const override { return working.isEnabled; }
+    void setEnabled(bool enabled) override { working.isEnabled = enabled; }
+
+    std::shared_ptr<NEVPNConnection> connection() const override {
+        return system.hasConnections ? saved->connection : nullptr;
+    }
+
+    /// Takes what is saved into the working copy, which is empty without it.
+    void read() { working = saved->isSaved ? saved->configuration.copy() : Configuration{}; }
+
+  private:
+    SimulatedNetworkExtension& system;
+    std::shared_ptr<Saved> saved;
+    Configuration working;
+};
+
 SimulatedNetworkExtension::SimulatedNetworkExtension(Dispatch& dispatch,
                                                      NotificationCenter& notificationCenter)
     : dispatch(dispatch), notificationCenter(notificationCenter) {}
@@ -59,7 +116,7 @@ void SimulatedNetworkExtension::loadAllFromPreferences(Completion<Managers, Erro
         Operation::loadAll,
         [this, managers] {
             for (const auto& one : saved) {
-                auto manager = std::make_shared<SimulatedNETunnelProviderManager>(*this, one);
+                auto manager = std::make_shared<Manager>(*this, one);
                 manager->read();
                 managers->push_back(std::move(manager));
             }
@@ -73,7 +130,7 @@ void SimulatedNetworkExtension::loadAllFromPreferences(Completion<Managers, Erro
 }
 
 std::shared_ptr<NETunnelProviderManager> SimulatedNetworkExtension::makeTunnelProviderManager() {
-    return std::make_shared<SimulatedNETunnelProviderManager>(*this, makeSaved());
+    return std::make_shared<Manager>(*this, makeSaved());
 }
 
 void SimulatedNetworkExtension::perform(Operation operation, std::function<void()> effect,

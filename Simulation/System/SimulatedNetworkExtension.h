@@ -37,14 +37,6 @@ class SimulatedNetworkExtension final : public NetworkExtension {
         }
     };
 
-    /// What the system keeps of one configuration.
-    struct Saved {
-        Configuration configuration;
-        bool isSaved = false;
-        bool isAllowed = false;
-        std::shared_ptr<SimulatedNEVPNConnection> connection;
-    };
-
     /// What an application can ask of the preferences.
     enum class Operation { loadAll, load, save, remove };
 
@@ -115,15 +107,22 @@ class SimulatedNetworkExtension final : public NetworkExtension {
     /// Called with each of them when it has been added.
     std::function<void(const std::string&)> onRequest;
 
-    // For the managers
+  private:
+    class Manager;
+
+    /// What the system keeps of one configuration.
+    struct Saved {
+        Configuration configuration;
+        bool isSaved = false;
+        bool isAllowed = false;
+        std::shared_ptr<SimulatedNEVPNConnection> connection;
+    };
 
     /// Brings `effect` about and answers, both when and where the system does.
     void perform(Operation operation, std::function<void()> effect,
                  PreferencesCompletion completion);
     void save(const std::shared_ptr<Saved>& one, const Configuration& configuration);
     void remove(const std::shared_ptr<Saved>& one);
-
-  private:
     std::shared_ptr<Saved> makeSaved();
     void note(const char* request);
     std::optional<Error> refusal(const Saved& one) const;

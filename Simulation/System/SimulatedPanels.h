@@ -4,6 +4,7 @@
 #include "Platform/NSPanel.h"
 #include "View/ViewRecords.h"
 
+#include <algorithm>
 #include <vector>
 
 namespace quoxelin {
@@ -25,9 +26,16 @@ class SimulatedPanels final : public Panels {
     class Panel;
 
     std::unique_ptr<NSPanel> makePanel(const NSPanelOptions& options) override;
-    std::shared_ptr<NSHostingView> makeHostingView() override;
+    std::shared_ptr<NSHostingView> makeHostingView() override {
+        return std::make_shared<HostingView>();
+    }
     Subscription addGlobalMonitorForEvents(unsigned long long mask,
-                                           std::function<void()> handler) override;
+                                           std::function<void()> handler) override {
+        return presses.add([mask, handler = std::move(handler)](unsigned long long event) {
+            if ((mask & event) != 0)
+                handler();
+        });
+    }
 
     /// Whether new panels come with a content view.
     bool panelsHaveContentView = true;
@@ -51,18 +59,37 @@ class SimulatedPanels final : public Panels {
 /// A panel as the screen knows it.
 class SimulatedPanels::Panel final : public NSPanel {
   public:
-    Panel(SimulatedPanels& owner, const NSPanelOptions& options);
-    ~Panel() override;
+    Panel(SimulatedPanels& owner, const NSPanelOptions& options)
+        : owner(owner), made(options), place(options.contentRect),
+          hasContentView(owner.panelsHaveContentView) {
+        owner.panels.push_back(this);
+    }
+    ~Panel() override {
+        owner.panels.erase(std::find(owner.panels.begin(), owner.panels.end(), this));
+    }
     Panel(const Panel&) = delete;
     Panel& operator=(const Panel&) = delete;
 
-    std::optional<NSRect> contentViewBounds() const override;
+    std::optional<NSRect> contentViewBounds() const override {
+        if (!hasContentView && !content)
+            return std::nullopt;
+        return NSRect{0, 0, place.width, place.height};
+    }
     void setContentView(const NSVisualEffectView& view) override { content = view; }
     NSRect frame() const override { return place; }
-    void setFrameOrigin(double x, double y) override;
+    void setFrameOrigin(double x, double y) override {
+        place.x = x;
+        place.y = y;
+    }
     bool isVisible() const override { return visible; }
-    void makeKeyAndOrderFront() override;
-    void orderOut() override;
+    void makeKeyAndOrderFront() override { visible = key = true; }
+    void orderOut() override {
+        if (!visible)
+            return;
+        visible = key = false;
+        if (const auto handler = didOrderOut)
+            handler();
+    }
     void setDidOrderOut(std::function<void()> handler) override {
         didOrderOut = std::move(handler);
     }
@@ -70,7 +97,10 @@ class SimulatedPanels::Panel final : public NSPanel {
     const NSPanelOptions& options() const { return made; }
 
     /// A person or the content resizes the panel.
-    void resize(NSSize size);
+    void resize(NSSize size) {
+        place.width = size.width;
+        place.height = size.height;
+    }
 
     bool isKey() const { return key; }
 
@@ -78,7 +108,11 @@ class SimulatedPanels::Panel final : public NSPanel {
     const std::optional<NSVisualEffectView>& contentView() const { return content; }
 
     /// What the panel shows; null when it shows no tree.
-    const ViewNode* tree() const;
+    const ViewNode* tree() const {
+        const auto* const view =
+            content ? dynamic_cast<const HostingView*>(content->subview.get()) : nullptr;
+        return view != nullptr && view->tree ? &*view->tree : nullptr;
+    }
 
   private:
     SimulatedPanels& owner;
@@ -90,5 +124,9 @@ class SimulatedPanels::Panel final : public NSPanel {
     std::optional<NSVisualEffectView> content;
     std::function<void()> didOrderOut;
 };
+
+inline std::unique_ptr<NSPanel> SimulatedPanels::makePanel(const NSPanelOptions& options) {
+    return std::make_unique<Panel>(*this, options);
+}
 
 } // namespace quoxelin

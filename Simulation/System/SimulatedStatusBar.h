@@ -2,6 +2,7 @@
 
 #include "Platform/NSStatusBar.h"
 
+#include <algorithm>
 #include <set>
 #include <vector>
 
@@ -22,13 +23,18 @@ class SimulatedStatusBar final : public NSStatusBar {
 
     struct Button final : NSStatusBarButton {
         explicit Button(std::optional<NSRect> frame) : frame(frame) {}
-        void setImage(std::shared_ptr<NSImage> value) override;
+        void setImage(std::shared_ptr<NSImage> value) override {
+            image = std::dynamic_pointer_cast<Image>(value);
+        }
         void setTitle(const std::string& value) override { title = value; }
         void setAction(std::function<void()> value) override { action = std::move(value); }
         std::optional<NSRect> frameOnScreen() const override { return frame; }
 
         /// A person clicks the button.
-        void click() const;
+        void click() const {
+            if (const auto clicked = action)
+                clicked();
+        }
 
         /// Null when there is none.
         std::shared_ptr<Image> image;
@@ -38,8 +44,12 @@ class SimulatedStatusBar final : public NSStatusBar {
         std::optional<NSRect> frame;
     };
 
-    std::unique_ptr<NSStatusItem> statusItemWithLength(double length) override;
-    std::shared_ptr<NSImage> imageNamed(const std::string& name) override;
+    std::unique_ptr<NSStatusItem> statusItemWithLength(double length) override {
+        return std::make_unique<Item>(*this, length);
+    }
+    std::shared_ptr<NSImage> imageNamed(const std::string& name) override {
+        return images.count(name) == 0 ? nullptr : std::make_shared<Image>(name);
+    }
 
     /// The assets that the application ships.
     std::set<std::string> images = {"menu_icon"};
@@ -49,13 +59,35 @@ class SimulatedStatusBar final : public NSStatusBar {
     std::optional<NSRect> buttonFrame = NSRect{1200, 876, 24, 24};
 
     /// The lengths of the items in the bar, oldest first.
-    std::vector<double> lengths() const;
+    std::vector<double> lengths() const {
+        std::vector<double> lengths;
+        for (const auto* const item : items)
+            lengths.push_back(item->length);
+        return lengths;
+    }
 
     /// The button of the oldest item; null when the bar is empty or the item has none.
-    Button* button() const;
+    Button* button() const { return items.empty() ? nullptr : items.front()->ownButton.get(); }
 
   private:
-    class Item;
+    /// Leaves the bar when it ends; the bar outlives it.
+    struct Item final : NSStatusItem {
+        Item(SimulatedStatusBar& bar, double length) : bar(bar), length(length) {
+            if (bar.itemsHaveButtons)
+                ownButton = std::make_unique<Button>(bar.buttonFrame);
+            bar.items.push_back(this);
+        }
+        ~Item() override { bar.items.erase(std::find(bar.items.begin(), bar.items.end(), this)); }
+        Item(const Item&) = delete;
+        Item& operator=(const Item&) = delete;
+
+        Button* button() override { return ownButton.get(); }
+
+        SimulatedStatusBar& bar;
+        double length;
+        std::unique_ptr<Button> ownButton;
+    };
+
     std::vector<Item*> items;
 };
 

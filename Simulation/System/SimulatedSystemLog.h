@@ -19,16 +19,33 @@ class SimulatedSystemLog final : public SystemLog {
         bool operator==(const Entry&) const = default;
     };
 
-    void log(const std::string& text) override;
+    void log(const std::string& text) override { log({}, {}, text); }
     void log(const std::string& subsystem, const std::string& category,
-             const std::string& text) override;
+             const std::string& text) override {
+        Entry entry{subsystem, category, text};
+        if (onEntry)
+            onEntry(entry);
+        const std::lock_guard lock(mutex);
+        all.push_back(std::move(entry));
+    }
 
-    std::vector<Entry> entries() const;
+    std::vector<Entry> entries() const {
+        const std::lock_guard lock(mutex);
+        return all;
+    }
 
     /// The texts of all entries, oldest first.
-    std::vector<std::string> texts() const;
+    std::vector<std::string> texts() const {
+        std::vector<std::string> texts;
+        for (const auto& entry : entries())
+            texts.push_back(entry.text);
+        return texts;
+    }
 
-    void clear();
+    void clear() {
+        const std::lock_guard lock(mutex);
+        all.clear();
+    }
 
     /// Called with every entry, on the thread that logs. Set it before other threads log.
     std::function<void(const Entry&)> onEntry;

@@ -19,10 +19,17 @@ class SimulatedUpdates final : public Updates {
     explicit SimulatedUpdates(Dispatch& dispatch) : dispatch(dispatch) {}
 
     std::unique_ptr<SPUStandardUpdaterController>
-    makeStandardUpdaterController(bool startingUpdater) override;
+    makeStandardUpdaterController(bool startingUpdater) override {
+        started = started || startingUpdater;
+        changed();
+        return std::make_unique<Controller>(*this);
+    }
 
     /// Forbids checks, or allows them again.
-    void setCanCheckForUpdates(bool allowed);
+    void setCanCheckForUpdates(bool value) {
+        allowed = value;
+        changed();
+    }
 
     /// What the feed offers; none: the application is up to date.
     void setAvailableUpdate(std::optional<std::string> version) { available = std::move(version); }
@@ -37,11 +44,45 @@ class SimulatedUpdates final : public Updates {
     int requests() const { return asked; }
 
   private:
-    class Controller;
+    class Controller final : public SPUStandardUpdaterController, public SPUUpdater {
+      public:
+        explicit Controller(SimulatedUpdates& updates) : updates(updates) {}
+
+        SPUUpdater& updater() override { return *this; }
+        void checkForUpdates() override { updates.check(); }
+        bool canCheckForUpdates() const override { return updates.canCheck(); }
+
+        Subscription observeCanCheckForUpdates(std::function<void(bool)> observer) override {
+            auto subscription = updates.observers.add(observer);
+            observer(updates.canCheck());
+            return subscription;
+        }
+
+      private:
+        SimulatedUpdates& updates;
+    };
 
     bool canCheck() const { return started && allowed && !checking; }
-    void check();
-    void changed();
+
+    void check() {
+        ++asked;
+        if (!canCheck())
+            return;
+        checking = true;
+        changed();
+        dispatch.main().asyncAfter(checkDuration, lifetime.weakly([this] {
+            checking = false;
+            finished.push_back(available);
+            changed();
+        }));
+    }
+
+    void changed() {
+        if (const bool now = canCheck(); now != lastTold) {
+            lastTold = now;
+            observers.notify(now);
+        }
+    }
 
     Dispatch& dispatch;
     bool started = false;

@@ -1,23 +1,39 @@
 #pragma once
 
+#include "Base/Dispatch.h"
 #include "Platform/NSWorkspace.h"
 
+#include <deque>
 #include <map>
 #include <set>
+#include <utility>
 #include <vector>
 
+// What lies around the application on a desktop. Main thread only.
 namespace quoxelin {
 
-/// A desktop with a handler for every URL, unless it was taken away. Main thread only.
+/// Opens every URL, unless it is refused.
 class SimulatedWorkspace final : public NSWorkspace {
   public:
-    bool open(const Url& url) override;
-    void openFolder(const std::filesystem::path& folder) override;
+    bool open(const Url& url) override {
+        tried.push_back(url.text());
+        for (const auto& beginning : refused)
+            if (url.text().rfind(beginning, 0) == 0)
+                return false;
+        opened.push_back(url.text());
+        return true;
+    }
+    void openFolder(const std::filesystem::path& folder) override { folders.push_back(folder); }
     std::optional<std::filesystem::path>
-    urlForApplication(const std::string& bundleIdentifier) const override;
-    void openApplication(const std::filesystem::path& application) override;
+    urlForApplication(const std::string& bundleIdentifier) const override {
+        const auto found = applications.find(bundleIdentifier);
+        return found == applications.end() ? std::nullopt : std::optional(found->second);
+    }
+    void openApplication(const std::filesystem::path& application) override {
+        started.push_back(application);
+    }
 
-    /// URLs that begin with the text do not open any more; the empty text means every URL.
+    /// URLs that begin with the text no longer open; the empty text means every URL.
     void refuseURLs(const std::string& beginning) { refused.insert(beginning); }
     void acceptAllURLs() { refused.clear(); }
 
@@ -37,6 +53,103 @@ class SimulatedWorkspace final : public NSWorkspace {
     std::vector<std::string> tried;
     std::vector<std::filesystem::path> folders;
     std::vector<std::filesystem::path> started;
+};
+
+/// A pasteboard of one string.
+class SimulatedPasteboard final : public NSPasteboard {
+  public:
+    void clearContents() override {
+        content.reset();
+        ++changes;
+    }
+    void setString(const std::string& text) override { content = text; }
+
+    const std::optional<std::string>& string() const { return content; }
+
+    /// How often it was cleared.
+    int changeCount() const { return changes; }
+
+  private:
+    std::optional<std::string> content;
+    int changes = 0;
+};
+
+/// An open panel and the person in front of it.
+class SimulatedOpenPanel final : public NSOpenPanel {
+  public:
+    using Choice = std::optional<std::filesystem::path>;
+
+    explicit SimulatedOpenPanel(Dispatch& dispatch) : dispatch(dispatch) {}
+
+    void begin(const NSOpenPanelOptions& options,
+               std::function<void(Choice)> completionHandler) override {
+        begun.push_back(options);
+        waiting.push_back(std::move(completionHandler));
+    }
+
+    /// The person chooses the folder in the panel that was shown first; false without a panel.
+    bool choose(const std::filesystem::path& folder) { return answer(folder); }
+    bool cancel() { return answer(std::nullopt); }
+
+    /// How many panels are on the screen.
+    std::size_t shown() const { return waiting.size(); }
+
+    /// What every panel so far was made of.
+    const std::vector<NSOpenPanelOptions>& history() const { return begun; }
+
+  private:
+    bool answer(Choice choice) {
+        if (waiting.empty())
+            return false;
+        dispatch.main().async([completion = std::move(waiting.front()),
+                               choice = std::move(choice)] { completion(choice); });
+        waiting.pop_front();
+        return true;
+    }
+
+    Dispatch& dispatch;
+    std::deque<std::function<void(Choice)>> waiting;
+    std::vector<NSOpenPanelOptions> begun;
+};
+
+/// Brings the events of other programs.
+class SimulatedAppleEventManager final : public NSAppleEventManager {
+  public:
+    using Handler = std::function<void(std::optional<std::string>)>;
+
+    void setEventHandler(const std::string& eventClass, const std::string& eventID,
+                         Handler handler) override {
+        const Key key(eventClass, eventID);
+        handlers[key] = std::move(handler);
+        for (const auto& directObject : std::exchange(early[key], {}))
+            send(eventClass, eventID, directObject);
+    }
+
+    /// A program sends the event: the handler is called before this returns, or, while there is
+    /// none, as soon as there is one.
+    void send(const std::string& eventClass, const std::string& eventID,
+              std::optional<std::string> directObject) {
+        const Key key(eventClass, eventID);
+        const auto found = handlers.find(key);
+        if (found == handlers.end())
+            early[key].push_back(std::move(directObject));
+        else
+            Handler(found->second)(std::move(directObject));
+    }
+
+    /// A program, a browser for one, hands over the URL.
+    void sendGetURL(std::optional<std::string> url) {
+        send(kInternetEventClass, kAEGetURL, std::move(url));
+    }
+
+    bool hasHandler(const std::string& eventClass, const std::string& eventID) const {
+        return handlers.count({eventClass, eventID}) != 0;
+    }
+
+  private:
+    using Key = std::pair<std::string, std::string>;
+    std::map<Key, Handler> handlers;
+    std::map<Key, std::vector<std::optional<std::string>>> early;
 };
 
 } // namespace quoxelin

@@ -82,8 +82,7 @@ TEST(CommandLine, copesWithoutAProgramName) {
 
 TEST(CommandLine, namesEveryOptionInTheUsageText) {
     const auto usage = usageText("quoxelin-desktop");
-    for (const char* option :
-         {"--socket PATH", "--version", "--help", "CALLBACK-URL"})
+    for (const char* option : {"--socket PATH", "--version", "--help", "CALLBACK-URL"})
         EXPECT_NE(usage.find(option), std::string::npos) << option;
 }
 

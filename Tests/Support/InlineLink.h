@@ -5,7 +5,7 @@
 #include "Runner/Services/State/HashiBusClient.h"
 #include "Runner/Services/State/LocalAPIClient.h"
 #include "Runner/Shared/AppLogger.h"
-#include "Simulation/System/SimulatedFileManager.h"
+#include "Simulation/System/SimulatedFoundation.h"
 #include "Tests/Support/InlineDispatch.h"
 
 #include <algorithm>

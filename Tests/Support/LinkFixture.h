@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Runner/Shared/AppLogger.h"
-#include "Simulation/System/SimulatedFileManager.h"
+#include "Simulation/System/SimulatedFoundation.h"
 #include "Simulation/System/SimulatedSystemLog.h"
 #include "Tests/Support/SimulatedDaemon.h"
 #include "Tests/Support/VirtualDispatch.h"

@@ -1,10 +1,12 @@
 #include "Simulation/Desktop/Linux/StandardInput.h"
 
+#include <QAbstractEventDispatcher>
 #include <unistd.h>
 
 namespace quoxelin {
 
-StandardInput::StandardInput(std::function<void(std::string_view line)> take)
+StandardInput::StandardInput(std::function<void(std::string_view line)> take,
+                             std::function<void()> beforeWaiting)
     : lines(std::move(take)) {
     if (::isatty(STDIN_FILENO) != 0)
         return;
@@ -13,6 +15,8 @@ StandardInput::StandardInput(std::function<void(std::string_view line)> take)
         if (!lines.read(STDIN_FILENO))
             notifier->setEnabled(false);
     });
+    QObject::connect(QAbstractEventDispatcher::instance(), &QAbstractEventDispatcher::aboutToBlock,
+                     notifier.get(), std::move(beforeWaiting));
 }
 
 } // namespace quoxelin

@@ -7,13 +7,14 @@
 
 namespace quoxelin {
 
-/// The lines of standard input as events of the main loop, unless it is a terminal. Its end is of
-/// no consequence.
+/// The lines of standard input as events of the main loop, unless it is a terminal. Its end has no
+/// effect.
 class StandardInput {
   public:
-    /// `take` gets each line without its end, on the main thread; a last line without one is left
-    /// out.
-    explicit StandardInput(std::function<void(std::string_view line)> take);
+    /// `take` gets each line without its end, on the main thread; `beforeWaiting` is called when
+    /// the main loop has nothing left to do.
+    StandardInput(std::function<void(std::string_view line)> take,
+                  std::function<void()> beforeWaiting);
 
   private:
     LineReader lines;

@@ -6,11 +6,13 @@
 
 namespace quoxelin {
 
-/// The lines of standard input as work of the main queue, unless it is a terminal. Its end is of no
-/// consequence.
+/// The lines of standard input as work of the main queue, unless it is a terminal. Its end has no
+/// effect.
 class MacStandardInput {
   public:
-    explicit MacStandardInput(std::function<void(std::string_view line)> take);
+    /// `beforeWaiting` is called when the main loop has nothing left to do.
+    MacStandardInput(std::function<void(std::string_view line)> take,
+                     std::function<void()> beforeWaiting);
     MacStandardInput(const MacStandardInput&) = delete;
     MacStandardInput& operator=(const MacStandardInput&) = delete;
     ~MacStandardInput();

@@ -136,11 +136,6 @@ class Application(SteeredProcess):
 
     # What a person does and sees
 
-    def wait(self, **members) -> dict:
-        """Waits until all of it holds: vpn_status, urls, notifications, ..."""
-        return self.answer(self.start_command("wait", **({"seconds": DEADLINE} | members)),
-                           deadline=2 * DEADLINE)
-
     def show_panel(self) -> None:
         """Clicks the icon in the menu bar, once it is there."""
         self.wait_log("[App] Setting up Menu Bar...")

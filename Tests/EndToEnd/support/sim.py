@@ -1,6 +1,5 @@
-"""Starts quoxelind-sim, steers it and listens to what it tells; see docs/quoxelind-sim.md."""
+"""Starts quoxelind-sim, steers it and listens to what it tells; see docs/simulation.md."""
 
-import base64
 import os
 import pathlib
 import re
@@ -33,7 +32,7 @@ class Request:
         self.target: str = record["target"]
         self.headers: list[tuple[str, str]] = [tuple(field) for field in record["headers"]]
         self.body: str = record["body"]
-        self.bytes: bytes = base64.b64decode(record["bytes"])
+        self.bytes: bytes = record["bytes"].encode("latin-1")
 
     def __repr__(self):
         return f"<Request {self.index} {self.method} {self.target}>"
@@ -85,16 +84,15 @@ class Sim(SteeredProcess):
 
     def raw(self, data: bytes, **members) -> dict:
         """Sends every observer these bytes; with split and pause, in pieces."""
-        return self.do("raw", base64=base64.b64encode(data).decode(), **members)
+        return self.do("raw", bytes=data.decode("latin-1"), **members)
 
     def answer_request(self, path: str, **members) -> dict:
-        """Has requests of a path answered with status, headers, json, text, ..."""
+        """Has requests of a path answered with status, json, text, ..."""
         return self.do("answer", path=path, **members)
 
     def answer_raw(self, path: str, data: bytes, **members) -> dict:
         """Has requests of a path answered with nothing but these bytes."""
-        encoded = base64.b64encode(data).decode()
-        return self.do("answer-raw", path=path, base64=encoded, **members)
+        return self.do("answer-raw", path=path, bytes=data.decode("latin-1"), **members)
 
     def jail(self, reason: str | None = None) -> dict:
         return self.do("jail", reason=reason)

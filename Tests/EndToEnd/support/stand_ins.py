@@ -14,7 +14,7 @@ DAEMON = r"^/usr/libexec/stand-ins/quoxelind-sim "
 
 
 class Daemon:
-    """The quoxelind-sim that `quoxelind up` starts in the box; see docs/quoxelind-sim.md."""
+    """The quoxelind-sim that `quoxelind up` starts in the box; see docs/simulation.md."""
 
     def __init__(self, box: Box):
         self._box = box

@@ -1,7 +1,7 @@
 #include "Runner/Services/LoginItem.h"
 
+#include "Simulation/System/SimulatedFoundation.h"
 #include "Simulation/System/SimulatedServiceManagement.h"
-#include "Simulation/System/SimulatedUserDefaults.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 #include "Runner/Shared/AppLogger.h"
 
-#include "Simulation/System/SimulatedFileManager.h"
+#include "Simulation/System/SimulatedFoundation.h"
 #include "Simulation/System/SimulatedSystemLog.h"
 #include "Tests/Support/TemporaryDirectory.h"
 #include "Tests/Support/VirtualDispatch.h"

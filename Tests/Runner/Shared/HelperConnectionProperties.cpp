@@ -39,10 +39,7 @@ struct Asked {
 /// Clients of the helper, and a helper with changing behavior.
 class World {
   public:
-    World() {
-        system.fileManager.temporary = "/dev/null";
-        system.xpc.setReplyDelay(seconds(1));
-    }
+    World() { system.xpc.setReplyDelay(seconds(1)); }
 
     void perform(Step step) {
         using Helper = SimulatedXPC::Helper;

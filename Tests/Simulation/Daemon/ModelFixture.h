@@ -1,8 +1,7 @@
 #pragma once
 
 #include "Simulation/Daemon/DaemonModel.h"
-
-#include <boost/json.hpp>
+#include "Tests/Simulation/Daemon/Tree.h"
 
 #include <chrono>
 #include <functional>
@@ -17,12 +16,11 @@ namespace quoxelin::sim {
 class ModelWorld {
   public:
     explicit ModelWorld(DaemonModel::Settings settings = {})
-        : model(std::move(settings),
-                {[this](const std::string& line) { lines.push_back(line); },
-                 [this](std::chrono::milliseconds delay, std::function<void()> work) {
-                     delayed.emplace_back(delay, std::move(work));
-                 },
-                 [this](const std::string& callback) { callbacks.push_back(callback); }}) {
+        : model(
+              std::move(settings),
+              {[this](const std::string& line) { lines.push_back(line); },
+               [this](Duration delay, Work work) { delayed.emplace_back(delay, std::move(work)); },
+               [this](const std::string& callback) { callbacks.push_back(callback); }}) {
         model.setLoginPageAddress("http://127.0.0.1:8080");
     }
     ModelWorld(const ModelWorld&) = delete;
@@ -37,19 +35,19 @@ class ModelWorld {
     /// Takes the lines announced since the last call, network maps shortened to true.
     std::vector<std::string> takeAnnounced() {
         std::vector<std::string> taken;
-        for (const std::string& line : std::exchange(lines, {})) {
-            boost::json::object members = boost::json::parse(line).as_object();
-            if (members.contains("NetMap")) {
-                members["NetMap"] = members["NetMap"].is_object();
-            }
-            taken.push_back(boost::json::serialize(members));
+        for (const auto& line : std::exchange(lines, {})) {
+            auto members = json::parse(line)->members();
+            for (auto& [key, value] : members)
+                if (key == "NetMap")
+                    value = value.isObject();
+            taken.push_back(json::serialize(members));
         }
         return taken;
     }
 
     /// Runs the delayed work asked for so far; the longest delay among it.
-    std::chrono::milliseconds runDelayed() {
-        std::chrono::milliseconds longest{0};
+    Duration runDelayed() {
+        Duration longest{0};
         for (const auto& [delay, work] : std::exchange(delayed, {})) {
             longest = std::max(longest, delay);
             work();
@@ -58,7 +56,7 @@ class ModelWorld {
     }
 
     std::vector<std::string> lines;
-    std::vector<std::pair<std::chrono::milliseconds, std::function<void()>>> delayed;
+    std::vector<std::pair<Duration, Work>> delayed;
     std::vector<std::string> callbacks;
     DaemonModel model;
 };

@@ -1,60 +1,54 @@
 #include "Simulation/Daemon/NetworkMap.h"
 
-#include <boost/json.hpp>
-#include <gtest/gtest.h>
+#include "Tests/Simulation/Daemon/Tree.h"
 
+#include <gtest/gtest.h>
 #include <set>
 
 namespace quoxelin::sim {
 namespace {
 
-namespace json = boost::json;
-
 const Account account = firstAccounts().front();
 
 TEST(NetworkMap, describesTheOwnNodeAndItsUser) {
-    const json::value map = json::parse(NetworkMap().text(account, 3));
-    const json::value& node = map.at("SelfNode").at("Node");
+    const Tree map = Tree::parse(NetworkMap().text(account, 3));
+    const Tree node = map.at("SelfNode").at("Node");
     EXPECT_EQ(node.at("ID"), account.nodeId);
     EXPECT_EQ(node.at("Name"), "minas-laptop.hoshizora.quoxelin.example");
     EXPECT_EQ(node.at("NodeKey"), map.at("NodeKey"));
-    const json::value& user =
-        map.at("UserProfiles").at(std::to_string(node.at("UserID").as_int64()));
-    EXPECT_EQ(user.at("LoginName").as_string(), account.email);
-    EXPECT_EQ(user.at("DisplayName").as_string(), account.displayName);
+    const Tree user = map.at("UserProfiles").at(std::to_string(node.at("UserID").number()));
+    EXPECT_EQ(user.at("LoginName").text(), account.email);
+    EXPECT_EQ(user.at("DisplayName").text(), account.displayName);
 }
 
 TEST(NetworkMap, givesEveryPeerAllMembersAndAKnownUser) {
-    const json::value map = json::parse(NetworkMap().text(account, 200));
-    for (const json::value& peer : map.at("Peers").as_array()) {
-        const json::object& node = peer.at("Node").as_object();
+    const Tree map = Tree::parse(NetworkMap().text(account, 200));
+    for (std::size_t i = 0; i < map.at("Peers").size(); ++i) {
+        const Tree node = map.at("Peers").at(i).at("Node");
         for (const char* member : {"ID", "Name", "Addresses", "Key", "AllowedIPs", "Endpoints",
-                                   "NodeKey", "OS", "UserID"}) {
+                                   "NodeKey", "OS", "UserID"})
             EXPECT_TRUE(node.contains(member)) << member;
-        }
         EXPECT_TRUE(map.at("UserProfiles")
-                        .as_object()
-                        .contains(std::to_string(node.at("UserID").as_int64())));
+
+                        .contains(std::to_string(node.at("UserID").number())));
     }
 }
 
 TEST(NetworkMap, givesEveryNodeAddressesAndIdsOfItsOwn) {
-    const json::value map = json::parse(NetworkMap().text(account, 20000));
+    const Tree map = Tree::parse(NetworkMap().text(account, 20000));
     std::set<std::string> seen;
-    const auto see = [&](const json::value& node) {
-        EXPECT_TRUE(seen.insert(std::to_string(node.at("ID").as_int64())).second);
-        const json::array& addresses = node.at("Addresses").as_array();
+    const auto see = [&](const Tree& node) {
+        EXPECT_TRUE(seen.insert(std::to_string(node.at("ID").number())).second);
+        const Tree addresses = node.at("Addresses");
         ASSERT_EQ(addresses.size(), 2u);
-        EXPECT_EQ(addresses[0].as_string().find("100."), 0u);
-        EXPECT_EQ(addresses[1].as_string().find("fd7a:"), 0u);
-        for (const json::value& address : addresses) {
-            EXPECT_TRUE(seen.insert(std::string(address.as_string())).second);
-        }
+        EXPECT_EQ(addresses.at(0).text().find("100."), 0u);
+        EXPECT_EQ(addresses.at(1).text().find("fd7a:"), 0u);
+        for (std::size_t i = 0; i < 2; ++i)
+            EXPECT_TRUE(seen.insert(addresses.at(i).text()).second);
     };
     see(map.at("SelfNode").at("Node"));
-    for (const json::value& peer : map.at("Peers").as_array()) {
-        see(peer.at("Node"));
-    }
+    for (std::size_t i = 0; i < map.at("Peers").size(); ++i)
+        see(map.at("Peers").at(i).at("Node"));
     EXPECT_EQ(seen.size(), 3u * 20001u);
 }
 
@@ -77,13 +71,13 @@ TEST(NetworkMap, followsTheAccountAndTheNumberOfPeers) {
     NetworkMap map;
     const Account other = firstAccounts().back();
     const std::string first = map.text(account, 2);
-    EXPECT_EQ(json::parse(map.text(account, 3)).at("Peers").as_array().size(), 3u);
+    EXPECT_EQ(Tree::parse(map.text(account, 3)).at("Peers").size(), 3u);
     EXPECT_EQ(map.text(other, 3), NetworkMap().text(other, 3));
     EXPECT_EQ(map.text(account, 2), first);
 }
 
 TEST(NetworkMap, canBeWithoutPeers) {
-    EXPECT_TRUE(json::parse(NetworkMap().text(account, 0)).at("Peers").as_array().empty());
+    EXPECT_TRUE(Tree::parse(NetworkMap().text(account, 0)).at("Peers").size() == 0);
 }
 
 } // namespace

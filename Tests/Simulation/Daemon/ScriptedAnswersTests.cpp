@@ -7,19 +7,12 @@ namespace {
 
 ScriptedAnswer replyWith(int status, std::string method, std::string path,
                          std::optional<std::size_t> times = std::nullopt) {
-    ScriptedAnswer answer;
-    answer.method = std::move(method);
-    answer.path = std::move(path);
-    answer.times = times;
-    CannedReply reply;
-    reply.status = status;
-    answer.reply = reply;
-    return answer;
+    return {std::move(method), std::move(path), times, CannedReply{status, ""}};
 }
 
 /// The status the script answers with; 0 when the daemon is to answer itself.
-int statusOf(const std::optional<ScriptedAnswer>& answer) {
-    return answer ? std::get<CannedReply>(answer->reply).status : 0;
+int statusOf(const std::optional<ScriptedReply>& reply) {
+    return reply ? std::get<CannedReply>(*reply).status : 0;
 }
 
 TEST(ScriptedAnswers, leavesRequestsAloneThatNothingIsSaidAbout) {
@@ -35,9 +28,8 @@ TEST(ScriptedAnswers, usesUpLimitedAnswersInTheirOrderBeforeTheLastingOne) {
     script.add(replyWith(500, "GET", "/status"));
     script.add(replyWith(501, "GET", "/status", 1));
     script.add(replyWith(502, "GET", "/status", 2));
-    for (const int expected : {501, 502, 502, 500, 500}) {
+    for (const int expected : {501, 502, 502, 500, 500})
         EXPECT_EQ(statusOf(script.take("GET", "/status")), expected);
-    }
 }
 
 TEST(ScriptedAnswers, replacesALastingAnswer) {

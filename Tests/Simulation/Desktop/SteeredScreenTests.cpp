@@ -55,7 +55,8 @@ class SteeredScreenTest : public ::testing::Test {
     Platform platform = system.platform(connector);
     NotedScreen screen;
     std::string answer;
-    Steering steering{dispatch, [this](const std::string& line) { answer = line; }};
+    Steering steering{[](Duration, const Work&) {},
+                      [this](const std::string& line) { answer = line; }};
 };
 
 TEST_F(SteeredScreenTest, tellsTheTexts) {

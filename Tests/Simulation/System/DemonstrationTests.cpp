@@ -1,7 +1,4 @@
-// The whole application on the simulated machine as `--simulate` makes it, steered by the lines
-// that a demonstration or an end-to-end test would send.
-#include "Simulation/Desktop/SteeringCommands.h"
-#include "Simulation/Steering/Steering.h"
+// The whole application on the simulated system as the demonstration has it.
 #include "Tests/Runner/AppDelegateFixture.h"
 
 namespace quoxelin::testing {
@@ -9,23 +6,21 @@ namespace quoxelin::testing {
 class Demonstration : public AppDelegateFixture {
   protected:
     Demonstration() {
-        addAllCommands(steering, system);
         system.becomeDemonstration();
         daemon.answer("GET", "/localapi/v0/profiles",
                       SimulatedDaemon::ok(R"({"current_profile_id":"","profiles":[]})"));
         daemon.answer("PATCH", "/localapi/v0/hatago", SimulatedDaemon::ok());
     }
 
-    void steer(const std::string& line) { steering.take(line); }
-
     void logIn() {
         daemon.notify(R"({"State":"Running","NetMap":{"SelfNode":{"Node":{"ID":7,"UserID":42}}}})");
     }
 
-    VPNConnectionStatus shownStatus() const { return appState->vpn->status; }
+    SimulatedServiceManagement::Registration& helper() {
+        return system.serviceManagement.daemonRegistration(simulatedHelperPlistName);
+    }
 
-    std::vector<std::string> answers;
-    Steering steering{dispatch, [this](const std::string& line) { answers.push_back(line); }};
+    VPNConnectionStatus shownStatus() const { return appState->vpn->status; }
 };
 
 TEST_F(Demonstration, leadsFromALoginToConnected) {
@@ -39,12 +34,11 @@ TEST_F(Demonstration, leadsFromALoginToConnected) {
     EXPECT_EQ(shownStatus(), VPNConnectionStatus::connecting);
     dispatch.advance(seconds(0.7));
     EXPECT_EQ(shownStatus(), VPNConnectionStatus::connected);
-    steer(R"({"do":"wait","vpn-status":3})");
-    EXPECT_EQ(answers, std::vector<std::string>{R"({"ok":true,"do":"wait"})"});
+    EXPECT_EQ(system.networkExtension.tunnel().status(), 3);
 }
 
 TEST_F(Demonstration, waitsForThePersonToApproveTheExtension) {
-    steer(R"({"do":"require-extension-approval"})");
+    system.systemExtensions.requireApproval();
     launch();
     dispatch.advance(seconds(4.9));
     EXPECT_TRUE(systemExtension->needsUserApproval);
@@ -54,7 +48,7 @@ TEST_F(Demonstration, waitsForThePersonToApproveTheExtension) {
     logIn();
     dispatch.advance(seconds(3));
     EXPECT_EQ(shownStatus(), VPNConnectionStatus::disconnected);
-    steer(R"({"do":"approve-extension"})");
+    system.systemExtensions.approve();
     dispatch.advance(seconds(1));
     EXPECT_TRUE(systemExtension->isApproved);
     appState->connect();
@@ -63,13 +57,13 @@ TEST_F(Demonstration, waitsForThePersonToApproveTheExtension) {
 }
 
 TEST_F(Demonstration, reachesTheHelperOnceThePersonHasAllowedIt) {
-    steer(R"({"do":"require-service-approval","service":"helper"})");
+    helper().requireApproval();
     launch();
     dispatch.advance(seconds(1));
     EXPECT_TRUE(appState->helperNeedsApproval);
     EXPECT_FALSE(hasStartedAppState());
-    steer(R"({"do":"approve-service","service":"helper"})");
-    steer(R"({"do":"become-active"})");
+    helper().approve();
+    system.application.becomeActive();
     dispatch.advance(seconds(2));
     EXPECT_FALSE(appState->helperNeedsApproval);
     EXPECT_TRUE(hasStartedAppState());
@@ -81,12 +75,12 @@ TEST_F(Demonstration, losesTheTunnelAndFindsItAgain) {
     logIn();
     dispatch.advance(seconds(3));
     ASSERT_EQ(shownStatus(), VPNConnectionStatus::connected);
-    steer(R"({"do":"reassert-vpn","seconds":2})");
+    system.networkExtension.tunnel().reassert(seconds(2));
     dispatch.runUntilIdle();
     EXPECT_EQ(shownStatus(), VPNConnectionStatus::connecting);
     dispatch.advance(seconds(2));
     EXPECT_EQ(shownStatus(), VPNConnectionStatus::connected);
-    steer(R"({"do":"drop-vpn"})");
+    system.networkExtension.tunnel().drop();
     dispatch.runUntilIdle();
     EXPECT_EQ(shownStatus(), VPNConnectionStatus::disconnected);
 }
@@ -94,7 +88,7 @@ TEST_F(Demonstration, losesTheTunnelAndFindsItAgain) {
 TEST_F(Demonstration, quitsTheOrderlyWay) {
     launch();
     dispatch.advance(seconds(2));
-    steer(R"({"do":"quit"})");
+    system.application.terminate();
     dispatch.runUntilIdle();
     EXPECT_TRUE(system.application.hasTerminated());
     EXPECT_EQ(log("App").back(), "Quoxelin Desktop App terminated (quoxelind still running)");

@@ -16,7 +16,6 @@
 #include "Platform/Linux/Services/NetworkManagerVPN.h"
 #include "Simulation/Desktop/Linux/StandardInput.h"
 #include "Simulation/Steering/Steering.h"
-#include "Simulation/Steering/SteeringSupport.h"
 
 #include <QCoreApplication>
 #include <cstdio>
@@ -26,8 +25,6 @@ namespace quoxelin {
 
 namespace {
 
-using namespace steering;
-
 using Manager = std::shared_ptr<NETunnelProviderManager>;
 
 void writeLine(const std::string& line) {
@@ -35,26 +32,27 @@ void writeLine(const std::string& line) {
     std::fflush(stdout);
 }
 
-void describe(json::Writer& writer, const NETunnelProviderManager& manager) {
-    optionalMember(writer, "description", manager.localizedDescription());
-    member(writer, "enabled", manager.isEnabled());
-    count(writer, "status", static_cast<std::size_t>(manager.connection()->status()));
+json::Object stateOf(const NETunnelProviderManager& manager) {
+    json::Object members = {{"enabled", manager.isEnabled()},
+                            {"status", manager.connection()->status()}};
+    const auto add = [&](const char* name, const std::optional<std::string>& text) {
+        if (text)
+            members.push_back({name, *text});
+    };
+    add("description", manager.localizedDescription());
     const auto protocol =
         std::dynamic_pointer_cast<NETunnelProviderProtocol>(manager.protocolConfiguration());
     if (!protocol)
-        return;
-    optionalMember(writer, "provider", protocol->providerBundleIdentifier);
-    optionalMember(writer, "server", protocol->serverAddress);
-    member(writer, "sleep", protocol->disconnectOnSleep);
+        return members;
+    add("provider", protocol->providerBundleIdentifier);
+    add("server", protocol->serverAddress);
+    members.push_back({"sleep", protocol->disconnectOnSleep});
+    return members;
 }
 
-void describe(json::Writer& writer, const std::optional<Error>& error) {
-    if (!error)
-        return;
-    member(writer, "domain", error->domain);
-    writer.key("code");
-    writer.integer(error->code);
-    member(writer, "error-text", error->localizedDescription);
+json::Object membersOf(const Error& error) {
+    return {
+        {"domain", error.domain}, {"code", error.code}, {"error-text", error.localizedDescription}};
 }
 
 class Driver {
@@ -94,13 +92,12 @@ class Driver {
                 adapter->loadAllFromPreferences(
                     [this, reply](const Result<NetworkExtension::Managers, Error>& loaded) {
                         if (!loaded)
-                            return reply.ok(
-                                [&](auto& writer) { describe(writer, loaded.error()); });
+                            return reply.ok(membersOf(loaded.error()));
                         managers = *loaded;
-                        reply.ok([this](auto& writer) {
-                            objects(writer, "managers", managers,
-                                    [&](const auto& one) { describe(writer, *one); });
-                        });
+                        json::Array states;
+                        for (const auto& manager : managers)
+                            states.emplace_back(stateOf(*manager));
+                        reply.ok({{"managers", states}});
                     });
             };
         });
@@ -122,17 +119,17 @@ class Driver {
                     manager->protocolConfiguration());
                 if (!protocol)
                     protocol = std::make_shared<NETunnelProviderProtocol>();
-                takeOver(protocol->serverAddress, server);
-                takeOver(protocol->providerBundleIdentifier, provider);
-                takeOver(protocol->disconnectOnSleep, sleep);
+                if (server)
+                    protocol->serverAddress = server;
+                if (provider)
+                    protocol->providerBundleIdentifier = provider;
+                protocol->disconnectOnSleep = sleep.value_or(protocol->disconnectOnSleep);
                 manager->setProtocolConfiguration(protocol);
             });
         });
         steering.add("read", [this](SteeringReader& reader) {
             const auto manager = at(reader);
-            return [manager](const SteeringReply& reply) {
-                reply.ok([&](auto& writer) { describe(writer, *manager); });
-            };
+            return [manager](const SteeringReply& reply) { reply.ok(stateOf(*manager)); };
         });
     }
 
@@ -147,7 +144,7 @@ class Driver {
                 const auto manager = at(reader);
                 return [manager, operation](const SteeringReply& reply) {
                     ((*manager).*operation)([reply](const std::optional<Error>& error) {
-                        reply.ok([&](auto& writer) { describe(writer, error); });
+                        reply.ok(error ? membersOf(*error) : json::Object());
                     });
                 };
             });
@@ -159,12 +156,9 @@ class Driver {
             const auto manager = at(reader);
             return [manager](const SteeringReply& reply) {
                 const auto started = manager->connection()->startVPNTunnel();
-                reply.ok([&](auto& writer) {
-                    if (!started)
-                        describe(writer, started.error());
-                    count(writer, "status",
-                          static_cast<std::size_t>(manager->connection()->status()));
-                });
+                auto members = started ? json::Object() : membersOf(started.error());
+                members.push_back({"status", manager->connection()->status()});
+                reply.ok(members);
             };
         });
         steering.add("stop", [this](SteeringReader& reader) {
@@ -189,8 +183,11 @@ class Driver {
     NetworkExtension::Managers managers;
     Subscription statusObserver;
     Subscription configurationObserver;
-    Steering steering{dispatch, writeLine};
-    StandardInput commands{[this](std::string_view line) { steering.take(line); }};
+    Steering steering{
+        [this](Duration delay, Work work) { dispatch.main().asyncAfter(delay, std::move(work)); },
+        writeLine};
+    StandardInput commands{[this](std::string_view line) { steering.take(line); },
+                           [this] { steering.look(); }};
 };
 
 } // namespace

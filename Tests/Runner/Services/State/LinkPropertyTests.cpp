@@ -1,7 +1,7 @@
 #include "Runner/Services/State/HashiBusClient.h"
 #include "Runner/Services/State/LocalAPIClient.h"
 #include "Runner/Shared/AppLogger.h"
-#include "Simulation/System/SimulatedFileManager.h"
+#include "Simulation/System/SimulatedFoundation.h"
 #include "Simulation/System/SimulatedSystemLog.h"
 #include "Tests/Support/Generators.h"
 #include "Tests/Support/SimulatedDaemon.h"
@@ -16,10 +16,7 @@ namespace {
 
 /// A client of each kind with its dependencies, on a virtual clock.
 struct Link {
-    Link() {
-        files.temporary = "/dev/null";
-        bus->delegate = delegate;
-    }
+    Link() { bus->delegate = delegate; }
     ~Link() {
         bus->stop();
         dispatch.endAllWork();

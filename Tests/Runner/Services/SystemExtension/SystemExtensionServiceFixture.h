@@ -22,7 +22,7 @@ struct ExtensionUnderTest {
     Trace trace{dispatch};
     SimulatedSystem system{dispatch, notificationCenter};
     SimulatedSystemExtensions& extensions = system.systemExtensions;
-    AppLogger logger{withoutFile()};
+    AppLogger logger{{dispatch, system.fileManager, trace}};
     std::shared_ptr<SystemExtensionService> service;
     std::vector<Subscription> subscriptions;
     bool isListening = false;
@@ -40,12 +40,6 @@ struct ExtensionUnderTest {
         create();
     }
     ~ExtensionUnderTest() { dispatch.endAllWork(); }
-
-    /// Disables the log file: its folder cannot be created.
-    AppLogger::Dependencies withoutFile() {
-        system.fileManager.temporary = "/dev/null/none";
-        return {dispatch, system.fileManager, trace};
-    }
 
     void create() {
         service = std::make_shared<SystemExtensionService>(SystemExtensionService::Dependencies{

@@ -43,18 +43,12 @@ struct TunnelUnderTest {
     Trace trace{dispatch};
     SimulatedSystem system{dispatch, notificationCenter};
     SimulatedNetworkExtension& network = system.networkExtension;
-    AppLogger logger{withoutFile()};
+    AppLogger logger{{dispatch, system.fileManager, trace}};
     std::unique_ptr<VPNTunnelService> service;
     Subscription statusSubscription;
     bool isListening = false;
 
     ~TunnelUnderTest() { dispatch.endAllWork(); }
-
-    /// Disables the log file: its folder cannot be created.
-    AppLogger::Dependencies withoutFile() {
-        system.fileManager.temporary = "/dev/null/none";
-        return {dispatch, system.fileManager, trace};
-    }
 
     /// Creates the service before anything can answer.
     void create() {

@@ -1,0 +1,18 @@
+#include "Simulation/Daemon/Options.h"
+#include "Simulation/Daemon/Server/Program.h"
+
+#include <csignal>
+#include <cstdio>
+
+int main(int argc, char** argv) {
+    using namespace quoxelin::sim;
+
+    const auto read = readOptions({argv + 1, argv + argc});
+    if (const auto* print = std::get_if<PrintAndExit>(&read)) {
+        std::fputs(print->text.c_str(), print->exitCode == 0 ? stdout : stderr);
+        return print->exitCode;
+    }
+    // A client or reader that goes away is an error of the write to it, not the end of everything.
+    std::signal(SIGPIPE, SIG_IGN);
+    return Program(std::get<Options>(read)).run();
+}

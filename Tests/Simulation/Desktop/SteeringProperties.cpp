@@ -1,0 +1,105 @@
+#include "Simulation/Desktop/SystemCommands.h"
+#include "Simulation/Steering/Steering.h"
+#include "Simulation/System/SimulatedSystem.h"
+#include "Tests/Support/Generators.h"
+#include "Tests/Support/VirtualDispatch.h"
+
+#include <gtest/gtest.h>
+#include <rapidcheck/gtest.h>
+
+namespace quoxelin::testing {
+
+namespace {
+
+struct Steered {
+    Steered() {
+        addServiceCommands(steering, system);
+        addDesktopCommands(steering, system);
+    }
+
+    /// The answers to the line, the late ones included.
+    std::vector<std::string> take(const std::string& line) {
+        answers.clear();
+        steering.take(line);
+        dispatch.advance(seconds(20));
+        return answers;
+    }
+
+    std::vector<std::string> commandNames() {
+        const auto answer = json::parse(take(R"({"do":"help"})").at(0)).value();
+        return answer.find("commands")->strings().value();
+    }
+
+    VirtualDispatch dispatch;
+    NotificationCenter notificationCenter;
+    SimulatedSystem system{dispatch, notificationCenter};
+    std::vector<std::string> answers;
+    Steering steering{
+        [this](Duration delay, Work work) { dispatch.main().asyncAfter(delay, std::move(work)); },
+        [this](const std::string& line) { answers.push_back(line); }};
+};
+
+/// Whether the line is an answer: an object that says whether it went well, and if not, why.
+bool isAnswer(const std::string& line) {
+    const auto answer = json::parse(line);
+    const auto* const ok = answer ? answer->find("ok") : nullptr;
+    return ok != nullptr && ok->boolean() && *ok->boolean() == (answer->find("error") == nullptr);
+}
+
+/// A command that may be good: a name that is known with members that some command knows.
+rc::Gen<std::string> command(const std::vector<std::string>& names) {
+    using rc::gen::element;
+    const auto member = rc::gen::map(
+        rc::gen::pair(
+            element<std::string>("id", "delay", "answers", "result", "version", "error", "seconds",
+                                 "comes-up", "operation", "place", "status", "provider",
+                                 "description", "state", "argument", "output", "service", "granted",
+                                 "allowed", "available", "refused", "beginning", "path", "url",
+                                 "title", "vpn-status", "urls", "unknown"),
+            element<std::string>("0", "1", "2.5", "-1", "1e99", "9223372036854775807", "true",
+                                 "null", "\"\"", "\"save\"", "\"helper\"", "\"silent\"",
+                                 "\"x-a:b\"", "[]", "{}", "{\"code\":12}", "{\"code\":\"x\"}")),
+        [](const std::pair<std::string, std::string>& member) {
+            return ",\"" + member.first + "\":" + member.second;
+        });
+    return rc::gen::map(
+        rc::gen::pair(rc::gen::elementOf(names),
+                      rc::gen::resize(4, rc::gen::container<std::vector<std::string>>(member))),
+        [](const std::pair<std::string, std::vector<std::string>>& command) {
+            auto line = "{\"do\":\"" + command.first + '"';
+            for (const auto& member : command.second)
+                line += member;
+            return line + '}';
+        });
+}
+
+bool isBlank(const std::string& line) {
+    return line.find_first_not_of(" \t\r\n") == std::string::npos;
+}
+
+} // namespace
+
+RC_GTEST_PROP(SteeringProperties, answersAnyBytesOnceAndInJson, ()) {
+    Steered steered;
+    const auto line = *rc::gen::oneOf(generate::bytes(), generate::text());
+    const auto answers = steered.take(line);
+    RC_ASSERT(answers.size() == (isBlank(line) ? 0U : 1U));
+    if (!answers.empty())
+        RC_ASSERT(isAnswer(answers[0]));
+}
+
+RC_GTEST_PROP(SteeringProperties, answersEveryCommandOnceWhateverItsMembers, ()) {
+    Steered steered;
+    const auto lines =
+        *rc::gen::container<std::vector<std::string>>(command(steered.commandNames()));
+    for (const auto& line : lines) {
+        const auto answers = steered.take(line);
+        // A wait may be longer than the test's patience.
+        const auto isWait = line.rfind(R"({"do":"wait")", 0) == 0;
+        RC_ASSERT(answers.size() == 1U || (isWait && answers.empty()));
+        for (const auto& answer : answers)
+            RC_ASSERT(isAnswer(answer));
+    }
+}
+
+} // namespace quoxelin::testing
