@@ -35,6 +35,8 @@ def opened(tray, desktop, application):
     """The panel is open, by a click on the icon."""
     desktop.wait_icon(tray)
     open_panel(desktop, application, tray)
+    # The daemon's first state moves the rows.
+    application.wait_text('"Login Quoxelin"')
     return application
 
 
