@@ -204,7 +204,7 @@ TEST_F(UnixSocketTest, goesOnConnectingAfterASignal) {
     ::close(peer);
 }
 
-TEST(UnixSocket, reportsAPeerThatWentAwayAsAValue) {
+TEST_F(UnixSocketTest, reportsAPeerThatWentAwayAsAValue) {
     Pair pair;
     pair.closeTheirs();
     const auto written = pair.ours->write("x");
@@ -213,14 +213,14 @@ TEST(UnixSocket, reportsAPeerThatWentAwayAsAValue) {
     EXPECT_EQ(written.error().message(), "Broken pipe");
 }
 
-TEST(UnixSocket, reportsAFailedRead) {
+TEST_F(UnixSocketTest, reportsAFailedRead) {
     UnixSocket none(-1);
     std::array<char, 4> bytes{};
     EXPECT_EQ(none.read(bytes).error(), SystemError{EBADF});
     EXPECT_EQ(none.write("x").error(), SystemError{EBADF});
 }
 
-TEST(UnixSocket, endsABlockedReadFromAnotherThread) {
+TEST_F(UnixSocketTest, endsABlockedReadFromAnotherThread) {
     Pair pair;
     Result<std::size_t, SystemError> outcome = 99;
     std::thread reader([&] {
@@ -233,7 +233,7 @@ TEST(UnixSocket, endsABlockedReadFromAnotherThread) {
     EXPECT_EQ(pair.ours->write("x").error(), SystemError{EPIPE});
 }
 
-TEST(UnixSocket, goesOnReadingAfterASignal) {
+TEST_F(UnixSocketTest, goesOnReadingAfterASignal) {
     const InterruptingSignal signal;
     Pair pair;
     Result<std::size_t, SystemError> outcome = 99;
@@ -251,7 +251,7 @@ TEST(UnixSocket, goesOnReadingAfterASignal) {
     EXPECT_EQ(outcome, 3u);
 }
 
-TEST(UnixSocket, takesAsMuchOfAWriteAsThePeerHasRoomForOnceSignalled) {
+TEST_F(UnixSocketTest, takesAsMuchOfAWriteAsThePeerHasRoomForOnceSignalled) {
     Pair pair;
     const InterruptingSignal signal;
     const std::string large(std::size_t(64) << 20, 'x');

@@ -7,7 +7,6 @@
 
 namespace quoxelin::testing {
 
-using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
 class PanelLife : public PanelFixture {};
@@ -56,15 +55,6 @@ TEST_F(PanelLife, highlightsTheRowUnderThePointerWhenLoggedOut) {
 }
 
 // The panel around the content
-
-TEST_F(PanelLife, asksForNotificationsWhenItIsFirstShown) {
-    EXPECT_THAT(system.userNotificationCenter.authorizationRequests(), IsEmpty());
-    content->onAppear();
-    content->onAppear();
-    EXPECT_THAT(system.userNotificationCenter.authorizationRequests(), ElementsAre(7u));
-    system.userNotificationCenter.answer(false);
-    EXPECT_THAT(logAfterwards(), IsEmpty());
-}
 
 TEST_F(PanelLife, closesWhatIsOpenWhenThePanelHides) {
     for (const auto& state : panelStates()) {
