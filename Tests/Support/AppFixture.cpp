@@ -19,15 +19,6 @@ std::string text(const SimulatedDaemon::Request& request) {
 } // namespace
 
 AppFixture::AppFixture() {
-    daemon.answer("GET", "/localapi/v0/status",
-                  SimulatedDaemon::ok(R"({"backend_state":"NeedsLogin"})"));
-    daemon.answer("GET", "/localapi/v0/profiles",
-                  SimulatedDaemon::ok(R"({"current_profile_id":"","profiles":[]})"));
-    daemon.answer("POST", "/localapi/v0/profiles/switch", SimulatedDaemon::ok());
-    daemon.answer("POST", "/localapi/v0/profiles/switch-to-empty", SimulatedDaemon::ok());
-    daemon.answer("POST", "/localapi/v0/login", SimulatedDaemon::ok("{}"));
-    daemon.answer("POST", "/localapi/v0/logout", SimulatedDaemon::ok());
-    daemon.answer("PATCH", "/localapi/v0/hatago", SimulatedDaemon::ok());
     system.systemLog.onEntry = [this](const SimulatedSystemLog::Entry& entry) {
         logged.push_back({dispatch.now(), entry.text});
     };

@@ -8,9 +8,9 @@
 
 namespace quoxelin::testing {
 
-/// The application without its shell: the store with its real services on a simulated machine. By
-/// default the daemon answers as if no user is logged in, there is no tunnel configuration, and the
-/// extension is not approved.
+/// The application without its shell: the store with its real services on a simulated machine. At
+/// first the daemon has no profile, there is no tunnel configuration, and the extension is not
+/// approved.
 ///
 /// Control the daemon and the system directly, and read back what happened as plain text:
 ///

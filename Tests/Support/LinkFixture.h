@@ -15,11 +15,10 @@ namespace quoxelin::testing {
 
 /// The dependencies of a daemon client: the virtual clock, the daemon, and a logger whose lines can
 /// be read back.
-class LinkFixture : public ::testing::Test {
-  protected:
+struct LinkSurroundings {
     /// The log file cannot be written; tests read the system's log.
-    LinkFixture() { files.temporary = "/dev/null"; }
-    ~LinkFixture() override { dispatch.endAllWork(); }
+    LinkSurroundings() { files.temporary = "/dev/null"; }
+    ~LinkSurroundings() { dispatch.endAllWork(); }
 
     /// "[HashiBus] EOF", in the order of the calls.
     std::vector<std::string> log() const { return systemLog.texts(); }
@@ -32,5 +31,7 @@ class LinkFixture : public ::testing::Test {
 
     static constexpr const char* socketPath = "/var/run/quoxelind.socket";
 };
+
+class LinkFixture : public ::testing::Test, protected LinkSurroundings {};
 
 } // namespace quoxelin::testing

@@ -1,10 +1,39 @@
 #include "Tests/Support/SimulatedDaemon.h"
 
+#include "Simulation/Daemon/Http.h"
+#include "Simulation/Daemon/LocalApi.h"
+#include "Simulation/Daemon/Text.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <stdexcept>
 
 namespace quoxelin::testing {
+
+namespace {
+
+/// What a scripted reply sends, given the daemon's own reply; nothing for a reply that never comes.
+std::optional<std::string> bytesOf(const sim::ScriptedReply& reply,
+                                   const std::function<std::string()>& own) {
+    using Bytes = std::optional<std::string>;
+    struct Visitor {
+        const std::function<std::string()>& own;
+
+        Bytes operator()(const sim::CannedReply& canned) const {
+            return sim::httpReply(canned.status, {}, canned.body, false);
+        }
+        Bytes operator()(const sim::RawReply& raw) const { return raw.bytes; }
+        Bytes operator()(const sim::TruncatedReply& cut) const {
+            const auto whole = own();
+            return whole.substr(0, cut.bytes + (cut.countsBody ? whole.find("\r\n\r\n") + 4 : 0));
+        }
+        Bytes operator()(const sim::NoReply&) const { return std::nullopt; }
+        Bytes operator()(const sim::DroppedConnection&) const { return ""; }
+    };
+    return std::visit(Visitor{own}, reply);
+}
+
+} // namespace
 
 /// Data on its way from the daemon to one client.
 struct SimulatedDaemon::Stream {
@@ -86,38 +115,21 @@ std::string SimulatedDaemon::Request::body() const {
     return separator == std::string::npos ? std::string() : bytes.substr(separator + 4);
 }
 
-SimulatedDaemon::SimulatedDaemon(VirtualDispatch& dispatch) : dispatch(dispatch) {}
+SimulatedDaemon::SimulatedDaemon(VirtualDispatch& dispatch)
+    : model({}, {[this](const std::string& line) {
+                     if (announces && isBusOpen())
+                         notify(line);
+                 },
+                 [&dispatch](Duration delay, Work work) {
+                     dispatch.main().asyncAfter(delay, std::move(work));
+                 },
+                 [](const std::string&) {}}),
+      dispatch(dispatch) {
+    model.setLoginPageAddress("https://login.example.com");
+    model.setAccounts({}, "");
+}
 
 SimulatedDaemon::~SimulatedDaemon() = default;
-
-SimulatedDaemon::Reply SimulatedDaemon::ok(std::string body) {
-    return status(200, std::move(body));
-}
-
-SimulatedDaemon::Reply SimulatedDaemon::status(int code, std::string body) {
-    return {"HTTP/1.1 " + std::to_string(code) + " " + (code < 400 ? "OK" : "Error") +
-                "\r\nConnection: close\r\n\r\n" + body,
-            Duration{0}, 0, false, std::nullopt};
-}
-
-SimulatedDaemon::Reply SimulatedDaemon::after(Duration delay, Reply reply) {
-    reply.delay = delay;
-    return reply;
-}
-
-SimulatedDaemon::Reply SimulatedDaemon::never() {
-    Reply reply;
-    reply.staysOpen = true;
-    return reply;
-}
-
-void SimulatedDaemon::answer(const std::string& method, const std::string& path, Reply reply) {
-    script[method + ' ' + path].lasting = std::move(reply);
-}
-
-void SimulatedDaemon::answerNext(const std::string& method, const std::string& path, Reply reply) {
-    script[method + ' ' + path].next.push_back(std::move(reply));
-}
 
 void SimulatedDaemon::refuseConnections() {
     connectError = ConnectError{ConnectError::Reason::connectFailed, {ECONNREFUSED}};
@@ -134,44 +146,39 @@ SimulatedDaemon::connect(const std::string& path) {
 
 void SimulatedDaemon::receive(const std::shared_ptr<Stream>& stream, std::string bytes) {
     recorded.push_back({std::move(bytes), dispatch.now()});
-    const auto request = recorded.back();
-    if (request.line() == "GET " + std::string(busPath) && answersTo(request.line()) == nullptr) {
-        bus = stream;
-        ++streams;
-        stream->pending += busHeader;
-        return;
-    }
-    const auto reply = replyTo(request);
-    const auto deliver = [stream, reply] {
-        stream->pending += reply.bytes;
-        stream->chunkSize = reply.chunkSize;
-        stream->readError = reply.readError;
-        stream->ended = stream->ended || (!reply.staysOpen && !reply.readError);
+    const auto line = recorded.back().line();
+    const auto blank = std::min(line.find(' '), line.size());
+    const auto method = line.substr(0, blank);
+    const auto target = line.substr(std::min(blank + 1, line.size()));
+    const auto own = [&, body = recorded.back().body()] {
+        const auto reply = sim::answer(model, method, target, body);
+        return sim::httpReply(reply.status, {}, reply.body, false);
     };
-    if (reply.delay == Duration{0})
+    const auto scripted = script.take(method, target);
+    if (!scripted && sim::pathOf(target) == sim::observePath)
+        return observe(stream);
+    const auto reply = scripted ? bytesOf(*scripted, own) : own();
+    if (!reply)
+        return;
+    const auto how = deliveries[std::string(sim::pathOf(target))];
+    const auto deliver = [stream, how, reply = *reply] {
+        stream->pending += reply;
+        stream->chunkSize = how.chunkSize;
+        stream->readError = how.readError;
+        stream->ended = stream->ended || (!how.staysOpen && !how.readError);
+    };
+    if (how.delay == Duration{0})
         deliver();
     else
-        dispatch.main().asyncAfter(reply.delay, deliver);
+        dispatch.main().asyncAfter(how.delay, deliver);
 }
 
-SimulatedDaemon::Answers* SimulatedDaemon::answersTo(const std::string& line) {
-    auto found = script.find(line);
-    if (found == script.end())
-        found = script.find(line.substr(0, line.find('?')));
-    return found == script.end() ? nullptr : &found->second;
-}
-
-SimulatedDaemon::Reply SimulatedDaemon::replyTo(const Request& request) {
-    if (auto* const answers = answersTo(request.line())) {
-        if (!answers->next.empty()) {
-            auto reply = std::move(answers->next.front());
-            answers->next.pop_front();
-            return reply;
-        }
-        if (answers->lasting)
-            return *answers->lasting;
-    }
-    return status(404, "no answer scripted for " + request.line());
+void SimulatedDaemon::observe(const std::shared_ptr<Stream>& stream) {
+    bus = stream;
+    ++streams;
+    stream->pending += busHeader;
+    if (announces)
+        notify(model.greeting());
 }
 
 SimulatedDaemon::Stream& SimulatedDaemon::openBus() {

@@ -1,9 +1,10 @@
 #pragma once
 
 #include "Base/Connection.h"
+#include "Simulation/Daemon/DaemonModel.h"
+#include "Simulation/Daemon/ScriptedAnswers.h"
 #include "Tests/Support/VirtualDispatch.h"
 
-#include <deque>
 #include <map>
 #include <memory>
 #include <optional>
@@ -14,11 +15,12 @@
 
 namespace quoxelin::testing {
 
-/// The daemon at the other end of the application's connections, in memory and on virtual time. A
-/// client's `read` blocks its background work until there is data.
+/// The daemon of quoxelind-sim in the test's own process and on virtual time. A client's `read`
+/// blocks its background work until there is data.
 ///
-/// Requests are recorded and answered as scripted by the test, per method and path. The
-/// notification stream is a connection that stays open; the test sends bytes on it:
+/// Requests are recorded. The test can script their answers; the daemon's model answers the others.
+/// The notification stream is a connection that stays open and carries what the test sends. Set
+/// `announces` to have the model's own notifications on it, too:
 ///
 ///     SimulatedDaemon daemon(dispatch);
 ///     daemon.answer("GET", "/localapi/v0/status", SimulatedDaemon::ok("{}"));
@@ -30,9 +32,10 @@ namespace quoxelin::testing {
 /// before the clients, and call `dispatch.endAllWork()` if the dispatch outlives it.
 class SimulatedDaemon final : public Connector {
   public:
-    struct Reply {
-        /// Everything sent, including the header.
-        std::string bytes;
+    using Reply = sim::ScriptedReply;
+
+    /// How replies reach the client.
+    struct Delivery {
         /// The time between request and reply.
         Duration delay{0};
         /// The maximum number of bytes per read; 0 for no limit.
@@ -51,30 +54,33 @@ class SimulatedDaemon final : public Connector {
         /// "GET /localapi/v0/status".
         std::string line() const;
         std::string body() const;
-
-        bool operator==(const Request&) const = default;
     };
 
-    static constexpr std::string_view busPath = "/localapi/v0/observe-hashi-bus";
-
+    /// The model has no profile, so no account is logged in.
     explicit SimulatedDaemon(VirtualDispatch& dispatch);
     ~SimulatedDaemon() override;
 
     // Scripting
 
-    /// "HTTP/1.1 200 OK" or another status, with that body.
-    static Reply ok(std::string body = {});
-    static Reply status(int code, std::string body = {});
-    static Reply after(Duration delay, Reply reply);
+    /// A reply with that status and body.
+    static Reply ok(std::string body = {}) { return status(200, std::move(body)); }
+    static Reply status(int code, std::string body = {}) {
+        return sim::CannedReply{code, std::move(body)};
+    }
+    /// Any bytes.
+    static Reply raw(std::string bytes) { return sim::RawReply{std::move(bytes)}; }
     /// Accepts the request and never answers.
-    static Reply never();
+    static Reply never() { return sim::NoReply{}; }
 
-    /// Sets the answer to requests of that method and path. A path without a query also matches
-    /// requests with one. Other requests are answered by a 404.
-    void answer(const std::string& method, const std::string& path, Reply reply);
+    /// Sets the answer to requests of that method and path, or to the next `times` of them only. A
+    /// path without a query also matches requests with one.
+    void answer(const std::string& method, const std::string& path, Reply reply,
+                std::optional<std::size_t> times = {}) {
+        script.add({method, path, times, std::move(reply)});
+    }
 
-    /// Sets the answer to the next such request only. Several of them queue up.
-    void answerNext(const std::string& method, const std::string& path, Reply reply);
+    /// How replies are delivered, by path.
+    std::map<std::string, Delivery> deliveries;
 
     /// Every attempt to connect fails with this error until it is reset.
     std::optional<ConnectError> connectError;
@@ -86,6 +92,9 @@ class SimulatedDaemon final : public Connector {
     /// answered.
     std::optional<int> writeError;
     std::optional<std::size_t> writeLimit;
+
+    /// Whether the model's notifications go to the stream.
+    bool announces = false;
 
     // The notification stream. The bytes go to the connection that last asked for it, which must be
     // open.
@@ -122,21 +131,18 @@ class SimulatedDaemon final : public Connector {
 
     Result<std::unique_ptr<Connection>, ConnectError> connect(const std::string& path) override;
 
+    sim::DaemonModel model;
+
   private:
     struct Stream;
     class ClientEnd;
-    struct Answers {
-        std::deque<Reply> next;
-        std::optional<Reply> lasting;
-    };
 
     void receive(const std::shared_ptr<Stream>& stream, std::string bytes);
-    Reply replyTo(const Request& request);
-    Answers* answersTo(const std::string& line);
+    void observe(const std::shared_ptr<Stream>& stream);
     Stream& openBus();
 
     VirtualDispatch& dispatch;
-    std::map<std::string, Answers> script;
+    sim::ScriptedAnswers script;
     std::vector<Request> recorded;
     std::vector<Duration> attempts;
     std::string connectedPath;

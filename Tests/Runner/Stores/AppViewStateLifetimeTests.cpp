@@ -72,12 +72,9 @@ TEST(AppViewStateLifetime, dropsWhatFollowsAnAnswer) {
     // Delays during which the next step of each operation is pending.
     AppFixture app;
     app.systemExtension->isApproved = true;
-    app.daemon.answer("GET", "/localapi/v0/status",
-                      SimulatedDaemon::after(seconds(0.5), SimulatedDaemon::ok("{}")));
-    app.daemon.answer("POST", "/localapi/v0/login",
-                      SimulatedDaemon::after(
-                          seconds(0.5), SimulatedDaemon::ok(
-                                            R"({"interactive_login_url":"https://example.com"})")));
+    app.daemon.answer("POST", "/localapi/v0/profiles/switch", SimulatedDaemon::ok());
+    for (const auto* const path : {"/localapi/v0/status", "/localapi/v0/login"})
+        app.daemon.deliveries[path].delay = seconds(0.5);
     app.system.networkExtension.tunnels.startError = Error{NEVPNErrorDomain, 3, "No way."};
     EXPECT_EQ(linesAfterTheStoreHasGone(app,
                                         [&](AppViewState& store) {
@@ -95,8 +92,8 @@ TEST(AppViewStateLifetime, dropsWhatFollowsAnAnswer) {
 
 TEST(AppViewStateLifetime, dropsTheNextRefreshOfASwitch) {
     AppFixture app;
-    app.daemon.answer("POST", "/localapi/v0/profiles/switch",
-                      SimulatedDaemon::after(seconds(1), SimulatedDaemon::ok()));
+    app.daemon.answer("POST", "/localapi/v0/profiles/switch", SimulatedDaemon::ok());
+    app.daemon.deliveries["/localapi/v0/profiles/switch"].delay = seconds(1);
     linesAfterTheStoreHasGone(app, [&](AppViewState& store) {
         store.switchProfile("b");
         app.advance(seconds(0.5));

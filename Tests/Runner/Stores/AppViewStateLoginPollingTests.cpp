@@ -20,6 +20,7 @@ TEST(AppViewStateLoginPolling, asksForTheStatusASecondAfterTheLoginBegan) {
 
 TEST(AppViewStateLoginPolling, gives120StatusRequestsAnd40NudgesToALoginThatNeverCompletes) {
     AppFixture app;
+    app.answerStatus(R"({"backend_state":"NeedsLogin"})");
     app.appState->pollForLoginCompletion();
     app.advance(seconds(1000));
     Lines expected;
@@ -142,8 +143,8 @@ TEST(AppViewStateLoginPolling, publishesNothingForAStatusThatRepeats) {
 
 TEST(AppViewStateLoginPolling, asksAgainASecondAfterAnAnswerAndNotBefore) {
     AppFixture app;
-    app.daemon.answer("GET", "/localapi/v0/status",
-                      SimulatedDaemon::after(seconds(0.4), SimulatedDaemon::ok("{}")));
+    app.answerStatus("{}");
+    app.daemon.deliveries["/localapi/v0/status"].delay = seconds(0.4);
     app.appState->pollForLoginCompletion();
     app.advance(seconds(5));
     EXPECT_EQ(app.timedRequests(), (Lines{"1.000 " + getStatus, "2.400 " + getStatus,
@@ -184,9 +185,7 @@ TEST(AppViewStateLoginPolling, waitsForNoAnswerToANudge) {
 TEST(AppViewStateLoginPolling, dropsAStatusThatComesAfterTheBusToldOfTheLogin) {
     AppFixture app;
     app.startAndForget();
-    app.daemon.answer("GET", "/localapi/v0/status",
-                      SimulatedDaemon::after(
-                          seconds(5), SimulatedDaemon::ok(R"({"backend_state":"NeedsLogin"})")));
+    app.daemon.deliveries["/localapi/v0/status"].delay = seconds(5);
     app.appState->pollForLoginCompletion();
     app.advance(seconds(2));
     app.bus(bareMap);

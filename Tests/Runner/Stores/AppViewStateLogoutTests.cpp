@@ -93,9 +93,8 @@ TEST(AppViewStateLogout, takesALoginPageWhileLoggingOut) {
 TEST(AppViewStateLogout, bringsNoAccountBackByAStatusAskedForBeforeTheLogout) {
     AppFixture app;
     app.startAndForget();
-    app.daemon.answer(
-        "GET", "/localapi/v0/status",
-        SimulatedDaemon::after(seconds(2), SimulatedDaemon::ok(R"({"backend_state":"Running"})")));
+    app.answerStatus(R"({"backend_state":"Running"})");
+    app.daemon.deliveries["/localapi/v0/status"].delay = seconds(2);
     app.appState->pollForLoginCompletion();
     app.advance(seconds(1.5));
     app.appState->pollForLoginCompletion(); // its first tick comes after the logout

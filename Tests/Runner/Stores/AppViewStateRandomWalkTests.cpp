@@ -162,37 +162,37 @@ class Walk {
         }
         const auto& endpoint = dice.of(endpoints);
         const auto blank = endpoint.find(' ');
-        auto reply = answer(endpoint);
-        app.daemon.answer(endpoint.substr(0, blank), endpoint.substr(blank + 1), reply);
-        return endpoint + " is answered: " + reply.bytes;
+        const auto path = endpoint.substr(blank + 1);
+        auto& delivery = app.daemon.deliveries[path] = {};
+        const auto reply = answer(endpoint, delivery);
+        app.daemon.answer(endpoint.substr(0, blank), path, SimulatedDaemon::raw(reply));
+        return endpoint + " is answered: " + reply;
     }
 
-    SimulatedDaemon::Reply answer(const std::string& endpoint) {
-        auto reply = SimulatedDaemon::ok(body(endpoint));
+    std::string answer(const std::string& endpoint, SimulatedDaemon::Delivery& delivery) {
+        auto reply = "HTTP/1.1 200 OK\r\n\r\n" + body(endpoint);
         switch (dice.below(12)) {
         case 0:
-            reply = SimulatedDaemon::status(500, "broken");
-            break;
+            return "HTTP/1.1 500 Error\r\n\r\nbroken";
         case 1:
-            reply.bytes = "no HTTP";
-            break;
+            return "no HTTP";
         case 2:
-            reply.bytes.resize(dice.below(reply.bytes.size()));
+            reply.resize(dice.below(reply.size()));
             break;
         case 3:
-            reply.chunkSize = 1 + dice.below(7);
+            delivery.chunkSize = 1 + dice.below(7);
             break;
         case 4:
-            reply.readError = ECONNRESET;
+            delivery.readError = ECONNRESET;
             break;
         case 5:
             // Each unanswered request costs a thread for the rest of the walk.
             if (neverAnswered < 20 && endpoint.starts_with("GET"))
-                app.daemon.answerNext("GET", endpoint.substr(4), SimulatedDaemon::never()),
+                app.daemon.answer("GET", endpoint.substr(4), SimulatedDaemon::never(), 1),
                     ++neverAnswered;
             break;
         default:
-            reply.delay = dice.oneIn(3) ? dice.upTo(5) : Duration{0};
+            delivery.delay = dice.oneIn(3) ? dice.upTo(5) : Duration{0};
         }
         return reply;
     }

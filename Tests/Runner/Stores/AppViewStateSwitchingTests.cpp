@@ -13,19 +13,15 @@ std::string switchTo(const std::string& id) {
     return "POST /localapi/v0/profiles/switch?id=" + id;
 }
 
-/// The profiles a and b, with the given one current, if any.
-std::string profilesWithCurrent(const std::string& current) {
-    return fmt::format(R"({{"current_profile_id":"{0}","profiles":[)"
-                       R"({{"id":"a","name":"A","is_current":{1}}},)"
-                       R"({{"id":"b","name":"B","is_current":{2}}}]}})",
-                       current, current == "a", current == "b");
-}
-
 // Switching
 
+/// The daemon has the profiles a and b, of which a is current.
 struct WithProfiles : AppFixture {
     WithProfiles() {
-        answerProfiles(profilesWithCurrent("a"));
+        sim::Account a, b;
+        a.id = "a";
+        b.id = "b";
+        daemon.model.setAccounts({a, b}, "a");
         appState->refreshProfiles();
         run();
         forget();
@@ -41,7 +37,6 @@ struct WithProfiles : AppFixture {
 
 TEST(AppViewStateSwitching, showsASwitchAtOnceAndRefreshesOnce) {
     WithProfiles app;
-    app.answerProfiles(profilesWithCurrent("b"));
     app.appState->switchProfile("b");
     EXPECT_EQ(app.current(), "b/b");
     app.advance(seconds(10));
@@ -104,8 +99,8 @@ TEST(AppViewStateSwitching, goesBackWhenASwitchFails) {
 TEST(AppViewStateSwitching, refreshesUpToTenTimesUntilTheDaemonHasSwitched) {
     WithProfiles app;
     // The daemon accepts the switch but still names the old profile.
-    app.daemon.answer("POST", "/localapi/v0/profiles/switch",
-                      SimulatedDaemon::after(seconds(1), SimulatedDaemon::ok()));
+    app.daemon.answer("POST", "/localapi/v0/profiles/switch", SimulatedDaemon::ok());
+    app.daemon.deliveries["/localapi/v0/profiles/switch"].delay = seconds(1);
     app.appState->switchProfile("b");
     app.advance(seconds(0.5));
     app.appState->refreshProfiles();
@@ -122,13 +117,13 @@ TEST(AppViewStateSwitching, refreshesUpToTenTimesUntilTheDaemonHasSwitched) {
 
 TEST(AppViewStateSwitching, stopsRefreshingOnceTheDaemonHasSwitched) {
     WithProfiles app;
-    app.daemon.answer("POST", "/localapi/v0/profiles/switch",
-                      SimulatedDaemon::after(seconds(1), SimulatedDaemon::ok()));
+    app.daemon.answer("POST", "/localapi/v0/profiles/switch", SimulatedDaemon::ok());
+    app.daemon.deliveries["/localapi/v0/profiles/switch"].delay = seconds(1);
     app.appState->switchProfile("b");
     app.advance(seconds(0.5));
     app.appState->refreshProfiles();
     app.advance(seconds(1)); // refreshes at 1.0 and 1.3
-    app.answerProfiles(profilesWithCurrent("b"));
+    app.daemon.model.switchProfile("b");
     app.forget();
     app.advance(seconds(100));
     // The refresh at 1.6 brings the new profile; the one at 1.9 is sent before it is noticed, and
@@ -139,7 +134,6 @@ TEST(AppViewStateSwitching, stopsRefreshingOnceTheDaemonHasSwitched) {
 
 TEST(AppViewStateSwitching, opensTheLoginPageOfTheProfileItSwitchesTo) {
     WithProfiles app;
-    app.answerProfiles(profilesWithCurrent("b"));
     app.daemon.answer(
         "POST", "/localapi/v0/login",
         SimulatedDaemon::ok(R"({"interactive_login_url":"https://login.example.com/b"})"));

@@ -73,10 +73,7 @@ TEST_F(QuoxelinMenuBarContentTests, opensNothingForALoginPageThatIsNoURL) {
 }
 
 TEST_F(QuoxelinMenuBarContentTests, doesNothingWhenTheLoginPageComesAfterItsEnd) {
-    daemon.answer("POST", "/localapi/v0/login",
-                  SimulatedDaemon::after(
-                      seconds(2), SimulatedDaemon::ok(
-                                      R"({"InteractiveLoginURL":"https://login.example.com/a"})")));
+    daemon.deliveries["/localapi/v0/login"].delay = seconds(2);
     click("Login Quoxelin");
     dispatch.advance(seconds(1));
     content.reset();

@@ -1,4 +1,4 @@
-// The whole application on the simulated system as the demonstration has it.
+// The whole application on the simulated system and daemon as the demonstration has them.
 #include "Tests/Runner/AppDelegateFixture.h"
 
 namespace quoxelin::testing {
@@ -7,13 +7,7 @@ class Demonstration : public AppDelegateFixture {
   protected:
     Demonstration() {
         system.becomeDemonstration();
-        daemon.answer("GET", "/localapi/v0/profiles",
-                      SimulatedDaemon::ok(R"({"current_profile_id":"","profiles":[]})"));
-        daemon.answer("PATCH", "/localapi/v0/hatago", SimulatedDaemon::ok());
-    }
-
-    void logIn() {
-        daemon.notify(R"({"State":"Running","NetMap":{"SelfNode":{"Node":{"ID":7,"UserID":42}}}})");
+        daemon.announces = true;
     }
 
     SimulatedServiceManagement::Registration& helper() {
@@ -29,8 +23,8 @@ TEST_F(Demonstration, leadsFromALoginToConnected) {
     ASSERT_TRUE(hasStartedAppState());
     EXPECT_TRUE(systemExtension->isApproved);
     EXPECT_EQ(shownStatus(), VPNConnectionStatus::disconnected);
-    logIn();
-    dispatch.advance(seconds(0.5));
+    daemon.model.completeLogin();
+    dispatch.advance(seconds(0.65));
     EXPECT_EQ(shownStatus(), VPNConnectionStatus::connecting);
     dispatch.advance(seconds(0.7));
     EXPECT_EQ(shownStatus(), VPNConnectionStatus::connected);
@@ -45,7 +39,7 @@ TEST_F(Demonstration, waitsForThePersonToApproveTheExtension) {
     EXPECT_FALSE(hasStartedAppState());
     dispatch.advance(seconds(1));
     EXPECT_TRUE(hasStartedAppState());
-    logIn();
+    daemon.model.completeLogin();
     dispatch.advance(seconds(3));
     EXPECT_EQ(shownStatus(), VPNConnectionStatus::disconnected);
     system.systemExtensions.approve();
@@ -72,7 +66,7 @@ TEST_F(Demonstration, reachesTheHelperOnceThePersonHasAllowedIt) {
 TEST_F(Demonstration, losesTheTunnelAndFindsItAgain) {
     launch();
     dispatch.advance(seconds(2));
-    logIn();
+    daemon.model.completeLogin();
     dispatch.advance(seconds(3));
     ASSERT_EQ(shownStatus(), VPNConnectionStatus::connected);
     system.networkExtension.tunnel().reassert(seconds(2));

@@ -4,11 +4,15 @@
 
 namespace quoxelin::testing {
 
-class HashiBusClientLogout : public HashiBusClientFixture {};
+class HashiBusClientLogout : public HashiBusClientFixture {
+  protected:
+    static constexpr const char* path = "/localapi/v0/logout";
+};
 
 TEST_F(HashiBusClientLogout, logsOutOverAConnectionOfItsOwn) {
     start();
-    daemon.answer("POST", "/localapi/v0/logout", {"HTTP/1.1 200 OK\r\n\r\nbye", {}, 0, true, {}});
+    daemon.answer("POST", path, SimulatedDaemon::raw("HTTP/1.1 200 OK\r\n\r\nbye"));
+    daemon.deliveries[path].staysOpen = true;
     systemLog.clear();
     client->logout();
     EXPECT_EQ(daemon.requests().size(), 1u);
@@ -54,7 +58,8 @@ TEST_F(HashiBusClientLogout, logsHowManyBytesOfALogoutWereTaken) {
 TEST_F(HashiBusClientLogout, logsALogoutWithoutAResponse) {
     for (const auto& readError : {std::optional<int>(), std::optional<int>(EIO)}) {
         systemLog.clear();
-        daemon.answer("POST", "/localapi/v0/logout", {"", {}, 0, false, readError});
+        daemon.answer("POST", path, SimulatedDaemon::raw(""));
+        daemon.deliveries[path].readError = readError;
         client->logout();
         dispatch.runUntilIdle();
         EXPECT_EQ(log(), (Lines{"[HashiBus] Logout request sent, bytes: 65",
@@ -63,18 +68,19 @@ TEST_F(HashiBusClientLogout, logsALogoutWithoutAResponse) {
 }
 
 TEST_F(HashiBusClientLogout, readsALogoutsResponseOnceAndNoMoreThan1024Bytes) {
-    daemon.answer("POST", "/localapi/v0/logout", {std::string(3'000, 'x')});
+    daemon.answer("POST", path, SimulatedDaemon::raw(std::string(3'000, 'x')));
     client->logout();
     dispatch.runUntilIdle();
     EXPECT_EQ(log().back(), "[HashiBus] Logout response: " + std::string(1'024, 'x'));
-    daemon.answer("POST", "/localapi/v0/logout", {"abc", {}, 2, false, {}});
+    daemon.answer("POST", path, SimulatedDaemon::raw("abc"));
+    daemon.deliveries[path].chunkSize = 2;
     client->logout();
     dispatch.runUntilIdle();
     EXPECT_EQ(log().back(), "[HashiBus] Logout response: ab");
 }
 
 TEST_F(HashiBusClientLogout, logsNoTextOfALogoutsResponseThatIsNotUtf8) {
-    daemon.answer("POST", "/localapi/v0/logout", {"ok \xFF"});
+    daemon.answer("POST", path, SimulatedDaemon::raw("ok \xFF"));
     client->logout();
     dispatch.runUntilIdle();
     EXPECT_EQ(log().back(), "[HashiBus] Logout response: ");

@@ -1,13 +1,9 @@
 #include "Runner/Services/State/HashiBusClient.h"
 #include "Runner/Services/State/LocalAPIClient.h"
-#include "Runner/Shared/AppLogger.h"
-#include "Simulation/System/SimulatedFoundation.h"
-#include "Simulation/System/SimulatedSystemLog.h"
 #include "Tests/Support/Generators.h"
-#include "Tests/Support/SimulatedDaemon.h"
+#include "Tests/Support/LinkFixture.h"
 
 #include <algorithm>
-#include <gtest/gtest.h>
 #include <rapidcheck/gtest.h>
 
 namespace quoxelin::testing {
@@ -15,12 +11,9 @@ namespace quoxelin::testing {
 namespace {
 
 /// A client of each kind with its dependencies, on a virtual clock.
-struct Link {
+struct Link : LinkSurroundings {
     Link() { bus->delegate = delegate; }
-    ~Link() {
-        bus->stop();
-        dispatch.endAllWork();
-    }
+    ~Link() { bus->stop(); }
 
     struct Delegate final : HashiBusClientDelegate {
         void hashiBusDidReceiveNotify(const HashiBusNotify& notify) override {
@@ -29,15 +22,10 @@ struct Link {
         std::vector<HashiBusNotify> received;
     };
 
-    VirtualDispatch dispatch;
-    SimulatedFileManager files;
-    SimulatedSystemLog systemLog;
-    AppLogger logger{{dispatch, files, systemLog}};
-    SimulatedDaemon daemon{dispatch};
     std::shared_ptr<Delegate> delegate = std::make_shared<Delegate>();
     std::shared_ptr<HashiBusClient> bus = std::make_shared<HashiBusClient>(
-        HashiBusClient::Dependencies{dispatch, daemon, logger}, "socket");
-    LocalAPIClient api{{dispatch, daemon, logger}, "socket"};
+        HashiBusClient::Dependencies{dispatch, daemon, logger}, socketPath);
+    LocalAPIClient api{{dispatch, daemon, logger}, socketPath};
 };
 
 /// Notifications and other lines that may stand between them.
@@ -140,10 +128,11 @@ RC_GTEST_PROP(LocalAPIClientProperty, anyReplyInAnyPiecesCompletesEveryOperation
         generate::bytes());
     const auto chunkSize = *rc::gen::inRange<std::size_t>(0, 9);
     const auto readError = *rc::gen::element(std::optional<int>(), std::optional<int>(EIO));
-    for (const auto& [method, path] :
-         {std::pair("GET", "/localapi/v0/status"), std::pair("GET", "/localapi/v0/profiles"),
-          std::pair("POST", "/localapi/v0/login"), std::pair("PATCH", "/localapi/v0/hatago")})
-        link.daemon.answer(method, path, {header + body, {}, chunkSize, false, readError});
+    for (const auto* const path : {"/localapi/v0/status", "/localapi/v0/profiles",
+                                   "/localapi/v0/login", "/localapi/v0/hatago"}) {
+        link.daemon.answer("", path, SimulatedDaemon::raw(header + body));
+        link.daemon.deliveries[path] = {{}, chunkSize, false, readError};
+    }
     int completed = 0;
     link.api.getStatus([&](auto) { ++completed; });
     link.api.getProfiles([&](auto) { ++completed; });

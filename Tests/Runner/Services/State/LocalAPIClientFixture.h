@@ -67,7 +67,7 @@ class LocalAPIClientFixture : public LinkFixture {
     }
 
     void answerLogin(std::string bytes) {
-        daemon.answer("POST", "/localapi/v0/login", {std::move(bytes)});
+        daemon.answer("POST", "/localapi/v0/login", SimulatedDaemon::raw(std::move(bytes)));
     }
 
     LocalAPIClient client{{dispatch, daemon, logger}, socketPath};

@@ -14,10 +14,8 @@ TEST_F(LocalAPIClientReply, refusesAReplyWithoutAnEmptyLine) {
 
 TEST_F(LocalAPIClientReply, readsAReplyThatComesInPieces) {
     for (const std::size_t size : {1, 2, 3, 7}) {
-        daemon.answer("GET", "/localapi/v0/status",
-                      {"HTTP/1.1 200 OK\r\nA: b\r\n\r\n{\"backend_state\":\"Running\"}",
-                       Duration{0}, size, false, std::nullopt});
-        EXPECT_EQ(getStatus()->backendState, "Running");
+        daemon.deliveries["/localapi/v0/status"].chunkSize = size;
+        EXPECT_EQ(getStatus()->backendState, "NeedsLogin");
     }
 }
 
@@ -62,8 +60,9 @@ TEST_F(LocalAPIClientReply, takesAStatusThatItCannotReadAsSuccess) {
          {"OK", "", " ", "HTTP/1.1", "HTTP/1.1 ", "HTTP/1.1 4o4 x", "HTTP/1.1 404.0", "x 0x194",
           "x -404", "x +-404", "x +", "x 404\t", "x 99999999999999999999 y", "x 404 \xFF",
           "x 200 OK\r\nA: 404 404", "\r\nHTTP/1.1 404"}) {
-        daemon.answer("GET", "/localapi/v0/status",
-                      {std::string(header) + "\r\n\r\n{\"backend_state\":\"" + "s\"}"});
+        daemon.answer(
+            "GET", "/localapi/v0/status",
+            SimulatedDaemon::raw(std::string(header) + "\r\n\r\n{\"backend_state\":\"s\"}"));
         const auto status = getStatus();
         ASSERT_TRUE(status.has_value()) << header;
         EXPECT_EQ(status->backendState, "s");

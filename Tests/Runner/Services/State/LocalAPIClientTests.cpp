@@ -32,7 +32,6 @@ TEST_F(LocalAPIClientTest, sendsExactBytesInOneWrite) {
 }
 
 TEST_F(LocalAPIClientTest, switchesTheDaemonWithExactBodies) {
-    daemon.answer("PATCH", "/localapi/v0/hatago", SimulatedDaemon::ok());
     Receiver<void> off, on;
     client.setWantRunning(false, off.completion());
     client.setWantRunning(true, on.completion());
@@ -72,7 +71,6 @@ TEST_F(LocalAPIClientTest, encodesAProfileIdentifierForTheQuery) {
 }
 
 TEST_F(LocalAPIClientTest, switchesToTheEmptyProfile) {
-    daemon.answer("POST", "/localapi/v0/profiles/switch-to-empty", SimulatedDaemon::ok("ignored"));
     Receiver<void> receiver;
     client.switchToEmptyProfile(receiver.completion());
     dispatch.runUntilIdle();
@@ -102,8 +100,7 @@ TEST_F(LocalAPIClientTest, closesTheConnectionAfterTheCompletion) {
 }
 
 TEST_F(LocalAPIClientTest, outlivesItsClientWithAnExchangeUnderWay) {
-    daemon.answer("POST", "/localapi/v0/login",
-                  SimulatedDaemon::after(seconds(1), SimulatedDaemon::ok()));
+    daemon.deliveries["/localapi/v0/login"].delay = seconds(1);
     Receiver<void> receiver;
     {
         LocalAPIClient passing({dispatch, daemon, logger}, socketPath);
@@ -115,12 +112,12 @@ TEST_F(LocalAPIClientTest, outlivesItsClientWithAnExchangeUnderWay) {
 }
 
 TEST_F(LocalAPIClientTest, runsExchangesInParallelOnConnectionsOfTheirOwn) {
-    daemon.answerNext("POST", "/localapi/v0/login",
-                      SimulatedDaemon::after(seconds(2), SimulatedDaemon::ok()));
-    daemon.answerNext("POST", "/localapi/v0/login",
-                      SimulatedDaemon::after(seconds(1), SimulatedDaemon::ok()));
+    auto& delay = daemon.deliveries["/localapi/v0/login"].delay;
     std::string order;
+    delay = seconds(2);
     client.triggerLogin([&](auto) { order += 'a'; });
+    dispatch.runUntilIdle();
+    delay = seconds(1);
     client.triggerLogin([&](auto) { order += 'b'; });
     dispatch.runUntilIdle();
     EXPECT_EQ(daemon.openConnections(), 2u);
@@ -129,8 +126,7 @@ TEST_F(LocalAPIClientTest, runsExchangesInParallelOnConnectionsOfTheirOwn) {
 }
 
 TEST_F(LocalAPIClientTest, waitsForEverForADaemonThatNeverCloses) {
-    daemon.answer("POST", "/localapi/v0/login",
-                  {"HTTP/1.1 200 OK\r\n\r\n", Duration{0}, 0, true, std::nullopt});
+    daemon.deliveries["/localapi/v0/login"].staysOpen = true;
     Receiver<void> receiver;
     client.triggerLogin(receiver.completion());
     dispatch.advance(seconds(86'400));
@@ -163,9 +159,7 @@ TEST_F(LocalAPIClientTest, takesAShortWriteAsAFailureAndDoesNotGoOn) {
 }
 
 TEST_F(LocalAPIClientTest, reportsAFailedReadEvenAfterACompleteReply) {
-    daemon.answer("POST", "/localapi/v0/login",
-                  {"HTTP/1.1 200 OK\r\n\r\n{\"interactiveLoginUrl\":\"u\"}", Duration{0}, 0, false,
-                   ECONNRESET});
+    daemon.deliveries["/localapi/v0/login"].readError = ECONNRESET;
     expectTransportFailure({Case::readFailed, "Connection reset by peer"});
 }
 
@@ -174,6 +168,7 @@ TEST_F(LocalAPIClientTest, passesTransportErrorsOfDecodedReplies) {
     EXPECT_EQ(getStatus().error().kind, Case::connectFailed);
     EXPECT_EQ(getProfiles().error().kind, Case::connectFailed);
     daemon.acceptConnections();
+    daemon.answer("GET", "*", SimulatedDaemon::status(404));
     EXPECT_EQ(getStatus().error().kind, Case::httpError);
     EXPECT_EQ(getProfiles().error().kind, Case::httpError);
 }
