@@ -15,7 +15,7 @@ namespace dom = simdjson::dom;
 
 constexpr std::size_t maximumDepth = 512;
 
-/// A document that has grown beyond this for a long text is dropped when enough short ones follow.
+/// A document that has grown beyond this for a long text is dropped once enough short ones follow.
 constexpr std::size_t keptCapacity = std::size_t(1) << 20;
 constexpr int enoughShortTexts = 16;
 
@@ -71,8 +71,8 @@ std::size_t endOfString(std::string_view text, std::size_t opening) {
     return text.size();
 }
 
-/// Shortens the digits such that any type of number holds the value, but no type of integer.
-/// Whether the token is well-formed stays as it is.
+/// Shortens the digits so that a floating-point type can hold the value, but no integer type can. A
+/// malformed token stays malformed.
 std::string tamed(std::string_view token) {
     std::string text;
     bool isExponent = false;
@@ -91,9 +91,9 @@ std::string tamed(std::string_view token) {
     return isExponent ? text : text + "e99";
 }
 
-/// The library refuses a whole text for one number that none of its types can hold. Here each such
-/// number becomes a smaller one that is still out of range for any integer, so that only a member
-/// that reads it fails. Absent when there is no such number.
+/// The library rejects a whole text for one number that none of its types can hold. This makes each
+/// such number smaller but still out of range for integers, so that only a member that reads it
+/// fails. Absent if there is no such number.
 std::optional<std::string> withHugeNumbersTamed(std::string_view text, dom::parser& parser) {
     constexpr std::size_t alwaysHeld = 18;
     std::string result;
@@ -120,7 +120,7 @@ std::optional<std::string> withHugeNumbersTamed(std::string_view text, dom::pars
     return copied == 0 ? std::nullopt : std::optional(result.append(text, copied));
 }
 
-/// The document that the next text is parsed into, so that its memory is used again.
+/// Kept for the next text, to reuse its memory.
 struct Spare {
     std::mutex mutex;
     std::unique_ptr<Document> document;

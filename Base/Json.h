@@ -14,10 +14,10 @@
 #include <variant>
 #include <vector>
 
-/// JSON, strict about the text: UTF-8, escapes, numbers, nothing after the value, nothing nested
-/// deeper than 512.
+/// JSON, strict about the text: UTF-8, escapes, numbers, nothing after the value, no nesting deeper
+/// than 512.
 ///
-/// A record states its members once, in `describe`; `decode` and `encode` do the rest. To pick
+/// A record lists its members once, in `describe`; `decode` and `encode` do the rest. To pick
 /// values out of a text by hand, `parse` it into a tree.
 namespace quoxelin::json {
 
@@ -31,7 +31,7 @@ struct Error {
 
 class Value;
 
-/// A template because a value, which it holds, holds members.
+/// A template because members and values contain each other.
 template <typename T>
 struct Keyed {
     std::string key;
@@ -42,7 +42,7 @@ struct Keyed {
 
 using Member = Keyed<Value>;
 using Array = std::vector<Value>;
-/// Members in the order of the text. `parse` keeps the last of several with the same key.
+/// Members in the order of the text. For duplicate keys, `parse` keeps the last.
 using Object = std::vector<Member>;
 
 /// A JSON value that owns all its parts.
@@ -94,7 +94,7 @@ class Value {
     std::variant<std::nullptr_t, bool, std::int64_t, double, std::string, Array, Object> data;
 };
 
-/// Writes compact JSON, value by value; commas come by themselves. Texts have to be UTF-8.
+/// Writes compact JSON value by value and adds the commas. Texts must be UTF-8.
 class Writer {
   public:
     void beginObject() { open('{'); }
@@ -121,17 +121,17 @@ class Writer {
 Result<Value, Error> parse(std::string_view text);
 std::string serialize(const Value& value);
 
-/// Reads a whole text as a record. Includes of JsonDecoder.h are rare because they are slow to
-/// compile: a record's own source instantiates this.
+/// Reads a whole text as a record. Few files include JsonDecoder.h because it is slow to compile: a
+/// record's own source instantiates this.
 ///
-/// `padding` is how many bytes after the text may be read; with enough of them it is not copied.
+/// `padding` is how many bytes after the text may be read; enough of them avoid a copy.
 template <typename Record>
 Result<Record, Error> decode(std::string_view text, std::size_t padding = 0);
 
 struct Document;
 
-/// A list or map in a record that is checked with the record but stays in the parsed text, which
-/// all copies share, until it is read.
+/// A list or map that is checked with its record but stays in the parsed text, which all copies
+/// share, until it is read.
 template <typename T>
 class Later {
   public:
@@ -139,7 +139,7 @@ class Later {
     Later(std::shared_ptr<const Document> document, std::size_t place)
         : document(std::move(document)), place(place) {}
 
-    /// Encodes the value, whose texts have to be UTF-8.
+    /// Encodes the value, whose texts must be UTF-8.
     Later(const T& value);
 
     T get() const;
@@ -169,7 +169,7 @@ void encodeValue(const Later<T>& later, Writer& writer) {
     encodeValue(later.get(), writer);
 }
 
-/// Writes a record's members under the keys that it is decoded from; absent ones are left out.
+/// Writes a record's members under the keys that decoding uses; absent members are left out.
 class Encoder {
   public:
     explicit Encoder(Writer& writer) : writer(writer) {}

@@ -8,31 +8,31 @@
 #include <concepts>
 #include <simdjson.h>
 
-/// What `json::decode` consists of. A type that is not covered here has a `std::string_view
-/// decodeValue(const json::Value& value, T& into)` beside it, which returns what is wrong or
-/// nothing; it sees arrays and objects without their contents.
+/// The implementation of `json::decode`. To support another type, declare beside it
+/// `std::string_view decodeValue(const json::Value& value, T& into)`. It returns what is wrong, or
+/// an empty text; it sees arrays and objects without their contents.
 namespace quoxelin::json {
 
 using Element = simdjson::dom::element;
 
-/// A parsed text. It keeps nothing of the text itself.
+/// A parsed text. Does not refer to the original text.
 struct Document {
     simdjson::dom::parser parser;
     Element root;
-    /// What is read later.
+    /// Parts to be decoded later.
     std::vector<Element> kept;
 };
 
 Result<std::shared_ptr<Document>, Error> parseDocument(std::string_view text, std::size_t padding);
 
-/// Arrays and objects come without their contents.
+/// Arrays and objects are converted without their contents.
 Value withoutContents(Element element);
 
-/// Where the last member with each key stands.
+/// The position of the last member with each key.
 std::map<std::string_view, std::size_t> lastPlaces(simdjson::dom::object object);
 
-/// One decoding: the document, and what went wrong in it. The path is put together on the way out,
-/// so that success costs nothing.
+/// One decoding: the document, and what went wrong. The path is only put together after an error,
+/// so success costs nothing.
 struct Decoding {
     std::shared_ptr<Document> document;
     std::string path = {};
@@ -41,13 +41,13 @@ struct Decoding {
     bool failed() const { return !what.empty(); }
     void forgive() { what.clear(), path.clear(); }
 
-    /// All return false, for `return decoding.because("should be a boolean")`.
+    /// These return false, for `return decoding.because("should be a boolean")`.
     bool because(std::string_view reason);
     bool within(std::string_view key);
     bool within(std::size_t index);
 };
 
-// Each `decodeValue` reads a value into a field, or only checks it where `into` is null.
+// Each `decodeValue` reads a value into a field; if `into` is null it only checks the value.
 
 inline bool decodeValue(Element value, std::string* into, Decoding& decoding) {
     std::string_view text;
@@ -99,7 +99,7 @@ bool decodeValue(Element value, std::optional<T>* into, Decoding& decoding) {
     return true;
 }
 
-/// Null is an empty list.
+/// Null is read as an empty list.
 template <typename T>
 bool decodeValue(Element value, std::vector<T>* into, Decoding& decoding) {
     simdjson::dom::array array;
@@ -107,7 +107,7 @@ bool decodeValue(Element value, std::vector<T>* into, Decoding& decoding) {
         into->clear();
     if (value.get(array) != simdjson::SUCCESS)
         return value.is_null() || decoding.because("should be an array");
-    if (into) // a hostile text could claim more than it holds
+    if (into) // a hostile text may announce more than it holds
         into->reserve(std::min<std::size_t>(array.size(), 1 << 16));
     std::size_t index = 0;
     for (const auto element : array) {
@@ -133,7 +133,7 @@ bool decodeValue(Element value, std::map<std::string, T>* into, Decoding& decodi
                 last = lastPlaces(object);
             if ((*last)[key] == place)
                 return decoding.within(key);
-            decoding.forgive(); // a later member takes its place
+            decoding.forgive(); // a later member replaces it
         }
         ++place;
     }
@@ -151,11 +151,11 @@ bool decodeValue(Element value, Later<T>* into, Decoding& decoding) {
     return true;
 }
 
-/// Stands for a record where there is none to fill.
+/// Takes the place of a record when a value is only checked.
 template <typename Record>
 Record none;
 
-/// Finds the place of a key among the members that a record describes.
+/// Finds the position of a key among the members of a record.
 struct Search {
     std::string_view key = {};
     std::size_t place = 0;
@@ -183,8 +183,8 @@ constexpr bool mayBeAbsent<std::optional<T>> = true;
 template <typename T>
 constexpr bool mayBeAbsent<std::vector<T>> = true;
 
-/// Fills a record from an object, or only checks the object. Of several members with the same key
-/// the last one counts; keys that no field claims are ignored.
+/// Fills a record from an object, or only checks the object. The last of several members with the
+/// same key counts; unknown keys are ignored.
 template <typename Record>
 class Decoder {
   public:
@@ -267,7 +267,7 @@ std::optional<typename Map::mapped_type> Later<T>::find(std::string_view key) co
     for (const auto [name, member] : object) {
         Decoding decoding{nullptr};
         if (name == key && !decodeValue(member, &found.emplace(), decoding))
-            found.reset(); // a later member takes its place
+            found.reset(); // a later member replaces it
     }
     return found;
 }

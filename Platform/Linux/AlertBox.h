@@ -7,7 +7,7 @@
 
 namespace quoxelin {
 
-/// An alert over the window of the element that it belongs to, in the desktop's own look.
+/// An alert over the window that holds its element, in the desktop's own look.
 class AlertBox final : public Presentation<Alert> {
   public:
     explicit AlertBox(QWidget& anchor);

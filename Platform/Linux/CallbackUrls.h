@@ -7,7 +7,7 @@
 
 namespace quoxelin {
 
-/// Callback URLs, from this process's command line and from later starts, as get-URL events.
+/// Reports callback URLs, from the command line and from later starts, as get-URL events.
 class CallbackUrls final : public NSAppleEventManager {
   public:
     explicit CallbackUrls(MainQueue& mainQueue) : mainQueue(mainQueue) {}
@@ -16,8 +16,8 @@ class CallbackUrls final : public NSAppleEventManager {
     setEventHandler(const std::string& eventClass, const std::string& eventID,
                     std::function<void(std::optional<std::string> directObject)> handler) override;
 
-    /// Hands a get-URL event to its handler, on a later turn of the main queue; it waits for a
-    /// handler where there is none yet. Main thread.
+    /// Sends the handler a get-URL event on a later turn of the main queue, or as soon as there is
+    /// a handler. Main thread.
     void send(std::optional<std::string> url);
 
   private:

@@ -13,10 +13,10 @@ namespace quoxelin {
 
 namespace {
 
-/// Between the press and the status item's word of the click.
+/// The longest time between a press and the status item's report of the click.
 constexpr std::chrono::seconds longestClick{1};
 
-/// How far the pointer may have slipped meanwhile.
+/// How far the pointer may move during a click.
 constexpr int longestSlip = 24;
 
 bool holds(const QWidget& window, const QPoint& point) {

@@ -12,9 +12,8 @@
 
 namespace quoxelin {
 
-/// Presses of a mouse button outside of the application's own windows and its status item. Where
-/// the desktop does not let programs see them, the loss of the keyboard's focus stands for one.
-/// Main thread only.
+/// Reports mouse presses outside the application's windows and its status item. On desktops that
+/// hide those presses, losing the keyboard focus counts as one. Main thread only.
 class ClickWatch final : public QObject {
   public:
     ClickWatch();
@@ -22,16 +21,16 @@ class ClickWatch final : public QObject {
     /// `mask` holds `NSEventMask...` values.
     Subscription add(unsigned long long mask, std::function<void()> handler);
 
-    /// Where the status item is; empty while that is not known.
+    /// Where the status item is; empty if unknown.
     void setStatusItemArea(std::function<QRect()> area) { statusItemArea = std::move(area); }
 
-    /// For a status item whose place is not known. It hears of its click from the tray, while we
-    /// hear of the press from the screen, usually before that, and take it for one elsewhere. True
-    /// when that press has just hidden our window, so that the click has had its effect. A press
-    /// that is still to come is the click's, too, and not reported.
+    /// For a status item at an unknown place. The tray usually reports the click after the X server
+    /// reports the press, which we first mistake for a press elsewhere. Returns true if that press
+    /// has just hidden our window: the click has then had its effect. A press that is reported
+    /// after the click is ignored.
     bool takeClickOnStatusItem();
 
-    /// As when somebody presses the left button outside of all that is ours.
+    /// Acts like a left press outside everything that is ours.
     void pressElsewhere() { report(NSEventMaskLeftMouseDown); }
 
   private:
@@ -47,9 +46,9 @@ class ClickWatch final : public QObject {
 
     ObserverList<unsigned long long> handlers;
     std::function<QRect()> statusItemArea;
-    /// The last press that was reported and may turn out to be a click on the status item.
+    /// The last reported press, which may turn out to be a click on the status item.
     std::optional<Press> lastPress;
-    /// When a click came whose press did not come yet.
+    /// When a click was reported before its press.
     std::optional<Instant> clickBeforePress;
 };
 

@@ -17,7 +17,7 @@ ChildViews::ChildViews(QWidget& owner, QBoxLayout::Direction direction)
 
 void ChildViews::bind(const ViewNode& parent) {
     const auto& nodes = parent.children;
-    // The layout starts over with every property that is set, even to the same value.
+    // Setting a property restarts the layout, even if the value is the same.
     if (const auto spacing = static_cast<int>(std::lround(parent.spacing));
         layout->spacing() != spacing)
         layout->setSpacing(spacing);
@@ -50,12 +50,12 @@ void ChildViews::place(ElementView& view, Qt::Alignment across, int position) {
 
 void ChildViews::read(ViewNode& node) const {
     node.spacing = layout->spacing();
-    // Without children no widget shows the alignment.
+    // Without children the alignment cannot be read from a widget.
     const bool isCentered = layout->isEmpty()
                                 ? alignment == Alignment::center
                                 : layout->itemAt(0)->alignment().testFlag(Qt::AlignHCenter);
     node.alignment = isCentered ? Alignment::center : Alignment::leading;
-    // In the order in which they lie on the screen.
+    // The order on the screen.
     for (int i = 0; i < layout->count(); ++i) {
         const auto* widget = layout->itemAt(i)->widget();
         const auto found = std::find_if(views.begin(), views.end(), [&](const auto& view) {
@@ -114,7 +114,7 @@ void StackView::paintEvent(QPaintEvent*) {
 }
 
 RowView::RowView() : ElementView(ViewNode::Kind::row), children(*this, QBoxLayout::LeftToRight) {
-    // Buttons of the toolkit are of one height; rows are as high as their text.
+    // The toolkit gives all buttons one height; rows are as high as their text.
     setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Preferred);
     connect(this, &QAbstractButton::clicked, this, [this] {
         if (const auto current = action)
@@ -192,7 +192,7 @@ void RowView::keyPressEvent(QKeyEvent* event) {
         focusNextPrevChild(false);
         return;
     }
-    event->ignore(); // Escape is the window's
+    event->ignore(); // the window handles Escape
 }
 
 void RowView::paintEvent(QPaintEvent*) {

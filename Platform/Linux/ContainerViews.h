@@ -8,12 +8,11 @@
 
 namespace quoxelin {
 
-/// The elements within a stack or row.
+/// The child views of a stack or row.
 class ChildViews {
   public:
     ChildViews(QWidget& owner, QBoxLayout::Direction direction);
 
-    /// The children of that stack or row.
     void bind(const ViewNode& parent);
     void read(ViewNode& node) const;
     void windowDidShow();

@@ -11,12 +11,12 @@ namespace {
 constexpr const char* menuInterface = "com.canonical.dbusmenu";
 constexpr int menuRoot = 0;
 
-/// A label's underscore marks a shortcut key.
+/// An underscore in a label marks a shortcut key.
 QByteArray label(const QAction& action) {
     return action.text().replace('_', "__").toUtf8();
 }
 
-/// The keys by the names that menus know.
+/// Uses the key names of the menu protocol.
 int appendShortcut(sd_bus_message* message, const QKeySequence& shortcut) {
     auto keys = shortcut.toString(QKeySequence::PortableText).split('+');
     keys.replaceInStrings("Ctrl", "Control");
@@ -94,7 +94,7 @@ bool DBusMenu::eventFilter(QObject*, QEvent* event) {
     return false;
 }
 
-/// The items are numbered from 1 on. Null for the menu itself and for numbers of no item.
+/// Items are numbered from 1. Null for the menu itself and for unknown numbers.
 QAction* DBusMenu::actionOf(int id) const {
     return menu.actions().value(id - 1);
 }
@@ -157,7 +157,7 @@ int DBusMenu::getGroupProperties(sd_bus_message* message, void* data, sd_bus_err
     });
 }
 
-/// An item acts from the event loop: it may end the application.
+/// Triggers items from the event loop, because an item may quit the application.
 void DBusMenu::takeEvent(sd_bus_message* message) const {
     int id = menuRoot;
     const char* kind = nullptr;

@@ -6,13 +6,13 @@
 
 namespace quoxelin {
 
-/// A menu without submenus, offered on the session's bus for trays to show
-/// (com.canonical.dbusmenu). Main thread only.
+/// A menu without submenus, offered to trays on the session bus (com.canonical.dbusmenu). Main
+/// thread only.
 class DBusMenu final : public QObject {
   public:
     static constexpr const char* path = "/MenuBar";
 
-    /// Both live longer.
+    /// The bus and the menu must outlive this object.
     DBusMenu(Bus& bus, QMenu& menu);
 
   protected:

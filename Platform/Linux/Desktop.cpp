@@ -6,7 +6,7 @@
 #include <memory>
 #include <xcb/xcb.h>
 
-/// A library's resources have to be asked for, by a function outside of any namespace.
+/// A library's resources must be loaded by a function outside any namespace.
 static void loadAssets() {
     Q_INIT_RESOURCE(assets);
 }
@@ -15,7 +15,7 @@ namespace quoxelin {
 
 namespace {
 
-/// Windows that go nowhere cannot be raised either, which is not worth a word.
+/// The offscreen plugin cannot raise windows; drops its warning.
 void writeMessage(QtMsgType, const QMessageLogContext&, const QString& message) {
     if (!message.startsWith("This plugin does not support"))
         std::fprintf(stderr, "%s\n", qPrintable(message));
@@ -26,7 +26,7 @@ bool isSet(const char* variable) {
     return value != nullptr && *value != '\0';
 }
 
-/// The toolkit would end the process where a display is named that does not answer.
+/// Qt would end the process if DISPLAY names a server that does not answer.
 bool canShowWindows() {
     if (isSet("WAYLAND_DISPLAY"))
         return true;
@@ -37,11 +37,11 @@ bool canShowWindows() {
     return xcb_connection_has_error(connection.get()) == 0;
 }
 
-/// What the toolkit reads when its application object is made.
+/// Sets the variables that Qt reads when its application object is made.
 const std::string& withEnvironment(const std::string& name) {
     if (!isSet("QT_QPA_PLATFORM") && !canShowWindows())
         ::setenv("QT_QPA_PLATFORM", "offscreen", 0);
-    // Without GLib's event loop NetworkManager's library would never answer.
+    // NetworkManager's library needs GLib's event loop.
     ::unsetenv("QT_NO_GLIB");
     return name;
 }

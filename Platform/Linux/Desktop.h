@@ -22,12 +22,12 @@
 
 namespace quoxelin {
 
-/// Hides a session bus that does not answer at once from the toolkit, which would block on it. The
-/// toolkit then runs without the bus to the end; programs that we start later see it again as soon
-/// as it answers.
+/// Hides a session bus that does not answer at once from Qt, which would block on it. Qt then runs
+/// without the bus until the process ends; programs that we start see the bus again once it
+/// answers.
 class SessionBusGuard {
   public:
-    /// Waits a moment for the bus.
+    /// Waits briefly for the bus.
     explicit SessionBusGuard(Bus& bus);
 
   private:
@@ -35,13 +35,13 @@ class SessionBusGuard {
     Subscription observation;
 };
 
-/// The toolkit's application object, with the command line that it keeps referring to.
+/// Qt's application object and the command line that it refers to.
 class Toolkit {
   public:
-    /// Has the event loop serve the session's bus, which lives longer.
+    /// Lets the event loop serve the session bus, which must outlive this object.
     Toolkit(const std::string& program, Bus& sessionBus);
 
-    /// False where windows go nowhere.
+    /// False if windows are only drawn offscreen.
     static bool hasDisplay();
 
   private:
@@ -52,12 +52,12 @@ class Toolkit {
     QApplication application;
 };
 
-/// What is real on every Linux desktop, whatever services lie under the application: queues, time,
-/// sockets, files, logs, windows.
+/// What is real on every Linux desktop, with real or simulated services: queues, time, sockets,
+/// files, logs, windows.
 struct Desktop {
     explicit Desktop(const LaunchOptions& options);
 
-    /// Whether a user may sit in front of it.
+    /// Whether there may be a user at the screen.
     bool isAttended() const { return Toolkit::hasDisplay(); }
 
     Bus sessionBus{Bus::sessionAddress()};

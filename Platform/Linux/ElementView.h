@@ -19,7 +19,7 @@ class ElementView : public Element {
     virtual QWidget& widget() = 0;
     virtual const QWidget& widget() const = 0;
 
-    /// Appends the widgets that take the keyboard's focus, in the order of reading.
+    /// Appends the widgets that take keyboard focus, in reading order.
     virtual void collectFocusable(std::vector<QWidget*>&) {}
 
   protected:
@@ -30,10 +30,10 @@ class ElementView : public Element {
     std::unique_ptr<Presentation<Popover>> makePopover() override;
     std::unique_ptr<Presentation<Alert>> makeAlert() override;
 
-    /// For the widget's paintEvent, before anything else.
+    /// Call first in the widget's paintEvent.
     void paintBackground(QPainter& painter) const;
 
-    /// Width and height that the widget takes beside its content.
+    /// How much the widget adds around its content.
     int marginsWidth() const;
     int marginsHeight() const;
 

@@ -33,7 +33,8 @@ FloatingWindow::FloatingWindow(QWidget* parent, Qt::WindowFlags flags)
     : QWidget(parent, flags | Qt::FramelessWindowHint | Qt::NoDropShadowWindowHint),
       scrollArea(new QScrollArea(this)), isBlended(desktopBlendsWindows()) {
     setAttribute(Qt::WA_TranslucentBackground);
-    // Has the focus until somebody walks the rows, so that none is marked before.
+    // The window itself has the focus until the user moves through the rows, so no row is marked at
+    // first.
     setFocusPolicy(Qt::ClickFocus);
     scrollArea->setFrameShape(QFrame::NoFrame);
     scrollArea->setWidgetResizable(true);
@@ -109,7 +110,7 @@ bool FloatingWindow::event(QEvent* event) {
     return handled;
 }
 
-/// The scroll area keeps to itself that its content wishes another size.
+/// The scroll area does not pass on its content's layout requests.
 bool FloatingWindow::eventFilter(QObject* watched, QEvent* event) {
     if (watched == scrollArea->widget() && event->type() == QEvent::LayoutRequest)
         QCoreApplication::postEvent(this, new QEvent(QEvent::LayoutRequest));
@@ -144,7 +145,7 @@ void FloatingWindow::resizeEvent(QResizeEvent* event) {
     updateShape();
 }
 
-/// Without blending the corners are cut off hard.
+/// Without a compositor the corners are cut off hard.
 void FloatingWindow::updateShape() {
     setContentsMargins(shadowMargins());
     if (isBlended) {

@@ -6,13 +6,13 @@
 
 namespace quoxelin {
 
-/// A frameless window that looks like a card: rounded, with a soft shadow where the desktop can
-/// show one. It is as large as its content wishes, and lets it scroll where the screen is smaller.
+/// A frameless window that looks like a card: rounded, with a soft shadow if the desktop can show
+/// one. It is as large as its content, which scrolls if the screen is smaller.
 class FloatingWindow : public QWidget {
   public:
     FloatingWindow(QWidget* parent, Qt::WindowFlags flags);
 
-    /// Taken over.
+    /// Takes ownership.
     void setContent(QWidget* content);
 
     void setCornerRadius(int radius);
@@ -22,10 +22,10 @@ class FloatingWindow : public QWidget {
     QRect card() const;
     void moveCard(const QPoint& topLeft);
 
-    /// Makes the window as large as the content wishes now.
+    /// Resizes the window to what the content needs now.
     void fitContent();
 
-    /// Called after the card took another size, while the window is visible.
+    /// The handler is called after the visible card has changed its size.
     void setResized(std::function<void()> handler) { resized = std::move(handler); }
 
     void setEscapePressed(std::function<void()> handler) { escapePressed = std::move(handler); }

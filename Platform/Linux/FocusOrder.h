@@ -4,7 +4,7 @@ namespace quoxelin {
 
 class ElementView;
 
-/// Lets Tab and the arrows walk the rows in the order of reading, wherever new ones came in.
+/// Lets Tab and the arrow keys move through the rows in reading order, including new rows.
 void setFocusOrder(ElementView& root);
 
 } // namespace quoxelin

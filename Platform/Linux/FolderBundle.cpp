@@ -29,7 +29,7 @@ std::filesystem::path FolderBundle::rootOfThisProgram() {
     return (folder / ".." / "lib" / "quoxelin-desktop").lexically_normal();
 }
 
-/// The top level's string members of an XML property list; none where it is missing or broken.
+/// Reads the top level's string members of an XML property list; empty if it is missing or broken.
 FolderBundle::Strings FolderBundle::readInfoDictionary(const std::filesystem::path& root) {
     QFile file(QString::fromStdString((root / "Contents" / "Info.plist").string()));
     if (!file.open(QIODevice::ReadOnly))

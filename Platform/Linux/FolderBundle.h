@@ -6,15 +6,15 @@
 
 namespace quoxelin {
 
-/// The bundle's layout as on its first platform, under the install prefix: a folder that holds
-/// Contents/Info.plist and Contents/Resources.
+/// A bundle laid out as on macOS, under the install prefix: a folder that holds Contents/Info.plist
+/// and Contents/Resources.
 class FolderBundle final : public NSBundle {
   public:
     /// `root` holds "Contents".
     explicit FolderBundle(std::filesystem::path root);
 
-    /// The bundle of this program: beside the executable (a build directory), or in
-    /// ../lib/quoxelin-desktop as seen from it (an installation).
+    /// This program's bundle: beside the executable in a build directory, or in
+    /// ../lib/quoxelin-desktop relative to it in an installation.
     static std::filesystem::path rootOfThisProgram();
 
     std::optional<std::string> bundleIdentifier() const override;

@@ -6,7 +6,7 @@
 
 namespace quoxelin {
 
-/// An INI file in the XDG configuration directory; every change is written at once.
+/// An INI file in the XDG configuration directory. Every change is written at once.
 class IniUserDefaults final : public NSUserDefaults {
   public:
     explicit IniUserDefaults(const std::filesystem::path& file);

@@ -13,7 +13,7 @@ namespace quoxelin {
 
 namespace {
 
-/// The colour of a leaf is its palette's, so that it is found where the toolkit looks for it.
+/// Stores a leaf's color in its palette, where the toolkit looks for it.
 void showForeground(QWidget& widget, const ViewNode& node) {
     auto palette = widget.palette();
     const auto color = Theme().color(node.color, node.opacity);
@@ -43,7 +43,7 @@ QColor foreground(const QWidget& widget) {
     return widget.palette().color(QPalette::WindowText);
 }
 
-/// Appends the lines that a paragraph takes in that width.
+/// Appends the lines of a paragraph wrapped to that width.
 void wrap(const QString& paragraph, const QFont& font, int width, QStringList& lines) {
     QTextLayout layout(paragraph, font);
     QTextOption option;
@@ -215,11 +215,11 @@ void SpacerView::bindContent(const ViewNode&) {
 }
 
 void SpacerView::readContent(ViewNode& node) const {
-    node.fillsWidth = false; // it always does; records leave the field alone
+    node.fillsWidth = false; // always true here, but records do not set it
 }
 
 namespace {
-/// As the highlights of rows end a little before the card's edge, so does the line.
+/// The line ends a little before the card's edge, like the highlights of rows.
 constexpr int dividerInset = 8;
 } // namespace
 

@@ -7,7 +7,7 @@
 
 namespace quoxelin {
 
-/// A text. Plain, whatever it holds.
+/// A text, always shown as plain text.
 class TextView final : public QLabel, public ElementView {
   public:
     TextView();
@@ -26,18 +26,17 @@ class TextView final : public QLabel, public ElementView {
     void paintEvent(QPaintEvent* event) override;
 
   private:
-    /// The text as it is shown in that width.
+    /// The text's lines when it is shown in that width.
     QStringList lines(int width) const;
 
-    /// As high as what is written in it: another script's letters may be higher than the font's
-    /// own.
+    /// As high as the line's letters: those of another script may be higher than the font's own.
     int lineHeight(const QString& line) const;
     int height(const QStringList& lines) const;
 
     int lineLimit = 0;
 };
 
-/// A symbol, as large as the text that it stands beside.
+/// A symbol as large as the text beside it.
 class SymbolView final : public QWidget, public ElementView {
   public:
     SymbolView();
@@ -55,7 +54,7 @@ class SymbolView final : public QWidget, public ElementView {
   private:
     int side() const;
 
-    /// Of the symbol.
+    /// The symbol's name.
     QString name;
 };
 
@@ -72,7 +71,7 @@ class CircleView final : public QWidget, public ElementView {
     void paintEvent(QPaintEvent* event) override;
 };
 
-/// Takes what room is left.
+/// Takes the remaining space.
 class SpacerView final : public QWidget, public ElementView {
   public:
     SpacerView() : ElementView(ViewNode::Kind::spacer) {}
@@ -86,7 +85,7 @@ class SpacerView final : public QWidget, public ElementView {
     void readContent(ViewNode& node) const override;
 };
 
-/// A thin line across.
+/// A thin horizontal line.
 class DividerView final : public QWidget, public ElementView {
   public:
     DividerView() : ElementView(ViewNode::Kind::divider) {}

@@ -6,11 +6,11 @@ namespace quoxelin {
 
 namespace {
 
-/// A process that is alive answers in milliseconds; one that starts or is busy gets some time.
+/// A running process answers in milliseconds; this allows for one that is starting or busy.
 constexpr std::chrono::milliseconds handOverPatience{5000};
 
-/// For the last answers of NetworkManager and the helper. Both refuse a caller that has exited by
-/// the time they look who is asking.
+/// For the last answers of NetworkManager and the helper. Both refuse a caller that has exited
+/// before they look it up.
 constexpr std::chrono::milliseconds settlingTime{1000};
 
 constexpr int doesNotAnswerExitCode = 1;
@@ -61,7 +61,7 @@ Platform LinuxHost::compose(const LaunchOptions& options) {
     };
 }
 
-/// On a desktop without a tray this is the way to the panel.
+/// Opens the panel on a desktop without a tray.
 void LinuxHost::comeToTheFront() {
     const auto windows = QApplication::topLevelWidgets();
     if (std::any_of(windows.begin(), windows.end(),
@@ -72,7 +72,7 @@ void LinuxHost::comeToTheFront() {
 }
 
 void LinuxHost::observeMissingServices(std::function<void(const std::string&)> observer) {
-    // From a turn of the loop that comes after the one in which the application is launched.
+    // Starts in a turn of the loop after the one that launches the application.
     desktop.dispatch.main().async([this, observer = std::move(observer)] {
         desktop.dispatch.main().async([this, observer] {
             missingServices = std::make_unique<MissingServices>(sessionBus, systemBus,

@@ -17,8 +17,8 @@
 
 namespace quoxelin {
 
-/// The machine that the application runs on: its desktop and its services. Ensures that there is
-/// one instance in a session.
+/// The desktop and the services that the application runs on. Ensures a single instance per
+/// session.
 class LinuxHost final : public PlatformHost {
   public:
     explicit LinuxHost(const LaunchOptions& options);
@@ -27,7 +27,8 @@ class LinuxHost final : public PlatformHost {
     void observeMissingServices(std::function<void(const std::string& line)> observer) override;
     void settle() override;
 
-    /// The refusal of a start that another process has been told of, or that it does not answer to.
+    /// Refuses a start that was handed to a running instance, or that a running instance did not
+    /// answer.
     std::optional<LaunchRefusal> refusal(const LaunchOptions& options);
 
   private:

@@ -6,8 +6,8 @@
 
 namespace quoxelin {
 
-/// Binds the main menu's items to a menu of the toolkit. Desktops have no application menu for a
-/// program without windows, so it is the status item's context menu.
+/// Binds the main menu's items to a Qt menu. Desktops have no application menu for a program
+/// without windows, so it becomes the status item's context menu.
 class MainMenu {
   public:
     explicit MainMenu(NSApplication& application) : application(application) {}
@@ -16,7 +16,7 @@ class MainMenu {
     QMenu& menu() { return widget; }
 
   private:
-    /// Null where this desktop has nothing that corresponds.
+    /// Null if this desktop has no such action.
     std::function<void()> standardAction(const std::string& selector);
 
     NSApplication& application;

@@ -6,13 +6,12 @@ namespace quoxelin {
 
 class OsReleaseProcessInfo final : public NSProcessInfo {
   public:
-    /// The name is the bundle's "CFBundleName", as it is where a bundle names its executable; else
-    /// that of the program's file.
+    /// The name is the bundle's "CFBundleName", or the program's file name without one.
     OsReleaseProcessInfo(const NSBundle& bundle, const std::string& program);
 
     std::string processName() const override { return name; }
 
-    /// The number before the first dot of VERSION_ID in os-release; 0 where there is none.
+    /// The number before the first dot of VERSION_ID in os-release, or 0.
     int operatingSystemMajorVersion() const override { return majorVersion; }
 
     static int majorVersionIn(const std::string& osRelease);

@@ -5,7 +5,7 @@
 
 namespace quoxelin {
 
-/// A pop-over beside the element that it belongs to.
+/// A pop-over beside its element.
 class PopoverWindow final : public FloatingWindow, public Presentation<Popover> {
   public:
     explicit PopoverWindow(QWidget& anchor);

@@ -6,7 +6,7 @@ namespace quoxelin {
 
 QtApplication::QtApplication(NotificationCenter& notificationCenter)
     : notificationCenter(notificationCenter) {
-    // The panel is a window that comes and goes.
+    // Closing the panel must not quit the application.
     QApplication::setQuitOnLastWindowClosed(false);
     connect(qApp, &QGuiApplication::applicationStateChanged, this,
             [this](Qt::ApplicationState state) {
@@ -16,7 +16,7 @@ QtApplication::QtApplication(NotificationCenter& notificationCenter)
 }
 
 int QtApplication::run(NSApplicationDelegate& delegate) {
-    // From within the loop, so that the delegate may end it.
+    // Runs inside the loop, so that the delegate may end it.
     QMetaObject::invokeMethod(
         this, [&delegate] { delegate.applicationDidFinishLaunching(); }, Qt::QueuedConnection);
     const int code = QApplication::exec();

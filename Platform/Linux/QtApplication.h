@@ -7,7 +7,7 @@
 
 namespace quoxelin {
 
-/// The running application on Qt's event loop. Make it after the QApplication object.
+/// The running application on Qt's event loop. Create it after the QApplication object.
 class QtApplication final : public QObject, public NSApplication {
   public:
     explicit QtApplication(NotificationCenter& notificationCenter);

@@ -17,8 +17,8 @@ constexpr std::chrono::seconds threadPatience{5};
 
 } // namespace
 
-/// One event stands for all the work that waits. Work that comes while work is performed waits for
-/// the next turn of the loop, so that a flood of it never keeps the windows from being painted.
+/// One event stands for all waiting work. Work that is added meanwhile waits for the next turn of
+/// the loop, so a flood of work does not stop windows from painting.
 class QtDispatch::Main final : public QObject, public MainQueue {
   public:
     void async(Work work) override {
@@ -82,7 +82,7 @@ Queue& QtDispatch::global(QualityOfService) {
 }
 
 std::unique_ptr<SerialQueue> QtDispatch::makeSerial(std::string) {
-    // Serial queues are few, and each may occupy its thread for ever.
+    // There are few serial queues, and each may block its thread forever.
     return std::make_unique<ThreadSerialQueue>();
 }
 

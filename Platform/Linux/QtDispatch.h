@@ -7,9 +7,8 @@
 
 namespace quoxelin {
 
-/// The main queue on Qt's event loop, the other queues on threads of their own. Make it on the main
-/// thread, after the application object. Work that the loop did not come to before its end is
-/// dropped.
+/// The main queue on Qt's event loop, and the other queues on threads. Create it on the main
+/// thread, after the application object. Work that is still waiting when the loop ends is dropped.
 class QtDispatch final : public Dispatch {
   public:
     QtDispatch();

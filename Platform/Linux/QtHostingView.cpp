@@ -35,7 +35,7 @@ class QtHostingView::Container final : public QWidget {
             root->windowDidHide();
     }
 
-    /// The records' colours and fonts are relative to the desktop's.
+    /// Colors and fonts depend on the desktop's.
     void changeEvent(QEvent* event) override {
         QWidget::changeEvent(event);
         if (event->type() == QEvent::PaletteChange || event->type() == QEvent::FontChange)

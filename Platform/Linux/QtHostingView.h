@@ -19,7 +19,7 @@ class QtHostingView final : public NSHostingView {
     /// What the widgets show now.
     ViewNode readBack() const;
 
-    /// For the window that shows it, which owns it from then on.
+    /// For the window that shows it; the window takes ownership.
     QWidget* widget();
 
   private:

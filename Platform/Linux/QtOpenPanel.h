@@ -4,7 +4,7 @@
 
 namespace quoxelin {
 
-/// The desktop's file dialog, or Qt's own where it has none.
+/// The desktop's file dialog, or Qt's own if the desktop has none.
 class QtOpenPanel final : public NSOpenPanel {
   public:
     void

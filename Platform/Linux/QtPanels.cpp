@@ -35,8 +35,8 @@ Qt::WindowFlags flagsOf(const NSPanelOptions& options) {
     return flags;
 }
 
-/// As large as its content, whatever size it was asked to begin with; its upper edge stays where
-/// it was put when the content grows or shrinks.
+/// Always as large as its content, whatever size is requested. The upper edge stays in place when
+/// the content grows or shrinks.
 class QtPanel final : public NSPanel {
   public:
     explicit QtPanel(const NSPanelOptions& options)
@@ -82,7 +82,7 @@ class QtPanel final : public NSPanel {
     }
 
   private:
-    /// The screen is the one on which its upper edge was asked for.
+    /// Uses the screen at the requested upper edge.
     QPoint placeOnScreen(const QPoint& topLeft) const {
         const QRect wanted(topLeft, window.card().size());
         const QPoint edge(wanted.center().x(), wanted.top());

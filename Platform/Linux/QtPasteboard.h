@@ -4,7 +4,6 @@
 
 namespace quoxelin {
 
-/// The clipboard.
 class QtPasteboard final : public NSPasteboard {
   public:
     void clearContents() override;

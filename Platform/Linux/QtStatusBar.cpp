@@ -40,7 +40,7 @@ class QtStatusBar::Button final : public QObject, public NSStatusBarButton {
 
     void setAction(std::function<void()> newAction) override { action = std::move(newAction); }
 
-    /// Trays of the newer kind do not tell where the icon is, but it has just been clicked.
+    /// StatusNotifierItem trays do not report where the icon is, but it has just been clicked.
     std::optional<NSRect> frameOnScreen() const override {
         const auto known = area();
         return fromScreen(known.isEmpty() ? QRect(QCursor::pos(), QSize(0, 0)) : known);
@@ -51,7 +51,8 @@ class QtStatusBar::Button final : public QObject, public NSStatusBarButton {
             action();
     }
 
-    /// Into the tray that there is. An embedded icon waits for its tray to come back by itself.
+    /// Moves the icon to the current tray. An embedded icon reappears by itself when its tray
+    /// returns.
     void move() {
         if (bar.watcher.isPresent()) {
             embedded.reset();
@@ -81,7 +82,7 @@ class QtStatusBar::Button final : public QObject, public NSStatusBarButton {
         embedded->setContextMenu(&bar.contextMenu);
         connect(embedded.get(), &QSystemTrayIcon::activated, this,
                 [this](QSystemTrayIcon::ActivationReason reason) {
-                    // The second of two quick clicks comes as a double click.
+                    // Qt reports the second of two quick clicks as a double click.
                     if (reason == QSystemTrayIcon::Trigger ||
                         reason == QSystemTrayIcon::DoubleClick)
                         activate();
@@ -153,7 +154,7 @@ void QtStatusBar::click() {
         button->click();
 }
 
-/// A tray's icons are all square.
+/// Trays show square icons only.
 std::unique_ptr<NSStatusItem> QtStatusBar::statusItemWithLength(double) {
     return std::make_unique<Item>(*this);
 }

@@ -9,25 +9,25 @@ namespace quoxelin {
 
 class ClickWatch;
 
-/// The desktop's tray as the status bar: of the newer kind, which is found on the session's bus, or
-/// where there is none of the older kind, which windows are embedded in. An item's icon comes with
-/// the tray, and moves to another one.
+/// The desktop's tray as the status bar: a StatusNotifierItem tray on the session bus, or else an
+/// XEmbed tray. An item's icon appears with the tray and moves to a new one.
 class QtStatusBar final : public QObject, public NSStatusBar {
   public:
-    /// The menu opens by the tray's other button. All outlive the items.
+    /// The tray's other mouse button opens the menu. All three must outlive the items.
     QtStatusBar(QMenu& contextMenu, ClickWatch& clicks, Bus& sessionBus);
     ~QtStatusBar() override;
 
     std::unique_ptr<NSStatusItem> statusItemWithLength(double length) override;
     std::shared_ptr<NSImage> imageNamed(const std::string& name) override;
 
-    /// Calls the observer whenever a tray has come or gone. There is none until it is known.
+    /// `hasTray` is false until a tray is found. The observer is called whenever a tray appears or
+    /// disappears.
     bool hasTray() const;
     Subscription observeTray(std::function<void()> observer) {
         return observers.add(std::move(observer));
     }
 
-    /// Does what a click on the latest item does; also without a tray.
+    /// Acts like a click on the latest item; also works without a tray.
     void click();
 
   private:

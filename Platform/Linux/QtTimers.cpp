@@ -12,7 +12,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/// Longer delays are waited for in several steps, for Qt counts milliseconds in an int.
+/// Longer delays take several steps, because Qt counts milliseconds in an int.
 constexpr std::chrono::milliseconds longestStep = std::chrono::hours(24);
 constexpr std::chrono::hours longestDelay{24 * 365 * 100};
 
@@ -20,7 +20,7 @@ Clock::time_point deadlineAfter(Duration delay) {
     return Clock::now() + std::clamp<Duration>(delay, Duration::zero(), longestDelay);
 }
 
-/// Rounded up, so that the timer is never early.
+/// Rounds up, so that a timer never fires early.
 std::chrono::milliseconds nextStep(Clock::time_point deadline) {
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
     return std::clamp(left, std::chrono::milliseconds(0), longestStep);
@@ -28,7 +28,7 @@ std::chrono::milliseconds nextStep(Clock::time_point deadline) {
 
 } // namespace
 
-/// What has to be done on the main thread. Kept alive by its timers' work items.
+/// The main thread's part. The timers' work items keep it alive.
 class QtTimers::Loop final : public QObject, public std::enable_shared_from_this<Loop> {
   public:
     explicit Loop(Queue& mainQueue) : mainQueue(mainQueue) {}
@@ -41,7 +41,7 @@ class QtTimers::Loop final : public QObject, public std::enable_shared_from_this
     }
 
     void add(std::uint64_t number, Clock::time_point deadline, const WorkItem& item) {
-        if (!item.isPending()) // called off on the way here
+        if (!item.isPending()) // canceled on the way here
             return;
         const int timer = startTimer(nextStep(deadline), Qt::PreciseTimer);
         timers.emplace(timer, Timer{number, deadline, item});
@@ -89,7 +89,7 @@ class QtTimers::Loop final : public QObject, public std::enable_shared_from_this
     std::map<std::uint64_t, int> byNumber;
 };
 
-/// Ends with the work, be it performed or cancelled.
+/// Removes the timer once the work has run or was canceled.
 struct QtTimers::CallOff {
     std::weak_ptr<Loop> loop;
     std::uint64_t number;

@@ -14,7 +14,7 @@ namespace {
 
 using Application = GPtr<GAppInfo>;
 
-/// Returns at once; a failure shows nowhere, as nobody could do anything about it.
+/// Returns at once. Failures are ignored because the user could not act on them.
 void launch(GAppInfo* application, const std::string* uri) {
     GList* const uris =
         uri == nullptr ? nullptr : g_list_append(nullptr, const_cast<char*>(uri->c_str()));
@@ -27,7 +27,7 @@ struct Settings {
     const char* entry;
 };
 
-/// Where each desktop has its system settings, best first.
+/// The settings application of each desktop, best first.
 constexpr std::array settingsApplications{
     Settings{"GNOME", "org.gnome.Settings"},
     Settings{"GNOME", "gnome-control-center"},
@@ -61,7 +61,7 @@ std::optional<std::filesystem::path> desktopEntry(const QString& name) {
     return entry.toStdString();
 }
 
-/// The session names its desktop, and behind it others that it resembles.
+/// XDG_CURRENT_DESKTOP names the desktop first, then similar ones.
 std::optional<std::filesystem::path> settingsEntry() {
     for (const auto& desktop : qEnvironmentVariable("XDG_CURRENT_DESKTOP").split(':'))
         for (const auto& settings : settingsApplications)

@@ -4,20 +4,20 @@
 
 namespace quoxelin {
 
-/// The desktop's default handlers, and the applications by their desktop entries. What is started
-/// is started beside this program, which never waits for it.
+/// The desktop's default handlers, and applications found by their desktop entries. Never waits for
+/// the programs that it starts.
 class QtWorkspace final : public NSWorkspace {
   public:
-    /// False where nothing handles URLs of that scheme.
+    /// False if no program handles the URL's scheme.
     bool open(const Url& url) override;
     void openFolder(const std::filesystem::path& folder) override;
 
-    /// The desktop entry named after the identifier; for the first platform's system settings, the
-    /// entry of this desktop's.
+    /// The desktop entry named after the identifier. For the macOS system settings, the entry of
+    /// this desktop's settings.
     std::optional<std::filesystem::path>
     urlForApplication(const std::string& bundleIdentifier) const override;
 
-    /// Starts what the desktop entry says.
+    /// Runs the desktop entry's command.
     void openApplication(const std::filesystem::path& application) override;
 };
 

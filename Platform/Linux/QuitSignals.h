@@ -6,11 +6,11 @@
 
 namespace quoxelin {
 
-/// SIGINT and SIGTERM as an event of the main loop; one object in a process at a time, on the main
-/// thread. Programs that the application starts get the signals' default behaviour.
+/// Turns SIGINT and SIGTERM into an event of the main loop. Create one object per process, on the
+/// main thread. Programs that the application starts get the signals' default behavior.
 class QuitSignals {
   public:
-    /// `quit` is called on the main thread after a signal, once for several that came together.
+    /// `quit` is called on the main thread, once for several signals that arrive together.
     explicit QuitSignals(std::function<void()> quit);
     QuitSignals(const QuitSignals&) = delete;
     QuitSignals& operator=(const QuitSignals&) = delete;

@@ -45,7 +45,7 @@ QRect usableScreenAt(const QPoint& point) {
 QRect movedOntoScreen(const QRect& rectangle, const QPoint& point) {
     const auto area = usableScreenAt(point);
     QRect moved = rectangle;
-    // The upper left corner wins where the rectangle is larger than the screen.
+    // If the rectangle is larger than the screen, its upper left corner stays visible.
     moved.moveLeft(std::max(area.left(), std::min(moved.left(), area.right() + 1 - moved.width())));
     moved.moveTop(std::max(area.top(), std::min(moved.top(), area.bottom() + 1 - moved.height())));
     return moved;

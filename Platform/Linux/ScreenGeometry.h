@@ -7,15 +7,15 @@
 
 namespace quoxelin {
 
-/// Between Qt's coordinates, which grow downwards from the primary screen's upper left corner, and
-/// ours, which grow upwards from its lower left corner.
+/// Converts between Qt's coordinates, which grow downward from the primary screen's upper left
+/// corner, and ours, which grow upward from its lower left corner.
 NSRect fromScreen(const QRect& rectangle);
 
-/// The upper left corner of a rectangle of that height whose lower left corner is given.
+/// The upper left corner of a rectangle, given its lower left corner and its height.
 QPoint topLeftOnScreen(double x, double y, int height);
 
-/// The rectangle moved so that it lies wholly on one screen, beside the desktop's own bars: the
-/// screen that holds the point, or the one nearest to it.
+/// Moves the rectangle onto the screen that holds the point, or the nearest one, clear of the
+/// desktop's bars.
 QRect movedOntoScreen(const QRect& rectangle, const QPoint& point);
 
 /// The part of that screen that windows may use.

@@ -12,7 +12,7 @@ namespace quoxelin {
 
 namespace {
 
-/// The panel first, what lies over it last.
+/// The panel is the lowest layer.
 int layer(const QWidget& window) {
     return window.isModal() ? 2 : window.windowType() == Qt::Popup ? 1 : 0;
 }

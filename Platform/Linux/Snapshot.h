@@ -5,12 +5,10 @@
 
 namespace quoxelin {
 
-/// The panel, the pop-overs and the dialogs that are on the screen, what lies on top last. The
-/// tray's icon is none of them.
+/// The visible panel, pop-overs and dialogs, topmost last. Does not include the tray icon.
 QWidgetList windowsOnScreen();
 
-/// A picture of all that the application shows on the screen, its windows where they lie; empty
-/// when it shows nothing.
+/// A picture of the application's visible windows at their places; empty if there are none.
 QImage snapshotOfWindows();
 
 } // namespace quoxelin

@@ -12,7 +12,7 @@ constexpr const char* itemPath = "/StatusNotifierItem";
 constexpr const char* itemInterface = "org.kde.StatusNotifierItem";
 constexpr const char* pictures = "a(iiay)";
 
-/// The icon in every size that it has, as rows of alpha, red, green and blue.
+/// Appends the icon in all its sizes, as rows of alpha, red, green and blue.
 int appendPictures(sd_bus_message* message, const QIcon& icon) {
     sd_bus_message_open_container(message, SD_BUS_TYPE_ARRAY, "(iiay)");
     for (const auto& size : icon.availableSizes()) {
@@ -28,7 +28,7 @@ int appendPictures(sd_bus_message* message, const QIcon& icon) {
     return sd_bus_message_close_container(message);
 }
 
-/// The tray's other button opens the menu; the wheel and the middle button do nothing.
+/// The tray opens the menu itself; the wheel and the middle button do nothing.
 int doNothing(sd_bus_message* message, void*, sd_bus_error*) {
     return sd_bus_reply_method_return(message, nullptr);
 }
@@ -90,7 +90,7 @@ int StatusNotifierItem::property(sd_bus*, const char*, const char*, const char* 
         return sd_bus_message_append(reply, "i", 0);
     if (asked == "ItemIsMenu")
         return sd_bus_message_append(reply, "b", 0);
-    // No overlay, nothing that calls for attention, no icon by name.
+    // There is no overlay, attention icon or icon name.
     return asked.ends_with("Pixmap") ? sd_bus_message_append(reply, pictures, 0) : text("");
 }
 

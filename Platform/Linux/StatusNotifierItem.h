@@ -6,14 +6,13 @@
 
 namespace quoxelin {
 
-/// An icon in a tray of the newer kind, which shows what applications offer on the session's bus.
-/// Main thread only.
+/// An icon in a StatusNotifierItem tray, offered on the session bus. Main thread only.
 class StatusNotifierItem {
   public:
     static constexpr const char* watcher = "org.kde.StatusNotifierWatcher";
 
-    /// Registers with the tray, and again with another that takes its place. The bus and the menu,
-    /// which opens by the tray's other button, live longer.
+    /// Registers with the tray, and with any that replaces it. The tray's other mouse button opens
+    /// the menu. The bus and the menu must outlive this object.
     StatusNotifierItem(Bus& bus, QMenu& menu, std::function<void()> activated);
 
     void setIcon(const QIcon& newIcon);

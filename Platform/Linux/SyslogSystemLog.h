@@ -4,7 +4,7 @@
 
 namespace quoxelin {
 
-/// Writes to syslog, as a program of the user.
+/// Writes to syslog with the user facility.
 class SyslogSystemLog final : public SystemLog {
   public:
     SyslogSystemLog();

@@ -11,7 +11,7 @@ namespace quoxelin {
 
 namespace {
 
-/// Trays take the nearest that is not smaller: 1x and 2x of the usual heights.
+/// Trays use the next larger size: 1x and 2x of the usual heights.
 constexpr std::array traySizes{16, 18, 20, 22, 24, 32, 36, 44, 48, 64, 96};
 
 QPixmap clearSquare(int pixels) {

@@ -7,18 +7,18 @@
 
 namespace quoxelin {
 
-/// A vector image of the application's assets. As a template its shape alone counts, and the colour
-/// is the desktop's.
+/// A vector image from the application's assets. As a template it provides only the shape; the
+/// desktop chooses the color.
 class TemplateImage final : public NSImage {
   public:
-    /// Null when there is no such asset.
+    /// Null if there is no such asset.
     static std::shared_ptr<TemplateImage> named(const std::string& name);
 
     void setTemplate(bool newIsTemplate) override { isTemplate = newIsTemplate; }
     /// Trays choose the size.
     void setSize(NSSize) override {}
 
-    /// Crisp in every size that trays ask for.
+    /// Sharp in every size that trays use.
     QIcon icon(const QColor& tint) const;
 
   private:
@@ -28,13 +28,13 @@ class TemplateImage final : public NSImage {
     bool isTemplate = false;
 };
 
-/// A short text as an icon, for an item that has no image.
+/// A short text as an icon, for an item without an image.
 QIcon textIcon(const std::string& text, const QColor& tint);
 
-/// The picture with all that is opaque in that colour.
+/// The picture with all opaque parts in that color.
 QPixmap tinted(QPixmap pixmap, const QColor& tint);
 
-/// The drawing, square, in device pixels.
+/// The drawing as a square, in device pixels.
 QPixmap renderedSvg(const QByteArray& svg, int pixels);
 
 } // namespace quoxelin

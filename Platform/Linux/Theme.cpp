@@ -14,7 +14,7 @@ constexpr std::array allColors{Color::primary, Color::secondary, Color::gray,
 constexpr std::array allFonts{Font::headline, Font::subheadline, Font::body,
                               Font::callout,  Font::footnote,    Font::caption};
 
-/// Sizes relative to the desktop's own font.
+/// Sizes relative to the desktop's font.
 double scaleOf(Font font) {
     switch (font) {
     case Font::headline:

@@ -10,16 +10,16 @@
 
 namespace quoxelin {
 
-/// The records' colours and fonts in terms of the desktop's palette, light or dark, and its font.
-/// Every colour and font can be told apart, so that what a widget shows can be read back.
+/// Maps the records' colors and fonts to the desktop's light or dark palette and its font. No two
+/// colors or fonts look the same, so what a widget shows can be read back.
 class Theme {
   public:
-    /// Of the desktop as it is now.
+    /// Reads the desktop's current theme.
     Theme();
 
     QColor color(Color color, double opacity = 1) const;
 
-    /// The inverse of `color`; absent when the widget shows a colour that is none of ours.
+    /// The inverse of `color`; absent if the color is not one of ours.
     std::optional<std::pair<Color, double>> recordOf(const QColor& shown) const;
 
     static QFont font(Font font, FontWeight weight);

@@ -17,7 +17,7 @@ struct Freed {
 template <typename T>
 using Reply = std::unique_ptr<T, Freed<T>>;
 
-/// The newer tray's items and raw events are announced from version 2.0 of the input extension on.
+/// Raw events need at least version 2.0 of the input extension.
 constexpr std::uint16_t inputMajorVersion = 2, inputMinorVersion = 2;
 
 } // namespace

@@ -9,26 +9,26 @@ struct xcb_connection_t;
 
 namespace quoxelin {
 
-/// What the toolkit does not tell of an X11 desktop. Everywhere else `instance` is null. Main
-/// thread only.
+/// What Qt does not report about an X11 desktop. `instance` is null on other desktops. Main thread
+/// only.
 class X11Desktop final : public QAbstractNativeEventFilter {
   public:
     enum class MouseButton { left, right };
 
-    /// Made on first use, after the QApplication object, and never destroyed.
+    /// Created on first use, after the QApplication object, and never destroyed.
     static X11Desktop* instance();
 
-    /// Something blends the windows, so that translucent ones and shadows show as they should.
+    /// Whether a compositor shows translucent windows and shadows.
     bool hasCompositor() const;
 
-    /// There is a tray of the older kind, which windows are embedded in.
+    /// Whether there is an XEmbed tray.
     bool hasTray() const;
 
-    /// Called whenever such a tray appears.
+    /// The handler is called whenever an XEmbed tray appears.
     void setTrayAppeared(std::function<void()> handler) { trayAppeared = std::move(handler); }
 
-    /// Called for every press of a button on the whole screen, ours included, however another
-    /// program may have grabbed the pointer. One handler; none stops listening.
+    /// The handler is called for every button press on the whole screen, ours included, even while
+    /// another program grabs the pointer. There is one handler; an empty one stops listening.
     void setMousePressed(std::function<void(MouseButton)> handler);
 
     bool nativeEventFilter(const QByteArray& eventType, void* message, qintptr* result) override;

@@ -6,28 +6,28 @@ from support import box as boxes
 from support.application import Application
 from support.sim import Sim, build_directory
 
-# What the tests fetch is on this machine, whatever proxy the environment names.
+# Everything the tests fetch is on this machine, so no proxy may be used.
 for name in ("http_proxy", "HTTP_PROXY", "all_proxy", "ALL_PROXY"):
     os.environ.pop(name, None)
 
 
 @pytest.fixture
 def daemon():
-    """A daemon to which nobody is logged in."""
+    """A daemon without a logged-in user."""
     with Sim() as sim:
         yield sim
 
 
 @pytest.fixture
 def logged_in_daemon():
-    """A daemon with both profiles logged in, the first one running."""
+    """A daemon with both profiles logged in and the first one running."""
     with Sim("--logged-in") as sim:
         yield sim
 
 
 @pytest.fixture
 def application(daemon):
-    """The application, following that daemon's notifications, its panel open."""
+    """The application with its panel open, following that daemon's notifications."""
     with Application(daemon.socket) as running:
         running.wait_log("[State] HashiBus connected")
         running.show_panel()
@@ -36,8 +36,7 @@ def application(daemon):
 
 @pytest.fixture(scope="module")
 def box():
-    """A machine of its own with the product installed, its system services running; one for all
-    tests of a file."""
+    """A separate machine with the product and running system services, shared by a file's tests."""
     if reason := boxes.why_not():
         pytest.fail(f"no box on this machine: {reason}")
     with boxes.Box(boxes.HERE / "install", build_directory()) as box:
@@ -45,8 +44,8 @@ def box():
         yield box
 
 
-# Where there can be no box its tests cannot run. That is said where nobody overlooks it, and it is a
-# failure where the outcome decides (CI=true).
+# Tests that need a box cannot run where there can be none. The summary says so prominently; with
+# CI=true it is a failure.
 left_out = pytest.StashKey[list]()
 
 
@@ -56,7 +55,7 @@ def pytest_collection_modifyitems(config, items):
     need = [item for item in items if "box" in item.fixturenames]
     if not need or os.environ.get("CI") == "true" or not boxes.why_not():
         for item in need:
-            # Several processes share the tests; those of one box go to one of them, in their order.
+            # Tests of one box must run in order in one of the processes that share the tests.
             item.add_marker(pytest.mark.xdist_group(item.path.name))
         return
     config.stash[left_out] = [item.nodeid for item in need]
@@ -71,7 +70,7 @@ def pytest_sessionfinish(session):
 
 @pytest.hookimpl(optionalhook=True)
 def pytest_testnodedown(node):
-    """One of the processes ended: each of them has left out the same tests."""
+    """A test process has ended; all of them have left out the same tests."""
     node.config.stash[left_out] = getattr(node, "workeroutput", {}).get("left out", [])
 
 

@@ -1,8 +1,7 @@
 #!/usr/bin/env python3
-"""Measures what a person waits for, and what the program costs while nothing happens: the figures of
-the desktop in docs/performance.md. An X server and a tray of its own; the build is
-QUOXELIN_BUILD_DIR, build/release by default.
-"""
+"""Measures how long a user waits, and what the idle program costs: the desktop's figures in
+docs/performance.md. Uses a private X server and tray. The build is QUOXELIN_BUILD_DIR,
+build/release by default."""
 import os
 import pathlib
 import statistics
@@ -29,7 +28,7 @@ def shows_icon(desktop) -> bool:
 
 
 def context_switches(pid: int) -> dict[str, int]:
-    """Of each thread: every one was a wake-up."""
+    """For each thread; each voluntary switch was followed by a wake-up."""
     switches = {}
     for task in pathlib.Path(f"/proc/{pid}/task").iterdir():
         for line in (task / "status").read_text().splitlines():
@@ -54,7 +53,7 @@ def one_round(desktop, sim) -> tuple[float, float, float]:
         state = next(line for line in started if line == "[State] start() called")
         first = started[0]
         time.sleep(0.3)
-        # The panel comes under the icon, at the upper right.
+        # The panel opens below the icon, at the upper right.
         x, y = ICONS["trayer"]
         desktop.move(x, y)
         clicked = time.monotonic()
@@ -67,7 +66,7 @@ def idle(desktop, sim) -> tuple[float, float]:
     with Application(sim.socket, environment=desktop.environment) as application:
         application.wait_log("[State] HashiBus connected")
         desktop.wait_icon("trayer")
-        time.sleep(12)  # the start's own threads and timers are over
+        time.sleep(12)  # until the threads and timers of the start are gone
         before = context_switches(application.pid)
         time.sleep(IDLE_SECONDS)
         after = context_switches(application.pid)
@@ -77,7 +76,7 @@ def idle(desktop, sim) -> tuple[float, float]:
 
 
 def click_alone(desktop) -> float:
-    """What the measuring itself takes: a click that nobody answers."""
+    """The time that the measurement itself takes: a click without any effect."""
     began = time.monotonic()
     subprocess.run(["xdotool", "click", "1"], env=desktop.environment, check=True)
     return time.monotonic() - began

@@ -1,6 +1,6 @@
-"""The program on this system's own services: all of them absent at first, and coming one by one.
-The buses are the test's own, and whatever would ask for a password or change the machine is a
-recorder."""
+"""The program with system services that are all absent at first and appear one by one. The buses
+are private, and a recorder replaces each program that asks for a password or changes the
+machine."""
 
 import os
 import signal
@@ -30,7 +30,7 @@ HELPER_METHODS = {"Ping": ("", "b", "ret = True"), "RunGoTool": ("sas", "s", "re
 
 
 class RealApplication(Application):
-    """The product, which takes no commands."""
+    """The product, which accepts no commands."""
 
     program = "quoxelin-desktop"
 
@@ -43,7 +43,7 @@ def buses():
 
 @pytest.fixture
 def recorded(tmp_path):
-    """What pkexec was asked to run, a line each."""
+    """What pkexec was asked to run, one line each."""
     recorder = tmp_path / "bin" / "pkexec"
     recorder.parent.mkdir()
     recorder.write_text(f'#!/bin/sh\nprintf "%s\\n" "$*" >>{tmp_path}/recorded\nexit 126\n')
@@ -65,7 +65,7 @@ def started(daemon, environment):
 
 
 def start_again(application, *arguments):
-    """A second start in the same session: its exit code and all that it says."""
+    """A second start in the same session: its exit code and all its output."""
     second = subprocess.run([*application.command, *arguments], env=application.environment,
                             cwd=application.home, capture_output=True, text=True, timeout=DEADLINE)
     return second.returncode, second.stdout + second.stderr
@@ -122,7 +122,7 @@ def test_works_as_soon_as_the_helper_and_the_notification_server_have_come(
     shown = session.wait_call("org.freedesktop.Notifications", "Notify", "Quoxelin")
     assert "com.quoxelin.desktop" in shown
     assert started.end() == 0
-    # The bundle beside the program has no tunnel, so nobody was asked to install one.
+    # The bundle beside the program has no tunnel, so no installation was offered.
     assert not recorded.exists()
 
 

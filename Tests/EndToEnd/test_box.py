@@ -1,5 +1,5 @@
-"""The box itself: a machine of its own, with the stock services, in which nothing of this machine is
-seen or changed."""
+"""The box itself: a separate machine with the stock services that cannot see or change this
+machine."""
 
 import os
 import pathlib

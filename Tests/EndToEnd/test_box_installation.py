@@ -1,5 +1,5 @@
-"""The installation on a machine with the real services: polkit knows its actions, and what pkexec
-runs as root makes NetworkManager know the tunnel."""
+"""The installation on a machine with the real services: polkit knows its actions, and pkexec
+registers the tunnel with NetworkManager as root."""
 
 import pytest
 
@@ -14,7 +14,7 @@ INSTALLED = ("/etc/dbus-1/system.d/nm-quoxelin-service.conf",
 
 
 def pkexec(box, *arguments, user=TESTER):
-    # Not for this process, its parent: that is not in the box.
+    # A shell, because pkexec's parent must be inside the box.
     return box.try_run("sh", "-c", '"$@"; exit $?', "sh", "pkexec", "--disable-internal-agent",
                        *arguments, user=user)
 
@@ -36,7 +36,7 @@ def test_polkit_knows_the_actions(box, action, anybody, away, present):
 
 
 def test_who_is_not_allowed_installs_nothing(box):
-    # Nobody is there to be asked.
+    # There is no user to ask.
     done = pkexec(box, INSTALLER, user=STRANGER)
     assert (done.returncode, installed(box)) == (127, [])
     box.refuse(ACTION)

@@ -1,4 +1,4 @@
-"""What the program says to whoever calls it with nothing to show."""
+"""What the program says when it is called with nothing to show."""
 import subprocess
 
 import pytest

@@ -1,4 +1,4 @@
-"""The privileged helper as root, behind the stock system bus and polkit, and those who attack it."""
+"""Attacks on the privileged helper, which runs as root behind the stock system bus and polkit."""
 
 import contextlib
 import json
@@ -48,7 +48,7 @@ print(json.dumps(outcomes))
 """
 
 
-# A polkit that asks somebody who does not answer; says what it is asked.
+# A polkit whose user never answers; prints the questions that it receives.
 WAITING_POLKIT = """
 from gi.repository import Gio, GLib
 bus = Gio.bus_get_sync(Gio.BusType.SYSTEM)
@@ -75,7 +75,7 @@ GLib.MainLoop().run()
 
 
 def run_go_tool(box, path, *arguments, user=TESTER):
-    """("replied", output) or the name of the D-Bus error and its text."""
+    """("replied", output), or the D-Bus error's name and text."""
     done = box.try_run(*CALL, f"{INTERFACE}.RunGoTool", path, json.dumps(arguments), user=user)
     if done.returncode == 0:
         return "replied", done.stdout
@@ -93,7 +93,7 @@ def flood(box, count, path, *arguments, times=1, user=TESTER):
 
 @contextlib.contextmanager
 def changed(box, change, back):
-    """Runs a test between two shell commands of the box's root."""
+    """Runs a test between two shell commands that run as root in the box."""
     box.run("sh", "-ec", change)
     try:
         yield
@@ -103,7 +103,7 @@ def changed(box, change, back):
 
 @contextlib.contextmanager
 def answering(box, answer, then, user=TESTER):
-    """While polkit answers that about the helper."""
+    """In this context polkit gives that answer about the helper."""
     box.answer(ACTION, user, answer)
     try:
         yield
@@ -112,7 +112,7 @@ def answering(box, answer, then, user=TESTER):
 
 
 def running_helper(box):
-    """The helper's process, which ends when it has had nothing to do for long."""
+    """The helper's process, which ends after it has been idle for long."""
     assert box.run(*CALL, f"{INTERFACE}.Ping", user=TESTER) == "(true,)\n"
     running = box.pids(f"^{HELPER}")
     assert len(running) == 1
@@ -142,7 +142,7 @@ def test_polkit_decides_who_may_use_it(box):
 
 @contextlib.contextmanager
 def without_polkit(box):
-    """The bus would start it again."""
+    """The bus would start the helper again."""
     polkitd = "/usr/lib/polkit-1/polkitd"
     try:
         with changed(box, f"mv {polkitd} {polkitd}.away", f"mv {polkitd}.away {polkitd}"):
@@ -161,7 +161,7 @@ def test_without_polkit_it_refuses_everybody_and_with_it_works_again(box):
 
 def test_who_goes_away_while_somebody_is_asked_leaves_no_question_behind(box):
     with without_polkit(box), contextlib.ExitStack() as ends:
-        # The bus gives the name to nobody but polkit's own user.
+        # The bus gives this name only to polkit's own user.
         polkit = box.start("waiting-polkit", "setpriv", "--reuid=polkitd", "--clear-groups",
                            "/usr/bin/python3", "-c", WAITING_POLKIT)
         ends.callback(polkit.end)
@@ -289,7 +289,7 @@ def test_a_daemon_that_was_brought_up_stays(box):
 
 @contextlib.contextmanager
 def application(box):
-    """The installed application as a plain user's, and what waits for a line of its new log."""
+    """Runs the installed application as an ordinary user; yields its process and a log wait."""
     box.run("rm", "-f", APPLICATION_LOG)
     process = box.start("application", "/usr/bin/quoxelin-desktop", user=TESTER,
                         environment={"QT_QPA_PLATFORM": "offscreen"})

@@ -1,4 +1,4 @@
-"""Daemons that fail, stay silent or lie. The application goes on, says so in its log and quits."""
+"""Daemons that fail, stay silent or lie. The application keeps running, logs this and can quit."""
 import json
 import signal
 import time
@@ -12,7 +12,7 @@ from support.sim import Sim
 
 
 def use_everything(application):
-    """Does what a person can do without a helpful daemon."""
+    """Does what a user can do without a helpful daemon."""
     application.press("Login Quoxelin")
     application.press("Switch Account")
     application.wait_text('"Add Account"')
@@ -21,7 +21,7 @@ def use_everything(application):
 
 
 def assert_well(application):
-    """It answers, and it quits in good order."""
+    """The application answers, and it quits cleanly."""
     assert '"Quit Quoxelin"' in application.text()
     began = time.monotonic()
     application.send_signal(signal.SIGTERM)
@@ -44,7 +44,7 @@ def test_errors_are_logged_with_what_the_daemon_said(daemon, shown):
     shown.wait_log("[State] Failed to get profiles: HTTP error 503: not now")
     shown.wait_log("[LocalAPI] HTTP error 503 for POST /localapi/v0/profiles/switch-to-empty: not now")
     shown.wait_log("[State] Failed to switch to empty profile: HTTP error 503: not now")
-    # A login does not look at the status, and there is no URL in this.
+    # A login ignores the status, and this body has no URL.
     shown.wait_log("[UI] LocalAPI login failed: Failed to decode LocalAPI JSON response")
     shown.wait_log("[LocalAPI] HTTP error 503 for GET /localapi/v0/status: not now")
     assert shown.opened_urls() == []

@@ -1,4 +1,4 @@
-"""What people do, from the first login to the log-out, with the real program."""
+"""What users do, from the first login to the logout, with the real program."""
 import pytest
 
 from support import scenario, wire
@@ -73,7 +73,7 @@ def test_the_token_of_the_callback_is_nowhere_in_the_log(daemon, application):
 def test_a_callback_without_a_token_does_nothing(daemon, application, url):
     application.wait_log("[State] Received HashiBus state: needsLogin")
     application.open_url(url)
-    # Events are handled one after the other: this one is heard after the callback.
+    # Events are handled in order: this one comes after the callback.
     daemon.do("state", state="Stopped")
     application.wait_log("[State] Received HashiBus state: stopped")
     assert application.log_count("[State] Authenticate called with token") == 0
@@ -85,13 +85,13 @@ def test_a_callback_alone_asks_the_daemon_every_second(daemon, application):
     application.open_url("quoxelin://login/callback?token=5")
     daemon.wait(requests=1, path="/localapi/v0/login")
     asked = bytes_of(daemon)
-    # Every third time the daemon is reminded of the login, before it is asked how that stands.
+    # Every third poll reminds the daemon of the login before it asks for the status.
     assert asked[:3] == [wire.OBSERVE, wire.STATUS, wire.STATUS]
     daemon.wait(requests=3, path="/localapi/v0/status")
     times = [request.at for request in daemon.requests(path="/localapi/v0/status")]
     for first, second in zip(times, times[1:]):
         assert 0.95 <= second - first < 2.0
-    # The answer alone logs in: no notification came.
+    # The answer alone logs in, without a notification.
     daemon.do("login")
     application.wait_text('"Connected"')
     assert application.log_count("[State] connect") == 1

@@ -1,4 +1,4 @@
-"""The link to the daemon comes and goes; real seconds pass."""
+"""The link to the daemon comes and goes, in real seconds."""
 import pytest
 
 from support import wire
@@ -22,7 +22,7 @@ def test_an_absent_daemon_is_looked_for_every_three_seconds(tmp_path):
             for count in (1, 2, 3)
         ]
         for first, second in zip(attempts, attempts[1:]):
-            # Both times are cut to milliseconds.
+            # Both times are truncated to milliseconds.
             assert PAUSE - 0.002 <= seconds_between(first, second) < PAUSE + LATE
         assert application.log_count("[HashiBus] Connected to socket") == 0
 
@@ -52,7 +52,7 @@ def test_a_daemon_that_dies_and_starts_anew_is_found_again(tmp_path):
         application.wait_text('"Connected"')
         first.end()
         application.wait_log("[State] HashiBus disconnected: nil")
-        # What was known last stays on the screen.
+        # The last known state stays on the screen.
         application.wait_text('"Connected"')
         with Sim(socket=path):
             application.wait_log("[State] Received HashiBus state: needsLogin")

@@ -1,4 +1,4 @@
-"""Every way out is the orderly one."""
+"""Every way to quit is orderly."""
 import os
 import signal
 import time

@@ -1,5 +1,5 @@
-"""The installed program on the real services of a machine of its own: from the first start to the
-removal, as a plain user, with the keyboard."""
+"""The installed program on a separate machine with the real services, from the first start to the
+removal, as an ordinary user with the keyboard."""
 
 import contextlib
 import os
@@ -28,7 +28,7 @@ def changed(status: int) -> list[str]:
 
 
 def told(status: int) -> list[str]:
-    """What the log says of a status that the system tells of."""
+    """What the log says about a status that the system reports."""
     return ["[VPN] Status notification received", *changed(status)]
 
 
@@ -37,7 +37,7 @@ STARTING = ["[VPN] Starting VPN tunnel (current status: 1)",
 
 
 class Product:
-    """The program, its log, and the person in front of it."""
+    """The program, its log, and its user."""
 
     def __init__(self, box, display: str):
         self.box = box
@@ -55,14 +55,14 @@ class Product:
             self.process.end()
 
     def start_connected(self) -> None:
-        """With the plugin installed, logged in to the daemon, and connected by itself."""
+        """With the plugin installed, logged in to the daemon, and connected automatically."""
         self.box.allow(INSTALL)
         self.daemon.options("--logged-in")
         self.start()
         self.wait(*changed(3)[1:])
 
     def log(self) -> list[LogLine]:
-        """What the log holds; an output of several lines is one entry."""
+        """The log's entries; output of several lines is one entry."""
         entries = []
         for line in self.box.read(self.kept_log).split("\n")[:-1]:
             if LINE.fullmatch(line) or not entries:
@@ -101,7 +101,7 @@ class Product:
         wait_until(is_closed, "the panel's end")
 
     def active_window(self) -> str:
-        """The name of the window that has the keyboard."""
+        """The name of the window with the keyboard focus."""
         return self.box.try_run("xdotool", "getwindowfocus", "getwindowname", user=TESTER,
                                 environment=self.environment).stdout.strip()
 
@@ -121,7 +121,7 @@ def display(box):
               "-noreset")
     box.wait_socket("/tmp/.X11-unix/X9")
     box.start("openbox", "openbox", user=TESTER, environment={"DISPLAY": ":9"})
-    # Nobody but a window manager knows of desktops.
+    # Only window managers know about desktops.
     wait_until(lambda: box.try_run("xdotool", "get_desktop",
                                    environment={"DISPLAY": ":9"}).returncode == 0,
                "the window manager")
@@ -129,7 +129,7 @@ def display(box):
 
 
 def remove_vpns(box) -> None:
-    """Also when NetworkManager was ended in between."""
+    """Works even if NetworkManager was ended in between."""
     if not box.process("NetworkManager").is_running():
         box.start_network_manager()
     for line in box.run("nmcli", "-t", "-f", "TYPE,UUID", "connection").splitlines():
@@ -139,12 +139,11 @@ def remove_vpns(box) -> None:
 
 @pytest.fixture
 def product(box, display):
-    """Nothing was ever started, nobody has logged in, and polkit refuses the plugin and the
-    removal."""
+    """The program has never run, no user is logged in, and polkit refuses both actions."""
     product = Product(box, display)
     box.refuse(INSTALL)
     box.refuse(REMOVE)
-    # The last one comes first, and each of them whatever became of those before.
+    # Runs in reverse order, each one even if others fail.
     with contextlib.ExitStack() as stack:
         stack.callback(fail_tunnel, box, 0)
         stack.callback(box.allow, CONTROL)
@@ -174,7 +173,7 @@ def test_from_the_first_start_to_connected_and_down_again(product, box):
     )
     assert tunnel_devices(box) == {}
 
-    # She logs in in the browser, which hands the callback over.
+    # The user logs in in the browser, which hands over the callback.
     product.daemon.do("login")
     second = box.try_run("quoxelin-desktop", "quoxelin://login/callback?token=t", user=TESTER,
                          environment=product.environment)
@@ -213,7 +212,7 @@ def test_an_authorization_that_is_refused_and_then_granted(product, box):
     product.start()
     product.wait("[SysExt] Extension com.quoxelin.desktop.PacketTunnel requires user approval")
     assert not box.path(PLUGIN).exists()
-    # The application goes on without it.
+    # The application keeps running without it.
     product.wait("[State] System Extension not approved, skipping VPN tunnel start")
     box.allow(INSTALL)
     place = len(product.log())
@@ -239,7 +238,7 @@ def test_disconnecting_and_connecting_in_the_panel(product, box):
     assert product.vpn(place) in (told(5) + told(1), told(1))
     wait_until(lambda: tunnel_devices(box) == {}, "the tunnel's end")
 
-    # NetworkManager fails a start now and then; the application tries again.
+    # NetworkManager sometimes fails a start; the application tries again.
     fail_tunnel(box, 1)
     place = len(product.log())
     product.keys("Return")
@@ -250,7 +249,7 @@ def test_disconnecting_and_connecting_in_the_panel(product, box):
 
 
 def test_a_tunnel_that_is_not_allowed_is_tried_again(product, box):
-    # The toolkit knows another event loop, which does nothing for NetworkManager's library.
+    # Qt also has an event loop that does not serve NetworkManager's library.
     product.environment["QT_NO_GLIB"] = "1"
     box.refuse(CONTROL)
     box.allow(INSTALL)
@@ -275,7 +274,7 @@ def test_the_plugin_dies_and_network_manager_starts_anew(product, box):
     wait_until(lambda: tunnel_devices(box) == {}, "the tunnel's end")
     product.open_panel()
     place = len(product.log())
-    # The daemon runs on, so that the row still connects the tunnel alone.
+    # The daemon keeps running, so the row still connects only the tunnel.
     product.keys("Tab", "Return")
     product.wait(changed(3)[1], since=place)
 
@@ -287,7 +286,7 @@ def test_the_plugin_dies_and_network_manager_starts_anew(product, box):
     reloaded = [*told(1), "[VPN] Configuration changed; reloading manager", *told(1), *changed(1)]
 
     def heard() -> list[str]:
-        """NetworkManager's end may be told twice, by the end of its tunnels and by its own."""
+        """NetworkManager's end may be reported twice: by the end of its tunnels and by its own."""
         messages = product.vpn(place)
         while messages[:6] == told(1) * 2:
             del messages[:3]
@@ -303,7 +302,7 @@ def test_the_plugin_dies_and_network_manager_starts_anew(product, box):
 
 def test_uninstalling_removes_what_the_application_saved(product, box):
     product.start_connected()
-    # The log goes, too; what was written before is read all the same.
+    # The log is removed, too; what was written before can still be read.
     product.kept_log = f"/home/{TESTER}/kept.log"
     box.run("ln", "--force", LOG, product.kept_log)
 

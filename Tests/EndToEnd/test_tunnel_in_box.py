@@ -21,18 +21,18 @@ SAVED = {"description": "Quoxelin", "enabled": True, "provider": PROVIDER, "serv
 
 
 class Adapter(SteeredInBox):
-    """The adapter; its first manager is the one that the operations concern."""
+    """The adapter; the operations use its first manager."""
 
     def __init__(self, box, user=TESTER):
         super().__init__(box, build_directory() / "vpn-driver", user=user)
         self.wait_event("ready")
-        # With that it knows what there is, and tells what changes.
+        # After this it knows all connections and reports changes.
         self.do("load-all")
         self._seen = len(self.events)
         self._last = None
 
     def call(self, name: str, **members) -> dict:
-        """The answer's own members: none, unless there is something to say."""
+        """The answer's own members; empty if there is nothing to report."""
         return self.own(self.do(name, **members))
 
     @staticmethod
@@ -40,16 +40,16 @@ class Adapter(SteeredInBox):
         return {key: value for key, value in answer.items() if key not in ("ok", "do", "id")}
 
     def fresh(self) -> list:
-        """What was notified since it was asked last: a status, or "configuration"."""
+        """The notifications since the last call: statuses, or "configuration"."""
         told = self.events[self._seen:]
         self._seen += len(told)
         return [event["status"] if event["event"] == "status" else "configuration"
                 for event in told]
 
     def expect(self, *notifications) -> None:
-        """Waits for exactly these since it was asked last. NetworkManager's end is told with the
-        status of that moment, so before or after the end of a tunnel or a start; a status that was
-        told just before is passed over."""
+        """Waits for exactly these notifications since the last call. NetworkManager's end is
+        reported with the status of that moment, so before or after the end of a tunnel or a start.
+        Ignores a status that was reported just before."""
         told = []
 
         def is_all() -> bool:
@@ -71,7 +71,7 @@ class Adapter(SteeredInBox):
         self.expect("configuration")
 
     def outcome(self, *last: int) -> list:
-        """Waits for one of these statuses and answers what was notified up to it."""
+        """Waits for one of these statuses and returns all notifications up to it."""
         told = []
         wait_until(lambda: told.extend(self.fresh()) or told and told[-1] in last,
                    f"one of {last} in {told}")
@@ -79,8 +79,8 @@ class Adapter(SteeredInBox):
         return told
 
     def connect(self) -> None:
-        """NetworkManager is known to fail a start that follows an end too closely; so as the
-        application does, this tries again."""
+        """NetworkManager sometimes fails a start that follows an end too closely. Like the
+        application, this tries again."""
 
         def is_up() -> bool:
             assert self.call("start") == {"status": CONNECTING}
@@ -91,14 +91,14 @@ class Adapter(SteeredInBox):
         wait_until(is_up, "the tunnel")
 
     def disconnect(self) -> None:
-        """What comes to pass in one turn of the event loop is told once."""
+        """Changes in one turn of the event loop are reported once."""
         self.do("stop")
         assert self.outcome(DISCONNECTED) in ([DISCONNECTING, DISCONNECTED], [DISCONNECTED])
 
 
 @pytest.fixture
 def plugin(box):
-    """The tunnel's plugin is installed, and nothing is saved or asked for yet."""
+    """The tunnel's plugin is installed, and nothing has been saved or requested yet."""
     box.run("/usr/libexec/quoxelin-desktop/install-extension")
     box.path("/run/stand-ins/tunnel.log").unlink(missing_ok=True)
     yield box
@@ -216,7 +216,7 @@ def test_a_program_that_ends_takes_the_tunnel_with_it(box, plugin, _):
         adapter.connect()
         adapter.start_command("stop-and-exit")
         assert adapter.exit_code() == 0
-    # NetworkManager refuses what it is asked by a process that is gone by then.
+    # NetworkManager drops requests whose sender has exited.
     wait_until(lambda: tunnel_devices(box) == {}, "the device to go")
 
 
@@ -227,7 +227,7 @@ def test_a_disabled_configuration_does_not_start(adapter):
         "status": DISCONNECTED}
     adapter.do("set", enabled=True)
     assert adapter.call("save") == {}
-    # What was saved counts at once.
+    # What was saved takes effect at once.
     assert adapter.call("start") == {"status": CONNECTING}
     wait_until(lambda: adapter.call("read")["status"] == CONNECTED, "the tunnel")
 
@@ -245,7 +245,7 @@ def test_a_tunnel_is_stopped_while_it_comes_up(box, adapter):
     hold_tunnel(box, True)
 
     def is_asked_for() -> bool:
-        # As in `connect`, a start may fail without the plugin being asked.
+        # As in `connect`, a start may fail without a call of the plugin.
         if adapter.call("read")["status"] == DISCONNECTED:
             adapter.do("start")
         return "connect" in tunnel_requests(box)
@@ -335,7 +335,7 @@ def test_network_manager_dies_before_it_has_answered(box, adapter, operation):
     box.process("NetworkManager").send_signal(signal.SIGSTOP)
     try:
         command = adapter.start_command(operation, place=place)
-        # Behind it, so that it is on its way.
+        # Comes after the command, so the command has been sent.
         adapter.do("read")
     finally:
         box.process("NetworkManager").end(signal.SIGKILL)
@@ -377,13 +377,13 @@ def test_an_idle_adapter_sleeps(box, adapter):
     adapter.connect()
 
     def switches() -> int:
-        """How often any of its threads went to sleep, and was woken up."""
+        """How often its threads went to sleep and were woken up, in total."""
         total = 0
         for task in os.scandir(f"/proc/{adapter.pid}/task"):
             with open(f"{task.path}/status", encoding="ascii") as status:
                 total += sum(int(line.split()[1]) for line in status if "ctxt_switches" in line)
         return total
 
-    # NetworkManager settles, and then a second passes by the clock of another process.
+    # Lets NetworkManager settle, then waits one second by another process's clock.
     wait_until(lambda: (switches(), box.run("sleep", "1"))[0] == switches(),
                "a second without a wake-up")

@@ -1,4 +1,4 @@
-"""The real windows on a real X server: the icon in the tray, the panel under it, mouse and keyboard."""
+"""The real windows on a real X server: tray icon, panel, mouse and keyboard."""
 
 import time
 
@@ -25,14 +25,14 @@ def application(desktop, daemon):
 
 @pytest.fixture(params=["trayer", "xfce4-panel"])
 def tray(request, desktop):
-    """A tray that is there before the application."""
+    """A tray that runs before the application starts."""
     desktop.start_tray(request.param)
     return request.param
 
 
 @pytest.fixture
 def opened(tray, desktop, application):
-    """The panel is open, by a click on the icon."""
+    """The panel, opened by a click on the icon."""
     desktop.wait_icon(tray)
     open_panel(desktop, application, tray)
     # The daemon's first state moves the rows.
@@ -41,7 +41,7 @@ def opened(tray, desktop, application):
 
 
 def open_panel(desktop, application, tray):
-    """Clicks the icon and waits until the panel can be seen."""
+    """Clicks the icon and waits until the panel is visible."""
     desktop.click_icon(tray)
     application.wait(panel_visible=1)
 
@@ -53,7 +53,7 @@ def open_panel(desktop, application, tray):
 
 
 def row(application, label: str) -> tuple[int, int]:
-    """The middle of the row on the screen."""
+    """The center of the row on the screen."""
     place = application.do("where", label=label)
     return place["x"] + place["width"] // 2, place["y"] + place["height"] // 2
 
@@ -71,7 +71,7 @@ def assert_wholly_on_screen(place):
 def test_a_click_on_the_icon_opens_the_panel_beside_it(tray, desktop, opened):
     place = panel_place(opened)
     assert_wholly_on_screen(place)
-    # Under the bar, whose height is 24 or 32.
+    # Below the bar, which is 24 or 32 high.
     assert 24 <= place["y"] <= 45
 
 
@@ -79,7 +79,7 @@ def test_a_click_on_the_icon_closes_the_open_panel_and_the_next_opens_it_again(t
     for _ in range(2):
         desktop.click_icon(tray)
         opened.wait(panel_visible=0)
-        # No late word of the click opens it again.
+        # No late report of the click reopens it.
         time.sleep(0.3)
         assert not panel_place(opened)["visible"]
         open_panel(desktop, opened, tray)

@@ -7,7 +7,7 @@ namespace quoxelin::testing {
 
 namespace {
 
-/// Records its calls, and stores the text of the record that it shows.
+/// Records its calls and stores the text of the record that it shows.
 class NotedView final : public Element {
   public:
     static std::unique_ptr<NotedView> make(ViewNode::Kind kind) {

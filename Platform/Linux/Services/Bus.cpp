@@ -14,10 +14,10 @@ using Clock = std::chrono::steady_clock;
 using std::chrono::microseconds;
 using std::chrono::milliseconds;
 
-/// So that a flood of messages does not keep the windows from being painted.
+/// Limited so that a flood of messages does not stop windows from painting.
 constexpr int messagesPerTurn = 64;
 
-/// Before a bus that did not let this program in is tried again.
+/// The wait before another attempt on a bus that did not let this program in.
 constexpr milliseconds retryDelay{1000};
 
 constexpr milliseconds longestTimer = std::chrono::hours(24);
@@ -37,7 +37,7 @@ Result<sd_bus_message*, BusError> outcomeOf(sd_bus_message* reply) {
     const auto* error = sd_bus_message_get_error(reply);
     if (error == nullptr)
         return reply;
-    // The library makes up the answers that went missing with the connection.
+    // When the connection is lost, the library itself generates the missing replies.
     if (sd_bus_is_ready(sd_bus_message_get_bus(reply)) <= 0)
         return tl::unexpected(BusError{SD_BUS_ERROR_DISCONNECTED, "The message bus has ended."});
     const bool hasText = error->message != nullptr && *error->message != '\0';
@@ -57,7 +57,7 @@ int ignore(sd_bus_message*, void*, sd_bus_error*) {
 
 } // namespace
 
-/// What the library calls back. It goes with its slot.
+/// The function that the library calls back. It lives as long as its slot.
 struct Bus::Handler {
     /// The function may destroy the handler.
     static int call(sd_bus_message* message, void* data, sd_bus_error*) {
@@ -184,7 +184,7 @@ void Bus::lost() {
     }
 }
 
-/// Waits in the event loop for what the connection waits for.
+/// Makes the event loop wait for what the connection waits for.
 void Bus::follow() {
     if (!isServed || !connection)
         return;
@@ -200,7 +200,7 @@ void Bus::follow() {
     sd_bus_get_timeout(connection.get(), &due);
     if (due == UINT64_MAX)
         return timer->stop();
-    // Both are the monotonic clock.
+    // Both use the monotonic clock.
     const auto now = std::chrono::duration_cast<microseconds>(Clock::now().time_since_epoch());
     const auto left =
         std::chrono::ceil<milliseconds>(microseconds(static_cast<microseconds::rep>(due)) - now);
@@ -221,7 +221,7 @@ std::string Bus::uniqueName() const {
     return name == nullptr ? "" : name;
 }
 
-// What goes over it
+// Messages
 
 Subscription Bus::call(const BusMethod& method, const Writer& write, Answered answered,
                        microseconds deadline) {

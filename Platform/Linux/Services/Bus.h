@@ -14,13 +14,13 @@
 
 namespace quoxelin {
 
-/// Why a call failed: D-Bus's name for the error, and a text for people.
+/// Why a call failed: the name of the D-Bus error, and a readable text.
 struct BusError {
     std::string name;
     std::string text;
 };
 
-/// A method of an object on a bus. The texts are read during the call only.
+/// A method of an object on a bus. The texts are only read during the call.
 struct BusMethod {
     const char* service;
     const char* path;
@@ -31,24 +31,23 @@ struct BusMethod {
 /// A method of the bus itself.
 BusMethod busMethod(const char* name);
 
-/// A connection to a message bus, made anew whenever the bus comes back. A bus that hangs counts as
-/// absent until it has let this program in. Nothing waits for the bus, except in `serveUntil`. Main
-/// thread only.
+/// A connection to a message bus that reconnects whenever the bus comes back. A bus that hangs
+/// counts as absent until it lets this program in. Only `serveUntil` waits for the bus. Main thread
+/// only.
 ///
-/// What a call returns a `Subscription` for ends with it: a question is canceled, a match or an
-/// object is withdrawn. It also ends with the connection. A handler may destroy its own
-/// subscription.
+/// Destroying a returned `Subscription` cancels the call or withdraws the match or object. The end
+/// of the connection does the same. A handler may destroy its own subscription.
 class Bus {
   public:
     /// Appends a call's arguments; returns what `sd_bus_message_append` returned.
     using Writer = std::function<int(sd_bus_message* message)>;
     using Answered = std::function<void(Result<sd_bus_message*, BusError> reply)>;
 
-    /// Where the environment says that the session's and the system's bus are.
+    /// The addresses of the session and system bus according to the environment.
     static std::string sessionAddress();
     static std::string systemAddress();
 
-    /// Begins to connect. The address is in D-Bus's notation.
+    /// Starts connecting. The address is in D-Bus's notation.
     explicit Bus(std::string address);
     Bus(const Bus&) = delete;
     Bus& operator=(const Bus&) = delete;
@@ -56,19 +55,19 @@ class Bus {
     /// From now on the event loop serves the connection. Needs the application object.
     void serve();
 
-    /// Serves this connection, and nothing else, until `isDone` returns true; gives up after
-    /// `longest`, or at once without a bus. For the time before and after the event loop.
+    /// Serves only this connection until `isDone` returns true. Gives up after `longest`, or at
+    /// once without a bus. For use before and after the event loop.
     void serveUntil(const std::function<bool()>& isDone, std::chrono::milliseconds longest);
 
-    /// Gives a bus that runs a moment to let this program in, 50 ms at most.
+    /// Waits at most 50 ms for a running bus to let this program in.
     void awaitConnection();
 
     bool isConnected() const { return connected; }
 
-    /// This program's name on the bus; empty while it is absent.
+    /// This program's name on the bus; empty while the bus is absent.
     std::string uniqueName() const;
 
-    /// Calls the observer whenever the bus has come or gone.
+    /// The observer is called whenever the bus appears or disappears.
     Subscription observe(std::function<void()> observer) {
         return observers.add(std::move(observer));
     }
@@ -77,14 +76,14 @@ class Bus {
     static constexpr auto noDeadline = std::chrono::microseconds::max();
 
     /// `answered` is called once, from the event loop, with the reply or an error. While the bus is
-    /// absent that is an error on the loop's next turn. Both functions may be empty.
+    /// absent, it gets an error on the loop's next turn. Both functions may be empty.
     Subscription call(const BusMethod& method, const Writer& write, Answered answered,
                       std::chrono::microseconds deadline = usualDeadline);
 
-    /// Calls the handler for every message that matches D-Bus's rule.
+    /// Calls the handler for every message that matches the D-Bus rule.
     Subscription match(const std::string& rule, std::function<void(sd_bus_message*)> handler);
 
-    /// Serves an object's interface. `owner` is what the table's functions are called with.
+    /// Serves an object's interface. `owner` is passed to the table's functions.
     Subscription serveObject(const char* path, const char* interface, const sd_bus_vtable* table,
                              void* owner);
 
@@ -112,7 +111,7 @@ class Bus {
     const std::string address;
     std::unique_ptr<sd_bus, Close> connection;
     bool connected = false;
-    /// The bus does not run; the connection waits for its socket.
+    /// The bus is not running; the connection waits for its socket.
     bool isAbsent = false;
     bool isServed = false;
     bool isProcessing = false;
@@ -122,10 +121,10 @@ class Bus {
     ObserverList<> observers;
 };
 
-/// The next argument of a message, a list of texts.
+/// Reads the message's next argument, a list of texts.
 std::vector<std::string> readTexts(sd_bus_message* message);
 
-/// A text as D-Bus takes it: UTF-8 up to the first NUL.
+/// Converts a text to what D-Bus accepts: UTF-8 up to the first NUL.
 QByteArray busText(const std::string& text);
 
 } // namespace quoxelin

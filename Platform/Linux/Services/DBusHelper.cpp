@@ -13,7 +13,7 @@ using ErrorHandler = std::function<void(const Error&)>;
 
 constexpr auto recently = std::chrono::seconds(1);
 
-// As the framework numbers them.
+// The framework's error numbers.
 constexpr std::int64_t interrupted = 4097;
 constexpr std::int64_t invalid = 4099;
 
@@ -36,11 +36,11 @@ int appendTexts(sd_bus_message* message, const std::vector<std::string>& texts) 
 
 } // namespace
 
-/// All of it happens on the main thread; calls from elsewhere are repeated there.
+/// Everything runs on the main thread; calls from other threads are repeated there.
 class DBusHelper::Connection final : public NSXPCConnection,
                                      public std::enable_shared_from_this<Connection> {
   public:
-    /// True when the message could be read; then it has called the message's reply.
+    /// Returns true if it could read the message; it has then called the reply handler.
     using Reader = std::function<bool(sd_bus_message* reply)>;
 
     Connection(DBusHelper& helper, bool isKnown)
@@ -99,7 +99,7 @@ class DBusHelper::Connection final : public NSXPCConnection,
         });
     }
 
-    /// No handler is called any more.
+    /// After this no handler is called.
     void drop() {
         helper = nullptr;
         awaitsProxy = false;
@@ -130,7 +130,7 @@ class DBusHelper::Connection final : public NSXPCConnection,
     }
 
     Dispatch& dispatch;
-    /// Null once it is invalidated.
+    /// Null once the connection is invalidated.
     DBusHelper* helper;
     const bool isKnown;
     Clock::time_point resumed;

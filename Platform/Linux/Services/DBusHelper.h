@@ -8,15 +8,16 @@
 
 namespace quoxelin {
 
-/// The privileged helper, a service that the system bus starts on demand. A connection to it is a
-/// share of this program's connection to that bus. Where the bus or the service is missing there is
-/// no far end. An error of the bus or of the helper comes with the text that they gave it. Handlers
-/// and replies are called on the main thread.
+/// The privileged helper, a service that the system bus starts on demand. Connections to it share
+/// this program's system bus connection. Without the bus or the service, there is no remote end.
+/// Errors of the bus or the helper keep their texts. Handlers and replies are called on the main
+/// thread.
 class DBusHelper final : public XPC {
   public:
     static constexpr const char* service = "com.quoxelin.desktop.Helper";
 
-    /// Main thread, as all but the calls of the interface. The system's bus lives longer.
+    /// Main thread, except for the functions of the interface. The system bus must outlive this
+    /// object.
     DBusHelper(Dispatch& dispatch, Bus& bus);
     ~DBusHelper() override;
 
@@ -25,9 +26,9 @@ class DBusHelper final : public XPC {
 
     ServicePresence& presence() { return servicePresence; }
 
-    /// For the end of the process: the helper refuses a caller that has exited by the time it looks
-    /// who is asking. Serves the bus until what was asked during the last second has been answered,
-    /// `longest` at most.
+    /// Call this before the process ends, because the helper refuses a caller that has exited
+    /// before it checks the caller. Serves the bus until requests of the last second are answered,
+    /// at most for `longest`.
     void waitForRecentReplies(std::chrono::milliseconds longest);
 
   private:
@@ -38,7 +39,7 @@ class DBusHelper final : public XPC {
     Bus& bus;
     ServicePresence servicePresence{bus, service, ServicePresence::Counts::runningOrActivatable,
                                     [] {}};
-    /// Resumed and not yet invalidated.
+    /// Connections that are resumed and not yet invalidated.
     std::set<std::shared_ptr<Connection>> open;
     Subscription busObservation;
 };

@@ -6,13 +6,13 @@
 
 namespace quoxelin {
 
-/// The helper as a service of the system bus. Its installation registers it: registering only finds
-/// out whether that is so, and unregistering fails. It is not found where the bus or the service is
-/// missing, and requires approval where polkit does not allow this process to use it without asking
-/// for a password. Main thread only.
+/// The helper as a service of the system bus. Its installation registers it, so registering only
+/// checks that, and unregistering fails. The status is not found without the bus or the service,
+/// and requires approval unless polkit lets this process use it without a password. Main thread
+/// only.
 class DBusHelperService final : public SMAppService {
   public:
-    /// Both live longer. An unknown service is never found.
+    /// Both must outlive this object. An unknown service is never found.
     DBusHelperService(Bus& bus, ServicePresence& presence, bool isKnown = true)
         : bus(bus), presence(presence), isKnown(isKnown) {}
 

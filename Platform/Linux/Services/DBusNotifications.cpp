@@ -14,7 +14,7 @@ BusMethod serverMethod(const char* name) {
     return {service, "/org/freedesktop/Notifications", service, name};
 }
 
-/// Work for the main thread, on a later turn of its loop.
+/// Runs work on the main thread, on a later turn of its loop.
 template <typename Work>
 void onMainThread(QObject* object, Work work) {
     QMetaObject::invokeMethod(object, std::move(work), Qt::QueuedConnection);
@@ -40,7 +40,7 @@ void DBusNotifications::getNotificationSettings(
     });
 }
 
-/// Shows no question: users choose what to see in the settings of their notification server.
+/// Does not ask the user, who chooses in the settings of the notification server.
 void DBusNotifications::requestAuthorization(
     unsigned, std::function<void(bool, std::optional<Error>)> completion) {
     onMainThread(this, [this, completion = std::move(completion)]() mutable {
@@ -73,7 +73,7 @@ void DBusNotifications::present(const UNNotificationRequest& request) {
     });
 }
 
-/// Some servers take the body for markup and some do not; each says so.
+/// Some servers interpret the body as markup and say so in their capabilities.
 void DBusNotifications::deliver(const UNNotificationRequest& request, bool sound) {
     const auto number = ++questionCount;
     questions[number] =

@@ -9,15 +9,15 @@
 
 namespace quoxelin {
 
-/// The desktop's notification server, as long as there is one: then notifications are allowed, and
-/// while there is none they are denied and dropped. Any thread; completions come on the main
-/// thread, on which it is made.
+/// Notifications are allowed while the desktop has a notification server. Without one they are
+/// denied and dropped. Callable from any thread; completions run on the main thread, where this is
+/// created.
 ///
 /// A desktop shows notifications whether or not their application is in front, so the delegate is
-/// always asked how one is to be shown, as if the application were in front.
+/// always asked how to show each one, as if the application were in front.
 class DBusNotifications final : public QObject, public UNUserNotificationCenter {
   public:
-    /// The session's bus, which lives longer.
+    /// The session bus must outlive this object.
     explicit DBusNotifications(Bus& bus);
 
     void setDelegate(std::weak_ptr<UNUserNotificationCenterDelegate> delegate) override;
@@ -33,7 +33,7 @@ class DBusNotifications final : public QObject, public UNUserNotificationCenter 
 
     Bus& bus;
     ServicePresence server;
-    /// Questions about what the server can show, one for each notification that waits.
+    /// Queries of the server's capabilities, one for each waiting notification.
     std::map<unsigned, Subscription> questions;
     unsigned questionCount = 0;
     std::mutex mutex;

@@ -23,7 +23,7 @@ struct GFree {
 
 using GText = std::unique_ptr<char, GFree>;
 
-/// The error of one call, if it makes one.
+/// The error, if any, of one call.
 class GFailure {
   public:
     GFailure() = default;
@@ -31,10 +31,10 @@ class GFailure {
     GFailure& operator=(const GFailure&) = delete;
     ~GFailure() { g_clear_error(&error); }
 
-    /// To be passed to the call.
+    /// Pass this to the call.
     GError** out() { return &error; }
 
-    /// For people.
+    /// A readable text.
     std::string text() const {
         return error != nullptr && error->message != nullptr ? error->message : "unknown error";
     }
@@ -43,7 +43,7 @@ class GFailure {
     GError* error = nullptr;
 };
 
-/// Receives what an asynchronous call came to; called exactly once, on the main thread.
+/// Receives the result of an asynchronous call. Called exactly once, on the main thread.
 using AsyncAnswer = std::function<void(GObject* source, GAsyncResult* result)>;
 
 /// The last two arguments of an asynchronous call are `answered` and `passing(answer)`.
@@ -56,7 +56,7 @@ inline void answered(GObject* source, GAsyncResult* result, gpointer data) {
     (*answer)(source, result);
 }
 
-/// Calls `function` with each element of a library's list.
+/// Calls `function` with each element of a GLib array.
 template <typename Item, typename Function>
 void forEach(const GPtrArray* items, const Function& function) {
     for (guint place = 0; place < items->len; ++place)

@@ -7,11 +7,11 @@
 
 namespace quoxelin {
 
-/// The texts in a key file, the format of desktop entries and of NetworkManager's plugins. Parsed
+/// The texts in a key file, the format of desktop entries and NetworkManager's plugins. Parsed
 /// once.
 class KeyFile {
   public:
-    /// One that is missing or broken is empty.
+    /// A missing or broken file is read as empty.
     explicit KeyFile(const std::filesystem::path& path);
 
     bool isEmpty() const { return values.empty(); }

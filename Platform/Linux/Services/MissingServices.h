@@ -10,18 +10,18 @@ namespace quoxelin {
 
 class QtStatusBar;
 
-/// Says which of the services that the application uses the machine does without, and when one has
-/// come or gone. Main thread only.
+/// Reports which services the machine lacks, and when one appears or disappears. Main thread only.
 class MissingServices final : public QObject {
   public:
-    /// `tell` receives a line for the log, from the event loop. All live longer.
+    /// `tell` receives log lines from the event loop. The buses and the status bar must outlive
+    /// this object.
     MissingServices(Bus& session, Bus& system, QtStatusBar& statusBar,
                     std::function<void(const std::string& line)> tell);
 
   private:
     struct Service {
         std::string name;
-        /// What does not work without it.
+        /// What does not work without the service.
         std::string loss;
         bool isPresent = true;
     };
@@ -41,7 +41,7 @@ class MissingServices final : public QObject {
     Service sessionBus;
     Service systemBus;
     Service tray;
-    /// In places of their own, which the presences refer to.
+    /// A list, because the presences refer to its elements.
     std::list<Watched> watched;
     Subscription sessionObservation;
     Subscription systemObservation;

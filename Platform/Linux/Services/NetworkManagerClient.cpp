@@ -10,7 +10,7 @@ constexpr const char* notRunning = "NetworkManager is not running";
 constexpr const char* ownerKey = "quoxelin-owner";
 constexpr const char* toldKey = "quoxelin-told";
 
-/// Keeps with a connection what it says now, to know later whether it says something else.
+/// Stores the connection's current content with it, to detect later changes.
 void rememberContent(NMRemoteConnection* connection) {
     g_object_set_data_full(G_OBJECT(connection), toldKey,
                            nm_simple_connection_new_clone(NM_CONNECTION(connection)),
@@ -19,8 +19,7 @@ void rememberContent(NMRemoteConnection* connection) {
 
 } // namespace
 
-/// One connection to the bus and all that hangs on it. It ends as a whole: no answer and no signal
-/// arrives afterwards.
+/// One bus connection and everything that uses it. After its end no answer or signal arrives.
 struct NetworkManagerClient::Link {
     explicit Link(NetworkManagerClient* owner)
         : anchor(G_OBJECT(g_object_new(G_TYPE_OBJECT, nullptr))), cancellable(g_cancellable_new()) {
@@ -32,11 +31,11 @@ struct NetworkManagerClient::Link {
 
     GPtr<GDBusConnection> bus;
     GPtr<NMClient> client;
-    /// The client is being made, anew if there is one.
+    /// A client is being made, perhaps to replace this one.
     bool isMaking = false;
-    /// The client shows all that NetworkManager has.
+    /// The client shows everything that NetworkManager has.
     bool isComplete = false;
-    /// The signals' handlers live as long as this object.
+    /// Signal handlers live as long as this object.
     GPtr<GObject> anchor;
     GPtr<GCancellable> cancellable;
     Lifetime lifetime;
@@ -50,13 +49,13 @@ NetworkManagerClient::~NetworkManagerClient() {
         g_source_remove(source);
 }
 
-// Coming and going
+// Connecting
 
 void NetworkManagerClient::connect(const std::string& busAddress) {
     disconnect();
     address = busAddress;
     link = std::make_unique<Link>(this);
-    // A connection of its own: the end of the one that GLib shares would end the process.
+    // A separate connection, because the process would exit when GLib's shared one closes.
     g_dbus_connection_new_for_address(
         address.c_str(),
         static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
@@ -109,7 +108,8 @@ NMClient* NetworkManagerClient::running() const {
     return link && link->isComplete ? link->client.get() : nullptr;
 }
 
-/// It is on the bus first, then it has a version, and at last it has read its connections.
+/// NetworkManager first appears on the bus, then has a version, and finally has read its
+/// connections.
 bool NetworkManagerClient::hasStarted() const {
     auto* client = link->client.get();
     return nm_client_get_nm_running(client) && nm_client_get_version(client) != nullptr &&
@@ -117,14 +117,14 @@ bool NetworkManagerClient::hasStarted() const {
 }
 
 void NetworkManagerClient::whenReady(std::function<void()> ready) {
-    // What failed for another reason than the bus's absence may be in order by now.
+    // If it failed for another reason than a missing bus, that may have been fixed by now.
     if (!link && !address.empty())
         connect(std::string(address));
     waiting.push_back(std::move(ready));
     update();
 }
 
-/// Whatever bears on presence has changed.
+/// Call after any change that may affect presence.
 void NetworkManagerClient::update() {
     const bool isPresent = running() != nullptr;
     if (wasPresent && *wasPresent != isPresent) {
@@ -144,13 +144,13 @@ void NetworkManagerClient::flush() const {
         g_dbus_connection_flush_sync(link->bus.get(), nullptr, nullptr);
 }
 
-// Following what happens
+// Following changes
 
 NetworkManagerClient& NetworkManagerClient::ownerOf(GObject* anchor) {
     return *static_cast<NetworkManagerClient*>(g_object_get_data(anchor, ownerKey));
 }
 
-/// The handler's first argument is the anchor, the signal's own follow.
+/// The handler's first argument is the anchor; the signal's arguments follow.
 void NetworkManagerClient::follow(void* object, const char* signal, void (*handler)()) {
     g_signal_connect_object(object, signal, handler, link->anchor.get(), G_CONNECT_SWAPPED);
 }
@@ -195,7 +195,7 @@ void NetworkManagerClient::connectionRemoved(GObject* anchor, NMRemoteConnection
         ownerOf(anchor).configurationsChanged();
 }
 
-/// Comes also when a connection was merely saved, or used.
+/// This signal also comes when a connection was only saved or used.
 void NetworkManagerClient::connectionChanged(GObject* anchor, NMRemoteConnection* connection) {
     auto* told = g_object_get_data(G_OBJECT(connection), toldKey);
     if (nm_connection_compare(NM_CONNECTION(connection), NM_CONNECTION(told),
@@ -224,8 +224,8 @@ void NetworkManagerClient::stateChanged(GObject* anchor) {
     ownerOf(anchor).tunnelsChanged();
 }
 
-/// A client that sees NetworkManager start gets its connections one by one, and nobody says which
-/// is the last: one that is made afterwards begins with all of them.
+/// A client that sees NetworkManager start receives the connections one by one without knowing
+/// which is the last. A client made afterward starts with all of them.
 void NetworkManagerClient::presenceChanged(GObject* anchor) {
     auto& self = ownerOf(anchor);
     if (!self.hasStarted())
@@ -255,7 +255,8 @@ void NetworkManagerClient::tell(const Changes& changes) {
             auto& self = *static_cast<NetworkManagerClient*>(data);
             self.source = 0;
             auto due = std::exchange(self.untold, {});
-            // With NetworkManager goes the sight of its connections, not the connections.
+            // When NetworkManager stops we lose sight of its connections; they have not been
+            // deleted.
             due.configurations &= self.running() != nullptr;
             self.changed(due);
             return G_SOURCE_REMOVE;

@@ -11,43 +11,43 @@
 
 namespace quoxelin {
 
-/// The library's picture of NetworkManager, which follows it while it runs, stops and starts again,
-/// and word of what changes about VPNs. Main thread only, with GLib's main context served there.
+/// Follows NetworkManager and reports changes of VPNs, even if NetworkManager stops and starts
+/// again. Main thread only; GLib's main context must be served there.
 class NetworkManagerClient {
   public:
-    /// What has changed since the last call.
+    /// Changes since the last call.
     struct Changes {
         bool configurations = false;
-        /// Something about tunnels, or none of them can be known any longer.
+        /// Tunnels have changed, or can no longer be seen.
         bool tunnels = false;
-        /// NetworkManager has come or gone.
+        /// NetworkManager has appeared or disappeared.
         bool presence = false;
     };
 
-    /// `changed` is called from the event loop, once for all that came in one turn of it.
+    /// `changed` is called from the event loop, once for all changes of one turn.
     explicit NetworkManagerClient(std::function<void(const Changes&)> changed);
     ~NetworkManagerClient();
     NetworkManagerClient(const NetworkManagerClient&) = delete;
     NetworkManagerClient& operator=(const NetworkManagerClient&) = delete;
 
-    /// The system bus is there, in D-Bus's notation of addresses; or it is gone.
+    /// Call when the system bus appears, with its D-Bus address, or when it disappears.
     void connect(const std::string& busAddress);
     void disconnect();
 
-    /// Calls back as soon as the picture is complete, or is known not to come about; perhaps at
-    /// once. A NetworkManager that starts is waited for.
+    /// Calls back when everything has been read, or cannot be; perhaps before it returns. Waits for
+    /// a NetworkManager that is starting.
     void whenReady(std::function<void()> ready);
 
-    /// Null while NetworkManager does not run, as far as is known.
+    /// Null while NetworkManager is not known to run.
     NMClient* running() const;
 
-    /// Why `running` has nothing to show, for people.
+    /// A readable reason why `running` is null.
     const std::string& problem() const { return reason; }
 
-    /// Has it told as a change of tunnels what this program itself knows of them.
+    /// Reports a tunnel change that originates in this program.
     void tunnelsChanged();
 
-    /// Returns when everything asked for is on its way. Never waits for NetworkManager.
+    /// Returns when all requests are sent. Never waits for NetworkManager.
     void flush() const;
 
   private:
@@ -79,10 +79,10 @@ class NetworkManagerClient {
     std::string reason;
     std::unique_ptr<Link> link;
     std::vector<std::function<void()>> waiting;
-    /// Whether NetworkManager ran when that was last told; absent while nobody has asked.
+    /// Whether NetworkManager ran at the last report; absent before the first request.
     std::optional<bool> wasPresent;
     Changes untold;
-    /// Of the event loop's source that tells, 0 while there is nothing to tell.
+    /// The event loop's source for the next report, or 0.
     unsigned source = 0;
 };
 

@@ -4,22 +4,22 @@
 
 namespace quoxelin {
 
-/// What the application holds of a VPN connection of NetworkManager: a working copy, and the UUID
-/// under which it is saved, so that it outlives a NetworkManager that starts anew. The protocol
-/// object is handed out as a copy. Main thread only.
+/// The application's working copy of a NetworkManager VPN connection. It refers to the saved
+/// connection by UUID, so it survives a restart of NetworkManager. The protocol object is handed
+/// out as a copy. Main thread only.
 class NetworkManagerConfiguration final : public NETunnelProviderManager {
   public:
     /// A new, empty configuration.
     explicit NetworkManagerConfiguration(std::shared_ptr<NetworkManagerProfiles> profiles);
 
-    /// One that is saved.
+    /// A saved configuration.
     NetworkManagerConfiguration(std::shared_ptr<NetworkManagerProfiles> profiles, std::string uuid,
                                 VPNProfile profile);
 
-    /// These answer perhaps before they return.
+    /// These may call the completion before returning.
     void loadFromPreferences(PreferencesCompletion completion) override;
     void saveToPreferences(PreferencesCompletion completion) override;
-    /// Removing what was never saved is no error.
+    /// Removing an unsaved configuration succeeds.
     void removeFromPreferences(PreferencesCompletion completion) override;
 
     std::shared_ptr<NEVPNProtocol> protocolConfiguration() const override;
@@ -39,7 +39,7 @@ class NetworkManagerConfiguration final : public NETunnelProviderManager {
 
   private:
     std::shared_ptr<NetworkManagerProfiles> profiles;
-    /// Empty until it is saved.
+    /// Empty until the configuration is saved.
     std::shared_ptr<std::string> uuid;
     VPNProfile working;
     std::shared_ptr<NEVPNConnection> tunnel;

@@ -29,7 +29,7 @@ void fail(const OSSystemExtensionRequest& request, OSSystemExtensionError code,
 } // namespace
 
 NetworkManagerPlugin::~NetworkManagerPlugin() {
-    // A running installation finishes without us.
+    // A running installation continues without us.
     for (const auto& [identifier, installation] : installations)
         installation.process->disconnect(this);
 }
@@ -91,7 +91,7 @@ void NetworkManagerPlugin::activate(const OSSystemExtensionRequest& request) {
 
 void NetworkManagerPlugin::install(const OSSystemExtensionRequest& request) {
     auto* const process = new QProcess;
-    // It belongs to the process that runs, not to us.
+    // The object must live as long as the process runs.
     connect(process, &QProcess::finished, process, &QObject::deleteLater);
     installations.insert_or_assign(request.identifier, Installation{request, process});
     process->setStandardInputFile(QProcess::nullDevice());
@@ -121,8 +121,8 @@ void NetworkManagerPlugin::installerEnded(const std::string& identifier, const Q
     if (exited && process.exitCode() == 0) {
         finish(request);
     } else if (exited && process.exitCode() == pkexecDismissed) {
-        // A request that waits for approval is made again whenever the application becomes active:
-        // the question that the user has just dismissed would come back with every click.
+        // A request that waits for approval is repeated whenever the application becomes active, so
+        // the question that the user has just dismissed would return with every click.
         fail(request, OSSystemExtensionError::requestCanceled,
              said.empty() ? "The authorization was dismissed." : said);
     } else if (exited && process.exitCode() == pkexecNotAuthorized) {

@@ -11,19 +11,20 @@ class QProcess;
 
 namespace quoxelin {
 
-/// The NetworkManager VPN plugin that carries the tunnel, as the system extension: it comes with
-/// the bundle, and a program that runs as root through pkexec makes it known to NetworkManager.
+/// NetworkManager's VPN plugin for the tunnel, as the system extension. It comes with the bundle. A
+/// program that pkexec runs as root registers it with NetworkManager.
 ///
-/// The authorization dismissed is `requestCanceled`; refused, or not to be had, it needs the
-/// user's approval, which ends that request. Main thread only.
+/// If the user dismisses the authorization, the request ends with `requestCanceled`. If
+/// authorization is refused or unavailable, the request needs the user's approval and ends. Main
+/// thread only.
 class NetworkManagerPlugin final : public QObject, public OSSystemExtensionManager {
   public:
     struct Places {
         /// Holds Contents/Library/SystemExtensions.
         std::filesystem::path bundle;
-        /// What makes a VPN plugin known to NetworkManager.
+        /// The file that registers a VPN plugin with NetworkManager.
         std::filesystem::path installedName = "/etc/NetworkManager/VPN/nm-quoxelin-service.name";
-        /// A path, or a name that is looked up in PATH.
+        /// A path, or a name to look up in PATH.
         std::string pkexec = "pkexec";
         std::filesystem::path installer;
     };
@@ -40,14 +41,14 @@ class NetworkManagerPlugin final : public QObject, public OSSystemExtensionManag
     void installerEnded(const std::string& identifier, const QProcess& process,
                         const std::string& said);
 
-    /// Absent when the bundle has no such extension.
+    /// Absent if the bundle has no such extension.
     std::optional<OSSystemExtensionProperties> bundled(const std::string& identifier) const;
-    /// Absent when none is installed.
+    /// Absent if no extension is installed.
     std::optional<OSSystemExtensionProperties> installed(const std::string& identifier) const;
 
     const Places places;
     struct Installation {
-        /// The last that asked; who asked before was superseded.
+        /// The latest request; it supersedes earlier ones.
         OSSystemExtensionRequest request;
         QProcess* process;
     };

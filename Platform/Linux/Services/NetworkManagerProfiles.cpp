@@ -23,7 +23,7 @@ NEVPNStatus statusOf(NMActiveConnection* active) {
     return NEVPNStatus::disconnected;
 }
 
-/// Where one tunnel goes down while another comes up, the latter tells the status.
+/// If one tunnel goes down while another comes up, the second one determines the status.
 int weight(NEVPNStatus status) {
     switch (status) {
     case NEVPNStatus::connected:
@@ -51,7 +51,7 @@ void forEachTunnel(NMClient* client, const Function& function) {
     });
 }
 
-/// This user's own, so that keeping it takes no administrator.
+/// A connection that belongs to this user, so that saving it needs no administrator.
 GPtr<NMConnection> makeConnection() {
     GPtr<NMConnection> connection(nm_simple_connection_new());
     auto* general = nm_setting_connection_new();
@@ -84,7 +84,7 @@ NetworkManagerProfiles::NetworkManagerProfiles(std::function<void()> statusChang
       statusChanged(std::move(statusChanged)),
       configurationChanged(std::move(configurationChanged)) {}
 
-// What is saved
+// Saved connections
 
 Error NetworkManagerProfiles::notRunning(NEVPNError code) const {
     return vpnError(code, networkManager.problem());
@@ -182,8 +182,8 @@ void NetworkManagerProfiles::update(const std::string& uuid, const VPNProfile& p
                     return;
                 }
                 g_variant_unref(answer);
-                // The library comes to know it a little later; whoever reads now reads what was
-                // saved.
+                // The library learns of the change a little later; readers must already see what
+                // was saved.
                 if (!nm_connection_compare(NM_CONNECTION(source), changed.get(),
                                            NM_SETTING_COMPARE_FLAG_EXACT))
                     nm_connection_replace_settings_from_connection(NM_CONNECTION(source),
@@ -210,7 +210,7 @@ void NetworkManagerProfiles::remove(const std::string& uuid, PreferencesCompleti
         }));
 }
 
-// The tunnels
+// Tunnels
 
 NEVPNStatus NetworkManagerProfiles::tunnelStatus(const std::string& uuid) const {
     auto status = NEVPNStatus::disconnected;
@@ -248,7 +248,7 @@ Result<void, Error> NetworkManagerProfiles::start(const std::string& uuid) {
     nm_client_activate_connection_async(
         client, NM_CONNECTION(connection), nullptr, nullptr, nullptr, answered,
         passing([weak = weak_from_this(), uuid, number](GObject* source, GAsyncResult* result) {
-            // What the tunnel comes to is seen in its status, whatever the answer.
+            // The status shows the tunnel's outcome, so the answer does not matter.
             const GPtr<NMActiveConnection> active(
                 nm_client_activate_connection_finish(NM_CLIENT(source), result, nullptr));
             if (const auto self = weak.lock())
@@ -258,7 +258,7 @@ Result<void, Error> NetworkManagerProfiles::start(const std::string& uuid) {
     return {};
 }
 
-/// `active` is null when nothing was started. It need not be among all the others yet.
+/// `active` is null if nothing was started. NetworkManager's list may not contain it yet.
 void NetworkManagerProfiles::startAnswered(const std::string& uuid, unsigned number,
                                            NMActiveConnection* active) {
     const auto found = starts.find(uuid);
@@ -266,7 +266,7 @@ void NetworkManagerProfiles::startAnswered(const std::string& uuid, unsigned num
         return;
     auto* client = networkManager.running();
     if (found->second.stopIsWanted && active != nullptr && client != nullptr)
-        // It counts as going down until NetworkManager has taken note, which the answer tells.
+        // The status is disconnecting until NetworkManager has answered.
         deactivate(client, active, [this, uuid, number] { endStart(uuid, number); });
     else
         endStart(uuid, number);
@@ -288,7 +288,7 @@ void NetworkManagerProfiles::stop(const std::string& uuid) {
         if (one == uuid)
             deactivate(client, active, [] {});
     });
-    // The application may be about to end.
+    // The application may be about to exit.
     networkManager.flush();
     networkManager.tunnelsChanged();
 }
@@ -311,7 +311,7 @@ void NetworkManagerProfiles::deactivate(NMClient* client, NMActiveConnection* ac
         }));
 }
 
-/// Asks once more: what was asked before is answered before.
+/// Repeats each request and waits for the reply, because NetworkManager answers requests in order.
 void NetworkManagerProfiles::waitForStops(Duration longest) const {
     auto* client = networkManager.running();
     if (client == nullptr)
@@ -343,7 +343,7 @@ std::map<std::string, NEVPNStatus> NetworkManagerProfiles::tunnels() const {
     return found;
 }
 
-// What has changed
+// Changes
 
 void NetworkManagerProfiles::changed(const NetworkManagerClient::Changes& changes) {
     if (changes.configurations)

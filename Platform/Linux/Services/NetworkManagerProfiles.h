@@ -9,26 +9,26 @@
 
 namespace quoxelin {
 
-/// NetworkManager's VPN connections, by their UUIDs, and the tunnels behind them. What was asked
-/// for is answered also when this object, or NetworkManager, is gone by then. Main thread only.
+/// NetworkManager's VPN connections, by UUID, and their tunnels. Requests are always answered, even
+/// if this object or NetworkManager is gone by then. Main thread only.
 class NetworkManagerProfiles final : public std::enable_shared_from_this<NetworkManagerProfiles> {
   public:
     using Added = Completion<std::string, Error>;
 
-    /// Both are called from the event loop.
+    /// Both functions are called from the event loop.
     static std::shared_ptr<NetworkManagerProfiles> make(std::function<void()> statusChanged,
                                                         std::function<void()> configurationChanged);
 
     NetworkManagerClient& client() { return networkManager; }
 
-    /// The connections that this user may see, in NetworkManager's order; an error when it does not
-    /// run.
+    /// The connections that this user may see, in NetworkManager's order. An error if
+    /// NetworkManager is not running.
     void all(Completion<std::vector<std::string>, Error> completion);
 
-    /// An error when it is not there.
+    /// An error if the connection does not exist.
     Result<VPNProfile, Error> read(const std::string& uuid) const;
 
-    /// Adds a connection of this user's own, which is only started on demand.
+    /// Adds a connection that belongs to this user and is only started on demand.
     void add(const VPNProfile& profile, Added completion);
     void update(const std::string& uuid, const VPNProfile& profile,
                 PreferencesCompletion completion);
@@ -37,20 +37,20 @@ class NetworkManagerProfiles final : public std::enable_shared_from_this<Network
     /// A raw `NEVPNStatus`.
     int status(const std::string& uuid) const;
 
-    /// As `NEVPNConnection` does it.
+    /// Like `NEVPNConnection`.
     Result<void, Error> start(const std::string& uuid);
     void stop(const std::string& uuid);
 
-    /// Waits, without serving the event loop, for NetworkManager to answer the stops asked for, so
-    /// long at most for all. It refuses what a process asks that is gone when it comes to look.
-    /// Without what is to be stopped once it has come up.
+    /// Waits for NetworkManager to answer the stop requests, at most `longest` in total, without
+    /// serving the event loop. NetworkManager drops requests whose sender has exited. Stops that
+    /// are deferred until a connection is up are not included.
     void waitForStops(Duration longest) const;
 
   private:
     /// A start that NetworkManager has not answered yet.
     struct Start {
         unsigned number = 0;
-        /// It is to be stopped as soon as there is something to stop.
+        /// Stop it as soon as there is something to stop.
         bool stopIsWanted = false;
     };
 
@@ -73,9 +73,9 @@ class NetworkManagerProfiles final : public std::enable_shared_from_this<Network
     std::function<void()> configurationChanged;
     std::map<std::string, Start> starts;
     unsigned startCount = 0;
-    /// The objects on the bus whose end NetworkManager was asked for and has not answered.
+    /// D-Bus paths of the connections that NetworkManager was asked to stop, until it answers.
     std::multiset<std::string> stops;
-    /// All that is not disconnected, as it was told last.
+    /// The last reported statuses other than disconnected.
     std::map<std::string, NEVPNStatus> told;
 };
 

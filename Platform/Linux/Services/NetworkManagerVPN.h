@@ -11,30 +11,30 @@ class Bus;
 class NetworkManagerProfiles;
 class NotificationCenter;
 
-/// NetworkManager's VPN connections as the application's VPN preferences. Completions come on the
+/// NetworkManager's VPN connections as the application's VPN preferences. Completions run on the
 /// main thread.
 ///
-/// NetworkManager need not run: then nothing can be loaded, which is an error, and once it runs, or
-/// runs again, that is told as a change of the configurations and of the status.
+/// While NetworkManager is not running, loading fails. When it starts, that is reported as a change
+/// of the configurations and the status.
 class NetworkManagerVPN final : public NetworkExtension {
   public:
-    /// NetworkManager is looked for on that bus, which lives longer, as does the notification
-    /// centre, where the two notifications are posted.
+    /// The bus on which to find NetworkManager and the notification center that receives both
+    /// notifications must outlive this object.
     NetworkManagerVPN(NotificationCenter& notificationCenter, Bus& systemBus);
     ~NetworkManagerVPN() override;
 
     void loadAllFromPreferences(Completion<Managers, Error> completion) override;
     std::shared_ptr<NETunnelProviderManager> makeTunnelProviderManager() override;
 
-    /// For the end of the process: waits so long at most for NetworkManager to take note of the
-    /// stops asked for, which would be lost otherwise.
+    /// Call this before the process ends: waits at most `longest` for NetworkManager to accept the
+    /// stop requests, which would otherwise be lost.
     void waitForStops(Duration longest) const;
 
   private:
     void busChanged();
 
     Bus& systemBus;
-    /// First, because what comes next refers to it and outlives this object.
+    /// Declared first because the members below refer to it and may outlive this object.
     Lifetime lifetime;
     std::shared_ptr<NetworkManagerProfiles> profiles;
     Subscription busObservation;

@@ -8,10 +8,10 @@ namespace {
 
 constexpr const char* transactionInterface = "org.freedesktop.PackageKit.Transaction";
 
-/// How a transaction may have finished.
+/// PackageKit's exit codes.
 constexpr std::uint32_t exitSuccess = 1;
-constexpr std::uint32_t exitCancelled = 3;
-constexpr std::uint32_t exitCancelledByPriority = 9;
+constexpr std::uint32_t exitCanceled = 3;
+constexpr std::uint32_t exitCanceledByPriority = 9;
 
 } // namespace
 
@@ -36,8 +36,8 @@ PackageKitTransaction::PackageKitTransaction(Bus& bus, const char* method, Bus::
 }
 
 void PackageKitTransaction::follow() {
-    if (isCancelled)
-        return end(Outcome::Kind::cancelled);
+    if (isCanceled)
+        return end(Outcome::Kind::canceled);
     signals = bus.match("type='signal',sender='" + std::string(service) + "',path='" + path +
                             "',interface='" + transactionInterface + "'",
                         [this](auto* signal) { receive(signal); });
@@ -47,7 +47,7 @@ void PackageKitTransaction::follow() {
         [this] { call(method, arguments, [] {}); });
 }
 
-/// The reply to a task may wait for the user; its outcome comes as signals.
+/// The task's reply may wait for the user; its outcome arrives as signals.
 void PackageKitTransaction::call(const char* name, const Bus::Writer& write,
                                  std::function<void()> succeeded) {
     question = bus.call(
@@ -62,7 +62,7 @@ void PackageKitTransaction::call(const char* name, const Bus::Writer& write,
 }
 
 void PackageKitTransaction::cancel() {
-    isCancelled = true;
+    isCanceled = true;
     if (!path.empty())
         bus.call({service, path.c_str(), transactionInterface, "Cancel"}, nullptr, nullptr)
             .cancel();
@@ -90,13 +90,13 @@ void PackageKitTransaction::receive(sd_bus_message* signal) {
 void PackageKitTransaction::receiveEnd(std::uint32_t exit) {
     if (exit == exitSuccess)
         end(Outcome::Kind::succeeded);
-    else if (exit == exitCancelled || exit == exitCancelledByPriority)
-        end(Outcome::Kind::cancelled);
+    else if (exit == exitCanceled || exit == exitCanceledByPriority)
+        end(Outcome::Kind::canceled);
     else
         end(Outcome::Kind::failed);
 }
 
-/// Last of all, as it may destroy this object.
+/// Must come last because it may destroy this object.
 void PackageKitTransaction::end(Outcome::Kind kind) {
     if (const auto once = std::exchange(ended, nullptr))
         once({kind, packages, error.empty() ? "The package service gave no reason." : error});

@@ -4,30 +4,30 @@
 
 namespace quoxelin {
 
-/// One task of the package service, a transaction with one method, followed until it ends. Once
-/// destroyed it calls nothing more. Main thread only.
+/// One task of PackageKit: a transaction with one method call, followed until it ends. A destroyed
+/// transaction does not call back. Main thread only.
 class PackageKitTransaction {
   public:
     static constexpr const char* service = "org.freedesktop.PackageKit";
 
     struct Outcome {
-        enum class Kind { succeeded, cancelled, failed };
+        enum class Kind { succeeded, canceled, failed };
         Kind kind;
-        /// The packages it was about: "name;version;architecture;data".
+        /// The packages found: "name;version;architecture;data".
         std::vector<std::string> packages;
-        /// Why it failed.
+        /// Why the task failed.
         std::string error;
     };
 
-    /// Begins at once. `ended` is called once, later, and may destroy the transaction. The service
-    /// asks polkit, and polkit the user, where the task needs it.
+    /// Starts at once. `ended` is called once, later, and may destroy the transaction. PackageKit
+    /// asks polkit if the task needs authorization, and polkit may ask the user.
     PackageKitTransaction(Bus& bus, const char* method, Bus::Writer arguments,
                           std::function<void(const Outcome&)> ended);
 
-    /// Asks the service to stop; `ended` is called when it has.
+    /// Asks PackageKit to stop; `ended` is called when it has.
     void cancel();
 
-    /// The service, or its bus, has gone: the task fails.
+    /// Call when PackageKit or its bus is gone: the task fails.
     void serviceEnded();
 
   private:
@@ -45,7 +45,7 @@ class PackageKitTransaction {
     Subscription signals;
     Subscription serviceObservation;
     std::string path;
-    bool isCancelled = false;
+    bool isCanceled = false;
     std::vector<std::string> packages;
     std::string error;
 };

@@ -42,7 +42,7 @@ PackageKitUpdates::PackageKitUpdates(Bus& bus)
       packageKit(bus, PackageKitTransaction::service, ServicePresence::Counts::runningOrActivatable,
                  [this] { presenceChanged(); }) {}
 
-/// A transaction is not told when the bus itself is gone.
+/// A transaction does not notice when the bus itself is gone.
 void PackageKitUpdates::presenceChanged() {
     if (transaction && !packageKit.isPresent())
         transaction->serviceEnded();
@@ -67,7 +67,7 @@ void PackageKitUpdates::check() {
     if (!canCheck())
         return;
     showProgress(QStringLiteral("Checking for updates..."));
-    // The lists of what there is may be old, and PackageKit does not renew them by itself.
+    // The package lists may be old, and PackageKit does not refresh them by itself.
     run(
         "RefreshCache", [](auto* message) { return sd_bus_message_append(message, "b", 0); },
         [this](const Outcome&) { lookForUpdate(); });
@@ -83,7 +83,7 @@ void PackageKitUpdates::lookForUpdate() {
 }
 
 void PackageKitUpdates::install(const std::string& packageId) {
-    // It may have been taken away meanwhile.
+    // PackageKit may have gone meanwhile.
     if (!canCheck()) {
         window->show({.text = QStringLiteral("The update could not be installed."),
                       .details = QStringLiteral("The package service is not there."),
@@ -105,7 +105,7 @@ void PackageKitUpdates::install(const std::string& packageId) {
         });
 }
 
-/// One task of the service, in place of the one before.
+/// Runs a task; it replaces the current one.
 void PackageKitUpdates::run(const char* method, const Bus::Writer& arguments,
                             std::function<void(const Outcome&)> succeeded) {
     auto ended = [this, succeeded = std::move(succeeded)](const Outcome& outcome) {
@@ -113,7 +113,7 @@ void PackageKitUpdates::run(const char* method, const Bus::Writer& arguments,
         case Outcome::Kind::succeeded:
             succeeded(outcome);
             return;
-        case Outcome::Kind::cancelled:
+        case Outcome::Kind::canceled:
             endTask();
             window.reset();
             return;

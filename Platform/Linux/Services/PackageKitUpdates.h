@@ -9,12 +9,12 @@
 
 namespace quoxelin {
 
-/// Updates of the package that this program came in, through PackageKit. A check can be made while
-/// that service is there or can be started, one at a time, and shows a window of its own from its
-/// beginning to its outcome. Main thread only.
+/// Updates this program's package through PackageKit. Checks are possible, one at a time, while
+/// PackageKit runs or can be started. A window shows each check from start to outcome. Main thread
+/// only.
 class PackageKitUpdates final : public Updates {
   public:
-    /// The system's bus, which lives longer.
+    /// The system bus must outlive this object.
     explicit PackageKitUpdates(Bus& bus);
 
     std::unique_ptr<SPUStandardUpdaterController>

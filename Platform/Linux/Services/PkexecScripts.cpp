@@ -26,8 +26,8 @@ class Script final : public NSAppleScript {
     Script(std::string pkexec, std::string commands)
         : pkexec(std::move(pkexec)), commands(std::move(commands)) {}
 
-    /// The commands go through standard input: on the command line, which every process shows, one
-    /// that ends processes by their command line would end its own shell.
+    /// Passes the commands on standard input. On the command line, which every process can see, a
+    /// command that kills processes by command line would kill its own shell.
     std::optional<std::string> executeAndReturnError() override {
         QProcess process;
         process.setStandardOutputFile(QProcess::nullDevice());
@@ -38,7 +38,7 @@ class Script final : public NSAppleScript {
         process.write(commands.data(), static_cast<qint64>(commands.size()));
         process.write("\n");
         process.closeWriteChannel();
-        // However long the user takes.
+        // Wait as long as the user takes.
         process.waitForFinished(-1);
         return outcome(process);
     }

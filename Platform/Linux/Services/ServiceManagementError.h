@@ -5,7 +5,7 @@
 
 namespace quoxelin {
 
-/// As the framework numbers them.
+/// The framework's error numbers.
 enum class ServiceErrorCode : std::int64_t {
     notPermitted = 1,
     internalFailure = 2,

@@ -7,7 +7,7 @@ namespace quoxelin {
 
 namespace {
 
-/// The bus itself answers in milliseconds; one that hangs offers no service.
+/// The bus itself answers in milliseconds. A bus that hangs offers no services.
 constexpr std::chrono::seconds busDeadline{1};
 
 const std::string fromTheBus = "type='signal',sender='org.freedesktop.DBus',member=";

@@ -6,21 +6,21 @@
 
 namespace quoxelin {
 
-/// Whether a service can be had on a bus: its name has an owner or, where that counts, the bus
-/// starts it on demand. Main thread only.
+/// Whether a bus offers a service: its name has an owner or, if that counts, the bus can start it
+/// on demand. Main thread only.
 class ServicePresence {
   public:
     enum class Counts { running, runningOrActivatable };
 
-    /// `changed` is called from the event loop whenever the answer has changed, or is first known
-    /// after the constructor. The bus lives longer.
+    /// `changed` is called from the event loop whenever the answer changes, or is first known after
+    /// construction. The bus must outlive this object.
     ServicePresence(Bus& bus, std::string service, Counts counts, std::function<void()> changed);
 
-    /// False also while it is not known yet.
+    /// Also false while the answer is unknown.
     bool isPresent() const { return present.value_or(false); }
     bool isKnown() const { return present.has_value(); }
 
-    /// Hands over the answer as soon as it is known, perhaps at once.
+    /// Passes on the answer once it is known, perhaps before returning.
     void whenKnown(std::function<void(bool isPresent)> completion);
 
   private:

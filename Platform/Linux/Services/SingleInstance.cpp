@@ -11,10 +11,11 @@ constexpr const char* applicationName = "com.quoxelin.desktop";
 constexpr const char* applicationPath = "/com/quoxelin/desktop";
 constexpr const char* applicationInterface = "org.freedesktop.Application";
 
-/// How long the bus itself may take.
+/// How long the bus itself may take to answer.
 constexpr std::chrono::milliseconds namePatience{1000};
 
-/// What the desktop told this process about the start, which the first needs to come to the front.
+/// Appends what the desktop gave this process at its start; the first instance needs it to come to
+/// the front.
 int appendPlatformData(sd_bus_message* message) {
     sd_bus_message_open_container(message, SD_BUS_TYPE_ARRAY, "{sv}");
     for (const auto& [variable, key] : {std::pair("DESKTOP_STARTUP_ID", "desktop-startup-id"),
@@ -61,8 +62,8 @@ const sd_bus_vtable SingleInstance::table[] = {
 SingleInstance::SingleInstance(Bus& bus, Requests requests)
     : bus(bus), requests(std::move(requests)) {}
 
-/// Asks for the name, without queueing for it. The object comes first: it must be there as soon as
-/// others see the name.
+/// Requests the name without queueing for it. The object is served first because it must exist as
+/// soon as others see the name.
 void SingleInstance::own() {
     isOwner.reset();
     object = bus.serveObject(applicationPath, applicationInterface, table, this);
@@ -88,7 +89,7 @@ SingleInstance::claim(const std::optional<std::string>& url, std::chrono::millis
         if (bus.isConnected())
             own();
     });
-    // The second attempt is for a first instance that has just left.
+    // The second attempt is for the case that the first instance has just exited.
     for (int attempt = 0; attempt < 2 && bus.isConnected(); ++attempt) {
         own();
         bus.serveUntil([this] { return isOwner.has_value(); }, namePatience);

@@ -6,9 +6,8 @@
 
 namespace quoxelin {
 
-/// The application as one of the session: the first to start owns the name on the session's bus,
-/// and later ones hand over what they were started for. The desktop's launchers call it, too. Main
-/// thread only.
+/// Ensures one instance per session. The first one owns a name on the session bus; later ones hand
+/// over their URL or activation to it. Desktop launchers call it, too. Main thread only.
 class SingleInstance {
   public:
     struct Requests {
@@ -18,15 +17,14 @@ class SingleInstance {
         std::function<void()> activate;
     };
 
-    /// The session's bus, which lives longer. Without a bus that answers, later starts are not
-    /// noticed until there is one.
+    /// The session bus must outlive this object. Until it answers, later starts are not noticed.
     SingleInstance(Bus& bus, Requests requests);
 
     enum class Role { first, follower };
 
-    /// Claims the name, before the event loop runs. A follower has handed over the URL, or asked
-    /// the first to come to the front when there is none, before this returns. An error is a text
-    /// for people: the first did not answer within `patience`.
+    /// Claims the name before the event loop runs. If another instance owns it, it has received the
+    /// URL, or without a URL the request to come to the front, when this returns. An error is a
+    /// readable text: the first instance did not answer within `patience`.
     Result<Role, std::string> claim(const std::optional<std::string>& url,
                                     std::chrono::milliseconds patience);
 
@@ -41,7 +39,7 @@ class SingleInstance {
     Requests requests;
     Subscription object;
     Subscription ownership;
-    /// Whether the name is ours; absent while the bus has not said so.
+    /// Whether we own the name; absent until the bus has answered.
     std::optional<bool> isOwner;
     Subscription busObservation;
 };

@@ -5,10 +5,10 @@
 
 namespace quoxelin {
 
-/// What the desktop and the system bus start on the application's behalf.
+/// What the desktop and the system bus start for the application.
 class StartedServices final : public ServiceManagement {
   public:
-    /// The system's bus and the helper's presence on it live longer.
+    /// The system bus and the helper's presence on it must outlive this object.
     StartedServices(std::filesystem::path bundle, Bus& bus, ServicePresence& helper)
         : bundle(std::move(bundle)), bus(bus), helper(helper) {}
 

@@ -5,7 +5,7 @@
 
 namespace quoxelin {
 
-/// The small window in which an update is looked for, offered and installed. Main thread only.
+/// The small window in which updates are checked, offered and installed. Main thread only.
 class UpdateWindow final {
   public:
     UpdateWindow();
@@ -14,15 +14,15 @@ class UpdateWindow final {
         QString text;
         /// The second, smaller paragraph.
         QString details = {};
-        /// Leads on, when it is set.
+        /// The label of the button that continues; empty for none.
         QString action = {};
         std::function<void()> onAction = {};
-        /// Closes the window.
+        /// The label of the button that closes the window.
         QString dismissal = {};
         std::function<void()> onDismissal = {};
     };
 
-    /// Shows the content in place of the one before, in front of other windows.
+    /// Replaces the content and brings the window to the front.
     void show(const Content& content);
 
   private:

@@ -16,7 +16,7 @@ std::optional<std::string> toOptional(const char* text) {
     return text;
 }
 
-/// D-Bus carries nothing but valid UTF-8.
+/// D-Bus accepts only valid UTF-8.
 std::string valid(const std::string& text) {
     const GText made(g_utf8_make_valid(text.c_str(), static_cast<gssize>(text.size())));
     return made.get();

@@ -6,26 +6,26 @@
 
 namespace quoxelin {
 
-/// What a VPN configuration says, as the application sees it, and how NetworkManager keeps it: the
-/// localized description is the connection's id, the provider's bundle identifier its VPN service,
-/// and the rest are items of the VPN's data.
+/// A VPN configuration as the application sees it. NetworkManager stores the localized description
+/// as the connection's id, the provider's bundle identifier as its VPN service, and the rest as
+/// items of the VPN's data.
 struct VPNProfile {
     std::optional<std::string> localizedDescription;
     bool isEnabled = false;
     std::shared_ptr<NEVPNProtocol> protocol;
 
-    /// With a protocol object of its own.
+    /// A copy with a separate protocol object.
     VPNProfile copy() const;
 
-    /// What a connection of type VPN says. One that says nothing of being enabled can be started
-    /// from everywhere else, so it is.
+    /// Reads a connection of type VPN. Enabled unless marked otherwise: other programs can start it
+    /// anyway.
     static VPNProfile of(NMConnection* connection);
 
-    /// Makes the connection, of type VPN, say this. What is not told of here stays as it is.
+    /// Writes this to a connection of type VPN. Everything else in it stays as it is.
     void writeTo(NMConnection* connection) const;
 };
 
-/// An error of the VPN preferences, or of the tunnel behind one.
+/// An error of the VPN preferences or of a tunnel.
 Error vpnError(NEVPNError code, const std::string& description);
 
 } // namespace quoxelin

@@ -58,7 +58,7 @@ SMAppServiceStatus XdgAutostart::current() const {
     return isOff ? SMAppServiceStatus::requiresApproval : SMAppServiceStatus::enabled;
 }
 
-/// Whole or not at all: a program that reads it meanwhile finds the old one.
+/// Replaces the file as a whole, so that readers never see a partial one.
 Result<void, Error> XdgAutostart::write() const {
     GFailure failure;
     char* text = nullptr;

@@ -6,13 +6,13 @@
 
 namespace quoxelin {
 
-/// The application as a desktop entry in the user's autostart directory, copied from the one in the
-/// bundle. An entry that has been switched off in the desktop's settings (Hidden, or
-/// X-GNOME-Autostart-enabled=false) requires approval and is left alone; one that is missing is not
-/// registered. Every call answers at once.
+/// The application as a desktop entry in the user's autostart directory, copied from the bundle. An
+/// entry that was disabled in the desktop's settings (Hidden, or X-GNOME-Autostart-enabled=false)
+/// requires approval and is left alone. A missing entry is not registered. Every call answers at
+/// once.
 class XdgAutostart final : public SMAppService {
   public:
-    /// The one that the desktop reads.
+    /// The directory that the desktop reads.
     static std::filesystem::path userDirectory();
 
     explicit XdgAutostart(const std::filesystem::path& bundle,

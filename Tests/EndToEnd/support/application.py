@@ -1,5 +1,5 @@
-"""Starts the application in an environment that it shares with nothing else, steers it and reads its
-log; see docs/simulation.md."""
+"""Starts the application in a private environment, steers it, reads its log; see
+docs/simulation.md."""
 
 import datetime
 import os
@@ -17,7 +17,7 @@ LINE = re.compile(r"\[(\w+)\] (\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3}) (.*)", re.
 
 
 class LogLine:
-    """One entry of the application's log; one of several lines is one entry."""
+    """One entry of the application's log, which may have several lines."""
 
     def __init__(self, text: str):
         self.text = text
@@ -35,8 +35,8 @@ class LogLine:
 
 
 def surroundings(home: pathlib.Path) -> dict[str, str]:
-    """An environment in which nothing of this machine's user is seen or changed: no display, no
-    session bus, every directory below `home`."""
+    """An environment that neither shows nor changes anything of this machine's user: no display, no
+    session bus, all directories below `home`."""
     environment = {
         name: value
         for name, value in os.environ.items()
@@ -80,7 +80,7 @@ class Application(SteeredProcess):
     program = "quoxelin-desktop-sim"
 
     def __init__(self, socket: str, *arguments: str, environment: dict[str, str] | None = None):
-        # Not the test's own directory: paths of sockets have to be short.
+        # A directory with a short path, because socket paths must be short.
         self.home = pathlib.Path(tempfile.mkdtemp(prefix="qxapp-"))
         self.environment = surroundings(self.home) | (environment or {})
         self.log_path = application_support(self.home) / "Quoxelin" / "app.log"
@@ -102,7 +102,7 @@ class Application(SteeredProcess):
     # The log
 
     def log(self) -> list[LogLine]:
-        """What the log holds; a last line still being written is left out."""
+        """The log's entries; a last line that is still being written is left out."""
         if not self.log_path.exists():
             return []
         entries = []
@@ -118,7 +118,7 @@ class Application(SteeredProcess):
 
     def wait_log(self, text: str, count: int = 1, after: LogLine | None = None,
                  deadline: float = DEADLINE) -> LogLine:
-        """Waits for the `count`-th "[Category] message" of the log, after an entry if one is given."""
+        """Waits for the `count`-th "[Category] message" in the log, after `after` if given."""
         end = time.monotonic() + deadline
         while True:
             over = not self.is_running() or time.monotonic() > end
@@ -134,17 +134,17 @@ class Application(SteeredProcess):
                     f"{len(found)} of {count} {text!r} in the log:\n{so_far}\n{self.standard_error}")
             time.sleep(0.01)
 
-    # What a person does and sees
+    # What the user does and sees
 
     def show_panel(self) -> None:
-        """Clicks the icon in the menu bar, once it is there."""
+        """Clicks the icon in the menu bar once it is there."""
         self.wait_log("[App] Setting up Menu Bar...")
         if not self.do("panel")["visible"]:
             self.do("click-status-item")
         self.wait(panel_visible=1)
 
     def text(self) -> str:
-        """The texts on the screen, a line each, in double quotes."""
+        """The texts on the screen, one per line, in double quotes."""
         return "\n".join(f'"{text}"' for text in self.do("text")["texts"])
 
     def wait_text(self, *parts: str, without: tuple[str, ...] = (), deadline: float = DEADLINE) -> str:
@@ -160,7 +160,7 @@ class Application(SteeredProcess):
             time.sleep(0.01)
 
     def press(self, label: str) -> None:
-        """Clicks what bears this accessibility label."""
+        """Clicks the element with this accessibility label."""
         self.do("press", label=label)
 
     def snapshot(self, path: pathlib.Path) -> None:

@@ -1,5 +1,5 @@
-"""A machine of its own within this one, with the stock system bus, polkitd and NetworkManager, in
-which the product is installed; see Tests/EndToEnd/box."""
+"""A separate machine within this one, with the stock system bus, polkitd and NetworkManager, and
+the product installed; see Tests/EndToEnd/box."""
 
 import contextlib
 import os
@@ -18,12 +18,12 @@ from .steered import DEADLINE, SteeredProcess, SteeringError
 HERE = pathlib.Path(__file__).resolve().parents[1] / "box"
 TESTER, STRANGER = "tester", "stranger"
 USERS = {"root": 0, TESTER: 4321, STRANGER: 4322}
-# Until a box stands: the product is installed into it.
+# How long it may take to set up a box, including the product's installation.
 INSTALL_DEADLINE = 60.0
 PROGRAMS = ("unshare", "nsenter", "setpriv", "dbus-daemon", "/usr/lib/polkit-1/polkitd",
             "/usr/sbin/NetworkManager", "nm-online", "ip")
 
-# What somebody who sits at the machine may do without a question.
+# What a user at the screen may do without being asked.
 ALLOWED = (
     ("org.freedesktop.NetworkManager.network-control", TESTER, "yes"),
     ("org.freedesktop.NetworkManager.settings.modify.own", TESTER, "yes"),
@@ -32,7 +32,7 @@ ALLOWED = (
 
 
 def why_not() -> str | None:
-    """Why there can be no box on this machine; None when there can."""
+    """Why there can be no box on this machine; None if there can be one."""
     missing = [name for name in PROGRAMS if not shutil.which(name)]
     if missing:
         return "not installed: " + ", ".join(missing)
@@ -47,7 +47,7 @@ def why_not() -> str | None:
 
 
 def wait_until(condition, what: str, deadline: float = DEADLINE):
-    """Waits until `condition` answers something that counts as true, and answers it."""
+    """Waits until `condition` returns a true value, and returns it."""
     end = time.monotonic() + deadline
     while True:
         over = time.monotonic() > end
@@ -60,8 +60,7 @@ def wait_until(condition, what: str, deadline: float = DEADLINE):
 
 
 def program_pid(process: subprocess.Popen) -> int:
-    """Waits for the program that `Box.command` names to run. The process that was started only waits
-    for it."""
+    """Waits for the program that `Box.command` names; the started process only waits for it."""
 
     def find() -> int | None:
         if process.poll() is not None:
@@ -99,7 +98,7 @@ class SteeredInBox(SteeredProcess):
 
 
 class BoxProcess:
-    """A program that runs in the box. What it writes is in `output`, a file of the box."""
+    """A program that runs in the box and writes to `output`, a file of the box."""
 
     def __init__(self, command: list[str], output: pathlib.Path):
         self.output = output
@@ -115,11 +114,11 @@ class BoxProcess:
     def send_signal(self, number: int) -> None:
         if not self.is_running():
             return
-        # It is gone a moment before what waits for it.
+        # The program exits shortly before the process that waits for it.
         with contextlib.suppress(ProcessLookupError):
             os.kill(self.pid, number)
         if number in (signal.SIGKILL, signal.SIGCONT):
-            # What waits for a program stops and goes on with it.
+            # The waiting process stops and continues together with its program.
             self._process.send_signal(signal.SIGCONT)
 
     def exit_code(self, deadline: float = DEADLINE) -> int:
@@ -129,7 +128,7 @@ class BoxProcess:
             raise SteeringError(f"{self.output.name}: not ended within {deadline} s") from None
 
     def end(self, number: int = signal.SIGTERM) -> int:
-        """Ends it, if it still runs; SteeringError when it had to be killed."""
+        """Ends the program if it still runs; raises SteeringError if it had to be killed."""
         self.send_signal(number)
         try:
             return self.exit_code()
@@ -148,7 +147,7 @@ class Box:
     """
 
     def __init__(self, *install: str | os.PathLike):
-        """`install` is a command that is run in the box, as root, before anything else."""
+        """`install` is a command that runs in the box as root before anything else."""
         self._install = [str(part) for part in install]
         self._processes: dict[str, BoxProcess] = {}
 
@@ -187,11 +186,11 @@ class Box:
     # Files
 
     def path(self, inside: str) -> pathlib.Path:
-        """Where this process finds a file of the box. An absolute link leads out of the box."""
+        """Where this process finds a file of the box. Absolute links lead out of the box."""
         return pathlib.Path(f"/proc/{self.pid}/root{inside}")
 
     def read(self, inside: str) -> str:
-        """A file's text; empty when there is none."""
+        """A file's text; empty if the file does not exist."""
         try:
             return self.path(inside).read_text("utf-8", "replace")
         except FileNotFoundError:
@@ -204,7 +203,7 @@ class Box:
 
     def command(self, *command: str | os.PathLike, user: str = "root",
                 environment: dict[str, str] | None = None) -> list[str]:
-        """The command line that has a command run in the box by that user, in a clean environment."""
+        """The command line that runs a command in the box as that user, in a clean environment."""
         number = USERS[user]
         home = "/root" if user == "root" else f"/home/{user}"
         variables = {"PATH": "/usr/local/bin:/usr/bin:/bin", "HOME": home, "USER": user,
@@ -225,7 +224,7 @@ class Box:
     def run(self, *command: str | os.PathLike, user: str = "root", check: bool = True,
             environment: dict[str, str] | None = None, stdin: str = "",
             deadline: float = DEADLINE) -> str:
-        """Has a command run and answers what it wrote; SteeringError when it fails."""
+        """Runs a command and returns its output; raises SteeringError if it fails."""
         done = self.try_run(*command, user=user, environment=environment, stdin=stdin,
                             deadline=deadline)
         if check and done.returncode != 0:
@@ -235,14 +234,14 @@ class Box:
     def try_run(self, *command: str | os.PathLike, user: str = "root",
                 environment: dict[str, str] | None = None, stdin: str = "",
                 deadline: float = DEADLINE) -> subprocess.CompletedProcess:
-        """Has a command run; the answer has its returncode, stdout and stderr."""
+        """Runs a command and returns an object with its returncode, stdout and stderr."""
         return subprocess.run(
             self.command(*command, user=user, environment=environment), input=stdin,
             capture_output=True, text=True, timeout=deadline, env={}, cwd="/")
 
     def start(self, name: str, *command: str | os.PathLike, user: str = "root",
               environment: dict[str, str] | None = None) -> BoxProcess:
-        """Starts a program, which may then be found under that name, and its output in logs()."""
+        """Starts a program. Use the name to find the program later, and its output in logs()."""
         if name in self._processes and self._processes[name].is_running():
             raise SteeringError(f"{name} runs already")
         process = BoxProcess(self.command(*command, user=user, environment=environment),
@@ -254,7 +253,7 @@ class Box:
         return self._processes[name]
 
     def pids(self, pattern: str) -> list[int]:
-        """The processes, zombies not, whose command line has the pattern; numbers of this side."""
+        """The matching processes without zombies; their ids are those outside the box."""
         namespace = os.readlink(f"/proc/{self.pid}/ns/pid")
         found = []
         for entry in pathlib.Path("/proc").glob("[0-9]*"):
@@ -268,10 +267,10 @@ class Box:
                 found.append(int(entry.name))
         return found
 
-    # The person at the machine
+    # The user at the screen
 
     def answer(self, action: str, user: str, answer: str) -> None:
-        """What polkit answers from now on, for actions that begin like this: yes, no, auth_admin..."""
+        """Sets polkit's answer for actions with this prefix: yes, no, auth_admin..."""
         lines = [line for line in self.read("/run/box/polkit").splitlines()
                  if line.split()[:2] != [action, user]]
         self.write("/run/box/polkit", "\n".join([f"{action} {user} {answer}", *lines]) + "\n")
@@ -285,7 +284,7 @@ class Box:
     # Services
 
     def start_services(self) -> None:
-        """The system bus, polkitd and NetworkManager, connected to the network outside."""
+        """Starts the system bus, polkitd and NetworkManager, connected to a network outside."""
         self.start_bus()
         self.start_polkit()
         self.start_network_manager()
@@ -314,7 +313,7 @@ class Box:
         return bus
 
     def wait_socket(self, inside: str) -> None:
-        """Waits until somebody listens on that socket."""
+        """Waits until a process listens on that socket."""
 
         def is_served() -> bool:
             with socket.socket(socket.AF_UNIX) as client:
@@ -323,13 +322,13 @@ class Box:
         wait_until(is_served, inside)
 
     def wait_name(self, name: str, deadline: float = DEADLINE) -> None:
-        """Waits until somebody owns that name of the system bus."""
+        """Waits until that name on the system bus has an owner."""
         self.run("gdbus", "wait", "--system", f"--timeout={int(deadline)}", name, deadline=deadline + 1)
 
-    # When a test has failed
+    # After a failed test
 
     def logs(self) -> dict[str, str]:
-        """What the programs of the box wrote, and the application's log, by name."""
+        """The outputs of the box's programs and the application's log, by name."""
         texts = {path.name: path.read_text("utf-8", "replace")
                  for path in sorted(self.path("/run/box").glob("*.log"))}
         for user in (TESTER, STRANGER):

@@ -1,5 +1,5 @@
-"""Message buses of a test's own, and services on them that come and go; nothing of this machine's
-buses is seen or changed."""
+"""Private message buses, and services on them that come and go; this machine's buses are not
+used."""
 
 import os
 import pathlib
@@ -27,7 +27,7 @@ CONFIGURATION = """<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Con
 
 
 class Bus:
-    """A bus, "session" or "system", that does not run yet; it has no services that it would start.
+    """A "session" or "system" bus that is not running yet and has no activatable services.
 
         with Bus("session") as bus:
             bus.start()
@@ -69,8 +69,8 @@ class Bus:
 
     def mock(self, name: str, path: str = "/", interface: str | None = None,
              template: str | None = None, methods: dict[str, tuple[str, str, str]] | None = None):
-        """Puts a service on the bus: one of python-dbusmock's templates, or one with these methods,
-        each with its signatures, in and out, and the Python that works out `ret`."""
+        """Puts a service on the bus: one of python-dbusmock's templates, or one with these methods.
+        Each method has its signatures, in and out, and the Python code that computes `ret`."""
         what = ["--template", template] if template else [name, path, interface or name]
         log = open(self._home / f"{name}.calls", "wb")
         self._mocks[name] = subprocess.Popen(
@@ -88,11 +88,11 @@ class Bus:
         _end(self._mocks.pop(name))
 
     def calls(self, name: str) -> list[str]:
-        """What that service was asked, a line each."""
+        """The calls that the service has received, one per line."""
         return (self._home / f"{name}.calls").read_text("utf-8", "replace").split("\n")[:-1]
 
     def wait_call(self, name: str, *parts: str) -> str:
-        """Waits for a call of that service that has all the parts in its line."""
+        """Waits for a call of that service whose line contains all parts."""
         found = []
 
         def arrived():
@@ -119,7 +119,7 @@ class Bus:
 
 
 class HungBus(Bus):
-    """A socket in the place of a bus: it takes connections and never answers."""
+    """Replaces a bus by a socket that accepts connections and never answers."""
 
     def __enter__(self):
         self._listener = socket.socket(socket.AF_UNIX)

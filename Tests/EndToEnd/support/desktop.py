@@ -1,5 +1,4 @@
-"""A desktop of its own: an X server that nobody sees, a window manager, a session bus, and trays
-that come and go."""
+"""A private desktop: an invisible X server, a window manager, a session bus, and several trays."""
 
 import ctypes
 import os
@@ -13,7 +12,7 @@ from .steered import DEADLINE, SteeringError
 
 WIDTH, HEIGHT = 1024, 700
 
-# The panel has nothing but a tray, at the upper left.
+# A panel at the upper left that contains only a tray.
 XFCE_PANEL = """<?xml version="1.0" encoding="UTF-8"?>
 <channel name="xfce4-panel" version="1.0">
   <property name="configver" type="int" value="2"/>
@@ -36,10 +35,10 @@ XFCE_PANEL = """<?xml version="1.0" encoding="UTF-8"?>
 """
 
 TRAYS = {
-    # The older kind, which windows are embedded in; a tray as wide as its icons, upper right.
+    # An XEmbed tray, as wide as its icons, at the upper right.
     "trayer": ["trayer", "--edge", "top", "--align", "right", "--SetDockType", "true",
                "--height", "24", "--widthtype", "request"],
-    # The newer kind, which asks for items over the session bus.
+    # A StatusNotifierItem tray, which finds items on the session bus.
     "xfce4-panel": ["xfce4-panel", "--disable-wm-check"],
 }
 READY = {
@@ -83,7 +82,7 @@ class Screen:
         return self._x11.XCreateSimpleWindow(self._display, self._root, 0, 0, 1, 1, 0, 0, 0)
 
     def is_framed(self, window: int) -> bool:
-        """Asks for the window to be shown; whether a window manager did so."""
+        """Tries to show the window; returns whether a window manager did so."""
         self._x11.XMapWindow(self._display, window)
         root, parent, children = ctypes.c_ulong(), ctypes.c_ulong(), ctypes.c_void_p()
         self._x11.XQueryTree(self._display, window, ctypes.byref(root), ctypes.byref(parent),
@@ -100,7 +99,7 @@ class Screen:
         self._x11.XCloseDisplay(self._display)
 
     def pixels(self, x: int, y: int, width: int, height: int) -> bytes:
-        """Four bytes a pixel: blue, green, red, nothing."""
+        """Four bytes per pixel: blue, green, red, unused."""
         image = self._x11.XGetImage(
             self._display, self._root, x, y, width, height, self.ALL_PLANES, self.Z_PIXMAP)
         size = image.contents.bytes_per_line * height
@@ -150,7 +149,7 @@ class Desktop:
         binaries = self.home / "bin"
         binaries.mkdir()
         self.opened = self.home / "opened"
-        # The browser of this desktop writes down what it is asked to open.
+        # This desktop's browser records what it is asked to open.
         browser = binaries / "browser"
         browser.write_text(f'#!/bin/sh\nprintf "%s\\n" "$1" >>{self.opened}\n')
         browser.chmod(0o755)
@@ -181,7 +180,7 @@ class Desktop:
                          ["dbus-daemon", "--session", "--nofork", "--print-address={}"])
         self.screen = Screen(self.environment["DISPLAY"])
         self._spawn(["openbox"])
-        # What is shown while the window manager starts may stay out of sight for good.
+        # A window that is shown while the window manager starts may stay invisible for good.
         window = self.screen.new_window()
         self.await_that(lambda: self.screen.is_framed(window), "window manager")
         self.screen.destroy(window)
@@ -194,7 +193,7 @@ class Desktop:
         return process
 
     def _spawn_told(self, variable: str, command: list[str]):
-        """Starts a program that tells where it is to be found on the descriptor "{}"."""
+        """Starts a program that writes its display or address to the descriptor "{}"."""
         reader, writer = os.pipe()
         self._spawn([part.replace("{}", str(writer)) for part in command], pass_fds=[writer])
         os.close(writer)
@@ -206,8 +205,8 @@ class Desktop:
     # Trays
 
     def start_tray(self, kind: str):
-        """Answers when the tray is there: one of the older kind loses an icon that comes while it
-        starts, and one of the newer kind is of the older kind as well, a moment earlier."""
+        """Returns when the tray is ready. An XEmbed tray would lose an icon that comes earlier. A
+        StatusNotifierItem tray becomes an XEmbed tray, too, a moment before it is ready."""
         if kind == "xfce4-panel":
             folder = self.home / "config/xfce4/xfconf/xfce-perchannel-xml"
             folder.mkdir(parents=True, exist_ok=True)
@@ -223,19 +222,18 @@ class Desktop:
         _end(self._trays.pop(kind))
 
     def icon_pixels(self, kind: str) -> set[bytes]:
-        """The colors where the icon of the first item is."""
+        """The colors at the first item's icon."""
         x, y = ICONS[kind]
         pixels = self.screen.pixels(x - 8, y - 8, 16, 16)
         return {pixels[i:i + 3] for i in range(0, len(pixels), 4)}
 
     def around_icon(self, kind: str) -> bytes:
-        """What is shown beside the icon and below it, where its menu opens."""
+        """The area beside and below the icon, where its menu opens."""
         x, _ = ICONS[kind]
         return self.screen.pixels(max(0, min(x - 60, WIDTH - 120)), 34, 120, 60)
 
     def wait_icon(self, kind: str):
-        """Waits until there is a drawing where the icon belongs, dark on light or light on dark,
-        that does not change any more."""
+        """Waits until the icon shows a drawing, light on dark or dark on light, and is stable."""
         def shows_icon():
             colors = self.icon_pixels(kind)
             brightness = [sum(color) for color in colors]
@@ -248,7 +246,7 @@ class Desktop:
         self.await_that(shows_icon, f"icon in {kind}")
 
     def _items(self) -> str:
-        """The items that the newer kind of tray knows; empty without such a tray."""
+        """The items in the StatusNotifierItem tray; empty without such a tray."""
         watcher = "org.kde.StatusNotifierWatcher"
         asked = subprocess.run(
             ["dbus-send", "--session", "--print-reply=literal", f"--dest={watcher}",
@@ -260,7 +258,7 @@ class Desktop:
     def wait_no_icon(self, kind: str):
         self.await_that(lambda: len(self.icon_pixels(kind)) == 1, f"end of the icon in {kind}")
 
-    # Hands
+    # Input
 
     def _xdotool(self, *arguments):
         subprocess.run(["xdotool", *map(str, arguments)], env=self.environment, check=True,
@@ -278,7 +276,7 @@ class Desktop:
     def keys(self, *names: str):
         self._xdotool("key", "--delay", 30, *names)
 
-    # Eyes
+    # Output
 
     def shows_window_of(self, pid: int) -> bool:
         searched = subprocess.run(["xdotool", "search", "--onlyvisible", "--pid", str(pid)],
@@ -286,7 +284,7 @@ class Desktop:
         return bool(searched.stdout.strip())
 
     def shows_card_at(self, x: int, y: int) -> bool:
-        """Whether the light ground of a card is painted there."""
+        """Whether the light background of a card is painted there."""
         return min(self.screen.pixels(x, y, 1, 1)[:3]) > 0xF0
 
     def await_that(self, holds, what: str, deadline: float = DEADLINE):

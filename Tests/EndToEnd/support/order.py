@@ -1,8 +1,8 @@
-"""Asserts about what came in which order."""
+"""Assertions about the order of entries."""
 
 
 def assert_in_order(entries, *expected):
-    """Each of `expected` is among `entries`, in this order; others may stand between."""
+    """Expects each of `expected` in `entries`, in this order; others may lie between them."""
     rest = iter(entries)
     for one in expected:
         assert any(entry == one for entry in rest), (

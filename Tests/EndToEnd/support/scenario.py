@@ -9,7 +9,7 @@ JAIL_REASON = "Disk encryption is off on this device."
 
 
 def play(sim: Sim, application: Application, show: Callable[[str], None]) -> None:
-    """Leads the application through its states; `show` is called in each with its name."""
+    """Leads the application through its states, and calls `show` in each with its name."""
     application.wait_log("[State] HashiBus connected")
     application.show_panel()
     application.wait_text('"Login Quoxelin"')
@@ -43,7 +43,7 @@ def play(sim: Sim, application: Application, show: Callable[[str], None]) -> Non
 
 
 def log_in(sim: Sim, application: Application) -> None:
-    """Logs in as a person does: the panel's row, the page in the browser, the way back."""
+    """Logs in like a user: the panel's row, the page in the browser, the callback."""
     opened = len(application.opened_urls())
     application.press("Login Quoxelin")
     application.wait(urls=opened + 1)

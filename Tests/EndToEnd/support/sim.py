@@ -1,4 +1,4 @@
-"""Starts quoxelind-sim, steers it and listens to what it tells; see docs/simulation.md."""
+"""Starts quoxelind-sim, steers it and reads its output; see docs/simulation.md."""
 
 import os
 import pathlib
@@ -11,18 +11,18 @@ from .steered import DEADLINE, SteeredProcess, SteeringError
 
 SimError = SteeringError
 
-# The login page is on this machine, whatever proxy the environment names.
+# The login page is on this machine, so no proxy may be used.
 browser = urllib.request.build_opener(urllib.request.ProxyHandler({}))
 
 
 def build_directory() -> pathlib.Path:
-    """Where the programs under test are: QUOXELIN_BUILD_DIR, or build/release of this checkout."""
+    """The directory of the programs: QUOXELIN_BUILD_DIR, or build/release of this checkout."""
     root = pathlib.Path(__file__).resolve().parents[3]
     return root / os.environ.get("QUOXELIN_BUILD_DIR", "build/release")
 
 
 class Request:
-    """One request as quoxelind-sim received it; `bytes` is every byte of it."""
+    """One request as quoxelind-sim received it; `bytes` holds all its bytes."""
 
     def __init__(self, record: dict):
         self.index: int = record["index"]
@@ -39,7 +39,7 @@ class Request:
 
 
 class Sim(SteeredProcess):
-    """A running quoxelind-sim on a socket of its own.
+    """A running quoxelind-sim on a private socket.
 
         with Sim("--logged-in") as sim:
             sim.jail("disk not encrypted")
@@ -49,7 +49,7 @@ class Sim(SteeredProcess):
     def __init__(self, *options: str, socket: str | os.PathLike | None = None):
         self._directory = None
         if socket is None:
-            # Not the test's own directory: its path may be too long for a Unix address.
+            # The test's directory may have too long a path for a Unix address.
             self._directory = tempfile.mkdtemp(prefix="qxsim-")
             socket = os.path.join(self._directory, "d.sock")
         self.socket = str(socket)
@@ -83,15 +83,15 @@ class Sim(SteeredProcess):
         return self.do("notify", notification=notification)
 
     def raw(self, data: bytes, **members) -> dict:
-        """Sends every observer these bytes; with split and pause, in pieces."""
+        """Sends every observer these bytes; split and pause send them in pieces."""
         return self.do("raw", bytes=data.decode("latin-1"), **members)
 
     def answer_request(self, path: str, **members) -> dict:
-        """Has requests of a path answered with status, json, text, ..."""
+        """Answers requests for a path with status, json, text, ..."""
         return self.do("answer", path=path, **members)
 
     def answer_raw(self, path: str, data: bytes, **members) -> dict:
-        """Has requests of a path answered with nothing but these bytes."""
+        """Answers requests for a path with exactly these bytes."""
         return self.do("answer-raw", path=path, bytes=data.decode("latin-1"), **members)
 
     def jail(self, reason: str | None = None) -> dict:
@@ -107,11 +107,11 @@ class Sim(SteeredProcess):
         return self.do("status")
 
     def requests(self, **members) -> list[Request]:
-        """What was received, in order: since, method and path narrow it down."""
+        """The received requests in order; since, method and path filter them."""
         return [Request(record) for record in self.do("requests", **members)["requests"]]
 
     def visit_login(self) -> str:
-        """Logs in as a browser would, button and all, and answers the callback URL it is sent to."""
+        """Logs in like a browser, button included, and returns the callback URL."""
         url = self.login_url()
         if url is None:
             raise SimError("no login waits for its completion")

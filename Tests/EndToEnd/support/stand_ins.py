@@ -1,4 +1,4 @@
-"""Steers the stand-ins of the box and reads what they were asked; see Tests/EndToEnd/box/stand_ins."""
+"""Steers the stand-ins of the box and reads their records; see Tests/EndToEnd/box/stand_ins."""
 
 import errno
 import json
@@ -21,7 +21,7 @@ class Daemon:
         self._commands = 0
 
     def options(self, *words: str) -> None:
-        """Further words of the command line of the next one."""
+        """Sets more command-line options for the next one."""
         self._box.write(f"{FOLDER}/sim-options", " ".join(words))
 
     def told(self) -> list[dict]:
@@ -30,7 +30,7 @@ class Daemon:
         return [json.loads(line) for line in lines if line.startswith("{")]
 
     def do(self, do: str, **members) -> dict:
-        """Has a steering command carried out and answers its answer."""
+        """Sends a steering command and returns its answer."""
         self._commands += 1
         number = f"{os.getpid()}-{id(self)}-{self._commands}"
         command = {"do": do.replace("_", "-"), "id": number} | {
@@ -55,14 +55,14 @@ class Daemon:
         return open(pipe, "w", encoding="utf-8")
 
     def wait(self, **members) -> dict:
-        """Waits until all of it holds."""
+        """Waits until all conditions hold."""
         return self.do("wait", **({"timeout": DEADLINE} | members))
 
     def is_running(self) -> bool:
         return bool(self._box.pids(DAEMON))
 
     def end(self) -> None:
-        """Ends it, if it still runs; SteeringError when it had to be killed."""
+        """Ends it if it still runs; raises SteeringError if it had to be killed."""
         if not self.is_running():
             return
         try:
@@ -80,12 +80,12 @@ def calls(box: Box) -> list[dict]:
 
 
 def fail_tunnel(box: Box, times: int) -> None:
-    """So many of the next attempts to bring the tunnel up fail."""
+    """Makes the next `times` attempts to bring the tunnel up fail."""
     box.write(f"{FOLDER}/tunnel-failures", f"{times}\n")
 
 
 def hold_tunnel(box: Box, holds: bool) -> None:
-    """While it holds, the tunnel is coming up and does not get there."""
+    """If `holds`, the tunnel keeps connecting and never comes up."""
     if holds:
         box.write(f"{FOLDER}/tunnel-holds", "")
     else:

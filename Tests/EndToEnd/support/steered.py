@@ -10,12 +10,11 @@ DEADLINE = 10.0
 
 
 class SteeringError(AssertionError):
-    """A steering command that was refused, or something awaited that did not come."""
+    """A steering command was refused, or something awaited did not happen."""
 
 
 class SteeredProcess:
-    """Runs a program, sends it commands and collects its answers, its events and whatever else it
-    writes. Everything awaited has a deadline."""
+    """Runs a program, sends it commands and collects its output. Every wait has a deadline."""
 
     def __init__(self, command: list, **popen):
         self.events: list[dict] = []
@@ -52,7 +51,7 @@ class SteeredProcess:
         self._process.send_signal(number)
 
     def exit_code(self, deadline: float = DEADLINE) -> int:
-        """Waits for the end of the process; SteeringError when it does not come."""
+        """Waits for the process to end; raises SteeringError if it does not."""
         try:
             code = self._process.wait(deadline)
         except subprocess.TimeoutExpired:
@@ -62,7 +61,7 @@ class SteeredProcess:
         return code
 
     def end(self) -> int:
-        """Ends the process, if it still runs, and answers its exit code."""
+        """Ends the process if it still runs, and returns its exit code."""
         if self.is_running():
             self._process.terminate()
         try:
@@ -81,11 +80,11 @@ class SteeredProcess:
     # Steering
 
     def send_line(self, line: str | bytes) -> None:
-        """Sends a line as it is, command or not."""
+        """Sends a line unchanged, whether it is a command or not."""
         self.send((line.encode() if isinstance(line, str) else line) + b"\n")
 
     def send(self, data: bytes) -> None:
-        """Sends bytes as they are. An answer that has no id becomes an event "answer"."""
+        """Sends bytes unchanged. An answer without an id becomes an event "answer"."""
         self._process.stdin.write(data)
         self._process.stdin.flush()
 
@@ -93,12 +92,12 @@ class SteeredProcess:
         self._process.stdin.close()
 
     def has_answered(self, command: int) -> bool:
-        """Whether the answer has come that `answer` would give."""
+        """Whether the answer that `answer` would return has come."""
         return command in self._answers
 
     def start_command(self, do: str, **members) -> int:
-        """Sends a command and answers its id, for `answer`. A "-" of a name is written "_"; a
-        member that is None is left out."""
+        """Sends a command and returns its id, for `answer`. Write "_" for a "-" in a name; a member
+        that is None is left out."""
         self._commands += 1
         command = {"do": do.replace("_", "-"), "id": self._commands}
         command |= {
@@ -111,7 +110,7 @@ class SteeredProcess:
         return self._commands
 
     def answer(self, command: int, deadline: float = DEADLINE) -> dict:
-        """Waits for the answer to a command; SteeringError when it is an error."""
+        """Waits for the answer to a command; raises SteeringError if it is an error."""
         self._await(lambda: command in self._answers, deadline, f"answer to command {command}")
         answer = self._answers.pop(command)
         if not answer["ok"]:
@@ -119,16 +118,16 @@ class SteeredProcess:
         return answer
 
     def do(self, do: str, **members) -> dict:
-        """Has a command carried out and answers its answer."""
+        """Sends a command and returns its answer."""
         patience = DEADLINE + float(members.get("timeout") or 0)
         return self.answer(self.start_command(do, **members), patience)
 
     def wait(self, **members) -> dict:
-        """Waits until all of it holds."""
+        """Waits until all conditions hold."""
         return self.do("wait", **({"timeout": DEADLINE} | members))
 
     def wait_event(self, name: str, deadline: float = DEADLINE, **members) -> dict:
-        """The first event of that name, also a past one, that has these members."""
+        """Waits for the first event with that name and these members, past ones included."""
 
         def find():
             for event in self.events:

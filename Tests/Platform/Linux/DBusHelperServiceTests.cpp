@@ -9,7 +9,7 @@ namespace quoxelin::testing {
 
 using ::testing::HasSubstr;
 
-/// A system bus of the test's own, and a polkit that the test plays.
+/// A private system bus with a polkit that the test plays.
 class DBusHelperServiceTest : public ::testing::Test {
   protected:
     void makeActivatable() {
@@ -36,7 +36,7 @@ class DBusHelperServiceTest : public ::testing::Test {
         return static_cast<SMAppServiceStatus>(*told);
     }
 
-    /// polkit's answer to everything.
+    /// polkit's answer to every question.
     static FakeService::Answer answers(bool isAuthorized, bool isChallenge) {
         return [=](const QDBusMessage& call) {
             QDBusArgument result;

@@ -16,7 +16,7 @@ using ::testing::IsEmpty;
 
 constexpr const char* service = DBusHelper::service;
 
-/// A system bus of the test's own with a helper that the test plays.
+/// A private system bus with a helper that the test plays.
 class DBusHelperTest : public ::testing::Test {
   protected:
     void start() {
@@ -24,7 +24,7 @@ class DBusHelperTest : public ::testing::Test {
         runLoopUntil([this] { return bus.isConnected(); });
     }
 
-    /// Everything that a connection tells is written down.
+    /// Records everything that a connection reports.
     std::function<void()> notes(const std::string& line) {
         return [this, line] { told.push_back(line); };
     }
@@ -46,7 +46,7 @@ class DBusHelperTest : public ::testing::Test {
         return *told;
     }
 
-    /// The same where there is a helper.
+    /// The same for a helper that exists.
     std::shared_ptr<HelperToolProtocol> proxyOf(NSXPCConnection& connection) {
         runLoopUntil([this] { return helpers->presence().isPresent(); });
         return helperOf(connection);
@@ -202,14 +202,14 @@ TEST_F(DBusHelperTest, repliesNothingOnceInvalidated) {
     run(*proxyOf(*connection));
     connection->invalidate();
     waitForNotes(1);
-    // By the time that another one is answered the first one would have been.
+    // When the second request is answered, the first would have been, too.
     const auto other = connect();
     run(*proxyOf(*other));
     waitForNotes(2);
     EXPECT_THAT(told, ElementsAre("invalidated", "output: late"));
 }
 
-/// What a start without a helper does ten times.
+/// Repeats ten times what a start without a helper does.
 TEST_F(DBusHelperTest, isNeitherHeldUpNorUsedUpByABusThatHangs) {
     const HungBus hung;
     Bus silentBus(hung.address());

@@ -51,7 +51,7 @@ class DBusNotificationsTest : public ::testing::Test {
             runLoopUntilIdle();
     }
 
-    /// The arguments of the one notification that the server was asked to show.
+    /// The arguments of the only notification that reached the server.
     QVariantList shown() {
         runLoopUntil([&] { return !server->calls("Notify").empty(); });
         EXPECT_EQ(server->calls("Notify").size(), 1u);

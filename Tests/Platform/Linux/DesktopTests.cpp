@@ -159,7 +159,7 @@ TEST(ScreenGeometry, showsTheUpperLeftOfWhatIsLargerThanTheScreen) {
     EXPECT_EQ(moved.topLeft(), screen.topLeft());
 }
 
-TEST(TemplateImage, isDrawnInTheDesktopsColourInEverySize) {
+TEST(TemplateImage, isDrawnInTheDesktopsColorInEverySize) {
     const auto image = TemplateImage::named("menu_icon");
     ASSERT_NE(image, nullptr);
     image->setTemplate(true);
@@ -198,7 +198,7 @@ TEST(Assets, holdEverySymbolThatThePanelShows) {
         EXPECT_NE(TemplateImage::named(std::string("symbols/") + symbol), nullptr) << symbol;
 }
 
-TEST(Theme, tellsAllItsColoursAndFontsApart) {
+TEST(Theme, tellsAllItsColorsAndFontsApart) {
     const Theme theme;
     for (const auto color :
          {Color::primary, Color::secondary, Color::gray, Color::green, Color::orange, Color::red})

@@ -6,14 +6,14 @@
 
 namespace quoxelin::testing {
 
-/// Runs the toolkit's event loop until the condition holds, waiting for events in between.
+/// Runs Qt's event loop until the condition holds, waiting for events in between.
 template <typename Condition>
 void runLoopUntil(Condition condition) {
     while (!condition())
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
 }
 
-/// The same for what no event tells of, such as a file that another process writes.
+/// The same for conditions that cause no event, such as a file that another process writes.
 template <typename Condition>
 void pollUntil(Condition condition) {
     QTimer ticks;
@@ -21,7 +21,7 @@ void pollUntil(Condition condition) {
     runLoopUntil(condition);
 }
 
-/// Runs what can run now, deferred deletions and layouts included.
+/// Runs everything that is ready, including deferred deletions and layouts.
 inline void runLoopUntilIdle() {
     QCoreApplication::sendPostedEvents();
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);

@@ -271,7 +271,7 @@ TEST_F(PopoverInteraction, isClosedByAClickElsewhereInThePanelWhichDoesNothingEl
     shown.children[0].action = [&] { ++connected; };
     PanelOnScreen panel(shown);
     auto* popover = panel.popover();
-    // The toolkit hands a press outside of a pop-up to the pop-up.
+    // Qt sends a press outside a pop-up to the pop-up.
     QTest::mouseClick(popover, Qt::LeftButton, {}, QPoint(-50, -50));
     runLoopUntilIdle();
     EXPECT_EQ(dismissed, 1);

@@ -10,7 +10,7 @@ namespace quoxelin::testing {
 
 namespace {
 
-/// Whether the label is as high as its text needs, and lies within all that hold it.
+/// Expects the label to be as high as its text needs and to lie within all its parents.
 void expectWhole(const QLabel& label) {
     SCOPED_TRACE(label.text().toStdString());
     if (label.hasHeightForWidth()) {
@@ -21,7 +21,7 @@ void expectWhole(const QLabel& label) {
     for (const QWidget* child = &label; !child->isWindow(); child = child->parentWidget()) {
         const auto* parent = child->parentWidget();
         if (parent->parentWidget() != nullptr && parent->objectName() == "qt_scrollarea_viewport")
-            break; // what is higher than the screen scrolls
+            break; // content higher than the screen scrolls
         EXPECT_TRUE(parent->rect().contains(child->geometry()));
     }
 }
@@ -73,7 +73,7 @@ TEST(Layout, growsAndShrinksByItselfWithTheContentThatItShows) {
     for (const auto& state : panelStates()) {
         SCOPED_TRACE(state.name);
         panel.show(state.scene()->tree());
-        // A layout within a layout takes a turn of the loop of its own.
+        // Each nested layout takes another turn of the loop.
         for (int turn = 0; turn < 10; ++turn)
             runLoopUntilIdle();
         const auto* card = &panel.window();
@@ -103,7 +103,7 @@ TEST(Layout, letsContentScrollThatIsHigherThanTheScreen) {
     const auto screen = QGuiApplication::primaryScreen()->availableGeometry();
     auto* card = panel.cards().front();
     EXPECT_TRUE(screen.contains(card->card()));
-    // Walking to the last row brings it into view.
+    // Moving to the last row scrolls it into view.
     auto* last = panel.row("row 199");
     ASSERT_NE(last, nullptr);
     last->setFocus(Qt::TabFocusReason);

@@ -11,7 +11,7 @@ namespace {
 const std::string identifier = "com.quoxelin.test.PacketTunnel";
 using Kind = OSSystemExtensionRequest::Kind;
 
-/// Writes down what it is told, a word each.
+/// Records each call as one word.
 class Delegate final : public OSSystemExtensionRequestDelegate {
   public:
     OSSystemExtensionReplacementAction
@@ -83,7 +83,7 @@ class NetworkManagerPluginTest : public ::testing::Test {
         return {kind, of, delegate};
     }
 
-    /// What the delegate is told of one request; nothing is told from within it.
+    /// What the delegate hears about one request; it hears nothing from within the request.
     Told told(const std::string& pkexec, Kind kind, const std::string& of = identifier) {
         NetworkManagerPlugin extensions(places(pkexec));
         extensions.submitRequest(request(kind, of));

@@ -15,7 +15,7 @@ const QString transactionInterface = "org.freedesktop.PackageKit.Transaction";
 
 constexpr uint success = 1;
 constexpr uint failed = 2;
-constexpr uint cancelled = 3;
+constexpr uint canceled = 3;
 
 } // namespace
 
@@ -47,7 +47,7 @@ class PackageKitUpdatesTest : public ::testing::Test {
         if (call.member() == failing)
             signal("ErrorCode", {2U, "no network"});
         if (call.member() == "Cancel")
-            signal("Finished", {cancelled, 5U});
+            signal("Finished", {canceled, 5U});
         if (QStringList{"RefreshCache", "GetUpdates", "UpdatePackages"}.contains(call.member()) &&
             call.member() != hanging)
             signal("Finished", {call.member() == failing ? failed : success, 5U});
@@ -204,7 +204,7 @@ TEST_F(PackageKitUpdatesTest, survivesTheEndOfTheBusInTheMiddle) {
     startPackageKit();
     check();
     runLoopUntil([&] { return !packageKit->calls("GetUpdates").empty(); });
-    // The answer that accepts the task has come before that of a later call.
+    // The answer that accepts the task comes before that of a later call.
     bool isAccepted = false;
     const auto later = bus.call({"org.freedesktop.PackageKit", "/", "test.Later", "Later"}, nullptr,
                                 [&](const auto&) { isAccepted = true; });

@@ -42,7 +42,7 @@ class PanelOnScreen {
     NSPanel& nsPanel() { return *panel; }
     QWidget& window() { return *hosting->widget()->window(); }
 
-    /// The visible cards: the panel and the pop-overs beside it.
+    /// The visible cards: the panel and its pop-overs.
     std::vector<FloatingWindow*> cards() {
         std::vector<FloatingWindow*> found;
         for (auto* widget : QApplication::topLevelWidgets())
@@ -65,7 +65,7 @@ class PanelOnScreen {
         return nullptr;
     }
 
-    /// The row of that label, wherever it is shown.
+    /// The row with that label, wherever it is shown.
     QAbstractButton* row(const QString& label) {
         for (auto* card : cards())
             for (auto* button : card->findChildren<QAbstractButton*>())

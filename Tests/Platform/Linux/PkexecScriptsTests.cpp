@@ -13,7 +13,7 @@ const std::string closing = "\" with administrator privileges";
 
 std::optional<std::string> run(const Recorder& pkexec, const std::string& commands) {
     const auto script = PkexecScripts(pkexec.path()).initWithSource(opening + commands + closing);
-    // Where it may block.
+    // Runs the script on a thread that may block.
     return std::async(std::launch::async, [&] { return script->executeAndReturnError(); }).get();
 }
 

@@ -18,8 +18,8 @@
 
 namespace quoxelin::testing {
 
-/// A message bus of a test's own, with a configuration of its own and nothing on it. Services can
-/// be made activatable by files in `services()`, before `start`.
+/// A private message bus for a test, with its own configuration and no services. Before `start`,
+/// files in `services()` can make services activatable.
 class PrivateBus {
   public:
     PrivateBus() {
@@ -38,7 +38,7 @@ class PrivateBus {
         stop();
     }
 
-    /// Where the bus is, also while it does not run.
+    /// The bus's address, even while it is not running.
     QString address() const {
         return QString::fromStdString("unix:path=" + (directory.path() / "bus").string());
     }
@@ -63,7 +63,7 @@ class PrivateBus {
         std::filesystem::remove(directory.path() / "bus");
     }
 
-    /// A further connection, ended with the bus.
+    /// Another connection; it ends with the bus.
     QDBusConnection connect() {
         static int count = 0;
         names.push_back(QStringLiteral("private-bus-%1").arg(++count));
@@ -76,13 +76,13 @@ class PrivateBus {
     std::vector<QString> names;
 };
 
-/// One that runs from the beginning.
+/// A private bus that runs from the start.
 class RunningBus final : public PrivateBus {
   public:
     RunningBus() { start(); }
 };
 
-/// A socket that takes connections and never answers.
+/// A socket that accepts connections and never answers.
 class HungBus {
   public:
     HungBus() {
@@ -105,14 +105,13 @@ class HungBus {
     const int listener = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
 };
 
-/// How many files a directory has: of /proc/self/task the threads, of /proc/self/fd the
-/// descriptors.
+/// The number of entries in a directory: threads in /proc/self/task, descriptors in /proc/self/fd.
 inline std::size_t entriesOf(const char* directory) {
     const std::filesystem::directory_iterator begin(directory), end;
     return static_cast<std::size_t>(std::distance(begin, end));
 }
 
-/// The program's own connection to a bus, as it is once the event loop runs.
+/// The program's own bus connection, served by the event loop.
 class ServedBus final : public Bus {
   public:
     explicit ServedBus(const QString& address) : Bus(address.toStdString()) {
@@ -121,11 +120,11 @@ class ServedBus final : public Bus {
     }
 };
 
-/// A service on a private bus: it keeps every call to any of its objects and answers as the test
-/// says, in the thread that made it.
+/// A service on a private bus. It keeps every call to any of its objects and answers as the test
+/// says, in the thread that created it.
 class FakeService final : public QDBusVirtualObject {
   public:
-    /// Answers nothing when the function returns an invalid message.
+    /// Sends no answer if the function returns an invalid message.
     using Answer = std::function<QDBusMessage(const QDBusMessage& call)>;
 
     FakeService(PrivateBus& bus, const QString& name, Answer answer)

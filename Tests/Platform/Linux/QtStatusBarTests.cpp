@@ -35,7 +35,7 @@ const QDBusArgument& operator>>(const QDBusArgument& argument, MenuItem& item) {
 
 } // namespace
 
-/// A tray of the newer kind that the test plays.
+/// A StatusNotifierItem tray that the test plays.
 class QtStatusBarTest : public ::testing::Test {
   protected:
     QtStatusBarTest() {
@@ -51,7 +51,7 @@ class QtStatusBarTest : public ::testing::Test {
             daemon, watcherName, [](const QDBusMessage& call) { return call.createReply(); });
     }
 
-    /// The name that the item has registered itself by.
+    /// The name under which the item has registered.
     static QString registration(const FakeService& tray) {
         const QString method = "RegisterStatusNotifierItem";
         runLoopUntil([&] { return !tray.calls(method).empty(); });

@@ -7,8 +7,8 @@
 
 namespace quoxelin::testing {
 
-/// A desktop with entries of its own, in the directory that the tests' main() made. All are there
-/// from the beginning: GLib takes its time to notice what comes later.
+/// A desktop with its own entries, in the directory that the tests' main() made. All exist from the
+/// start because GLib notices new ones only after a while.
 class QtWorkspaceTest : public ::testing::Test {
   protected:
     static void SetUpTestSuite() {

@@ -4,8 +4,8 @@
 
 namespace quoxelin::testing {
 
-/// A program in the place of one that must not run in a test: it writes down what it was called
-/// with and what came on its standard input, and ends as it was told to.
+/// Replaces a program that must not run in a test. It records its arguments and standard input, and
+/// exits as requested.
 class Recorder {
   public:
     explicit Recorder(const std::string& ending = "exit 0") {
@@ -22,7 +22,7 @@ class Recorder {
     std::string input() const { return contentsOf(file("input")); }
     std::size_t calls() const { return contentsOf(file("calls")).size() / 7; }
 
-    /// Forgets what it was called with.
+    /// Forgets the recorded calls.
     void clear() const {
         for (const char* name : {"arguments", "calls", "input"})
             std::filesystem::remove(file(name));

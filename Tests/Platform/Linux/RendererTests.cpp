@@ -35,7 +35,7 @@ TEST(Renderer, showsEveryStateWhateverItShowedBefore) {
     for (const auto& state : panelStates())
         trees.push_back(state.scene()->tree());
     QtHostingView view;
-    // Steps of different lengths lead through all states in different orders.
+    // Steps of different lengths visit all states in different orders.
     for (const std::size_t step : {1u, 5u, 11u, 24u})
         for (std::size_t i = 0; i < trees.size(); ++i) {
             const auto& state = (i * step) % trees.size();
@@ -64,7 +64,7 @@ TEST(Renderer, followsTheDesktopFromLightToDark) {
 
 namespace {
 
-/// Collects what a window has to paint again.
+/// Collects the areas that a window repaints.
 class PaintWatch final : public QObject {
   public:
     explicit PaintWatch(QWidget& window) { window.installEventFilter(this); }

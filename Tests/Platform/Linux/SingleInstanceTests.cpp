@@ -13,7 +13,7 @@ using Role = SingleInstance::Role;
 const QString applicationName = "com.quoxelin.desktop";
 constexpr std::chrono::milliseconds patience{10000};
 
-/// An instance with what it was asked to do.
+/// An instance and the requests that it has received.
 struct Instance {
     explicit Instance(const QString& address) : bus(address.toStdString()) {
         bus.serveUntil([this] { return bus.isConnected(); }, patience);
@@ -41,7 +41,7 @@ struct Instance {
 
 class SingleInstanceTest : public ::testing::Test {
   protected:
-    /// Another process's start, as far as the first can tell.
+    /// Looks to the first instance like a start of another process.
     Result<Role, std::string> startAnother(const std::optional<std::string>& url = std::nullopt) {
         std::optional<Result<Role, std::string>> outcome;
         std::thread other([&] {
@@ -83,7 +83,7 @@ TEST_F(SingleInstanceTest, aFollowerWithoutAUrlBringsTheFirstToTheFront) {
 TEST_F(SingleInstanceTest, aFirstThatDoesNotAnswerIsGivenUpOn) {
     Instance first(daemon.address());
     ASSERT_EQ(first.claim(), Role::first);
-    // Its loop does not run meanwhile.
+    // The first instance's loop does not run meanwhile.
     Instance second(daemon.address());
     const auto outcome = second.claim("quoxelin://x", std::chrono::milliseconds(50));
     ASSERT_FALSE(outcome);

@@ -6,7 +6,7 @@
 
 namespace quoxelin::testing {
 
-/// Sets a variable of the environment, or takes it away, until the end of the scope.
+/// Sets or unsets an environment variable until the end of the scope.
 class Variable {
   public:
     Variable(std::string name, const char* value) : name(std::move(name)) {

@@ -3,8 +3,8 @@
 
 #include <gtest/gtest.h>
 
-/// The tests run in an application without a display, set up as the program sets up its own. GLib
-/// reads the environment once in a process, so a user without anything has to be there first.
+/// Runs the tests in an application without a display, set up like the program's own. GLib reads
+/// the environment once per process, so the empty user directories must exist first.
 int main(int argc, char** argv) {
     const quoxelin::testing::TemporaryDirectory home;
     for (const char* variable :

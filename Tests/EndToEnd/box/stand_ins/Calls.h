@@ -30,7 +30,7 @@ inline std::string quotedList(char* const* texts) {
     return '[' + result + ']';
 }
 
-/// Adds a line of JSON to the list of calls, where tests look at it: who was called how.
+/// Records a call as a line of JSON, which tests read.
 inline void noteCall(char* const* arguments) {
     std::FILE* file = std::fopen((std::string(folder) + "/calls").c_str(), "ae");
     if (file == nullptr)

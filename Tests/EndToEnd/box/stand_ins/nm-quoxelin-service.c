@@ -1,9 +1,9 @@
 /* The tunnel of the box: NetworkManager's VPN plugin, with a real tunnel device that leads nowhere.
  *
- * In /run/stand-ins, tests find and leave:
+ * Files in /run/stand-ins, for tests:
  *   tunnel.log        a line for each "connect" and "disconnect" that NetworkManager asks for
  *   tunnel-failures   how many of the next connects fail
- *   tunnel-holds      while it is there, connects do not come to an end
+ *   tunnel-holds      while it exists, connects do not finish
  */
 #include <NetworkManager.h>
 #include <arpa/inet.h>
@@ -83,7 +83,7 @@ static gboolean report_addresses(gpointer data) {
     add(&ip4, NM_VPN_PLUGIN_IP4_CONFIG_PREFIX, g_variant_new_uint32(32));
     add(&ip4, NM_VPN_PLUGIN_IP4_CONFIG_NEVER_DEFAULT, g_variant_new_boolean(TRUE));
     add(&ip4, NM_VPN_PLUGIN_IP4_CONFIG_ROUTES, g_variant_builder_end(&routes));
-    /* With this NetworkManager takes the tunnel for started. */
+    /* After this NetworkManager considers the tunnel started. */
     nm_vpn_service_plugin_set_ip4_config(plugin, g_variant_builder_end(&ip4));
     return G_SOURCE_REMOVE;
 }

@@ -1,4 +1,4 @@
-// Stands in for the command-line tool: tells what it was asked.
+// Stands in for the command-line tool: records its arguments.
 
 #include "Calls.h"
 

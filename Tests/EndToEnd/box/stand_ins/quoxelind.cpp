@@ -1,9 +1,10 @@
-// Stands in for the daemon: "up" starts quoxelind-sim, unless it runs, and ends when it answers.
+// Stands in for the daemon: "up" starts quoxelind-sim if it is not running, and ends when it
+// answers.
 //
-// In /run/stand-ins, tests find and leave:
+// Files in /run/stand-ins, for tests:
 //   calls         each call of this program, a line of JSON
-//   sim-options   further words of quoxelind-sim's command line
-//   sim.in        a named pipe: its steering commands
+//   sim-options   more command-line options for quoxelind-sim
+//   sim.in        a named pipe for its steering commands
 //   sim.out       its answers and events
 
 #include "Calls.h"
@@ -45,10 +46,10 @@ std::vector<std::string> commandLine() {
 
 [[noreturn]] void becomeSimulation() {
     ::setsid();
-    // Everybody may connect, as to the daemon.
+    // Everyone may connect, as to the daemon.
     ::umask(0);
     const std::string folder = stand_ins::folder;
-    // For writing, too: no end of the file between two tests.
+    // Also open for writing, so that it does not reach its end between two tests.
     const int commands = ::open((folder + "/sim.in").c_str(), O_RDWR);
     const int answers = ::open((folder + "/sim.out").c_str(), O_WRONLY | O_CREAT | O_APPEND, 0644);
     ::dup2(commands, STDIN_FILENO);

@@ -1,14 +1,13 @@
-// Carries out calls of the VPN adapter that come as steering commands on standard input, on the
-// system bus and the NetworkManager of the machine that it runs on, and tells of its notifications
-// as events.
+// Reads steering commands on standard input and calls the VPN adapter for each, on the machine's
+// system bus and NetworkManager. Reports the adapter's notifications as events.
 //
-//   load-all                    the managers; they take the places 0, 1, ... of those there were
+//   load-all                    the managers; they replace all earlier ones, at places 0, 1, ...
 //   new                         a new manager takes the next place
 //   set                         description, server, provider, enabled, sleep of the one at "place"
 //   read, load, save, remove    of the one at "place"
 //   start, stop                 the tunnel of the one at "place"
-//   stop-and-exit               stops it, as at the end of the application, and ends
-//   end                         the adapter ends; the managers go on
+//   stop-and-exit               stops it and exits, like the application at its end
+//   end                         destroys the adapter and keeps the managers
 
 #include "Base/NotificationCenter.h"
 #include "Platform/Linux/QtDispatch.h"
