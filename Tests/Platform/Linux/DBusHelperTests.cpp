@@ -14,7 +14,7 @@ using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
-constexpr const char* service = DBusHelper::service;
+constexpr const char* busName = DBusHelper::service;
 
 /// A private system bus with a helper that the test plays.
 class DBusHelperTest : public ::testing::Test {
@@ -30,7 +30,7 @@ class DBusHelperTest : public ::testing::Test {
     }
 
     std::shared_ptr<NSXPCConnection> connect() {
-        auto connection = helpers->privilegedConnection(service);
+        auto connection = helpers->privilegedConnection(busName);
         connection->setInterruptionHandler(notes("interrupted"));
         connection->setInvalidationHandler(notes("invalidated"));
         connection->resume();
@@ -74,7 +74,7 @@ QDBusMessage silence(const QDBusMessage&) {
 
 TEST_F(DBusHelperTest, carriesAMessageAndItsReply) {
     start();
-    FakeService helper(daemon, service,
+    FakeService helper(daemon, busName,
                        [](const auto& call) { return call.createReply("done\n"); });
     const auto connection = connect();
     run(*proxyOf(*connection), {"up", "--signal-host", "h"});
@@ -95,7 +95,7 @@ TEST_F(DBusHelperTest, carriesAMessageAndItsReply) {
 
 TEST_F(DBusHelperTest, carriesAPing) {
     start();
-    FakeService helper(daemon, service, [](const auto& call) { return call.createReply(true); });
+    FakeService helper(daemon, busName, [](const auto& call) { return call.createReply(true); });
     const auto connection = connect();
     proxyOf(*connection)->pingWithReply([this](bool isThere) {
         notes(isThere ? "is there" : "is not there")();
@@ -106,7 +106,7 @@ TEST_F(DBusHelperTest, carriesAPing) {
 
 TEST_F(DBusHelperTest, tellsOfARefusalInTheHelpersWords) {
     start();
-    FakeService helper(daemon, service, [](const auto& call) {
+    FakeService helper(daemon, busName, [](const auto& call) {
         return call.createErrorReply(QDBusError::AccessDenied, "Not authorised.");
     });
     const auto connection = connect();
@@ -117,7 +117,7 @@ TEST_F(DBusHelperTest, tellsOfARefusalInTheHelpersWords) {
 
 TEST_F(DBusHelperTest, tellsOfAReplyThatIsNoText) {
     start();
-    FakeService helper(daemon, service, [](const auto& call) { return call.createReply(7); });
+    FakeService helper(daemon, busName, [](const auto& call) { return call.createReply(7); });
     const auto connection = connect();
     run(*proxyOf(*connection));
     waitForNotes(1);
@@ -126,7 +126,7 @@ TEST_F(DBusHelperTest, tellsOfAReplyThatIsNoText) {
 
 TEST_F(DBusHelperTest, sendsNothingThatIsNoText) {
     start();
-    FakeService helper(daemon, service, &silence);
+    FakeService helper(daemon, busName, &silence);
     const auto connection = connect();
     run(*proxyOf(*connection), {"up", "\xFF"});
     waitForNotes(1);
@@ -140,7 +140,7 @@ TEST_F(DBusHelperTest, isInvalidatedOnceWithoutABusAndWorksWhenItHasCome) {
     early->invalidate();
 
     start();
-    FakeService helper(daemon, service, [](const auto& call) { return call.createReply("late"); });
+    FakeService helper(daemon, busName, [](const auto& call) { return call.createReply("late"); });
     const auto connection = connect();
     run(*proxyOf(*connection));
     waitForNotes(2);
@@ -157,7 +157,7 @@ TEST_F(DBusHelperTest, hasNoFarEndWithoutTheService) {
 
 TEST_F(DBusHelperTest, reachesAServiceThatTheBusWouldStart) {
     std::ofstream(daemon.services() / "helper.service")
-        << "[D-BUS Service]\nName=" << service << "\nExec=/bin/false\n";
+        << "[D-BUS Service]\nName=" << busName << "\nExec=/bin/false\n";
     start();
     const auto connection = connect();
     const auto helper = proxyOf(*connection);
@@ -169,7 +169,7 @@ TEST_F(DBusHelperTest, reachesAServiceThatTheBusWouldStart) {
 
 TEST_F(DBusHelperTest, isInterruptedWhenTheHelperEndsBeforeItReplies) {
     start();
-    auto mute = std::make_unique<FakeService>(daemon, service, &silence);
+    auto mute = std::make_unique<FakeService>(daemon, busName, &silence);
     const auto connection = connect();
     const auto proxy = proxyOf(*connection);
     run(*proxy);
@@ -178,7 +178,7 @@ TEST_F(DBusHelperTest, isInterruptedWhenTheHelperEndsBeforeItReplies) {
     waitForNotes(2);
     EXPECT_THAT(told, ElementsAre("error: com.quoxelin.desktop.Helper ended before it replied.",
                                   "interrupted"));
-    FakeService helper(daemon, service, [](const auto& call) { return call.createReply("again"); });
+    FakeService helper(daemon, busName, [](const auto& call) { return call.createReply("again"); });
     run(*proxy);
     waitForNotes(3);
     EXPECT_EQ(told[2], "output: again");
@@ -186,7 +186,7 @@ TEST_F(DBusHelperTest, isInterruptedWhenTheHelperEndsBeforeItReplies) {
 
 TEST_F(DBusHelperTest, isInvalidatedWhenTheBusEnds) {
     start();
-    FakeService helper(daemon, service, &silence);
+    FakeService helper(daemon, busName, &silence);
     const auto connection = connect();
     run(*proxyOf(*connection));
     runLoopUntil([&] { return helper.calls("RunGoTool").size() == 1; });
@@ -197,7 +197,7 @@ TEST_F(DBusHelperTest, isInvalidatedWhenTheBusEnds) {
 
 TEST_F(DBusHelperTest, repliesNothingOnceInvalidated) {
     start();
-    FakeService helper(daemon, service, [](const auto& call) { return call.createReply("late"); });
+    FakeService helper(daemon, busName, [](const auto& call) { return call.createReply("late"); });
     const auto connection = connect();
     run(*proxyOf(*connection));
     connection->invalidate();
@@ -218,7 +218,7 @@ TEST_F(DBusHelperTest, isNeitherHeldUpNorUsedUpByABusThatHangs) {
     std::size_t threads = 0, descriptors = 0;
     for (int attempt = 1; attempt <= 10; ++attempt) {
         const auto began = std::chrono::steady_clock::now();
-        const auto connection = silent.privilegedConnection(service);
+        const auto connection = silent.privilegedConnection(busName);
         connection->resume();
         EXPECT_EQ(helperOf(*connection), nullptr);
         connection->invalidate();
@@ -235,7 +235,7 @@ TEST_F(DBusHelperTest, isNeitherHeldUpNorUsedUpByABusThatHangs) {
 
 TEST_F(DBusHelperTest, mayEndBeforeItsConnections) {
     start();
-    FakeService helper(daemon, service, &silence);
+    FakeService helper(daemon, busName, &silence);
     const auto connection = connect();
     const auto proxy = proxyOf(*connection);
     run(*proxy);
@@ -248,7 +248,7 @@ TEST_F(DBusHelperTest, mayEndBeforeItsConnections) {
 
 TEST_F(DBusHelperTest, takesCallsOfOtherThreads) {
     start();
-    FakeService helper(daemon, service, [](const auto& call) { return call.createReply("done"); });
+    FakeService helper(daemon, busName, [](const auto& call) { return call.createReply("done"); });
     runLoopUntil([this] { return helpers->presence().isPresent(); });
     std::thread([&] {
         const auto connection = connect();
@@ -265,7 +265,7 @@ TEST_F(DBusHelperTest, canWaitForTheReplyToWhatWasJustSent) {
     std::promise<void> isThere;
     std::thread elsewhere([&] {
         QEventLoop loop;
-        FakeService helper(daemon, service, [&](const auto& call) {
+        FakeService helper(daemon, busName, [&](const auto& call) {
             loop.quit();
             return call.createReply("down");
         });
