@@ -1,7 +1,5 @@
 #include "Tests/Runner/AppDelegateFixture.h"
 
-#include <fmt/format.h>
-
 namespace quoxelin::testing {
 
 using ::testing::Contains;
@@ -10,21 +8,7 @@ using ::testing::IsEmpty;
 using ::testing::Not;
 using ::testing::StartsWith;
 
-using Helper = SimulatedXPC::Helper;
-
-class AppDelegateLaunch : public AppDelegateFixture {
-  protected:
-    std::size_t pings() const {
-        const auto messages = system.xpc.messages();
-        return static_cast<std::size_t>(
-            std::count_if(messages.begin(), messages.end(), [](const auto& message) {
-                return message.arguments == std::vector<std::string>{"--help"};
-            }));
-    }
-
-    static constexpr const char* unreachable =
-        "Failed to connect to background helper. Please restart the app or check Login Items.";
-};
+class AppDelegateLaunch : public AppDelegateFixture {};
 
 TEST_F(AppDelegateLaunch, takesItsStepsOneAfterTheOther) {
     std::vector<std::string> moments;
@@ -48,7 +32,7 @@ TEST_F(AppDelegateLaunch, takesItsStepsOneAfterTheOther) {
     system.systemLog.onEntry = [&](const auto& entry) { noteWhatIsDone(entry.text); };
     // Both leave a line at once: a URL that waits for its handler, and a helper without a proxy.
     system.appleEventManager.sendGetURL("quoxelin://auth?token=abc");
-    system.xpc.setHelper(Helper::incompatible);
+    system.xpc.setHelper(SimulatedXPC::Helper::incompatible);
     system.statusBar.images.clear();
     launch();
     system.systemLog.onEntry = nullptr;
@@ -191,129 +175,6 @@ TEST_F(AppDelegateLaunch, forgetsTheOlderFlagOfTheLoginItem) {
     EXPECT_EQ(loginItem().registrations(), 0);
 }
 
-// The helper
-
-TEST_F(AppDelegateLaunch, registersTheHelperOnEveryLaunch) {
-    launch();
-    const auto second = makeDelegate();
-    second->applicationDidFinishLaunching();
-    EXPECT_EQ(helper().registrations(), 2);
-}
-
-TEST_F(AppDelegateLaunch, goesOnWhenTheHelperCannotBeRegistered) {
-    helper().failRegistration(Error{"SMAppServiceErrorDomain", 22, "Invalid signature."});
-    launch();
-    dispatch.runUntilIdle();
-    EXPECT_EQ(count("App", "Helper register attempt failed: Invalid signature."), 1);
-    EXPECT_FALSE(appState->helperNeedsApproval);
-    EXPECT_EQ(appState->helperRegistrationError.get(), std::nullopt);
-}
-
-TEST_F(AppDelegateLaunch, tellsThePersonThatTheHelperNeedsApproval) {
-    helper().requireApproval();
-    launch();
-    dispatch.runUntilIdle();
-    EXPECT_TRUE(appState->helperNeedsApproval);
-    EXPECT_EQ(appState->helperRegistrationError.get(),
-              "Helper requires approval in System Settings → General → Login Items.");
-    EXPECT_EQ(count("App", "Helper register attempt failed: Operation not permitted"), 1);
-}
-
-TEST_F(AppDelegateLaunch, startsTheDaemonAtTheFourthPing) {
-    system.xpc.setHelper(Helper::incompatible);
-    launch();
-    dispatch.main().asyncAfter(seconds(2), [&] { system.xpc.setHelper(Helper::answering); });
-    const auto lines = watch("App", seconds(30));
-    const std::vector<std::pair<Duration, std::string>> expected{
-        {seconds(0), "Helper not reachable. Retrying in 0.50 seconds (attempt 1/10)..."},
-        {seconds(0.5), "Helper not reachable. Retrying in 0.75 seconds (attempt 2/10)..."},
-        {seconds(1.25), "Helper not reachable. Retrying in 1.12 seconds (attempt 3/10)..."},
-        {seconds(2.375), "Helper is ready and reachable. Starting daemon..."},
-        {seconds(2.375), "System Extension activated, ensuring VPN configuration..."},
-        {seconds(2.375), "VPN configuration ready, starting app state..."},
-    };
-    EXPECT_EQ(lines, expected);
-    EXPECT_EQ(pings(), 1u);
-    EXPECT_EQ(helper().registrations(), 4);
-}
-
-TEST_F(AppDelegateLaunch, givesUpAfterTenRetriesAndSaysSo) {
-    system.xpc.setHelper(Helper::incompatible);
-    launch();
-    const auto lines = watch("App", seconds(120));
-
-    const std::vector<const char*> delays{"0.50", "0.75", "1.12", "1.69",  "2.53",
-                                          "3.80", "5.70", "8.54", "12.81", "19.22"};
-    ASSERT_EQ(lines.size(), delays.size() + 1);
-    Duration instant{0};
-    double delay = 0.5;
-    for (std::size_t i = 0; i < delays.size(); ++i) {
-        EXPECT_EQ(lines[i].first, instant);
-        EXPECT_EQ(lines[i].second,
-                  fmt::format("Helper not reachable. Retrying in {} seconds (attempt {}/10)...",
-                              delays[i], i + 1));
-        instant += seconds(delay);
-        delay *= 1.5;
-    }
-    EXPECT_EQ(lines.back().first, instant);
-    EXPECT_EQ(lines.back().second, "Failed to communicate with Helper after 10 attempts.");
-    EXPECT_EQ(helper().registrations(), 11);
-    EXPECT_TRUE(appState->helperNeedsApproval);
-    EXPECT_EQ(appState->helperRegistrationError.get(), unreachable);
-    EXPECT_FALSE(hasStartedAppState());
-    EXPECT_FALSE(dispatch.nextInstant().has_value());
-}
-
-TEST_F(AppDelegateLaunch, triesFromTheBeginningWhenThePersonComesBackAfterwards) {
-    system.xpc.setHelper(Helper::incompatible);
-    launch();
-    dispatch.advance(seconds(120));
-    system.systemLog.clear();
-
-    system.application.becomeActive();
-    dispatch.runUntilIdle();
-    EXPECT_THAT(log("App"),
-                ElementsAre("App became active while helper needs approval, re-checking...",
-                            "Helper not reachable. Retrying in 0.50 seconds (attempt 1/10)..."));
-    EXPECT_EQ(helper().registrations(), 12);
-    EXPECT_FALSE(appState->helperNeedsApproval);
-
-    system.xpc.setHelper(Helper::answering);
-    dispatch.advance(seconds(0.5));
-    EXPECT_TRUE(hasStartedAppState());
-}
-
-TEST_F(AppDelegateLaunch, checksAgainWhenThePersonHasApprovedTheHelper) {
-    helper().requireApproval();
-    launch();
-    dispatch.advance(seconds(200));
-    EXPECT_TRUE(appState->helperNeedsApproval);
-    helper().approve();
-    system.application.becomeActive();
-    dispatch.runUntilIdle();
-    EXPECT_FALSE(appState->helperNeedsApproval);
-    EXPECT_EQ(appState->helperRegistrationError.get(), std::nullopt);
-    EXPECT_TRUE(hasStartedAppState());
-}
-
-TEST_F(AppDelegateLaunch, checksNothingAgainWhileNothingIsAmiss) {
-    launch();
-    dispatch.runUntilIdle();
-    system.systemLog.clear();
-    system.application.becomeActive();
-    dispatch.runUntilIdle();
-    EXPECT_THAT(log("App"), IsEmpty());
-    EXPECT_EQ(helper().registrations(), 1);
-}
-
-TEST_F(AppDelegateLaunch, waitsForAHelperThatNeverAnswers) {
-    system.xpc.setHelper(Helper::silent);
-    launch();
-    dispatch.advance(seconds(600));
-    EXPECT_FALSE(hasStartedAppState());
-    EXPECT_EQ(log("App").size(), 3u);
-}
-
 // The system extension and the application's state
 
 TEST_F(AppDelegateLaunch, startsTheStateAnywayWhenTheExtensionFails) {
@@ -380,7 +241,7 @@ TEST_F(AppDelegateLaunch, takesACallbackThatStartedTheApplication) {
 // Ending early
 
 TEST_F(AppDelegateLaunch, retriesNothingAfterItsEnd) {
-    system.xpc.setHelper(Helper::incompatible);
+    system.xpc.setHelper(SimulatedXPC::Helper::incompatible);
     launch();
     dispatch.runUntilIdle();
     delegate.reset();
