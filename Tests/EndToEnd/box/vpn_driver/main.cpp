@@ -57,6 +57,7 @@ json::Object membersOf(const Error& error) {
 class Driver {
   public:
     Driver() {
+        systemBus.serveUntil([this] { return systemBus.isConnected(); }, std::chrono::seconds(10));
         systemBus.serve();
         statusObserver = center.addObserver(NEVPNStatusDidChange,
                                             [this](const Notification&) { tell("status"); });
