@@ -7,13 +7,13 @@
 
 namespace quoxelin::sim {
 
-/// One login profile of the daemon: a person's account and the node this machine is in it.
+/// One login profile of the daemon: a user's account and the node this machine is in it.
 struct Account {
     /// The profile's id, as in the switch request's query.
     std::string id;
     /// What the account switcher shows.
     std::string name;
-    /// The person, as in the network map's user profiles.
+    /// The user, as in the network map's user profiles.
     std::string displayName;
     /// Login name; empty for an account that has none.
     std::string email;

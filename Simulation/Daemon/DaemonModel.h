@@ -58,8 +58,8 @@ class DaemonModel {
     /// False, and no change, when there is no such profile.
     bool switchProfile(std::string_view id);
     void switchToEmptyProfile();
-    /// Begins an interactive login or goes on with the one already begun; answers the URL to visit,
-    /// empty when the current profile is logged in already.
+    /// Starts an interactive login or continues the one in progress. Returns the URL to visit,
+    /// empty if the current profile is already logged in.
     std::string beginLogin();
     void setWantRunning(bool wantRunning);
     void logOut();

@@ -30,7 +30,7 @@ struct ReceivedRequest {
     json::Object summary() const;
 };
 
-/// Everything that was received, in order. Only the newest 10,000 are kept; the numbering goes on.
+/// All requests in order. Only the newest 10,000 are kept; the numbering continues.
 class RequestLog {
   public:
     const ReceivedRequest& add(ReceivedRequest request);

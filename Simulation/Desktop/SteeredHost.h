@@ -14,8 +14,8 @@ namespace quoxelin {
 /// A real desktop with the services of an in-memory operating system under the application, steered
 /// by lines on standard input (docs/simulation.md), unless that is a terminal.
 ///
-/// Where nobody is there to click an icon, to read a clipboard, to see a browser or to choose a
-/// folder, these are simulated, too.
+/// Without a user in front of it, the status icon, clipboard, browser and folder chooser are
+/// simulated too.
 ///
 /// Each system brings its own `Desktop` (all that is real, by the names of `Platform`'s members,
 /// and `isAttended()`), its `Screen` (a `SteeredScreen` made of the desktop) and its
@@ -45,7 +45,7 @@ class SteeredHost final : public PlatformHost {
         std::fflush(stdout);
     }
 
-    /// The real one where somebody is there.
+    /// The real one if there is a user.
     template <typename Interface>
     Interface& attended(Interface& real, Interface& simulated) {
         return desktop.isAttended() ? real : simulated;

@@ -11,7 +11,7 @@ namespace quoxelin {
 class Steering;
 struct Platform;
 
-/// The real windows of the application, as a person looks at them and clicks. Places are in the
+/// The real windows of the application, as a user looks at them and clicks. Places are in the
 /// desktop's lengths from the screen's upper left corner, y downwards. Main thread only.
 class SteeredScreen {
   public:
@@ -29,20 +29,20 @@ class SteeredScreen {
     /// Where it is.
     virtual std::optional<NSRect> placeOf(const std::string& label) const = 0;
 
-    /// Where the panel is; absent while it is not on the screen.
+    /// The panel's frame; absent while it is not on the screen.
     virtual std::optional<NSRect> panel() const = 0;
 
-    /// Writes all windows, where they lie, into a PNG file.
+    /// Writes all windows in their places into a PNG file.
     virtual Picture savePicture(const std::string& path) const = 0;
 
-    /// As when somebody presses the left button outside of all that is ours.
+    /// Acts like a press of the left button outside of the application's windows.
     virtual void pressElsewhere() = 0;
 
     /// As when a browser hands the URL over.
     virtual void openURL(const std::optional<std::string>& url) = 0;
 };
 
-/// What a person sees and does at the real desktop: looks at the windows, presses what is on them,
+/// What a user sees and does at the real desktop: looks at the windows, presses what is on them,
 /// follows a link back into the application, quits. docs/simulation.md lists the commands.
 void addScreenCommands(Steering& steering, SteeredScreen& screen, const Platform& platform);
 

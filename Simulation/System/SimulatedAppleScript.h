@@ -27,13 +27,13 @@ class SimulatedAppleScript final : public AppleScript {
         set(&State::outcome, std::move(errorInformation));
     }
 
-    /// From now on a script waits for the person at the password prompt.
+    /// From now on a script waits for the user at the password prompt.
     void waitForPassword() { set(&State::prompt, Prompt::asking); }
 
-    /// The person gives the password: waiting scripts continue to the outcome that is set.
+    /// The user gives the password: waiting scripts continue to the outcome that is set.
     void givePassword() { set(&State::prompt, Prompt::none); }
 
-    /// The person cancels: waiting scripts end with the system's "User canceled." error.
+    /// The user cancels: waiting scripts end with the system's "User canceled." error.
     void cancelPassword() { set(&State::prompt, Prompt::canceled); }
 
     /// The texts of the scripts that were executed, in the order in which they began.
@@ -42,7 +42,7 @@ class SimulatedAppleScript final : public AppleScript {
         return state->executed;
     }
 
-    /// True while a script waits for the person.
+    /// True while a script waits for the user.
     bool isAskingForPassword() const {
         const std::lock_guard lock(state->mutex);
         return state->prompt == Prompt::asking && state->waiting > 0;

@@ -44,13 +44,13 @@ class SimulatedApplication final : public NSApplication {
     }
     void setMainMenu(const std::vector<NSMenuItem>& submenu) override { menu = submenu; }
 
-    /// Tells the delegate that launching is finished; it is told of the end when that comes.
+    /// Tells the delegate that launching has finished, and later that the application ends.
     void launch(NSApplicationDelegate& newDelegate) {
         delegate = &newDelegate;
         delegate->applicationDidFinishLaunching();
     }
 
-    /// The application comes to the front, by a person or by itself.
+    /// The application comes to the front, by a user or by itself.
     void becomeActive() {
         active = true;
         notificationCenter.post(NSApplicationDidBecomeActiveNotification);

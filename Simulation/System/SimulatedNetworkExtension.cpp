@@ -241,7 +241,7 @@ void SimulatedNetworkExtension::tellConfigurationChange() {
         lifetime.weakly([this] { notificationCenter.post(NEVPNConfigurationChange); }));
 }
 
-// What a person allows
+// What a user allows
 
 void SimulatedNetworkExtension::requireApproval(Error refusal) {
     refusalUntilAllowed = std::move(refusal);

@@ -10,7 +10,7 @@
 
 namespace quoxelin {
 
-/// The VPN preferences of a system in memory, their tunnels, and the person who allows them. Main
+/// The VPN preferences of a system in memory, their tunnels, and the user who allows them. Main
 /// thread only; it outlives the managers and connections that it hands out.
 ///
 /// Fresh, it holds no configuration, every new one is allowed, and answers come on the next turn of
@@ -28,7 +28,7 @@ class SimulatedNetworkExtension final : public NetworkExtension {
         static Configuration ofTunnel(const std::string& providerBundleIdentifier,
                                       const std::string& localizedDescription);
 
-        /// With a protocol object of its own.
+        /// The copy has a separate protocol object.
         Configuration copy() const;
 
         /// Null unless it is a tunnel's.
@@ -72,30 +72,30 @@ class SimulatedNetworkExtension final : public NetworkExtension {
 
     // What is saved
 
-    /// As an application saved it earlier; allowed, and told to nobody.
+    /// Adds a configuration that was saved and allowed earlier. Posts no notification.
     void addConfiguration(Configuration configuration);
 
-    /// In the order in which they are handed out; each is a copy.
+    /// Copies, in the order in which applications get them.
     std::vector<Configuration> configurations() const;
 
-    /// The tunnel of the configuration at that place.
+    /// The tunnel of the configuration at the index.
     SimulatedNEVPNConnection& tunnel(std::size_t place = 0) { return *saved.at(place)->connection; }
 
-    /// A person removes (changes) a configuration in the system's settings. The change is told.
+    /// A user removes (changes) a configuration in the system's settings. Posts a notification.
     void removeConfiguration(std::size_t place);
     void changeConfiguration(std::size_t place, const Configuration& configuration);
 
-    /// Tells of a change, on a turn of the main queue of its own.
+    /// Posts the notification of a change on the next turn of the main queue.
     void tellConfigurationChange();
 
-    // What a person allows
+    // What a user allows
 
     /// From now on a new configuration is saved, but its starts are refused with `refusal` until a
-    /// person allows it.
+    /// user allows it.
     void requireApproval(Error refusal = {NEVPNErrorDomain, 1, "The configuration is invalid."});
 
-    /// A person allows, or declines, all configurations that wait; both is told as a change. What
-    /// was declined goes on waiting.
+    /// A user allows or declines all waiting configurations. Both post a notification. A declined
+    /// configuration keeps waiting.
     void allow();
     void decline();
 

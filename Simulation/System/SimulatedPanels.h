@@ -43,7 +43,7 @@ class SimulatedPanels final : public Panels {
     /// The panel that was made first and still exists; null when there is none.
     Panel* panel() const { return panels.empty() ? nullptr : panels.front(); }
 
-    /// A person presses a mouse button in another application or on the desktop.
+    /// A user presses a mouse button in another application or on the desktop.
     void pressElsewhere(unsigned long long event = NSEventMaskLeftMouseDown) {
         presses.notify(event);
     }
@@ -96,7 +96,7 @@ class SimulatedPanels::Panel final : public NSPanel {
 
     const NSPanelOptions& options() const { return made; }
 
-    /// A person or the content resizes the panel.
+    /// A user or the content resizes the panel.
     void resize(NSSize size) {
         place.width = size.width;
         place.height = size.height;

@@ -8,7 +8,7 @@
 
 namespace quoxelin {
 
-/// The services that the system starts for an application, and the person who allows them. Main
+/// The services that the system starts for an application, and the user who allows them. Main
 /// thread only.
 class SimulatedServiceManagement final : public ServiceManagement {
   public:
@@ -20,13 +20,13 @@ class SimulatedServiceManagement final : public ServiceManagement {
         Result<void, Error> unregisterService();
 
         /// From now on registering only asks: the status becomes `requiresApproval`, and the call
-        /// fails with "Operation not permitted", until a person allows the service.
+        /// fails with "Operation not permitted", until a user allows the service.
         void requireApproval() { approvalRequired = true; }
 
-        /// A person allows the service in the system's settings; an asked-for one is enabled.
+        /// A user allows the service in the system's settings; an asked-for one is enabled.
         void approve();
 
-        /// A person switches it off in the system's settings.
+        /// A user switches it off in the system's settings.
         void revoke();
 
         /// Registering (unregistering) fails with the error and changes nothing; none: it works.

@@ -30,7 +30,7 @@ class SimulatedStatusBar final : public NSStatusBar {
         void setAction(std::function<void()> value) override { action = std::move(value); }
         std::optional<NSRect> frameOnScreen() const override { return frame; }
 
-        /// A person clicks the button.
+        /// A user clicks the button.
         void click() const {
             if (const auto clicked = action)
                 clicked();

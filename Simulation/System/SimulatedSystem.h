@@ -22,13 +22,13 @@ namespace quoxelin {
 /// The launchd property list that describes the privileged helper.
 inline constexpr const char* simulatedHelperPlistName = "com.quoxelin.desktop.helper.plist";
 
-/// An operating system in memory, with the person who sits in front of it. Every service keeps
-/// what it is told and answers on the dispatch it runs on: virtual time in tests, real time in the
-/// demo. Steering it is calling the services' own methods.
+/// An operating system in memory, with its user. Each service keeps its state and answers on the
+/// dispatch it runs on: virtual time in tests, real time in the demo. Tests steer it through the
+/// methods of the services.
 ///
-/// Fresh, it is a machine on which the application was just installed: nothing is registered or
-/// approved, and nobody refuses anything. The system outlives the application that runs on it;
-/// the dispatch and the notification centre outlive the system.
+/// A new system is a machine on which the application was just installed: nothing is registered or
+/// approved, and nothing is refused. It must outlive the application that runs on it, and the
+/// dispatch and the notification center must outlive the system.
 struct SimulatedSystem {
     SimulatedSystem(Dispatch& dispatch, NotificationCenter& notificationCenter);
     SimulatedSystem(const SimulatedSystem&) = delete;

@@ -8,7 +8,7 @@
 
 namespace quoxelin {
 
-/// The system extensions of a system in memory, and the person who allows them. Main thread only.
+/// The system extensions of a system in memory, and the user who allows them. Main thread only.
 ///
 /// Fresh, no extension is installed, every one is allowed, and answers come on the next turn of the
 /// main queue. The public fields may be changed any time and count from then on.
@@ -34,16 +34,16 @@ class SimulatedSystemExtensions final : public OSSystemExtensionManager {
     /// The raw result of a successful activation.
     int result = static_cast<int>(OSSystemExtensionRequestResult::completed);
 
-    // What a person does
+    // What a user does
 
-    /// From now on an activation waits until a person allows the extension.
+    /// From now on an activation waits until a user allows the extension.
     void requireApproval() { approvalRequired = true; }
 
-    /// A person allows the extensions, those that wait and those to come: the requests that wait
+    /// A user allows the extensions, those that wait and those to come: the requests that wait
     /// are finished.
     void approve();
 
-    /// Ends all outstanding activations with the error: a person cancels them (code 11), or
+    /// Ends all outstanding activations with the error: a user cancels them (code 11), or
     /// something else supersedes them (code 12).
     void failActivations(const Error& error);
 

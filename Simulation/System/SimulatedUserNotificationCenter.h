@@ -9,7 +9,7 @@
 
 namespace quoxelin {
 
-/// The system's notifications and the person who allows them. Any thread; the completions come on
+/// The system's notifications and the user who allows them. Any thread; the completions come on
 /// a background queue.
 class SimulatedUserNotificationCenter final : public UNUserNotificationCenter {
   public:
@@ -61,8 +61,7 @@ class SimulatedUserNotificationCenter final : public UNUserNotificationCenter {
             state->dispatch.main().async([state = state, request] { present(state, request); });
     }
 
-    /// The person answers the question, now and for good. Requests that wait are told; so are
-    /// those that come later.
+    /// The user answers the question for good. Waiting and later requests get this answer.
     void answer(bool granted) {
         const std::lock_guard lock(state->mutex);
         state->status = static_cast<int>(granted ? UNAuthorizationStatus::authorized
@@ -73,7 +72,7 @@ class SimulatedUserNotificationCenter final : public UNUserNotificationCenter {
             });
     }
 
-    /// The person has not been asked yet, or the question is forgotten.
+    /// The user has not been asked yet, or the question is forgotten.
     void forgetAnswer() {
         setAuthorizationStatus(static_cast<int>(UNAuthorizationStatus::notDetermined));
     }
@@ -95,7 +94,7 @@ class SimulatedUserNotificationCenter final : public UNUserNotificationCenter {
     /// All that the application added, delivered or not.
     std::vector<UNNotificationRequest> requests() const { return get(&State::added); }
 
-    /// A notification that the person has seen, or could have.
+    /// A notification that the user has seen, or could have.
     struct Delivered {
         UNNotificationRequest request;
         /// What the delegate answered; absent when it was not asked.
@@ -106,7 +105,7 @@ class SimulatedUserNotificationCenter final : public UNUserNotificationCenter {
     /// The options of every request for authorization.
     std::vector<unsigned> authorizationRequests() const { return get(&State::asked); }
 
-    /// True while a request for authorization waits for the person.
+    /// True while a request for authorization waits for the user.
     bool isAskingForAuthorization() const { return !get(&State::waiting).empty(); }
 
   private:

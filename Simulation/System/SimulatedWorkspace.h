@@ -74,7 +74,7 @@ class SimulatedPasteboard final : public NSPasteboard {
     int changes = 0;
 };
 
-/// An open panel and the person in front of it.
+/// An open panel and the user in front of it.
 class SimulatedOpenPanel final : public NSOpenPanel {
   public:
     using Choice = std::optional<std::filesystem::path>;
@@ -87,7 +87,7 @@ class SimulatedOpenPanel final : public NSOpenPanel {
         waiting.push_back(std::move(completionHandler));
     }
 
-    /// The person chooses the folder in the panel that was shown first; false without a panel.
+    /// The user chooses the folder in the panel that was shown first; false without a panel.
     bool choose(const std::filesystem::path& folder) { return answer(folder); }
     bool cancel() { return answer(std::nullopt); }
 

@@ -103,7 +103,7 @@ class SimulatedXPC::Connection final : public NSXPCConnection,
         if (told)
             queue->async(std::move(told));
         auto& open = state->open;
-        // The list may hold the last reference: this function's caller keeps one of its own.
+        // The list may hold the last reference, but the caller of this function has another.
         open.erase(std::remove(open.begin(), open.end(), shared_from_this()), open.end());
     }
 
