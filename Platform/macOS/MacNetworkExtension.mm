@@ -22,12 +22,11 @@ static_assert(static_cast<int>(NEVPNError::configurationDisabled) ==
 static_assert(static_cast<int>(NEVPNError::configurationUnknown) == NEVPNErrorConfigurationUnknown);
 
 /// Answers from the framework's block, or from here when the framework throws instead.
-template <typename Call> void answering(const PreferencesCompletion& completion, Call call) {
-    const auto called = withoutExceptions([&] {
-        call(^(NSError* error) {
-            completion(toOptionalError(error));
-        });
-    });
+template <typename Call> void answering(PreferencesCompletion completion, Call call) {
+    const auto answered = ^(NSError* error) {
+        completion(toOptionalError(error));
+    };
+    const auto called = withoutExceptions([&] { call(answered); });
     if (!called)
         completion(called.error());
 }
@@ -39,8 +38,9 @@ class Connection final : public NEVPNConnection {
     int status() const override { return static_cast<int>(connection.status); }
 
     Result<void, Error> startVPNTunnel() override {
-        return withError(
-            [&](NSError** error) { return [connection startVPNTunnelAndReturnError:error]; });
+        return withError([&](NSError** error) {
+            return [connection startVPNTunnelWithOptions:nil andReturnError:error];
+        });
     }
 
     void stopVPNTunnel() override { [connection stopVPNTunnel]; }
@@ -169,19 +169,18 @@ MacNetworkExtension::MacNetworkExtension(NotificationCenter& notificationCenter)
 MacNetworkExtension::~MacNetworkExtension() = default;
 
 void MacNetworkExtension::loadAllFromPreferences(Completion<Managers, Error> completion) {
-    const auto called = withoutExceptions([&] {
-        [::NETunnelProviderManager loadAllFromPreferencesWithCompletionHandler:^(
-                                       NSArray<::NETunnelProviderManager*>* found, NSError* error) {
-            if (error != nil) {
-                completion(tl::unexpected(toError(error)));
-                return;
-            }
-            Managers managers;
-            for (::NETunnelProviderManager* manager in found)
-                managers.push_back(std::make_shared<Manager>(manager));
-            completion(std::move(managers));
-        }];
-    });
+    const auto answered = ^(NSArray<::NETunnelProviderManager*>* found, NSError* error) {
+        if (error != nil) {
+            completion(tl::unexpected(toError(error)));
+            return;
+        }
+        Managers managers;
+        for (::NETunnelProviderManager* manager in found)
+            managers.push_back(std::make_shared<Manager>(manager));
+        completion(std::move(managers));
+    };
+    const auto called = withoutExceptions(
+        [&] { [::NETunnelProviderManager loadAllFromPreferencesWithCompletionHandler:answered]; });
     if (!called)
         completion(tl::unexpected(called.error()));
 }

@@ -72,10 +72,11 @@ void MacUserNotificationCenter::setDelegate(
 
 void MacUserNotificationCenter::getNotificationSettings(
     std::function<void(UNNotificationSettings)> completion) {
+    const auto answered = ^(::UNNotificationSettings* settings) {
+        completion({static_cast<int>(settings.authorizationStatus)});
+    };
     const auto called = withCenter([&](::UNUserNotificationCenter* center) {
-        [center getNotificationSettingsWithCompletionHandler:^(::UNNotificationSettings* settings) {
-            completion({static_cast<int>(settings.authorizationStatus)});
-        }];
+        [center getNotificationSettingsWithCompletionHandler:answered];
     });
     if (!called)
         completion({static_cast<int>(UNAuthorizationStatus::denied)});
@@ -83,11 +84,11 @@ void MacUserNotificationCenter::getNotificationSettings(
 
 void MacUserNotificationCenter::requestAuthorization(
     unsigned options, std::function<void(bool granted, std::optional<Error>)> completion) {
+    const auto answered = ^(BOOL granted, NSError* error) {
+        completion(granted, toOptionalError(error));
+    };
     const auto called = withCenter([&](::UNUserNotificationCenter* center) {
-        [center requestAuthorizationWithOptions:options
-                              completionHandler:^(BOOL granted, NSError* error) {
-                                  completion(granted, toOptionalError(error));
-                              }];
+        [center requestAuthorizationWithOptions:options completionHandler:answered];
     });
     if (!called)
         completion(false, called.error());

@@ -1,7 +1,9 @@
 #include "Platform/macOS/MacXPC.h"
 
+#include "Platform/ServiceManagement.h"
 #include "Platform/macOS/ObjC.h"
 #include "Platform/macOS/QXHelperToolProtocol.h"
+#include "Platform/macOS/SMAppServiceDeclaration.h"
 
 namespace quoxelin {
 
@@ -9,8 +11,8 @@ namespace {
 
 using ErrorHandler = std::function<void(const Error&)>;
 
-/// Connections that have been resumed and not yet invalidated: the framework closes one that nobody
-/// holds.
+/// Connections that have been resumed and have not failed yet: the framework closes one that is not
+/// held.
 NSMutableSet<::NSXPCConnection*>* openConnections() {
     static NSMutableSet<::NSXPCConnection*>* const connections = [NSMutableSet set];
     return connections;
@@ -48,21 +50,17 @@ class HelperTool final : public HelperToolProtocol {
         NSMutableArray<NSString*>* const words = [NSMutableArray array];
         for (const auto& argument : arguments)
             [words addObject:toNSString(argument)];
-        send([&] {
-            [proxy runGoToolWithPath:toNSString(path)
-                           arguments:words
-                           withReply:^(NSString* output) {
-                               reply(toString(output));
-                           }];
-        });
+        const auto replied = ^(NSString* output) {
+            reply(toString(output));
+        };
+        send([&] { [proxy runGoToolWithPath:toNSString(path) arguments:words withReply:replied]; });
     }
 
     void pingWithReply(std::function<void(bool)> reply) override {
-        send([&] {
-            [proxy pingWithReply:^(BOOL isThere) {
-                reply(isThere);
-            }];
-        });
+        const auto replied = ^(BOOL isThere) {
+            reply(isThere);
+        };
+        send([&] { [proxy pingWithReply:replied]; });
     }
 
   private:
@@ -76,29 +74,26 @@ class HelperTool final : public HelperToolProtocol {
     ErrorHandler failed;
 };
 
+/// Whether launchd starts the helper for a message: the framework hands out a far end in any case.
+bool isHelperEnabled() {
+    ::SMAppService* const service =
+        [::SMAppService daemonServiceWithPlistName:@"com.quoxelin.desktop.helper.plist"];
+    return service.status == static_cast<NSInteger>(SMAppServiceStatus::enabled);
+}
+
 class Connection final : public NSXPCConnection {
   public:
     explicit Connection(::NSXPCConnection* connection) : connection(connection) {
+        setInterruptionHandler(nullptr);
         setInvalidationHandler(nullptr);
     }
 
     void setInterruptionHandler(std::function<void()> handler) override {
-        connection.interruptionHandler = ^{
-            if (handler)
-                handler();
-        };
+        connection.interruptionHandler = lettingGo(std::move(handler));
     }
 
     void setInvalidationHandler(std::function<void()> handler) override {
-        __weak ::NSXPCConnection* const invalidated = connection;
-        connection.invalidationHandler = ^{
-            // Kept to the end of the handler, which is the connection's own.
-            ::NSXPCConnection* const held = invalidated;
-            if (handler)
-                handler();
-            if (held != nil)
-                letGo(held);
-        };
+        connection.invalidationHandler = lettingGo(std::move(handler));
     }
 
     void resume() override {
@@ -109,8 +104,14 @@ class Connection final : public NSXPCConnection {
     void remoteObjectProxyWithErrorHandler(
         ErrorHandler handler,
         std::function<void(std::shared_ptr<HelperToolProtocol>)> completion) override {
+        if (!isHelperEnabled()) {
+            completion(nullptr);
+            return;
+        }
+        const auto ended = lettingGo(nullptr);
         id proxy = [connection remoteObjectProxyWithErrorHandler:^(NSError* error) {
             handler(toError(error));
+            ended();
         }];
         if ([proxy conformsToProtocol:@protocol(HelperToolProtocol)])
             completion(std::make_shared<HelperTool>(proxy, handler));
@@ -121,6 +122,19 @@ class Connection final : public NSXPCConnection {
     void invalidate() override { [connection invalidate]; }
 
   private:
+    /// A handler of the connection after which nothing is awaited any more.
+    dispatch_block_t lettingGo(std::function<void()> handler) {
+        __weak ::NSXPCConnection* const failed = connection;
+        return ^{
+            // Kept to the end of the handler, which belongs to the connection.
+            ::NSXPCConnection* const held = failed;
+            if (handler)
+                handler();
+            if (held != nil)
+                letGo(held);
+        };
+    }
+
     ::NSXPCConnection* connection;
 };
 

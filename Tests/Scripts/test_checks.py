@@ -141,3 +141,17 @@ def test_what_is_unfinished_or_tied_to_a_machine_is_found(tmp_path, line):
 def test_ordinary_text_passes(tmp_path, line):
     write(tmp_path, {"Base/A.cpp": line})
     assert check("check-text", tmp_path) == (0, "")
+
+
+@pytest.mark.parametrize("lambda_", ["[&] {", "[&](auto call) {", "[this, &reply](int) mutable {"])
+def test_a_block_that_keeps_references_is_found(tmp_path, lambda_):
+    write(tmp_path, {"Platform/A.mm": f"send({lambda_}\n[proxy ping:^(BOOL is) {{ reply(is); }}]; }});"})
+    code, errors = check("check-text", tmp_path)
+    assert code == 1
+    assert errors.startswith("Platform/A.mm:2: error: a block within")
+
+
+@pytest.mark.parametrize("lambda_", ["[] {", "[=] {", "[reply] {", "[&] {} + ["])
+def test_a_block_that_keeps_copies_passes(tmp_path, lambda_):
+    write(tmp_path, {"Platform/A.mm": f"send({lambda_}\n[proxy ping:^(BOOL is) {{ reply(is); }}]; }});"})
+    assert check("check-text", tmp_path) == (0, "")
