@@ -1,7 +1,8 @@
 #include "Platform/Linux/FolderBundle.h"
 
-#include <QFile>
-#include <QXmlStreamReader>
+#include "Base/PropertyList.h"
+
+#include <fstream>
 #include <system_error>
 
 namespace quoxelin {
@@ -29,26 +30,11 @@ std::filesystem::path FolderBundle::rootOfThisProgram() {
     return (folder / ".." / "lib" / "quoxelin-desktop").lexically_normal();
 }
 
-/// Reads the top level's string members of an XML property list; empty if it is missing or broken.
+/// Empty if the property list is missing or broken.
 FolderBundle::Strings FolderBundle::readInfoDictionary(const std::filesystem::path& root) {
-    QFile file(QString::fromStdString((root / "Contents" / "Info.plist").string()));
-    if (!file.open(QIODevice::ReadOnly))
-        return {};
-    QXmlStreamReader xml(&file);
-    Strings strings;
-    if (!xml.readNextStartElement() || xml.name() != u"plist" || !xml.readNextStartElement() ||
-        xml.name() != u"dict")
-        return {};
-    QString key;
-    while (xml.readNextStartElement()) {
-        if (xml.name() == u"key")
-            key = xml.readElementText();
-        else if (xml.name() == u"string")
-            strings[key.toStdString()] = xml.readElementText().toStdString();
-        else
-            xml.skipCurrentElement();
-    }
-    return xml.hasError() ? Strings{} : strings;
+    std::ifstream file(root / "Contents" / "Info.plist", std::ios::binary);
+    const std::string text{std::istreambuf_iterator<char>(file), {}};
+    return stringsOfPropertyList(text).value_or(Strings{});
 }
 
 std::optional<std::string> FolderBundle::bundleIdentifier() const {

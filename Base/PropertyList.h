@@ -1,0 +1,14 @@
+#pragma once
+
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace quoxelin {
+
+/// The strings that stand at the top level of an XML property list's dictionary, by key. Values of
+/// other types are left out. None when the text is broken.
+std::optional<std::map<std::string, std::string>> stringsOfPropertyList(std::string_view text);
+
+} // namespace quoxelin
