@@ -2,109 +2,153 @@
 
 #include "Helper/Text.h"
 
+#include <cstring>
+
 namespace quoxelin::helper {
 
 namespace {
 
-/// Nobody is hurried: a person may be reading, and a slot is taken meanwhile.
-constexpr int noTimeout = G_MAXINT;
+using std::chrono::seconds;
 
-using Answer = std::function<void(Owned<GVariant> answer, const std::string& why)>;
+/// A bus answers in milliseconds.
+constexpr seconds patienceWithTheBus{10};
+/// A person may have to look for a password or for an administrator.
+constexpr seconds patienceWithPeople{300};
 
-struct Call {
-    const char* destination;
+struct Method {
+    const char* service;
     const char* path;
     const char* interface;
-    const char* method;
-    const char* replyType;
+    const char* name;
 };
 
-void ask(GDBusConnection* bus, const Call& call, GVariant* parameters, Answer answer) {
-    g_dbus_connection_call(
-        bus, call.destination, call.path, call.interface, call.method, parameters,
-        G_VARIANT_TYPE(call.replyType), G_DBUS_CALL_FLAGS_NONE, noTimeout, nullptr,
-        [](GObject* source, GAsyncResult* result, gpointer data) {
-            const std::unique_ptr<Answer> told(static_cast<Answer*>(data));
-            std::string why;
-            auto value = finishCall(source, result, why);
-            (*told)(std::move(value), why);
-        },
-        new Answer(std::move(answer)));
-}
+constexpr Method getUser = {"org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+                            "GetConnectionUnixUser"};
 
-Call polkitCall(const char* method, const char* replyType) {
+constexpr Method polkit(const char* name) {
     return {"org.freedesktop.PolicyKit1", "/org/freedesktop/PolicyKit1/Authority",
-            "org.freedesktop.PolicyKit1.Authority", method, replyType};
+            "org.freedesktop.PolicyKit1.Authority", name};
 }
 
-/// Takes a question back when the one whom it is about has gone: otherwise it would stay on
-/// somebody's screen, and a slot taken.
-class Withdrawal {
-  public:
-    Withdrawal(GDBusConnection* bus, const std::string& busName, std::string question)
-        : question(std::move(question)),
-          watch(g_bus_watch_name_on_connection(bus, busName.c_str(), G_BUS_NAME_WATCHER_FLAGS_NONE,
-                                               nullptr, &Withdrawal::gone, this, nullptr)) {}
-    ~Withdrawal() { g_bus_unwatch_name(watch); }
-    Withdrawal(const Withdrawal&) = delete;
-    Withdrawal& operator=(const Withdrawal&) = delete;
+Owned<sd_bus_message> callOf(sd_bus* bus, const Method& method) {
+    sd_bus_message* message = nullptr;
+    sd_bus_message_new_method_call(bus, &message, method.service, method.path, method.interface,
+                                   method.name);
+    return Owned<sd_bus_message>(message);
+}
 
-  private:
-    static void gone(GDBusConnection* bus, const char*, gpointer self) {
-        if (bus != nullptr)
-            ask(bus, polkitCall("CancelCheckAuthorization", "()"),
-                g_variant_new("(s)", static_cast<Withdrawal*>(self)->question.c_str()),
-                [](const Owned<GVariant>&, const std::string&) {});
+class Pending {
+  public:
+    /// Gets the reply; null when there is none, and then the reason.
+    using Answer = std::function<void(sd_bus_message* reply, const std::string& why)>;
+
+    explicit Pending(Answer answer) : answer(std::move(answer)) {}
+
+    void send(sd_bus* bus, sd_bus_message* call, seconds patience) {
+        sd_bus_slot* sent = nullptr;
+        const int outcome =
+            call == nullptr ? -ENOMEM
+                            : sd_bus_call_async(bus, &sent, call, &Pending::replied, this,
+                                                static_cast<std::uint64_t>(
+                                                    std::chrono::microseconds(patience).count()));
+        slot.reset(sent);
+        if (outcome < 0)
+            std::exchange(answer, nullptr)(nullptr, std::strerror(-outcome));
     }
 
-    const std::string question;
-    const guint watch;
+  private:
+    /// The answer may drop this.
+    static int replied(sd_bus_message* reply, void* self, sd_bus_error*) {
+        const auto answer = std::exchange(static_cast<Pending*>(self)->answer, nullptr);
+        const auto* error = sd_bus_message_get_error(reply);
+        if (error == nullptr)
+            answer(reply, "");
+        else
+            answer(nullptr, error->message == nullptr ? error->name : error->message);
+        return 0;
+    }
+
+    Answer answer;
+    Owned<sd_bus_slot> slot;
 };
 
-/// The caller by its name on the bus, which the bus vouches for and never gives to another.
-GVariant* authorizationRequest(const std::string& busName, const std::string& question) {
-    constexpr guint32 allowUserInteraction = 1;
-    GVariantBuilder subject;
-    g_variant_builder_init(&subject, G_VARIANT_TYPE_VARDICT);
-    g_variant_builder_add(&subject, "{sv}", "name", g_variant_new_string(busName.c_str()));
-    return g_variant_new("((sa{sv})s@a{ss}us)", "system-bus-name", &subject,
-                         "com.quoxelin.desktop.helper.run",
-                         g_variant_new_array(G_VARIANT_TYPE("{ss}"), nullptr, 0),
-                         allowUserInteraction, question.c_str());
-}
+/// A question to polkit, which is taken back unless it has been answered.
+class Consent {
+  public:
+    Consent(sd_bus* bus, std::function<void(bool)> answer,
+            std::function<void(const std::string&)> log)
+        : bus(bus), pending([this, answer = std::move(answer),
+                             log = std::move(log)](sd_bus_message* reply, const std::string& why) {
+              int isAuthorized = 0;
+              isAnswered = reply != nullptr;
+              if (!isAnswered)
+                  log("polkit did not answer: " + forLog(why));
+              else if (sd_bus_message_enter_container(reply, 'r', "bba{ss}") < 0 ||
+                       sd_bus_message_read(reply, "b", &isAuthorized) < 0)
+                  isAuthorized = 0;
+              answer(isAuthorized != 0);
+          }) {}
+
+    ~Consent() {
+        if (isAnswered)
+            return;
+        const auto call = callOf(bus, polkit("CancelCheckAuthorization"));
+        if (call && sd_bus_message_append(call.get(), "s", name.c_str()) >= 0 &&
+            sd_bus_message_set_auto_start(call.get(), 0) >= 0 &&
+            sd_bus_message_set_expect_reply(call.get(), 0) >= 0)
+            sd_bus_send(bus, call.get(), nullptr);
+    }
+    Consent(const Consent&) = delete;
+    Consent& operator=(const Consent&) = delete;
+
+    /// The caller by its name on the bus, which the bus vouches for and never gives to another.
+    void ask(const Requests::Question& question) {
+        constexpr std::uint32_t allowUserInteraction = 1;
+        auto call = callOf(bus, polkit("CheckAuthorization"));
+        if (call &&
+            sd_bus_message_append(call.get(), "(sa{sv})sa{ss}us", "system-bus-name", 1, "name", "s",
+                                  question.caller.c_str(), "com.quoxelin.desktop.helper.run", 2,
+                                  "program", question.program.c_str(), "command",
+                                  question.command.c_str(), allowUserInteraction, name.c_str()) < 0)
+            call.reset();
+        pending.send(bus, call.get(), patienceWithPeople);
+    }
+
+  private:
+    static std::string nextName() {
+        static unsigned long questions = 0;
+        return "quoxelin-helper-" + std::to_string(++questions);
+    }
+
+    sd_bus* const bus;
+    const std::string name = nextName();
+    bool isAnswered = false;
+    Pending pending;
+};
 
 } // namespace
 
-void askUser(GDBusConnection* bus, const std::string& busName,
-             std::function<void(std::optional<uid_t>)> answer) {
-    const Call call = {"org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
-                       "GetConnectionUnixUser", "(u)"};
-    ask(bus, call, g_variant_new("(s)", busName.c_str()),
-        [answer = std::move(answer)](const Owned<GVariant>& value, const std::string&) {
-            if (!value)
-                return answer(std::nullopt);
-            guint32 user = 0;
-            g_variant_get(value.get(), "(u)", &user);
-            answer(user);
+std::shared_ptr<void> identify(sd_bus* bus, const std::string& caller,
+                               std::function<void(std::optional<uid_t>)> answer) {
+    auto pending = std::make_shared<Pending>(
+        [answer = std::move(answer)](sd_bus_message* reply, const std::string&) {
+            std::uint32_t user = 0;
+            const bool isKnown = reply != nullptr && sd_bus_message_read(reply, "u", &user) > 0;
+            answer(isKnown ? std::optional<uid_t>(user) : std::nullopt);
         });
+    auto call = callOf(bus, getUser);
+    if (call && sd_bus_message_append(call.get(), "s", caller.c_str()) < 0)
+        call.reset();
+    pending->send(bus, call.get(), patienceWithTheBus);
+    return pending;
 }
 
-void askPolkit(GDBusConnection* bus, const Caller& caller, std::function<void(bool)> answer,
-               std::function<void(const std::string&)> log) {
-    static unsigned long questions = 0;
-    const auto question = "quoxelin-helper-" + std::to_string(++questions);
-    ask(bus, polkitCall("CheckAuthorization", "((bba{ss}))"),
-        authorizationRequest(caller.busName, question),
-        [answer = std::move(answer), log = std::move(log),
-         withdrawal = std::make_shared<Withdrawal>(bus, caller.busName, question)](
-            const Owned<GVariant>& value, const std::string& why) {
-            gboolean isAuthorized = FALSE;
-            if (value)
-                g_variant_get(value.get(), "((bba{ss}))", &isAuthorized, nullptr, nullptr);
-            else
-                log("polkit did not answer: " + forLog(why));
-            answer(isAuthorized != FALSE);
-        });
+std::shared_ptr<void> authorize(sd_bus* bus, const Requests::Question& question,
+                                std::function<void(bool)> answer,
+                                std::function<void(const std::string&)> log) {
+    auto consent = std::make_shared<Consent>(bus, std::move(answer), std::move(log));
+    consent->ask(question);
+    return consent;
 }
 
 } // namespace quoxelin::helper

@@ -1,5 +1,7 @@
 #include "Helper/CommandLine.h"
 
+#include "Base/PropertyList.h"
+
 #include <algorithm>
 #include <array>
 
@@ -7,24 +9,13 @@ namespace quoxelin::helper {
 
 namespace {
 
-using Arguments = std::vector<std::string>;
-
-/// Letters and digits of ASCII, whatever the locale.
-bool isPlain(char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
-}
-
-bool isAllowedForDaemon(const Arguments& arguments) {
-    if (arguments == Arguments{"--help"})
-        return true;
-    if (arguments.empty() || arguments.front() != "up")
-        return false;
-    auto rest = arguments.begin() + 1;
-    for (const auto* flag : {"--conductor-host", "--signal-host"}) {
-        if (arguments.end() - rest >= 2 && *rest == flag && isHost(*(rest + 1)))
-            rest += 2;
-    }
-    return rest == arguments.end();
+Arguments argumentsForUp(const Hosts& hosts) {
+    Arguments arguments = {"up"};
+    if (!hosts.conductor.empty())
+        arguments.insert(arguments.end(), {"--conductor-host", hosts.conductor});
+    if (!hosts.signal.empty())
+        arguments.insert(arguments.end(), {"--signal-host", hosts.signal});
+    return arguments;
 }
 
 bool isAllowedForTool(const Arguments& arguments) {
@@ -35,15 +26,25 @@ bool isAllowedForTool(const Arguments& arguments) {
 
 } // namespace
 
-std::string pathOf(const std::string& bundleRoot, Program program) {
-    const std::string resources = bundleRoot + "/Contents/Resources/";
+std::optional<Hosts> hostsIn(std::string_view informationPropertyList) {
+    auto strings = stringsOfPropertyList(informationPropertyList);
+    if (!strings)
+        return std::nullopt;
+    return Hosts{(*strings)["QXConductorURL"], (*strings)["QXSignalURL"]};
+}
+
+std::string nameOf(Program program) {
     switch (program) {
     case Program::daemon:
-        return resources + "quoxelind";
+        return "quoxelind";
     case Program::tool:
-        return resources + "quoxelin";
+        return "quoxelin";
     }
     return {};
+}
+
+std::string pathOf(const std::string& bundleRoot, Program program) {
+    return bundleRoot + "/Contents/Resources/" + nameOf(program);
 }
 
 std::optional<Program> programAt(const std::string& bundleRoot, std::string_view path) {
@@ -53,24 +54,18 @@ std::optional<Program> programAt(const std::string& bundleRoot, std::string_view
     return std::nullopt;
 }
 
-bool isAllowed(Program program, const Arguments& arguments) {
+bool startsDaemon(Program program, const Arguments& arguments) {
+    return program == Program::daemon && !arguments.empty() && arguments.front() == "up";
+}
+
+bool isAllowed(Program program, const Arguments& arguments, const Hosts& hosts) {
     switch (program) {
     case Program::daemon:
-        return isAllowedForDaemon(arguments);
+        return arguments == Arguments{"--help"} || arguments == argumentsForUp(hosts);
     case Program::tool:
         return isAllowedForTool(arguments);
     }
     return false;
-}
-
-bool isHost(std::string_view text) {
-    constexpr std::string_view marks = "-._~:/?#[]@%&=+,";
-    if (text.empty() || text.size() > longestArgument)
-        return false;
-    if (!isPlain(text.front()) && text.front() != '[')
-        return false;
-    return std::all_of(text.begin(), text.end(),
-                       [&](char c) { return isPlain(c) || marks.find(c) != marks.npos; });
 }
 
 } // namespace quoxelin::helper

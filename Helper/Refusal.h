@@ -4,12 +4,14 @@
 
 namespace quoxelin::helper {
 
-/// Why a request is not carried out, with a sentence for the caller that tells nothing about the
-/// system that the caller could not find out anyway.
+/// Why a request is not carried out.
 struct Refusal {
-    enum class Reason { invalidArguments, notAuthorised, limitsExceeded, failed };
+    enum class Reason { invalidArguments, notAuthorized, limitsExceeded, failed };
     Reason reason;
+    /// For the caller; says nothing about the system that the caller could not find out anyway.
     std::string text;
+    /// For the log.
+    std::string detail = {};
 };
 
 } // namespace quoxelin::helper

@@ -2,46 +2,79 @@
 
 #include <chrono>
 #include <functional>
+#include <map>
 #include <string>
+#include <sys/types.h>
 
 namespace quoxelin::helper {
 
-/// Writes what was refused to the log, and not more than somebody can read: a flood of calls must
-/// not fill the disk. One thread.
+/// Writes what was refused to the log, and of each user only as much as people can read: a flood
+/// of calls must neither fill the disk nor hide what another user tried. One thread.
 class RefusalLog {
   public:
     using Clock = std::chrono::steady_clock;
+    static constexpr int mostInAMinute = 20;
 
     RefusalLog(std::function<void(const std::string&)> write,
                std::function<Clock::time_point()> now)
         : write(std::move(write)), now(std::move(now)) {}
 
-    /// At most 20 lines a minute; the next one after that says how many there were in between.
-    void operator()(const std::string& line) {
-        const auto time = now();
-        if (written == 0 || time - began >= std::chrono::minutes(1)) {
-            if (omitted > 0)
-                write("refused " + std::to_string(omitted) + " more");
-            began = time;
-            written = 0;
-            omitted = 0;
-        }
-        if (written == mostInAMinute) {
-            ++omitted;
+    /// At most 20 lines of a user in a minute; the others are not made, but counted.
+    template <typename MakeLine>
+    void operator()(uid_t user, MakeLine line) {
+        auto& own = currentMinuteOf(user);
+        if (own.written == mostInAMinute) {
+            ++own.omitted;
             return;
         }
-        ++written;
-        write(line);
+        ++own.written;
+        write(line());
+    }
+
+    /// Counts refusals without a line.
+    void count(uid_t user, unsigned long refusals) { currentMinuteOf(user).omitted += refusals; }
+
+    /// Writes how many lines were left out in the minutes that are over.
+    void writeCounts() {
+        forget([this](const Minute& minute) { return isOver(minute); });
+    }
+
+    /// Writes all counts, at the end.
+    void finish() {
+        forget([](const Minute&) { return true; });
     }
 
   private:
-    static constexpr int mostInAMinute = 20;
+    struct Minute {
+        Clock::time_point began;
+        int written = 0;
+        unsigned long omitted = 0;
+    };
+
+    bool isOver(const Minute& minute) const {
+        return now() - minute.began >= std::chrono::minutes(1);
+    }
+
+    Minute& currentMinuteOf(uid_t user) {
+        writeCounts();
+        return minutes.try_emplace(user, Minute{now()}).first->second;
+    }
+
+    template <typename Condition>
+    void forget(Condition condition) {
+        std::erase_if(minutes, [&](const auto& entry) {
+            const auto& [user, minute] = entry;
+            const bool goes = condition(minute);
+            if (goes && minute.omitted > 0)
+                write("refused user " + std::to_string(user) + " " +
+                      std::to_string(minute.omitted) + " more times");
+            return goes;
+        });
+    }
 
     std::function<void(const std::string&)> write;
     std::function<Clock::time_point()> now;
-    Clock::time_point began;
-    int written = 0;
-    unsigned long omitted = 0;
+    std::map<uid_t, Minute> minutes;
 };
 
 } // namespace quoxelin::helper

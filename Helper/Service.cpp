@@ -1,244 +1,268 @@
 #include "Helper/Service.h"
 
-#include "Helper/Bus.h"
-#include "Helper/CommandLine.h"
-#include "Helper/Text.h"
-#include "Helper/TrustedFile.h"
+#include <csignal>
+#include <cstring>
+#include <sys/wait.h>
 
 namespace quoxelin::helper {
 
 namespace {
 
+constexpr const char* systemBus = "unix:path=/run/dbus/system_bus_socket";
 constexpr const char* busName = "com.quoxelin.desktop.Helper";
 constexpr const char* objectPath = "/com/quoxelin/desktop/Helper";
-constexpr const char* interfaceDescription = R"(
-<node>
-  <interface name="com.quoxelin.desktop.HelperToolProtocol">
-    <method name="RunGoTool">
-      <arg name="path" type="s" direction="in"/>
-      <arg name="arguments" type="as" direction="in"/>
-      <arg name="output" type="s" direction="out"/>
-    </method>
-    <method name="Ping">
-      <arg name="isThere" type="b" direction="out"/>
-    </method>
-  </interface>
-</node>)";
-
-constexpr guint secondsUntilIdle = 60;
+constexpr const char* interface = "com.quoxelin.desktop.HelperToolProtocol";
+/// Every connection that ends.
+constexpr const char* goneNames =
+    "type='signal',sender='org.freedesktop.DBus',path='/org/freedesktop/DBus',"
+    "interface='org.freedesktop.DBus',member='NameOwnerChanged',arg2=''";
+constexpr std::size_t mostUnread = 4096;
+constexpr std::uint64_t idleMicroseconds = 60'000'000;
 
 const char* errorName(Refusal::Reason reason) {
     switch (reason) {
     case Refusal::Reason::invalidArguments:
-        return "org.freedesktop.DBus.Error.InvalidArgs";
-    case Refusal::Reason::notAuthorised:
-        return "org.freedesktop.DBus.Error.AccessDenied";
+        return SD_BUS_ERROR_INVALID_ARGS;
+    case Refusal::Reason::notAuthorized:
+        return SD_BUS_ERROR_ACCESS_DENIED;
     case Refusal::Reason::limitsExceeded:
-        return "org.freedesktop.DBus.Error.LimitsExceeded";
+        return SD_BUS_ERROR_LIMITS_EXCEEDED;
     case Refusal::Reason::failed:
-        return "org.freedesktop.DBus.Error.Failed";
+        return SD_BUS_ERROR_FAILED;
     }
-    return "";
+    return SD_BUS_ERROR_FAILED;
 }
 
-void answer(GDBusMethodInvocation* invocation, const tl::expected<std::string, Refusal>& outcome) {
-    if (outcome)
-        g_dbus_method_invocation_return_value(invocation, g_variant_new("(s)", outcome->c_str()));
-    else
-        g_dbus_method_invocation_return_dbus_error(invocation, errorName(outcome.error().reason),
-                                                   outcome.error().text.c_str());
+/// Replies when it is called.
+Requests::Reply replyTo(sd_bus_message* call) {
+    return [call = std::shared_ptr<sd_bus_message>(sd_bus_message_ref(call), Unref{})](
+               const tl::expected<std::string, Refusal>& outcome) {
+        if (outcome)
+            sd_bus_reply_method_return(call.get(), "s", outcome->c_str());
+        else
+            sd_bus_reply_method_errorf(call.get(), errorName(outcome.error().reason), "%s",
+                                       outcome.error().text.c_str());
+    };
 }
 
-struct RunGoTool {
+/// The same for a message of which nothing is kept meanwhile.
+Requests::Reply refusalTo(sd_bus_message* call) {
+    sd_bus_message* error = nullptr;
+    sd_bus_message_new_method_errorf(call, &error, SD_BUS_ERROR_INVALID_ARGS, "%s",
+                                     "The request is too large.");
+    return [error = std::shared_ptr<sd_bus_message>(error, Unref{})](const auto&) {
+        sd_bus_send(nullptr, error.get(), nullptr);
+    };
+}
+
+struct Call {
     std::string path;
-    std::vector<std::string> arguments;
+    Arguments arguments;
 };
 
-/// None when it is larger than anything that could be allowed. Nothing is copied before that is
-/// known.
-std::optional<RunGoTool> unpack(GVariant* parameters) {
-    RunGoTool call;
-    const Owned<GVariant> path(g_variant_get_child_value(parameters, 0));
-    const Owned<GVariant> arguments(g_variant_get_child_value(parameters, 1));
-    const auto textOf = [](GVariant* value, std::size_t longest) -> std::optional<std::string> {
-        gsize length = 0;
-        const char* text = g_variant_get_string(value, &length);
-        if (length > longest)
-            return std::nullopt;
-        return std::string(text, length);
-    };
-    const auto name = textOf(path.get(), longestPath);
-    const auto count = g_variant_n_children(arguments.get());
-    if (!name || count > mostArguments)
+/// None when it is larger than anything that could be allowed. The message is read in place: it
+/// takes no memory but its own, whatever is in it.
+std::optional<Call> unpack(sd_bus_message* message) {
+    const char* text = nullptr;
+    if (sd_bus_message_read_basic(message, 's', &text) < 0 || std::strlen(text) > longestPath ||
+        sd_bus_message_enter_container(message, 'a', "s") < 0)
         return std::nullopt;
-    call.path = *name;
-    for (gsize index = 0; index < count; ++index) {
-        const Owned<GVariant> argument(g_variant_get_child_value(arguments.get(), index));
-        const auto text = textOf(argument.get(), longestArgument);
-        if (!text)
+    Call call{text, {}};
+    int present = 0;
+    while ((present = sd_bus_message_read_basic(message, 's', &text)) > 0) {
+        if (call.arguments.size() == mostArguments || std::strlen(text) > longestArgument)
             return std::nullopt;
-        call.arguments.push_back(*text);
+        call.arguments.emplace_back(text);
     }
-    return call;
+    return present == 0 ? std::optional(call) : std::nullopt;
+}
+
+std::string textOf(const siginfo_t& how) {
+    return (how.si_code == CLD_EXITED ? "exit code " : "ended by signal ") +
+           std::to_string(how.si_status);
 }
 
 } // namespace
 
-Service::Service(Owned<GDBusConnection> bus, std::string bundleRoot,
-                 std::function<void(const std::string&)> write)
-    : bus(std::move(bus)), loop(g_main_loop_new(nullptr, FALSE)),
-      description(g_dbus_node_info_new_for_xml(interfaceDescription, nullptr)),
-      log(std::move(write), &RefusalLog::Clock::now), children([this] { endIfDone(); }),
-      requests(dependencies(std::move(bundleRoot))) {}
+struct Service::Run {
+    Service& service;
+    Spawned spawned;
+    Requests::Finished finished;
+    Owned<sd_event_source> end;
+};
+
+Service::Service(std::string bundleRoot, std::function<void(const std::string&)> write)
+    : requests(dependencies(std::move(bundleRoot), std::move(write))) {}
 
 Service::~Service() = default;
 
-Requests::Dependencies Service::dependencies(std::string bundleRoot) {
-    const auto write = [this](const std::string& line) { log(line); };
+Requests::Dependencies Service::dependencies(std::string bundleRoot,
+                                             std::function<void(const std::string&)> write) {
     return {
         std::move(bundleRoot),
-        [this, write](const Caller& caller, std::function<void(bool)> answer) {
-            askPolkit(bus.get(), caller, std::move(answer), write);
+        [this](const std::string& caller, std::function<void(std::optional<uid_t>)> answer) {
+            identities[caller] =
+                identify(bus.get(), caller, [this, caller, answer](std::optional<uid_t> user) {
+                    const auto question = identities.extract(caller);
+                    answer(user);
+                });
         },
+        [this, write](const Requests::Question& question, std::function<void(bool)> answer) {
+            return authorize(bus.get(), question, std::move(answer), write);
+        },
+        [](const std::string& path) { return readTrusted(path); },
         [](const std::string& path) { return openTrusted(path); },
-        [this](const FileDescriptor& executable, const std::vector<std::string>& words,
-               std::function<void(std::string)> finished) {
-            return children.run(executable, words, std::move(finished));
+        [this](const TrustedFile& executable, const Arguments& words, Requests::Finished finished) {
+            return run(executable, words, std::move(finished));
         },
         write,
+        &RefusalLog::Clock::now,
     };
 }
 
 tl::expected<void, std::string> Service::serve() {
-    if (auto offered = offer(); !offered)
-        return offered;
+    event = made<sd_event>(&sd_event_new);
+    bus = made<sd_bus>(&sd_bus_new);
+    int outcome = event && bus ? connect() : -ENOMEM;
+    if (outcome >= 0)
+        outcome = offer();
+    if (outcome < 0)
+        return tl::unexpected(std::string("cannot serve: ") + std::strerror(-outcome));
     waitForCalls();
-    g_main_loop_run(loop.get());
-    // What was answered last has to leave before the process does.
-    g_dbus_connection_flush_sync(bus.get(), nullptr, nullptr);
+    sd_event_loop(event.get());
     return {};
 }
 
-tl::expected<void, std::string> Service::offer() {
-    // The end of the bus does not end what runs.
-    g_dbus_connection_set_exit_on_close(bus.get(), FALSE);
-    g_signal_connect_swapped(bus.get(), "closed", G_CALLBACK(+[](Service* self) { self->leave(); }),
-                             this);
-    static const GDBusInterfaceVTable table = {&Service::called, nullptr, nullptr, {}};
-    GError* error = nullptr;
-    g_dbus_connection_register_object(bus.get(), objectPath, description->interfaces[0], &table,
-                                      this, nullptr, &error);
-    if (const Owned<GError> owned{error})
-        return tl::unexpected(std::string(owned->message));
-    if (!ownName())
-        return tl::unexpected(std::string(busName) + " is not ours to own");
-    return {};
+/// The bus delivers no descriptors.
+int Service::connect() {
+    int outcome = sd_bus_set_address(bus.get(), systemBus);
+    if (outcome >= 0)
+        outcome = sd_bus_set_bus_client(bus.get(), 1);
+    if (outcome >= 0)
+        outcome = sd_bus_negotiate_fds(bus.get(), 0);
+    return outcome < 0 ? outcome : sd_bus_start(bus.get());
 }
 
-bool Service::ownName() {
-    constexpr guint32 doNotQueue = 4;
-    constexpr guint32 isOwner = 1;
-    const Owned<GVariant> answer(g_dbus_connection_call_sync(
-        bus.get(), "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
-        "RequestName", g_variant_new("(su)", busName, doNotQueue), G_VARIANT_TYPE("(u)"),
-        G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr));
-    guint32 outcome = 0;
-    if (answer)
-        g_variant_get(answer.get(), "(u)", &outcome);
-    return outcome == isOwner;
+int Service::offer() {
+    static const sd_bus_vtable table[] = {
+        SD_BUS_VTABLE_START(0),
+        SD_BUS_METHOD_WITH_NAMES("RunGoTool", "sas", SD_BUS_PARAM(path) SD_BUS_PARAM(arguments),
+                                 "s", SD_BUS_PARAM(output), &Service::runGoTool,
+                                 SD_BUS_VTABLE_UNPRIVILEGED),
+        SD_BUS_METHOD_WITH_NAMES("Ping", "", , "b", SD_BUS_PARAM(isThere), &Service::ping,
+                                 SD_BUS_VTABLE_UNPRIVILEGED),
+        SD_BUS_VTABLE_END};
+    sigset_t signals;
+    ::sigemptyset(&signals);
+    ::sigaddset(&signals, SIGTERM);
+    ::sigaddset(&signals, SIGCHLD);
+    ::sigprocmask(SIG_BLOCK, &signals, nullptr);
+    int outcome = sd_event_add_signal(event.get(), nullptr, SIGTERM, nullptr, nullptr);
+    if (outcome >= 0)
+        outcome = sd_bus_attach_event(bus.get(), event.get(), SD_EVENT_PRIORITY_NORMAL);
+    if (outcome >= 0)
+        outcome = sd_bus_set_exit_on_disconnect(bus.get(), 1);
+    if (outcome >= 0)
+        outcome = sd_bus_add_object_vtable(bus.get(), nullptr, objectPath, interface, table, this);
+    if (outcome >= 0)
+        outcome = sd_bus_add_match(bus.get(), nullptr, goneNames, &Service::nameHasGone, this);
+    return outcome < 0 ? outcome : sd_bus_request_name(bus.get(), busName, 0);
 }
 
-void Service::called(GDBusConnection*, const char* sender, const char*, const char*,
-                     const char* method, GVariant* parameters, GDBusMethodInvocation* invocation,
-                     gpointer data) {
+int Service::ping(sd_bus_message* call, void* self, sd_bus_error*) {
+    static_cast<Service*>(self)->waitForCalls();
+    return sd_bus_reply_method_return(call, "b", 1);
+}
+
+int Service::runGoTool(sd_bus_message* call, void* data, sd_bus_error*) {
     auto& self = *static_cast<Service*>(data);
     self.waitForCalls();
-    if (g_str_equal(method, "Ping"))
-        g_dbus_method_invocation_return_value(invocation, g_variant_new("(b)", TRUE));
-    else
-        self.runGoTool(sender, parameters, invocation);
+    const std::string caller = sd_bus_message_get_sender(call);
+    const auto read = self.unread.contains(caller) ? std::nullopt : unpack(call);
+    if (read) {
+        self.requests.runGoTool(caller, read->path, read->arguments, replyTo(call));
+    } else {
+        // The bus may lose the signal that a connection has ended.
+        if (self.unread.size() == mostUnread)
+            self.unread.clear();
+        self.unread.insert(caller);
+        self.requests.refuseUnread(caller, refusalTo(call));
+    }
+    return 1;
 }
 
-void Service::runGoTool(const std::string& sender, GVariant* parameters,
-                        GDBusMethodInvocation* invocation) {
-    using enum Refusal::Reason;
-    auto call = unpack(parameters);
-    if (!call)
-        return refuse(sender, invalidArguments, "The request is too large.", invocation);
-    auto arrival = arrivals.take(sender);
-    if (!arrival)
-        return refuse(sender, limitsExceeded, "Too many requests at once.", invocation);
-    askUser(bus.get(), sender,
-            [this, sender, call = std::move(*call), arrival = std::move(arrival),
-             invocation](std::optional<uid_t> user) mutable {
-                arrival.reset();
-                if (!user)
-                    return refuse(sender, notAuthorised, "Not authorised.", invocation);
-                requests.runGoTool({sender, *user}, call.path, call.arguments,
-                                   [this, invocation](const auto& outcome) {
-                                       answer(invocation, outcome);
-                                       waitForCalls();
-                                       endIfDone();
-                                   });
-            });
+int Service::nameHasGone(sd_bus_message* signal, void* data, sd_bus_error*) {
+    auto& self = *static_cast<Service*>(data);
+    const char* name = nullptr;
+    if (sd_bus_message_read_basic(signal, 's', &name) > 0 && name[0] == ':') {
+        self.identities.erase(name);
+        self.unread.erase(name);
+        self.requests.callerHasGone(name);
+    }
+    return 0;
 }
 
-void Service::refuse(const std::string& sender, Refusal::Reason reason, const char* text,
-                     GDBusMethodInvocation* invocation) {
-    log("refused " + forLog(sender) + ": " + text);
-    answer(invocation, tl::unexpected(Refusal{reason, text}));
-    endIfDone();
+tl::expected<pid_t, std::string> Service::run(const TrustedFile& executable, const Arguments& words,
+                                              Requests::Finished finished) {
+    auto spawned = spawn(executable, words);
+    if (!spawned)
+        return tl::unexpected(spawned.error());
+    auto& run = runs.emplace_back(Run{*this, std::move(*spawned), std::move(finished), nullptr});
+    run.end = made<sd_event_source>([&](sd_event_source** source) {
+        return sd_event_add_child(event.get(), source, run.spawned.process, WEXITED,
+                                  &Service::programEnded, &run);
+    });
+    if (run.end)
+        return run.spawned.process;
+    const pid_t process = run.spawned.process;
+    runs.pop_back();
+    ::kill(process, SIGKILL);
+    ::waitpid(process, nullptr, 0);
+    return tl::unexpected(std::string("its end could not be waited for"));
+}
+
+int Service::programEnded(sd_event_source*, const siginfo_t* how, void* data) {
+    auto& run = *static_cast<Run*>(data);
+    auto& self = run.service;
+    const auto finished = std::move(run.finished);
+    auto output = outputOf(run.spawned);
+    self.runs.remove_if([&](const Run& one) { return &one == &run; });
+    finished(std::move(output), textOf(*how));
+    self.waitForCalls();
+    return 0;
 }
 
 void Service::waitForCalls() {
-    if (idleTimer != 0)
-        g_source_remove(idleTimer);
-    idleTimer = 0;
-    if (isLeaving)
+    if (idleTimer) {
+        sd_event_source_set_time_relative(idleTimer.get(), idleMicroseconds);
+        sd_event_source_set_enabled(idleTimer.get(), SD_EVENT_ONESHOT);
         return;
-    idleTimer = g_timeout_add_seconds(
-        secondsUntilIdle,
-        [](gpointer data) -> gboolean {
-            auto& self = *static_cast<Service*>(data);
-            self.idleTimer = 0;
-            self.leaveIfIdle();
-            return G_SOURCE_REMOVE;
-        },
-        this);
-}
-
-/// With a request going on, its reply begins the next span of waiting.
-void Service::leaveIfIdle() {
-    if (!isBusy())
-        leave();
-}
-
-/// When the bus has taken the name back, what it delivered before that waits in the main loop.
-void Service::leave() {
-    if (std::exchange(isLeaving, true))
-        return;
-    if (!g_dbus_connection_is_closed(bus.get())) {
-        const Owned<GVariant> released(g_dbus_connection_call_sync(
-            bus.get(), "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
-            "ReleaseName", g_variant_new("(s)", busName), nullptr, G_DBUS_CALL_FLAGS_NONE, -1,
-            nullptr, nullptr));
     }
-    endIfDone();
+    const auto isOver = [](sd_event_source*, std::uint64_t, void* self) {
+        static_cast<Service*>(self)->leaveIfIdle();
+        return 0;
+    };
+    idleTimer = made<sd_event_source>([&](sd_event_source** source) {
+        return sd_event_add_time_relative(event.get(), source, CLOCK_MONOTONIC, idleMicroseconds, 0,
+                                          isOver, this);
+    });
 }
 
-/// Later, when all that waits in the main loop has been served.
-void Service::endIfDone() {
-    if (!isLeaving)
+/// What the bus delivered while the name was still ours comes before its answer.
+void Service::leaveIfIdle() {
+    requests.writeCounts();
+    waitForCalls();
+    if (requests.isBusy())
         return;
-    g_idle_add_full(
-        G_PRIORITY_LOW,
-        [](gpointer data) -> gboolean {
-            auto& self = *static_cast<Service*>(data);
-            if (!self.isBusy() && self.children.isEmpty())
-                g_main_loop_quit(self.loop.get());
-            return G_SOURCE_REMOVE;
-        },
-        this, nullptr);
+    if (std::exchange(isLeaving, true)) {
+        sd_event_exit(event.get(), 0);
+        return;
+    }
+    const auto released = [](sd_bus_message*, void* self, sd_bus_error*) {
+        static_cast<Service*>(self)->leaveIfIdle();
+        return 0;
+    };
+    sd_bus_release_name_async(bus.get(), nullptr, busName, released, this);
 }
 
 } // namespace quoxelin::helper

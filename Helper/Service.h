@@ -1,20 +1,19 @@
 #pragma once
 
-#include "Helper/Children.h"
-#include "Helper/GObject.h"
-#include "Helper/RefusalLog.h"
-#include "Helper/Requests.h"
-#include "Helper/Slots.h"
+#include "Helper/Bus.h"
+#include "Helper/Spawn.h"
+
+#include <list>
 
 namespace quoxelin::helper {
 
-/// The helper on the system bus. It serves until nobody has asked for anything for a minute, or the
-/// bus goes away; what still runs then is followed to its end, without the name: the bus starts
-/// another helper for the next caller. Main thread, default main loop.
+/// The helper on the system bus. It serves until it has had nothing to do for a minute, the bus
+/// goes away or SIGTERM comes. Programs that run need none of it. One thread, with its own event
+/// loop.
 class Service {
   public:
-    Service(Owned<GDBusConnection> bus, std::string bundleRoot,
-            std::function<void(const std::string&)> log);
+    /// `write` gets the lines for the system's log.
+    Service(std::string bundleRoot, std::function<void(const std::string&)> write);
     ~Service();
     Service(const Service&) = delete;
     Service& operator=(const Service&) = delete;
@@ -23,32 +22,30 @@ class Service {
     tl::expected<void, std::string> serve();
 
   private:
-    static void called(GDBusConnection* bus, const char* sender, const char* path,
-                       const char* interface, const char* method, GVariant* parameters,
-                       GDBusMethodInvocation* invocation, gpointer self);
-    void runGoTool(const std::string& sender, GVariant* parameters,
-                   GDBusMethodInvocation* invocation);
-    void refuse(const std::string& sender, Refusal::Reason reason, const char* text,
-                GDBusMethodInvocation* invocation);
+    struct Run;
+    static int ping(sd_bus_message* call, void* self, sd_bus_error*);
+    static int runGoTool(sd_bus_message* call, void* self, sd_bus_error*);
+    static int nameHasGone(sd_bus_message* signal, void* self, sd_bus_error*);
+    static int programEnded(sd_event_source*, const siginfo_t* how, void* run);
 
-    Requests::Dependencies dependencies(std::string bundleRoot);
-    tl::expected<void, std::string> offer();
-    bool ownName();
-    bool isBusy() const { return requests.isBusy() || arrivals.inUse() > 0; }
+    Requests::Dependencies dependencies(std::string bundleRoot,
+                                        std::function<void(const std::string&)> write);
+    tl::expected<pid_t, std::string> run(const TrustedFile& executable, const Arguments& words,
+                                         Requests::Finished finished);
+    int connect();
+    int offer();
     void waitForCalls();
     void leaveIfIdle();
-    void leave();
-    void endIfDone();
 
-    Owned<GDBusConnection> bus;
-    Owned<GMainLoop> loop;
-    Owned<GDBusNodeInfo> description;
-    RefusalLog log;
-    Children children;
+    Owned<sd_event> event;
+    Owned<sd_bus> bus;
+    Owned<sd_event_source> idleTimer;
+    std::map<std::string, std::shared_ptr<void>> identities;
+    /// Connections that have sent a call that is too large: to look at more of them takes time that
+    /// others would wait.
+    std::set<std::string> unread;
+    std::list<Run> runs;
     Requests requests;
-    /// Calls of which only the caller's connection is known yet.
-    Slots<std::string> arrivals{8, 64};
-    guint idleTimer = 0;
     bool isLeaving = false;
 };
 

@@ -1,10 +1,14 @@
 #include "Helper/Spawn.h"
 
+#include "Helper/Text.h"
+
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstring>
 #include <fcntl.h>
-#include <linux/close_range.h>
+#include <limits>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 
@@ -14,7 +18,8 @@ namespace {
 
 /// All that the new process needs, made ready before it is forked off.
 struct Plan {
-    int executable;
+    int directory;
+    const char* name;
     int output;
     int failure;
     std::vector<char*> words;
@@ -24,6 +29,17 @@ bool redirect(int output) {
     const int nothing = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
     return nothing >= 0 && ::dup2(nothing, STDIN_FILENO) >= 0 &&
            ::dup2(output, STDOUT_FILENO) >= 0 && ::dup2(output, STDERR_FILENO) >= 0;
+}
+
+/// Closes all but standard input and outputs and these two, which close themselves when the program
+/// begins.
+bool closeOthers(unsigned one, unsigned other) {
+    const auto closeRange = [](unsigned first, unsigned last) {
+        return first > last || ::close_range(first, last, 0) == 0;
+    };
+    const auto [low, high] = std::minmax(one, other);
+    return closeRange(STDERR_FILENO + 1, low - 1) && closeRange(low + 1, high - 1) &&
+           closeRange(high + 1, std::numeric_limits<unsigned>::max());
 }
 
 void resetSignals() {
@@ -45,10 +61,10 @@ void resetSignals() {
     static char* const environment[] = {path, language, nullptr};
     resetSignals();
     ::umask(022);
-    // Closed when the program begins, and not before: the program is one of them.
+    // By name, so that this is the process's name under every kernel.
     if (::setsid() >= 0 && ::chdir("/") == 0 && redirect(plan.output) &&
-        ::close_range(STDERR_FILENO + 1, ~0U, CLOSE_RANGE_CLOEXEC) == 0)
-        ::execveat(plan.executable, "", plan.words.data(), environment, AT_EMPTY_PATH);
+        closeOthers(static_cast<unsigned>(plan.directory), static_cast<unsigned>(plan.failure)))
+        ::execveat(plan.directory, plan.name, plan.words.data(), environment, AT_SYMLINK_NOFOLLOW);
     const int reason = errno;
     [[maybe_unused]] const auto told = ::write(plan.failure, &reason, sizeof reason);
     ::_exit(127);
@@ -91,17 +107,28 @@ int failureOf(const FileDescriptor& reading) {
     return count == sizeof reason ? reason : 0;
 }
 
+/// Memory that is written to like a file and cannot grow.
+tl::expected<FileDescriptor, std::string> makeOutput() {
+    FileDescriptor output(::memfd_create("quoxelin-output", MFD_CLOEXEC | MFD_ALLOW_SEALING));
+    if (!output || ::ftruncate(output.get(), longestOutput) != 0 ||
+        ::fcntl(output.get(), F_ADD_SEALS, F_SEAL_GROW | F_SEAL_SHRINK | F_SEAL_SEAL) != 0)
+        return tl::unexpected(std::string(std::strerror(errno)));
+    return output;
+}
+
 } // namespace
 
-tl::expected<Spawned, std::string> spawn(const FileDescriptor& executable,
+tl::expected<Spawned, std::string> spawn(const TrustedFile& executable,
                                          const std::vector<std::string>& words) {
-    auto output = makePipe();
+    auto output = makeOutput();
     auto failure = makePipe();
     if (!output || !failure)
-        return tl::unexpected("no pipe: " + (output ? failure.error() : output.error()));
-    if (::fcntl(output->reading.get(), F_SETFL, O_NONBLOCK) != 0)
-        return tl::unexpected(std::string(std::strerror(errno)));
-    Plan plan = {executable.get(), output->writing.get(), failure->writing.get(), {}};
+        return tl::unexpected("no output: " + (output ? failure.error() : output.error()));
+    Plan plan = {executable.directory.get(),
+                 executable.name.c_str(),
+                 output->get(),
+                 failure->writing.get(),
+                 {}};
     for (const auto& word : words)
         plan.words.push_back(const_cast<char*>(word.c_str()));
     plan.words.push_back(nullptr);
@@ -109,14 +136,23 @@ tl::expected<Spawned, std::string> spawn(const FileDescriptor& executable,
     const pid_t process = forkInto(plan);
     if (process < 0)
         return tl::unexpected(std::string(std::strerror(errno)));
-    output->writing.reset();
     failure->writing.reset();
     if (const int reason = failureOf(failure->reading); reason != 0) {
         while (::waitpid(process, nullptr, 0) < 0 && errno == EINTR) {
         }
         return tl::unexpected(std::string(std::strerror(reason)));
     }
-    return Spawned{process, std::move(output->reading)};
+    return Spawned{process, std::move(*output)};
+}
+
+std::string outputOf(const Spawned& spawned) {
+    // All writers share the place in the file with us.
+    const auto written = std::clamp<off_t>(::lseek(spawned.output.get(), 0, SEEK_CUR), 0,
+                                           static_cast<off_t>(longestOutput));
+    std::string text(static_cast<std::size_t>(written), '\0');
+    const auto count = ::pread(spawned.output.get(), text.data(), text.size(), 0);
+    text.resize(static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+    return asUtf8(text);
 }
 
 } // namespace quoxelin::helper

@@ -1,27 +1,63 @@
 #include "Helper/Text.h"
 
+#include <algorithm>
+#include <cstdint>
 #include <cstdio>
-#include <glib.h>
-#include <memory>
 
 namespace quoxelin::helper {
 
-std::string asUtf8(std::string_view bytes, bool wasCut) {
-    if (wasCut) {
-        // At most three bytes of a character can stand at the end without its last one.
-        for (std::size_t back = 1; back <= 3 && back <= bytes.size(); ++back) {
-            const auto byte = static_cast<unsigned char>(bytes[bytes.size() - back]);
-            const std::size_t length = byte >= 0xF0 ? 4 : byte >= 0xE0 ? 3 : byte >= 0xC0 ? 2 : 1;
-            if (byte >= 0x80 && byte < 0xC0)
-                continue;
-            if (length > back)
-                bytes.remove_suffix(back);
-            break;
-        }
+namespace {
+
+struct Shape {
+    std::size_t length;
+    std::uint8_t firstBits;
+    std::uint32_t smallest;
+};
+
+Shape shapeOf(std::uint8_t first) {
+    if (first < 0x80)
+        return {1, 0x7F, 1};
+    if (first < 0xC0 || first >= 0xF8)
+        return {0, 0, 0};
+    if (first < 0xE0)
+        return {2, 0x1F, 0x80};
+    if (first < 0xF0)
+        return {3, 0x0F, 0x800};
+    return {4, 0x07, 0x10000};
+}
+
+/// How many bytes the first character has; 0 when it is none. `isHalf` says that it could become
+/// one if more bytes followed.
+std::size_t lengthOfCharacter(std::string_view bytes, bool& isHalf) {
+    const auto byte = [&](std::size_t index) { return static_cast<std::uint8_t>(bytes[index]); };
+    const auto shape = shapeOf(byte(0));
+    const auto present = std::min(shape.length, bytes.size());
+    std::uint32_t character = byte(0) & shape.firstBits;
+    for (std::size_t index = 1; index < present; ++index) {
+        if ((byte(index) & 0xC0) != 0x80)
+            return 0;
+        character = character << 6 | (byte(index) & 0x3F);
     }
-    const std::unique_ptr<char, decltype(&g_free)> valid(
-        g_utf8_make_valid(bytes.data(), static_cast<gssize>(bytes.size())), &g_free);
-    return valid.get();
+    isHalf = present < shape.length;
+    const bool isSurrogate = character >= 0xD800 && character < 0xE000;
+    return isHalf || character < shape.smallest || isSurrogate || character > 0x10FFFF
+               ? 0
+               : shape.length;
+}
+
+} // namespace
+
+std::string asUtf8(std::string_view bytes) {
+    std::string text;
+    while (!bytes.empty()) {
+        bool isHalf = false;
+        const auto length = lengthOfCharacter(bytes, isHalf);
+        if (isHalf)
+            break;
+        text += length > 0 ? bytes.substr(0, length) : std::string_view("\uFFFD");
+        bytes.remove_prefix(std::max<std::size_t>(length, 1));
+    }
+    return text;
 }
 
 std::string forLog(std::string_view text) {

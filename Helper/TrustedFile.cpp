@@ -51,7 +51,7 @@ std::optional<std::string> whyNotDirectory(int directory, const Trust& trust) {
     return whyNotKept(status, trust);
 }
 
-std::optional<std::string> whyNotExecutable(int file, const Trust& trust) {
+std::optional<std::string> whyNotFile(int file, const Trust& trust) {
     struct stat status = {};
     if (::fstat(file, &status) != 0)
         return std::strerror(errno);
@@ -63,41 +63,76 @@ std::optional<std::string> whyNotExecutable(int file, const Trust& trust) {
         return reason;
     if ((status.st_mode & (S_ISUID | S_ISGID | S_ISVTX)) != 0)
         return "has a set-id or sticky bit";
-    if (status.st_nlink != 1)
-        return "has another name";
-    if ((status.st_mode & S_IXUSR) == 0)
-        return "is not executable";
     return std::nullopt;
+}
+
+bool isExecutable(int file) {
+    struct stat status = {};
+    return ::fstat(file, &status) == 0 && (status.st_mode & S_IXUSR) != 0;
 }
 
 tl::unexpected<std::string> no(const std::string& path, const std::string& reason) {
     return tl::unexpected(path + " " + reason);
 }
 
-} // namespace
+/// A file that has been found, and what was checked: good for nothing but looking at it.
+struct Found {
+    TrustedFile place;
+    FileDescriptor file;
+    std::string path;
+};
 
-tl::expected<FileDescriptor, std::string> openTrusted(const std::string& path, const Trust& trust) {
+tl::expected<Found, std::string> find(const std::string& path, const Trust& trust) {
     const auto names = namesIn(path);
     if (!names)
         return no("the path", "is not written plainly");
     std::string walked = trust.root == "/" ? "" : trust.root;
-    FileDescriptor directory(::open(trust.root.c_str(), forPathAlone | O_DIRECTORY));
+    FileDescriptor directory;
+    FileDescriptor current(::open(trust.root.c_str(), forPathAlone | O_DIRECTORY));
     for (const auto& name : *names) {
-        if (!directory)
+        if (!current)
             return no(walked + "/", std::strerror(errno));
-        if (const auto reason = whyNotDirectory(directory.get(), trust))
+        if (const auto reason = whyNotDirectory(current.get(), trust))
             return no(walked + "/", *reason);
         walked += "/" + name;
         const bool isLast = &name == &names->back();
-        directory = FileDescriptor(
+        directory = std::move(current);
+        current = FileDescriptor(
             ::openat(directory.get(), name.c_str(), forPathAlone | (isLast ? 0 : O_DIRECTORY)));
     }
-    FileDescriptor file = std::move(directory);
-    if (!file)
+    if (!current)
         return no(walked, std::strerror(errno));
-    if (const auto reason = whyNotExecutable(file.get(), trust))
+    if (const auto reason = whyNotFile(current.get(), trust))
         return no(walked, *reason);
-    return file;
+    return Found{{std::move(directory), names->back()}, std::move(current), walked};
+}
+
+} // namespace
+
+tl::expected<TrustedFile, std::string> openTrusted(const std::string& path, const Trust& trust) {
+    auto found = find(path, trust);
+    if (!found)
+        return tl::unexpected(found.error());
+    if (!isExecutable(found->file.get()))
+        return no(found->path, "is not executable");
+    return std::move(found->place);
+}
+
+tl::expected<std::string, std::string> readTrusted(const std::string& path, const Trust& trust) {
+    constexpr std::size_t longest = 65536;
+    const auto found = find(path, trust);
+    if (!found)
+        return tl::unexpected(found.error());
+    const FileDescriptor file(::openat(found->place.directory.get(), found->place.name.c_str(),
+                                       O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    std::string text(longest + 1, '\0');
+    const auto count = file ? ::read(file.get(), text.data(), text.size()) : -1;
+    if (count < 0)
+        return no(found->path, std::strerror(errno));
+    text.resize(static_cast<std::size_t>(count));
+    if (text.size() > longest)
+        return no(found->path, "is too large");
+    return text;
 }
 
 } // namespace quoxelin::helper

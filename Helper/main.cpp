@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
+#include <malloc.h>
 #include <sys/stat.h>
 #include <syslog.h>
 #include <unistd.h>
@@ -26,13 +27,16 @@ int fail(const std::string& problem) {
     return EXIT_FAILURE;
 }
 
+/// Large messages come and go; their memory is not kept for the next one.
+void giveMemoryBack() {
+    ::mallopt(M_MMAP_THRESHOLD, 128 * 1024);
+    ::mallopt(M_TRIM_THRESHOLD, 128 * 1024);
+}
+
 int run() {
+    giveMemoryBack();
     ::openlog("quoxelin-helper", LOG_PID, LOG_AUTHPRIV);
-    GError* error = nullptr;
-    Owned<GDBusConnection> bus(g_bus_get_sync(G_BUS_TYPE_SYSTEM, nullptr, &error));
-    if (const Owned<GError> owned{error})
-        return fail(owned->message);
-    Service service(std::move(bus), QUOXELIN_BUNDLE_ROOT,
+    Service service(QUOXELIN_BUNDLE_ROOT,
                     [](const std::string& line) { ::syslog(LOG_WARNING, "%s", line.c_str()); });
     if (const auto served = service.serve(); !served)
         return fail(served.error());

@@ -2,24 +2,20 @@
 
 import contextlib
 import json
-import re
+import os
+import pathlib
+import signal
 
 import pytest
 
+from support import stand_ins
 from support.box import STRANGER, TESTER, wait_until
+from support.helper import (ACTION, CALL, DAEMON, HELPER, INTERFACE, NAME, RESOURCES, TOOL, outcome,
+                            run_go_tool, running_helper, waiting_polkit, without_polkit)
 from support.stand_ins import calls
 
-ACTION = "com.quoxelin.desktop.helper.run"
-NAME = "com.quoxelin.desktop.Helper"
-CALL = ("gdbus", "call", "--system", "--dest", NAME, "--object-path", "/com/quoxelin/desktop/Helper",
-        "--method")
-INTERFACE = "com.quoxelin.desktop.HelperToolProtocol"
-RESOURCES = "/usr/lib/quoxelin-desktop/Contents/Resources"
-DAEMON, TOOL = f"{RESOURCES}/quoxelind", f"{RESOURCES}/quoxelin"
 HOME = "/home/" + TESTER
-HELPER = "/usr/libexec/quoxelin-desktop/quoxelin-helper"
 APPLICATION_LOG = f"{HOME}/.local/share/Quoxelin/app.log"
-ERROR = re.compile(r"org\.freedesktop\.DBus\.Error\.(\w+)")
 
 # Sends many calls over one connection before it reads the first answer; counts the answers.
 FLOOD = """
@@ -48,44 +44,6 @@ print(json.dumps(outcomes))
 """
 
 
-# A polkit whose user never answers; prints the questions that it receives.
-WAITING_POLKIT = """
-from gi.repository import Gio, GLib
-bus = Gio.bus_get_sync(Gio.BusType.SYSTEM)
-pending = {}
-def called(bus, sender, path, interface, method, parameters, invocation):
-    question = parameters.unpack()[-1]
-    print(method, question, flush=True)
-    if method == "CheckAuthorization":
-        pending[question] = invocation
-        return
-    invocation.return_value(None)
-    pending.pop(question).return_dbus_error("org.freedesktop.PolicyKit1.Error.Cancelled", "cancelled")
-interface = Gio.DBusNodeInfo.new_for_xml(
-    "<node><interface name='org.freedesktop.PolicyKit1.Authority'>"
-    "<method name='CheckAuthorization'><arg type='(sa{sv})' direction='in'/>"
-    "<arg type='s' direction='in'/><arg type='a{ss}' direction='in'/><arg type='u' direction='in'/>"
-    "<arg type='s' direction='in'/><arg type='(bba{ss})' direction='out'/></method>"
-    "<method name='CancelCheckAuthorization'><arg type='s' direction='in'/></method>"
-    "</interface></node>").interfaces[0]
-bus.register_object("/org/freedesktop/PolicyKit1/Authority", interface, called, None, None)
-Gio.bus_own_name_on_connection(bus, "org.freedesktop.PolicyKit1", Gio.BusNameOwnerFlags.NONE)
-GLib.MainLoop().run()
-"""
-
-
-def run_go_tool(box, path, *arguments, user=TESTER):
-    """("replied", output), or the D-Bus error's name and text."""
-    done = box.try_run(*CALL, f"{INTERFACE}.RunGoTool", path, json.dumps(arguments), user=user)
-    if done.returncode == 0:
-        return "replied", done.stdout
-    return ERROR.search(done.stderr)[1], done.stderr
-
-
-def outcome(box, *call, user=TESTER):
-    return run_go_tool(box, *call, user=user)[0]
-
-
 def flood(box, count, path, *arguments, times=1, user=TESTER):
     return json.loads(box.run("/usr/bin/python3", "-c", FLOOD, str(count), path,
                               json.dumps(arguments), str(times), user=user))
@@ -111,14 +69,6 @@ def answering(box, answer, then, user=TESTER):
         box.answer(ACTION, user, then)
 
 
-def running_helper(box):
-    """The helper's process, which ends after it has been idle for long."""
-    assert box.run(*CALL, f"{INTERFACE}.Ping", user=TESTER) == "(true,)\n"
-    running = box.pids(f"^{HELPER}")
-    assert len(running) == 1
-    return running
-
-
 def test_it_is_started_by_the_first_caller_and_runs_the_program_with_a_clean_environment(box):
     assert running_helper(box)
     what, output = run_go_tool(box, DAEMON, "--help")
@@ -140,18 +90,6 @@ def test_polkit_decides_who_may_use_it(box):
     assert outcome(box, TOOL, "down", user="root") == "replied"
 
 
-@contextlib.contextmanager
-def without_polkit(box):
-    """The bus would start the helper again."""
-    polkitd = "/usr/lib/polkit-1/polkitd"
-    try:
-        with changed(box, f"mv {polkitd} {polkitd}.away", f"mv {polkitd}.away {polkitd}"):
-            box.process("polkit").end()
-            yield
-    finally:
-        box.start_polkit()
-
-
 def test_without_polkit_it_refuses_everybody_and_with_it_works_again(box):
     with without_polkit(box):
         assert outcome(box, TOOL, "down") == "AccessDenied"
@@ -160,23 +98,15 @@ def test_without_polkit_it_refuses_everybody_and_with_it_works_again(box):
 
 
 def test_who_goes_away_while_somebody_is_asked_leaves_no_question_behind(box):
-    with without_polkit(box), contextlib.ExitStack() as ends:
-        # The bus gives this name only to polkit's own user.
-        polkit = box.start("waiting-polkit", "setpriv", "--reuid=polkitd", "--clear-groups",
-                           "/usr/bin/python3", "-c", WAITING_POLKIT)
-        ends.callback(polkit.end)
-        box.wait_name("org.freedesktop.PolicyKit1")
+    with waiting_polkit(box) as asked, contextlib.ExitStack() as ends:
         caller = box.start("caller", *CALL, f"{INTERFACE}.RunGoTool", TOOL, '["up"]', user=TESTER)
         ends.callback(caller.end)
-
-        def asked(method):
-            return re.findall(f"^{method} (quoxelin-helper.+)$", polkit.output.read_text(), re.MULTILINE)
-
-        wait_until(lambda: asked("CheckAuthorization"), "the helper to ask polkit")
-        assert not asked("CancelCheckAuthorization")
+        wait_until(asked, "the helper to ask polkit")
+        (method, question, command), = asked()
+        assert (method, command) == ("CheckAuthorization", "quoxelin up")
         caller.end()
-        wait_until(lambda: asked("CancelCheckAuthorization"), "the helper to take it back")
-        assert asked("CancelCheckAuthorization") == asked("CheckAuthorization")
+        wait_until(lambda: asked()[1:] == [["CancelCheckAuthorization", question]],
+                   "the helper to take it back")
     assert outcome(box, TOOL, "down") == "replied"
 
 
@@ -216,7 +146,6 @@ ALTERED = {
     "a link in place of the bundle": (
         "mv /usr/lib/quoxelin-desktop /usr/lib/real; ln -s real /usr/lib/quoxelin-desktop",
         "rm /usr/lib/quoxelin-desktop; mv /usr/lib/real /usr/lib/quoxelin-desktop"),
-    "another name of the program": (f"ln {TOOL} {TOOL}2", f"rm {TOOL}2"),
     "a program that a group can write": (f"chmod g+w {TOOL}", f"chmod g-w {TOOL}"),
     "a program that all can write": (f"chmod o+w {TOOL}", f"chmod o-w {TOOL}"),
     "a program of somebody's": (f"chown tester {TOOL}", f"chown root {TOOL}"),
@@ -280,11 +209,34 @@ def test_nobody_else_can_take_its_name_or_its_place(box):
 
 
 def test_a_daemon_that_was_brought_up_stays(box):
-    what, output = run_go_tool(box, DAEMON, "up", "--conductor-host", "conductor.example.com")
+    what, output = run_go_tool(box, DAEMON, "up")
     assert what == "replied" and "quoxelind is up" in output
-    assert box.pids("quoxelind-sim")
+    daemon, = box.pids(stand_ins.DAEMON)
+    # The name by which the uninstaller ends it.
+    assert pathlib.Path(f"/proc/{daemon}/comm").read_text() == "quoxelind\n"
     assert "runs already" in run_go_tool(box, DAEMON, "up")[1]
-    assert box.pids("quoxelind-sim")
+    helper, = running_helper(box)
+    os.kill(helper, signal.SIGTERM)
+    wait_until(lambda: helper not in box.pids(f"^{HELPER}"), "the helper's end")
+    assert box.pids(stand_ins.DAEMON) == [daemon]
+    assert "runs already" in run_go_tool(box, DAEMON, "up")[1]
+
+
+PLIST = "/usr/lib/quoxelin-desktop/Contents/Info.plist"
+
+
+def test_the_servers_are_those_of_the_installed_bundle(box):
+    named = "s|<key>QXConductorURL</key>|&<string>https://c.example.com/?a\\&amp;b</string><key>Old</key>|"
+    there = ["--conductor-host", "https://c.example.com/?a&b"]
+    assert outcome(box, DAEMON, "up", *there) == "InvalidArgs"
+    with changed(box, f"cp -p {PLIST} {PLIST}.real; sed -i '{named}' {PLIST}", f"mv {PLIST}.real {PLIST}"):
+        assert outcome(box, DAEMON, "up", *there) == "replied"
+        assert calls(box)[-1]["arguments"] == [DAEMON, "up", *there]
+        assert outcome(box, DAEMON, "up") == "InvalidArgs"
+        assert outcome(box, DAEMON, "up", there[0], "https://evil.example.com/") == "InvalidArgs"
+        with changed(box, f"chown tester {PLIST}", f"chown root {PLIST}"):
+            assert outcome(box, DAEMON, "up", *there) == "Failed"
+    assert outcome(box, DAEMON, "up") == "replied"
 
 
 @contextlib.contextmanager
@@ -328,5 +280,5 @@ def test_the_application_hears_that_polkit_refuses(box):
     before = len(calls(box))
     with answering(box, "no", then="yes"), application(box) as (_, logged):
         logged("[XPC]")
-        logged("Error: Not authorised.")
+        logged("Error: Not authorized.")
     assert len(calls(box)) == before

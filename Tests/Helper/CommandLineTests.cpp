@@ -41,68 +41,80 @@ TEST(HelperCommandLine, knowsNoOtherPath) {
         EXPECT_EQ(programAt(bundle, path), std::nullopt) << path;
 }
 
+const Hosts none;
+const Hosts both = {"https://conductor.example.com:8443/v1?x=1", "signal.example.com"};
+
 TEST(HelperCommandLine, allowsWhatTheApplicationSends) {
-    const std::string host = "https://conductor.example.com:8443/v1?x=1&y=%20";
-    for (const auto& arguments : std::vector<std::vector<std::string>>{
-             {"--help"},
-             {"up"},
-             {"up", "--conductor-host", host},
-             {"up", "--signal-host", "signal.example.com"},
-             {"up", "--conductor-host", "[2001:db8::1]:443", "--signal-host", "10.0.0.1:50"}})
-        EXPECT_TRUE(isAllowed(Program::daemon, arguments)) << arguments.back();
-    for (const auto& arguments : std::vector<std::vector<std::string>>{
+    EXPECT_TRUE(isAllowed(Program::daemon, {"--help"}, both));
+    EXPECT_TRUE(isAllowed(Program::daemon, {"up"}, none));
+    EXPECT_TRUE(isAllowed(Program::daemon,
+                          {"up", "--conductor-host", both.conductor, "--signal-host", both.signal},
+                          both));
+    EXPECT_TRUE(isAllowed(Program::daemon, {"up", "--conductor-host", "h"}, {"h", ""}));
+    EXPECT_TRUE(isAllowed(Program::daemon, {"up", "--signal-host", "[2001:db8::1]:443"},
+                          {"", "[2001:db8::1]:443"}));
+    for (const auto& arguments : std::vector<Arguments>{
              {"up"}, {"down"}, {"login", "-json=true"}, {"status", "-json=true"}})
-        EXPECT_TRUE(isAllowed(Program::tool, arguments)) << arguments.front();
+        EXPECT_TRUE(isAllowed(Program::tool, arguments, none)) << arguments.front();
+}
+
+TEST(HelperCommandLine, takesTheHostsFromTheBundleAlone) {
+    const std::string other = "https://other.example.com/";
+    for (const auto& arguments : std::vector<Arguments>{
+             {"up"},
+             {"up", "--conductor-host", both.conductor},
+             {"up", "--signal-host", both.signal},
+             {"up", "--signal-host", both.signal, "--conductor-host", both.conductor},
+             {"up", "--conductor-host", other, "--signal-host", both.signal},
+             {"up", "--conductor-host", both.conductor, "--signal-host", other},
+             {"up", "--conductor-host", both.conductor + "/", "--signal-host", both.signal},
+             {"up", "--conductor-host", both.conductor, "--signal-host", both.signal, ""}})
+        EXPECT_FALSE(isAllowed(Program::daemon, arguments, both))
+            << ::testing::PrintToString(arguments);
+    EXPECT_FALSE(isAllowed(Program::daemon, {"up", "--conductor-host", other}, none));
+    EXPECT_FALSE(isAllowed(Program::daemon, {"up", "--conductor-host", ""}, none));
+}
+
+TEST(HelperCommandLine, findsTheHostsInThePropertyList) {
+    const auto hosts = hostsIn("<plist><dict><key>QXConductorURL</key><string>a&amp;b</string>"
+                               "<key>QXSignalURL</key><integer>3</integer></dict></plist>");
+    ASSERT_TRUE(hosts);
+    EXPECT_EQ(hosts->conductor, "a&b");
+    EXPECT_EQ(hosts->signal, "");
+    EXPECT_FALSE(hostsIn("<plist>"));
 }
 
 TEST(HelperCommandLine, refusesInjectedArguments) {
-    using List = std::vector<std::vector<std::string>>;
-    const std::string host = "h.example.com";
-    for (const auto& arguments : List{{},
-                                      {""},
-                                      {"down"},
-                                      {"-h"},
-                                      {"--help", "up"},
-                                      {"--help", ""},
-                                      {"up", ""},
-                                      {"up", "--state", "/etc/shadow"},
-                                      {"up", "--conductor-host"},
-                                      {"up", "--conductor-host", ""},
-                                      {"up", "--conductor-host=" + host},
-                                      {"up", "--conductor-host", "--state=/etc/shadow"},
-                                      {"up", "--conductor-host", "-x"},
-                                      {"up", "--conductor-host", host, "extra"},
-                                      {"up", "--conductor-host", host, "--conductor-host", host},
-                                      {"up", "--signal-host", host, "--conductor-host", host},
-                                      {"up", "--conductor-host", host, "--signal-host"},
-                                      {"up", "--conductor-host", host, "--signal-host", host, ""},
-                                      {"up", "--conductor-host", "h example"},
-                                      {"up", "--conductor-host", "h;reboot"},
-                                      {"up", "--conductor-host", "$(reboot)"},
-                                      {"up", "--conductor-host", "`reboot`"},
-                                      {"up", "--conductor-host", "h\nup"},
-                                      {"up", "--conductor-host", std::string("h\0x", 3)},
-                                      {"up", "--conductor-host", "caf\xC3\xA9.example.com"},
-                                      {"up", "--conductor-host", "/etc/shadow"},
-                                      {std::string("up\0", 3)}})
-        EXPECT_FALSE(isAllowed(Program::daemon, arguments)) << ::testing::PrintToString(arguments);
-    for (const auto& arguments : List{{},
-                                      {"--help"},
-                                      {"up", "--force"},
-                                      {"down", ""},
-                                      {"login"},
-                                      {"login", "-json=false"},
-                                      {"login", "-json", "true"},
-                                      {"status", "-json=true", "-json=true"},
-                                      {"-json=true", "status"},
-                                      {"up", "--conductor-host", host},
-                                      {"set", "--operator=mallory"}})
-        EXPECT_FALSE(isAllowed(Program::tool, arguments)) << ::testing::PrintToString(arguments);
-}
-
-TEST(HelperCommandLine, refusesHugeHosts) {
-    EXPECT_TRUE(isHost(std::string(longestArgument, 'h')));
-    EXPECT_FALSE(isHost(std::string(longestArgument + 1, 'h')));
+    for (const auto& arguments : std::vector<Arguments>{{},
+                                                        {""},
+                                                        {"down"},
+                                                        {"-h"},
+                                                        {"--help", "up"},
+                                                        {"--help", ""},
+                                                        {"up", ""},
+                                                        {"up", "--state", "/etc/shadow"},
+                                                        {"up", "--conductor-host"},
+                                                        {"up", "--conductor-host=h"},
+                                                        {"up", "--conductor-host", "-x"},
+                                                        {"up", "--conductor-host", "$(reboot)"},
+                                                        {"up\n"},
+                                                        {std::string("up\0", 3)}})
+        for (const auto& hosts : {none, both})
+            EXPECT_FALSE(isAllowed(Program::daemon, arguments, hosts))
+                << ::testing::PrintToString(arguments);
+    for (const auto& arguments : std::vector<Arguments>{{},
+                                                        {"--help"},
+                                                        {"up", "--force"},
+                                                        {"down", ""},
+                                                        {"login"},
+                                                        {"login", "-json=false"},
+                                                        {"login", "-json", "true"},
+                                                        {"status", "-json=true", "-json=true"},
+                                                        {"-json=true", "status"},
+                                                        {"up", "--conductor-host", "h"},
+                                                        {"set", "--operator=mallory"}})
+        EXPECT_FALSE(isAllowed(Program::tool, arguments, {"h", ""}))
+            << ::testing::PrintToString(arguments);
 }
 
 } // namespace

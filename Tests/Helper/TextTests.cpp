@@ -10,6 +10,7 @@ namespace {
 
 using namespace std::string_literals;
 using ::testing::ElementsAre;
+using ::testing::IsEmpty;
 
 TEST(HelperText, keepsWhatIsUtf8) {
     EXPECT_EQ(asUtf8("plain, \xC3\xA9, \xE2\x82\xAC, \xF0\x9F\x94\x92\n"),
@@ -20,15 +21,18 @@ TEST(HelperText, keepsWhatIsUtf8) {
 TEST(HelperText, replacesWhatMayNotTravel) {
     EXPECT_EQ(asUtf8("a\0b"s), "a\uFFFDb");
     EXPECT_EQ(asUtf8("\xFE\xFF"), "\uFFFD\uFFFD");
-    EXPECT_EQ(asUtf8("\xE2\x82"), "\uFFFD\uFFFD");
+    // Overlong, a surrogate, above the last character, without a beginning.
+    EXPECT_EQ(asUtf8("\xC0\x80 \xED\xA0\x80 \xF4\x90\x80\x80 \x80"),
+              "\uFFFD\uFFFD \uFFFD\uFFFD\uFFFD \uFFFD\uFFFD\uFFFD\uFFFD \uFFFD");
+    EXPECT_EQ(asUtf8("\xE2\x82x"), "\uFFFD\uFFFDx");
 }
 
 TEST(HelperText, leavesOutHalfACharacterWhereItWasCut) {
     for (const auto* half : {"", "\xC3", "\xE2", "\xE2\x82", "\xF0\x9F\x94"})
-        EXPECT_EQ(asUtf8("caf\xC3\xA9"s + half, true), "caf\xC3\xA9");
-    EXPECT_EQ(asUtf8("\x80\x80\x80\x80", true), "\uFFFD\uFFFD\uFFFD\uFFFD");
-    EXPECT_EQ(asUtf8("", true), "");
-    EXPECT_EQ(asUtf8("a", true), "a");
+        EXPECT_EQ(asUtf8("caf\xC3\xA9"s + half), "caf\xC3\xA9");
+    EXPECT_EQ(asUtf8("\x80\x80\x80\x80"), "\uFFFD\uFFFD\uFFFD\uFFFD");
+    EXPECT_EQ(asUtf8(""), "");
+    EXPECT_EQ(asUtf8("a"), "a");
 }
 
 TEST(HelperText, isOneLineOfAsciiInTheLog) {
@@ -38,21 +42,49 @@ TEST(HelperText, isOneLineOfAsciiInTheLog) {
     EXPECT_EQ(forLog(std::string(1000, '\n')).size(), 203u);
 }
 
-TEST(RefusalLog, saysHowMuchItLeftOut) {
+class HelperRefusalLog : public ::testing::Test {
+  protected:
     RefusalLog::Clock::time_point now;
     std::vector<std::string> lines;
-    RefusalLog log([&](const auto& line) { lines.push_back(line); }, [&] { return now; });
+    RefusalLog log{[this](const auto& line) { lines.push_back(line); }, [this] { return now; }};
+};
+
+TEST_F(HelperRefusalLog, saysHowMuchItLeftOut) {
     for (int count = 0; count < 1000; ++count)
-        log("refused");
+        log(1000, [] { return "refused"; });
     EXPECT_EQ(lines.size(), 20u);
     now += std::chrono::seconds(59);
-    log("refused");
+    log(1000, [] { return "refused"; });
     EXPECT_EQ(lines.size(), 20u);
     lines.clear();
     now += std::chrono::seconds(1);
-    log("once more");
-    log("and again");
-    EXPECT_THAT(lines, ElementsAre("refused 981 more", "once more", "and again"));
+    log(1000, [] { return "once more"; });
+    log(1000, [] { return "and again"; });
+    EXPECT_THAT(lines, ElementsAre("refused user 1000 981 more times", "once more", "and again"));
+}
+
+TEST_F(HelperRefusalLog, hidesNoUserBehindAnother) {
+    for (int count = 0; count < 1000; ++count)
+        log(1000, [] { return "junk"; });
+    log(1001, [] { return "the real attempt"; });
+    EXPECT_EQ(lines.back(), "the real attempt");
+}
+
+TEST_F(HelperRefusalLog, saysItAtTheEndOfTheMinuteAndAtTheEndOfAll) {
+    for (int count = 0; count < 22; ++count)
+        log(1000, [] { return "refused"; });
+    log.count(1001, 3);
+    lines.clear();
+    log.writeCounts();
+    EXPECT_THAT(lines, IsEmpty());
+    now += std::chrono::minutes(1);
+    log.count(1002, 4);
+    EXPECT_THAT(lines,
+                ElementsAre("refused user 1000 2 more times", "refused user 1001 3 more times"));
+    lines.clear();
+    log.finish();
+    log.finish();
+    EXPECT_THAT(lines, ElementsAre("refused user 1002 4 more times"));
 }
 
 } // namespace

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <dirent.h>
 #include <string>
+#include <sys/auxv.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -15,6 +16,9 @@ namespace {
 int tellAll(int count, char** words) {
     for (int index = 0; index < count; ++index)
         std::printf("word %s\n", words[index]);
+    // What kernels before 6.14 name the process after.
+    const std::string called = reinterpret_cast<const char*>(::getauxval(AT_EXECFN));
+    std::printf("name %s\n", called.substr(called.rfind('/') + 1).c_str());
     for (char** variable = environ; *variable != nullptr; ++variable)
         std::printf("variable %s\n", *variable);
     char directory[4096] = "";
@@ -85,6 +89,7 @@ int main(int count, char** words) {
     }
     if (what == "wait") {
         waitFor(words[2]);
+        std::puts("went");
         return 0;
     }
     if (what == "leave")

@@ -169,8 +169,19 @@ def test_the_bus_starts_the_installed_helper_as_root(either):
     service.read_string(path.read_text("utf-8"), str(path))
     program = f"{either.prefix}/libexec/quoxelin-desktop/quoxelin-helper"
     assert {name: dict(service[name]) for name in service.sections()} == {
-        "D-BUS Service": {"Name": HELPER[0], "Exec": program, "User": "root"}}
+        "D-BUS Service": {"Name": HELPER[0], "Exec": program, "User": "root",
+                          "SystemdService": "quoxelin-helper.service"}}
     assert os.access(either.at(program), os.X_OK)
+
+
+def test_systemd_confines_the_helper_and_what_it_runs(either):
+    unit = either.at("/usr/lib/systemd/system/quoxelin-helper.service")
+    program = f"{either.prefix}/libexec/quoxelin-desktop/quoxelin-helper"
+    lines = unit.read_text("utf-8").splitlines()
+    # The daemon stays when the helper ends.
+    assert {f"ExecStart={program}", f"BusName={HELPER[0]}", "KillMode=process", "OOMPolicy=continue",
+            "MemoryMax=1G", "TasksMax=512", "NoNewPrivileges=yes"} <= set(lines)
+    run("systemd-analyze", "security", "--offline=true", "--threshold=40", unit)
 
 
 # polkit

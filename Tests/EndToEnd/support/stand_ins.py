@@ -10,7 +10,7 @@ from .box import Box, wait_until
 from .steered import DEADLINE, SteeringError
 
 FOLDER = "/run/stand-ins"
-DAEMON = r"^/usr/libexec/stand-ins/quoxelind-sim "
+DAEMON = r"^/usr/libexec/stand-ins/quoxelind "
 
 
 class Daemon:

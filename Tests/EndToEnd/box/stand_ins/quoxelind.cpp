@@ -22,7 +22,8 @@
 namespace {
 
 constexpr const char* socketPath = "/var/run/quoxelind.socket";
-constexpr const char* program = "/usr/libexec/stand-ins/quoxelind-sim";
+/// quoxelind-sim under the daemon's name.
+constexpr const char* program = "/usr/libexec/stand-ins/quoxelind";
 constexpr std::chrono::seconds patience{10};
 
 bool isServed() {

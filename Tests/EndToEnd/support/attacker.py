@@ -1,0 +1,198 @@
+"""What an attacker sends over the system bus: messages that no library would. A program of the box,
+run by the user who attacks (attacks.py); its arguments are options of `main`, as JSON."""
+
+import array
+import json
+import os
+import socket
+import struct
+import sys
+import time
+
+NAME, PATH = "com.quoxelin.desktop.Helper", "/com/quoxelin/desktop/Helper"
+INTERFACE = "com.quoxelin.desktop.HelperToolProtocol"
+POLKIT = "org.freedesktop.PolicyKit1"
+NO_REPLY = 1
+MEBIBYTE = 1024 * 1024
+
+
+def padded(data, boundary):
+    return data + b"\0" * (-len(data) % boundary)
+
+
+def text(value):
+    data = value.encode()
+    return struct.pack("<I", len(data)) + data + b"\0"
+
+
+def field(code, kind, value):
+    data = text(value) if kind != "g" else bytes([len(value)]) + value.encode() + b"\0"
+    if isinstance(value, int):
+        data = struct.pack("<I", value)
+    return bytes([code, len(kind)]) + kind.encode() + b"\0" + data
+
+
+def descriptors_field(count):
+    return bytes([9, 1]) + b"u\0" + struct.pack("<I", count)
+
+
+def message(serial, member, signature, body, flags=0, descriptors=0, destination=NAME, path=PATH,
+            interface=INTERFACE, extra=b""):
+    fields = [field(1, "o", path), field(3, "s", member), field(6, "s", destination)]
+    if interface:
+        fields.append(field(2, "s", interface))
+    if signature:
+        fields.append(field(8, "g", signature))
+    if descriptors:
+        fields.append(descriptors_field(descriptors))
+    if extra:
+        fields.append(extra)
+    header = b""
+    for one in fields:
+        header = padded(header, 8) + one
+    start = struct.pack("<BBBBIII", ord("l"), 1, flags, 1, len(body), serial, len(header))
+    return padded(start + header, 8) + body
+
+
+def strings(values):
+    data = b""
+    for value in values:
+        data = padded(data, 4) + text(value)
+    return struct.pack("<I", len(data)) + data
+
+
+def run_go_tool(path, arguments):
+    return padded(text(path), 4) + strings(arguments)
+
+
+class Connection:
+    def __init__(self):
+        self.socket = socket.socket(socket.AF_UNIX)
+        self.socket.connect("/run/dbus/system_bus_socket")
+        user = str(os.geteuid()).encode().hex().encode()
+        self.socket.sendall(b"\0AUTH EXTERNAL " + user + b"\r\nNEGOTIATE_UNIX_FD\r\n")
+        said = b""
+        while said.count(b"\r\n") < 2:
+            said += self.socket.recv(4096)
+        self.socket.sendall(b"BEGIN\r\n")
+        self.serial = 0
+        self.send(self.message("Hello", "", b"", destination="org.freedesktop.DBus",
+                               path="/org/freedesktop/DBus", interface="org.freedesktop.DBus"))
+        self.error()
+
+    def message(self, *parts, **options):
+        self.serial += 1
+        return message(self.serial, *parts, **options)
+
+    def send(self, data):
+        self.socket.sendall(data)
+
+    def send_with_descriptor(self, data):
+        handle = array.array("i", [0])
+        sent = self.socket.sendmsg([data], [(socket.SOL_SOCKET, socket.SCM_RIGHTS, handle)])
+        self.socket.sendall(data[sent:])
+
+    def error(self):
+        """The name of the error that comes next, "" for a reply, None when the bus hangs up."""
+        self.socket.settimeout(20)
+        while True:
+            try:
+                start = self.socket.recv(16, socket.MSG_WAITALL)
+            except ConnectionError:
+                return None
+            if len(start) < 16:
+                return None
+            length, fields = struct.unpack("<I4xI", start[4:16])
+            rest = self.socket.recv(fields + -fields % 8 + length, socket.MSG_WAITALL)
+            if start[1] == 2:
+                return ""
+            if start[1] == 3:
+                return next(name.decode().rsplit(".", 1)[-1]
+                            for name in rest.split(b"\0") if name.startswith(b"org.freedesktop.DBus.E"))
+
+
+# Each is a body that fills the largest message the bus delivers, with its signature.
+def shapes():
+    size = 31 * MEBIBYTE
+    yield "many empty strings", "sas", text("/bin/sh") + struct.pack("<I", size - 3) + b"\0" * (size - 3)
+    yield "one long string", "sas", run_go_tool("x" * size, [])
+    yield "one long argument", "sas", run_go_tool("/bin/sh", ["x" * size])
+    yield "many signatures", "ag", struct.pack("<I", size) + b"\0\0" * (size // 2)
+    yield "many structures", "a(yy)", struct.pack("<II", size - 6, 0) + b"\0" * (size - 6)
+    yield "a long header", "", b""
+
+
+def flood(connections, seconds, path, arguments, descriptors=False, size=0):
+    """As many calls as go out in that time, without waiting for an answer."""
+    peers = [Connection() for _ in range(connections)]
+    body = run_go_tool(path, arguments + (["x" * size] if size else []))
+    end = time.monotonic() + seconds
+    sent = 0
+    gone = set()
+    print("begun", flush=True)
+    while time.monotonic() < end:
+        for peer in peers:
+            if peer in gone:
+                continue
+            call = peer.message("RunGoTool", "sas", body, NO_REPLY, descriptors=int(descriptors))
+            peer.socket.settimeout(max(0.01, end - time.monotonic()))
+            try:
+                (peer.send_with_descriptor if descriptors else peer.send)(call)
+                sent += 1
+            except (OSError, TimeoutError):
+                gone.add(peer)
+    return {"sent": sent, "gone": len(gone)}
+
+
+def huge():
+    """What comes of each of the largest messages."""
+    outcomes = {}
+    for name, signature, body in shapes():
+        peer = Connection()
+        extra = field(100, "s", "x" * (31 * MEBIBYTE)) if name == "a long header" else b""
+        try:
+            peer.send(peer.message("RunGoTool", signature, body, extra=extra))
+            outcomes[name] = peer.error()
+        except ConnectionError:
+            outcomes[name] = None
+    return outcomes
+
+
+def call(count=1, descriptors=False, **options):
+    """The errors of calls of one connection, one after the other."""
+    peer = Connection()
+    body = run_go_tool(options.pop("program", "/bin/sh"), options.pop("arguments", []))
+    outcomes = []
+    for _ in range(count):
+        data = peer.message(options.get("member", "RunGoTool"), "sas", body,
+                            descriptors=int(descriptors),
+                            path=options.get("path", PATH), interface=options.get("interface", INTERFACE))
+        (peer.send_with_descriptor if descriptors else peer.send)(data)
+        outcomes.append(peer.error())
+    return outcomes
+
+
+def honest(seconds, program, arguments):
+    """Calls one after the other: what came of each, how long it took, and how long bus and polkit
+    took for an answer of their own at that time."""
+    outcomes, times, bus_times = {}, [], []
+    peer = Connection()
+    end = time.monotonic() + seconds
+    while time.monotonic() < end:
+        begun = time.monotonic()
+        peer.send(peer.message("Get", "ss", padded(text(POLKIT + ".Authority"), 4) + text("BackendName"),
+                               destination=POLKIT, path="/org/freedesktop/PolicyKit1/Authority",
+                               interface="org.freedesktop.DBus.Properties"))
+        peer.error()
+        bus_times.append(time.monotonic() - begun)
+        begun = time.monotonic()
+        peer.send(peer.message("RunGoTool", "sas", run_go_tool(program, arguments)))
+        outcome = peer.error()
+        times.append(time.monotonic() - begun)
+        outcomes[outcome or "replied"] = outcomes.get(outcome or "replied", 0) + 1
+    return {"outcomes": outcomes, "times": sorted(times), "bus": sorted(bus_times)}
+
+
+if __name__ == "__main__":
+    what, options = sys.argv[1], json.loads(sys.argv[2])
+    print(json.dumps({"flood": flood, "huge": huge, "call": call, "honest": honest}[what](**options)))
