@@ -205,10 +205,9 @@ void Requests::refuse(const Shared& request, const Refusal& refusal) {
 
 /// Gives back what the request has of limited things.
 void Requests::forget(const Shared& request) {
-    const auto kept = request;
-    requests.erase(kept);
-    kept->question.reset();
-    kept->turn.reset();
+    requests.erase(request);
+    request->question.reset();
+    request->turn.reset();
 }
 
 } // namespace quoxelin::helper
