@@ -1,5 +1,7 @@
 #include "Simulation/Daemon/NetworkMap.h"
 
+#include "Base/Json.h"
+
 #include <array>
 #include <cstdint>
 #include <fmt/format.h>
