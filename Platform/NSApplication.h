@@ -24,6 +24,8 @@ struct NSMenuItem {
     /// Empty for none.
     std::string keyEquivalent;
     unsigned long keyEquivalentModifierMask = NSEventModifierFlagCommand;
+    /// Asked when the menu opens, where it is set: an item that is not enabled is gray.
+    std::function<bool()> isEnabled = nullptr;
 };
 
 class NSApplicationDelegate {

@@ -46,6 +46,9 @@ struct LaunchRefusal {
     int exitCode = 0;
 };
 
+/// A program's arguments without those that the system adds when it starts one.
+std::vector<std::string> withoutSystemArguments(std::vector<std::string> arguments);
+
 /// Makes the platform of this build. Each platform implements it, and a program links exactly one.
 /// Call it once, on the main thread.
 Result<std::unique_ptr<PlatformHost>, LaunchRefusal> makePlatform(const LaunchOptions& options);

@@ -143,6 +143,10 @@ void AppDelegate::setupMainMenu() {
     NSMenuItem checkForUpdates{"Check for Updates...", "checkForUpdates:",
                                mainThread.weakly([this] { updaterController->checkForUpdates(); }),
                                "", command};
+    checkForUpdates.isEnabled = [weak = weak_from_this()] {
+        const auto self = weak.lock();
+        return self && self->updaterController->updater().canCheckForUpdates();
+    };
     platform.application.setMainMenu({
         {"About " + name, "orderFrontStandardAboutPanel:", nullptr, "", command},
         std::move(checkForUpdates),

@@ -65,5 +65,6 @@ int start(const CommandLine& line) {
 } // namespace quoxelin
 
 int main(int argc, char** argv) {
-    return quoxelin::start(quoxelin::parseCommandLine({argv, argv + argc}));
+    return quoxelin::start(
+        quoxelin::parseCommandLine(quoxelin::withoutSystemArguments({argv, argv + argc})));
 }

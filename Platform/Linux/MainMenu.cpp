@@ -58,6 +58,10 @@ void MainMenu::setItems(const std::vector<NSMenuItem>& items) {
         auto* action = widget.addAction(QString::fromStdString(item.title));
         action->setShortcut(shortcutOf(item));
         QObject::connect(action, &QAction::triggered, action, perform);
+        if (item.isEnabled)
+            QObject::connect(
+                &widget, &QMenu::aboutToShow, action,
+                [action, isEnabled = item.isEnabled] { action->setEnabled(isEnabled()); });
     }
 }
 

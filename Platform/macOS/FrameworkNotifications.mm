@@ -7,14 +7,23 @@ FrameworkNotifications::~FrameworkNotifications() {
         [[NSNotificationCenter defaultCenter] removeObserver:token];
 }
 
+/// On the main thread the handler has run when the post returns.
 void FrameworkNotifications::observe(NSNotificationName name, std::function<void()> handler) {
-    id token = [[NSNotificationCenter defaultCenter] addObserverForName:name
-                                                                 object:nil
-                                                                  queue:[NSOperationQueue mainQueue]
-                                                             usingBlock:^(NSNotification*) {
-                                                                 handler();
-                                                             }];
-    [tokens addObject:token];
+    __weak NSMutableArray<id>* const observing = tokens;
+    const auto handle = ^{
+        if (observing != nil)
+            handler();
+    };
+    const auto observed = ^(NSNotification*) {
+        if ([NSThread isMainThread])
+            handle();
+        else
+            dispatch_async(dispatch_get_main_queue(), handle);
+    };
+    [tokens addObject:[[NSNotificationCenter defaultCenter] addObserverForName:name
+                                                                        object:nil
+                                                                         queue:nil
+                                                                    usingBlock:observed]];
 }
 
 } // namespace quoxelin

@@ -6,7 +6,6 @@
 @interface QXLabel : NSTextField
 - (void)setTextStyle:(NSFontTextStyle)style weight:(quoxelin::FontWeight)weight;
 @property(nonatomic, readonly) NSFontTextStyle textStyle;
-@property(nonatomic, readonly) quoxelin::FontWeight weight;
 @end
 
 /// One of the system's symbols.

@@ -9,7 +9,6 @@
 
 - (void)setTextStyle:(NSFontTextStyle)style weight:(quoxelin::FontWeight)weight {
     _textStyle = style;
-    _weight = weight;
     NSFont* const font = quoxelin::theme::font(style, weight);
     if (![self.font isEqual:font])
         self.font = font;
@@ -92,15 +91,17 @@ void TextView::bindContent(const ViewNode& node) {
 void TextView::readContent(ViewNode& node) const {
     node.text = toString(label.stringValue);
     node.font = theme::recordOf(label.textStyle).value_or(Font::body);
-    node.weight = label.weight;
+    node.weight = theme::weightOf(label.font);
     node.color = theme::recordOf(label.textColor).value_or(Color::clear);
     node.opacity = opacityOf(label);
     node.lineLimit = static_cast<int>(label.maximumNumberOfLines);
 }
 
 CGSize TextView::contentSize(CGFloat available) const {
-    const auto bounds = NSMakeRect(0, 0, available, CGFLOAT_MAX);
-    const auto size = [label.cell cellSizeForBounds:bounds];
+    const auto bounds = [label frameForAlignmentRect:NSMakeRect(0, 0, available, CGFLOAT_MAX)];
+    CGRect taken = NSZeroRect;
+    taken.size = [label.cell cellSizeForBounds:bounds];
+    const auto size = [label alignmentRectForFrame:taken].size;
     NSFont* const font = label.font;
     CGFloat height = size.height;
     if (label.maximumNumberOfLines > 0) {
@@ -112,7 +113,8 @@ CGSize TextView::contentSize(CGFloat available) const {
 }
 
 void TextView::placeContent(CGRect place) {
-    label.frame = place;
+    // The framework's cell keeps some room beside its text.
+    label.frame = [label frameForAlignmentRect:place];
 }
 
 SymbolView::SymbolView()

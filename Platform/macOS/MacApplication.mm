@@ -88,6 +88,7 @@ static_assert(NSEventModifierFlagCommand == ::NSEventModifierFlagCommand);
     item.keyEquivalentModifierMask = record.keyEquivalentModifierMask;
     if (record.target) {
         QXActionTarget* const target = [[QXActionTarget alloc] initWithFunction:record.target];
+        [target setIsEnabled:record.isEnabled];
         item.action = QXActionTarget.action;
         item.target = target;
         item.representedObject = target; // which the item keeps

@@ -18,6 +18,7 @@ class MacHost final : public PlatformHost {
     explicit MacHost(const LaunchOptions& options);
 
     const Platform& platform() const override { return services; }
+    void observeMissingServices(std::function<void(const std::string& line)> observer) override;
     void settle() override;
 
   private:
@@ -30,7 +31,7 @@ class MacHost final : public PlatformHost {
     MacServiceManagement serviceManagement;
     MacXPC xpc;
     MacUserNotificationCenter userNotificationCenter;
-    MacUpdates updates;
+    MacUpdates updates{mainBundle};
     MacAppleScript appleScript;
     Platform services;
 };

@@ -37,6 +37,14 @@ MacHost::MacHost(const LaunchOptions& options)
                                 options.socketPath.value_or(defaultDaemonSocketPath),
                         } {}
 
+void MacHost::observeMissingServices(std::function<void(const std::string&)> observer) {
+    if (!updates.hasKey())
+        desktop.dispatch.main().async([observer = std::move(observer)] {
+            observer("No updates: the application was built without the key that they are signed "
+                     "with (SUPublicEDKey)");
+        });
+}
+
 void MacHost::settle() {
     xpc.awaitReplies(settlingTime);
 }

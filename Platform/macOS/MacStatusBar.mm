@@ -72,7 +72,9 @@ std::unique_ptr<NSStatusItem> MacStatusBar::statusItemWithLength(double length) 
 }
 
 std::shared_ptr<NSImage> MacStatusBar::imageNamed(const std::string& name) {
-    ::NSImage* const image = [::NSImage imageNamed:toNSString(name)];
+    NSURL* const url = [[::NSBundle mainBundle] URLForResource:toNSString(name)
+                                                 withExtension:@"svg"];
+    ::NSImage* const image = url != nil ? [[::NSImage alloc] initWithContentsOfURL:url] : nil;
     if (image == nil)
         return nullptr;
     return std::make_shared<Image>(image);

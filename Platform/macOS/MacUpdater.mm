@@ -1,5 +1,7 @@
 #include "Platform/macOS/MacUpdater.h"
 
+#include "Platform/Foundation.h"
+
 #import <Sparkle/Sparkle.h>
 
 /// Watches whether an updater can check.
@@ -77,10 +79,28 @@ class Controller final : public SPUStandardUpdaterController {
     Updater ownUpdater;
 };
 
+/// No updates.
+class AbsentUpdater final : public SPUStandardUpdaterController, public SPUUpdater {
+  public:
+    SPUUpdater& updater() override { return *this; }
+    bool canCheckForUpdates() const override { return false; }
+    void checkForUpdates() override {}
+
+    Subscription observeCanCheckForUpdates(std::function<void(bool)> observer) override {
+        observer(false);
+        return {};
+    }
+};
+
 } // namespace
+
+MacUpdates::MacUpdates(const NSBundle& bundle)
+    : isSigned(!bundle.stringForInfoDictionaryKey("SUPublicEDKey").value_or("").empty()) {}
 
 std::unique_ptr<SPUStandardUpdaterController>
 MacUpdates::makeStandardUpdaterController(bool startingUpdater) {
+    if (!isSigned)
+        return std::make_unique<AbsentUpdater>();
     return std::make_unique<Controller>([[::SPUStandardUpdaterController alloc]
         initWithStartingUpdater:startingUpdater
                 updaterDelegate:nil

@@ -29,4 +29,7 @@ class PopoverPresenter final : public Presentation<Popover> {
     QXPopoverDelegate* const delegate;
 };
 
+/// The time of the event by which the user last closed a pop-over; events tell their own.
+NSTimeInterval lastDismissal();
+
 } // namespace quoxelin

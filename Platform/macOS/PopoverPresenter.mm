@@ -2,7 +2,9 @@
 
 #include "Platform/macOS/QXTreeView.h"
 
-/// Tells when the person closes the pop-over; not when it goes otherwise.
+static NSTimeInterval dismissalTime = -1;
+
+/// Tells when the user closes the pop-over; not when it goes otherwise.
 @interface QXPopoverDelegate : NSObject <NSPopoverDelegate>
 @property(nonatomic) BOOL isTakenAway;
 - (void)setOnDismiss:(std::function<void()>)onDismiss;
@@ -19,6 +21,7 @@
 - (void)popoverWillClose:(NSNotification*)notification {
     if (self.isTakenAway)
         return;
+    dismissalTime = NSApp.currentEvent.timestamp;
     if (const auto dismiss = onDismiss)
         dismiss();
 }
@@ -69,6 +72,10 @@ void PopoverPresenter::takeAway() {
     delegate.isTakenAway = YES;
     [popover close];
     [content windowDidHide];
+}
+
+NSTimeInterval lastDismissal() {
+    return dismissalTime;
 }
 
 } // namespace quoxelin

@@ -8,4 +8,5 @@
 @interface QXActionTarget : NSObject
 @property(class, readonly) SEL action;
 - (instancetype)initWithFunction:(std::function<void()>)function;
+- (void)setIsEnabled:(std::function<bool()>)isEnabled;
 @end

@@ -2,6 +2,7 @@
 
 @implementation QXActionTarget {
     std::function<void()> function;
+    std::function<bool()> isEnabled;
 }
 
 + (SEL)action {
@@ -12,6 +13,14 @@
     if ((self = [super init]))
         function = std::move(newFunction);
     return self;
+}
+
+- (void)setIsEnabled:(std::function<bool()>)newIsEnabled {
+    isEnabled = std::move(newIsEnabled);
+}
+
+- (BOOL)validateMenuItem:(NSMenuItem*)item {
+    return !isEnabled || isEnabled();
 }
 
 - (void)perform:(id)sender {

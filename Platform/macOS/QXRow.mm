@@ -1,9 +1,12 @@
 #include "Platform/macOS/QXRow.h"
 
+#include "Platform/macOS/PopoverPresenter.h"
+
 @implementation QXRow {
     std::function<void()> action;
     std::function<void(bool)> onHover;
     BOOL isHovered;
+    NSTimeInterval pressTime;
 }
 
 - (instancetype)initWithFrame:(NSRect)frame {
@@ -71,11 +74,15 @@
     return [super hitTest:point] == nil ? nil : self;
 }
 
-/// Without it the press would begin to move the window.
+/// Not passed on, or the press would begin to move the window.
 - (void)mouseDown:(NSEvent*)event {
+    pressTime = event.timestamp;
 }
 
+/// The press that closes a pop-over presses nothing besides: its own row would open it again.
 - (void)mouseUp:(NSEvent*)event {
+    if (quoxelin::lastDismissal() >= pressTime)
+        return;
     const auto place = [self convertPoint:event.locationInWindow fromView:nil];
     if (NSPointInRect(place, self.bounds))
         [self press];

@@ -17,5 +17,6 @@ NSFontTextStyle textStyle(Font font);
 std::optional<Font> recordOf(NSFontTextStyle style);
 
 NSFont* font(NSFontTextStyle style, FontWeight weight);
+FontWeight weightOf(NSFont* shown);
 
 } // namespace quoxelin::theme

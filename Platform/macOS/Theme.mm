@@ -66,14 +66,21 @@ std::optional<Font> recordOf(NSFontTextStyle style) {
 }
 
 NSFont* font(NSFontTextStyle style, FontWeight weight) {
-    NSFont* const regular = [NSFont preferredFontForTextStyle:style options:@{}];
+    // Its weight is the style's: a headline is bold.
+    const CGFloat size = [NSFont preferredFontForTextStyle:style options:@{}].pointSize;
     switch (weight) {
     case FontWeight::regular:
-        return regular;
+        return [NSFont systemFontOfSize:size weight:NSFontWeightRegular];
     case FontWeight::semibold:
-        return [NSFont systemFontOfSize:regular.pointSize weight:NSFontWeightSemibold];
+        return [NSFont systemFontOfSize:size weight:NSFontWeightSemibold];
     }
-    return regular;
+    return nil;
+}
+
+FontWeight weightOf(NSFont* shown) {
+    constexpr NSInteger medium = 6;
+    const auto weight = [[NSFontManager sharedFontManager] weightOfFont:shown];
+    return weight > medium ? FontWeight::semibold : FontWeight::regular;
 }
 
 } // namespace quoxelin::theme

@@ -286,6 +286,15 @@ TEST_F(AppDelegateMenuBar, hasTheMenuOfEveryApplication) {
     EXPECT_EQ(items, expected);
 }
 
+TEST_F(AppDelegateMenuBar, enablesTheMenusUpdateItemWhileTheUpdaterCanCheck) {
+    launchAndSettle();
+    const auto item = system.application.mainMenu().at(1);
+    ASSERT_EQ(item.title, "Check for Updates...");
+    EXPECT_TRUE(item.isEnabled());
+    system.updates.setCanCheckForUpdates(false);
+    EXPECT_FALSE(item.isEnabled());
+}
+
 TEST_F(AppDelegateMenuBar, checksForUpdatesFromTheMenu) {
     launch();
     EXPECT_TRUE(system.application.chooseMenuItem("Check for Updates..."));
