@@ -1,8 +1,15 @@
 # Warnings and sanitizers for our own code.
 set(QUOXELIN_SANITIZERS "" CACHE STRING "Sanitizers for the whole build: address,undefined or thread")
 option(QUOXELIN_SHELL "Build this operating system's adapter and with it the program" ON)
+set(QUOXELIN_STAGE "" CACHE PATH
+    "Away from a Mac: where GNUstep is installed, on which the macOS adapter is built and tested")
 option(QUOXELIN_BENCHMARKS "Build Benchmarks/" OFF)
 option(QUOXELIN_FUZZERS "Build Fuzz/ (clang only)" OFF)
+
+set(QUOXELIN_MACOS OFF)
+if(APPLE OR QUOXELIN_STAGE)
+    set(QUOXELIN_MACOS ON)
+endif()
 
 add_library(quoxelin_warnings INTERFACE)
 target_compile_options(quoxelin_warnings INTERFACE -Wall -Wextra -Wpedantic -Werror)

@@ -4,12 +4,15 @@
 
 namespace quoxelin {
 
+class MacAppleEventManager;
+class MacPanels;
 struct MacDesktop;
 
 /// The windows of AppKit.
 class MacScreen final : public SteeredScreen {
   public:
-    explicit MacScreen(MacDesktop& desktop) : desktop(desktop) {}
+    explicit MacScreen(MacDesktop& desktop);
+    MacScreen(MacPanels& panels, MacAppleEventManager& events) : panels(panels), events(events) {}
 
     std::vector<std::string> texts() const override;
     Press press(const std::string& label) override;
@@ -20,7 +23,8 @@ class MacScreen final : public SteeredScreen {
     void openURL(const std::optional<std::string>& url) override;
 
   private:
-    MacDesktop& desktop;
+    MacPanels& panels;
+    MacAppleEventManager& events;
 };
 
 } // namespace quoxelin

@@ -133,6 +133,8 @@ NSBitmapImageRep* pictureOf(const std::vector<NSWindow*>& windows) {
 
 } // namespace
 
+MacScreen::MacScreen(MacDesktop& desktop) : MacScreen(desktop.panels, desktop.appleEventManager) {}
+
 std::vector<std::string> MacScreen::texts() const {
     std::vector<std::string> texts;
     for (NSWindow* window : windowsOnScreen())
@@ -185,11 +187,11 @@ MacScreen::Picture MacScreen::savePicture(const std::string& path) const {
 }
 
 void MacScreen::pressElsewhere() {
-    desktop.panels.pressElsewhere();
+    panels.pressElsewhere();
 }
 
 void MacScreen::openURL(const std::optional<std::string>& url) {
-    desktop.appleEventManager.send(url);
+    events.send(url);
 }
 
 } // namespace quoxelin

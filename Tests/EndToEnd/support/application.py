@@ -13,6 +13,10 @@ import time
 from .sim import build_directory
 from .steered import DEADLINE, SteeredProcess, SteeringError
 
+# scripts/run-macos names the one on the stage.
+PROGRAM = os.environ.get("QUOXELIN_PROGRAM", "quoxelin-desktop-sim")
+IS_STAGED = PROGRAM.startswith("Staged.app/")
+
 LINE = re.compile(r"\[(\w+)\] (\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3}) (.*)", re.DOTALL)
 
 
@@ -41,6 +45,7 @@ def surroundings(home: pathlib.Path) -> dict[str, str]:
         name: value
         for name, value in os.environ.items()
         if name in ("PATH", "LANG", "LC_ALL", "LD_LIBRARY_PATH") or "SAN_OPTIONS" in name
+        or IS_STAGED and (name == "DISPLAY" or name.startswith("GNUSTEP_"))
     }
     directories = {
         "HOME": home,
@@ -67,6 +72,8 @@ def surroundings(home: pathlib.Path) -> dict[str, str]:
 
 def application_support(home: pathlib.Path) -> pathlib.Path:
     """Where the application keeps its files."""
+    if IS_STAGED:
+        return home / "GNUstep/Library/ApplicationSupport"
     return home / ("Library/Application Support" if sys.platform == "darwin" else "data")
 
 
@@ -77,7 +84,7 @@ class Application(SteeredProcess):
             application.wait_log("[HashiBus] Connected to socket")
     """
 
-    program = "quoxelin-desktop-sim"
+    program = PROGRAM
 
     def __init__(self, socket: str, *arguments: str, environment: dict[str, str] | None = None):
         # A directory with a short path, because socket paths must be short.

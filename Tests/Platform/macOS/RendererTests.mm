@@ -1,3 +1,4 @@
+#include "Platform/macOS/LeafViews.h"
 #include "Platform/macOS/MacHostingView.h"
 #include "Tests/Support/Golden.h"
 #include "Tests/Support/PanelStates.h"
@@ -37,6 +38,54 @@ TEST(MacRenderer, showsEveryStateWhateverItShowedBefore) {
             view.setRootView(trees[state]);
             ASSERT_EQ(viewText(view.readBack()), viewText(trees[state]));
         }
+}
+
+namespace {
+
+template <typename View> View* first(NSView* view) {
+    if ([view isKindOfClass:[View class]])
+        return static_cast<View*>(view);
+    for (NSView* each in view.subviews)
+        if (View* const found = first<View>(each))
+            return found;
+    return nil;
+}
+
+QXLabel* labelOf(MacHostingView& view, const ViewNode& text) {
+    view.setRootView(text);
+    view.view.frame = NSMakeRect(0, 0, 200, 40);
+    [view.view layoutSubtreeIfNeeded];
+    return first<QXLabel>(view.view);
+}
+
+ViewNode headline(FontWeight weight) {
+    ViewNode text;
+    text.kind = ViewNode::Kind::text;
+    text.text = "Account";
+    text.font = Font::headline;
+    text.weight = weight;
+    text.padding = {6, 14, 6, 14};
+    return text;
+}
+
+bool isBold(NSFont* font) {
+    return ([[NSFontManager sharedFontManager] traitsOfFont:font] & NSBoldFontMask) != 0;
+}
+
+} // namespace
+
+TEST(MacRenderer, drawsAHeadlineInTheWeightThatItIsGiven) {
+    MacHostingView view;
+    EXPECT_FALSE(isBold(labelOf(view, headline(FontWeight::regular)).font));
+    EXPECT_TRUE(isBold(labelOf(view, headline(FontWeight::semibold)).font));
+}
+
+TEST(MacRenderer, putsTextWhereItsPaddingEnds) {
+    MacHostingView view;
+    QXLabel* const label = labelOf(view, headline(FontWeight::regular));
+    ASSERT_NE(label, nil);
+    EXPECT_EQ([label alignmentRectForFrame:label.frame].origin.x, 14);
+    EXPECT_LT(label.frame.origin.x, 14);
 }
 
 } // namespace quoxelin::testing

@@ -1,0 +1,207 @@
+#include "Base/NotificationCenter.h"
+#include "Platform/macOS/MacNetworkExtension.h"
+#include "Tests/Platform/macOS/Services/ServiceFixture.h"
+
+#import <NetworkExtension/NetworkExtension.h>
+
+namespace quoxelin::testing {
+
+namespace {
+
+using Managers = NetworkExtension::Managers;
+using Failures = Answers<std::optional<Error>>;
+
+PreferencesCompletion into(Failures& failures) {
+    return [&failures, kept = keepsake()](std::optional<Error> error) {
+        EXPECT_EQ(kept, keepsake());
+        EXPECT_TRUE([NSThread isMainThread]);
+        failures.add(std::move(error));
+    };
+}
+
+class MacNetworkExtensionTest : public ServiceTest {
+  protected:
+    void loadAll() {
+        extension.loadAllFromPreferences([this, kept = keepsake()](Result<Managers, Error> found) {
+            EXPECT_EQ(kept, keepsake());
+            loaded.add(std::move(found));
+        });
+    }
+
+    std::shared_ptr<NETunnelProviderManager> configured() {
+        auto manager = extension.makeTunnelProviderManager();
+        auto protocol = std::make_shared<NETunnelProviderProtocol>();
+        protocol->providerBundleIdentifier = "com.quoxelin.desktop.PacketTunnel";
+        protocol->serverAddress = "Quoxelin";
+        manager->setProtocolConfiguration(protocol);
+        manager->setLocalizedDescription("Quoxelin");
+        manager->setEnabled(true);
+        return manager;
+    }
+
+    std::shared_ptr<NETunnelProviderManager> saved() {
+        auto manager = configured();
+        Failures failures;
+        manager->saveToPreferences(into(failures));
+        EXPECT_TRUE(failures.arrive());
+        EXPECT_EQ(failures.get().front(), std::nullopt);
+        return manager;
+    }
+
+    NotificationCenter center;
+    MacNetworkExtension extension{center};
+    Answers<Result<Managers, Error>> loaded;
+};
+
+} // namespace
+
+TEST_F(MacNetworkExtensionTest, findsNoConfigurationWhereNoneIsSaved) {
+    loadAll();
+    EXPECT_TRUE(loaded.get().empty());
+    ASSERT_TRUE(loaded.arrive());
+    ASSERT_TRUE(loaded.get().front());
+    EXPECT_TRUE(loaded.get().front()->empty());
+}
+
+TEST_F(MacNetworkExtensionTest, findsWhatWasSaved) {
+    saved();
+    loadAll();
+    ASSERT_TRUE(loaded.arrive());
+    const auto found = loaded.get().front();
+    ASSERT_TRUE(found && found->size() == 1);
+    const auto manager = found->front();
+    EXPECT_EQ(manager->localizedDescription(), "Quoxelin");
+    EXPECT_TRUE(manager->isEnabled());
+    EXPECT_EQ(manager->protocolConfiguration()->serverAddress, "Quoxelin");
+}
+
+TEST_F(MacNetworkExtensionTest, tellsWhyNothingCouldBeLoaded) {
+    stage::failNext(@"loadAllFromPreferences", errorOf(::NEVPNErrorDomain, 5));
+    loadAll();
+    ASSERT_TRUE(loaded.arrive());
+    ASSERT_FALSE(loaded.get().front());
+    EXPECT_EQ(loaded.get().front().error(), (Error{"NEVPNErrorDomain", 5, "it did not work"}));
+}
+
+TEST_F(MacNetworkExtensionTest, takesAnExceptionForAFailure) {
+    stage::raiseNext(@"loadAllFromPreferences", NSInternalInconsistencyException);
+    loadAll();
+    ASSERT_EQ(loaded.get().size(), 1u);
+    EXPECT_EQ(loaded.get().front().error().domain, "NSInternalInconsistencyException");
+
+    const auto manager = configured();
+    Failures failures;
+    for (NSString* operation in
+         @[ @"loadFromPreferences", @"saveToPreferences", @"removeFromPreferences" ])
+        stage::raiseNext(operation, NSGenericException);
+    manager->loadFromPreferences(into(failures));
+    manager->saveToPreferences(into(failures));
+    manager->removeFromPreferences(into(failures));
+    ASSERT_EQ(failures.get().size(), 3u);
+    for (const auto& each : failures.get())
+        EXPECT_EQ(each->domain, "NSGenericException");
+}
+
+TEST_F(MacNetworkExtensionTest, answersTwoAtATimeAndLate) {
+    {
+        const stage::Held held(@"loadAllFromPreferences");
+        loadAll();
+        loadAll();
+        EXPECT_TRUE(loaded.get().empty());
+    }
+    EXPECT_TRUE(loaded.arrive(2));
+}
+
+TEST_F(MacNetworkExtensionTest, answersWhenTheManagerHasGone) {
+    Failures failures;
+    {
+        const stage::Held loading(@"loadFromPreferences"), saving(@"saveToPreferences"),
+            removing(@"removeFromPreferences");
+        const auto manager = configured();
+        manager->loadFromPreferences(into(failures));
+        manager->saveToPreferences(into(failures));
+        manager->removeFromPreferences(into(failures));
+    }
+    EXPECT_TRUE(failures.arrive(3));
+}
+
+TEST_F(MacNetworkExtensionTest, tellsWhyAConfigurationWasNotSaved) {
+    Failures failures;
+    extension.makeTunnelProviderManager()->saveToPreferences(into(failures));
+    ASSERT_TRUE(failures.arrive());
+    EXPECT_EQ(failures.get().front()->code, NEVPNErrorConfigurationInvalid);
+}
+
+TEST_F(MacNetworkExtensionTest, savesWhatWasChangedOnTheRecord) {
+    const auto manager = saved();
+    manager->protocolConfiguration()->disconnectOnSleep = true;
+    Failures failures;
+    manager->saveToPreferences(into(failures));
+    ASSERT_TRUE(failures.arrive());
+    loadAll();
+    ASSERT_TRUE(loaded.arrive());
+    EXPECT_TRUE(loaded.get().front()->front()->protocolConfiguration()->disconnectOnSleep);
+}
+
+TEST_F(MacNetworkExtensionTest, readsTheSavedConfigurationAgain) {
+    const auto manager = saved();
+    manager->setEnabled(false);
+    manager->protocolConfiguration()->serverAddress = "elsewhere";
+    Failures failures;
+    manager->loadFromPreferences(into(failures));
+    ASSERT_TRUE(failures.arrive());
+    EXPECT_TRUE(manager->isEnabled());
+    EXPECT_EQ(manager->protocolConfiguration()->serverAddress, "Quoxelin");
+}
+
+TEST_F(MacNetworkExtensionTest, removesAConfiguration) {
+    const auto manager = saved();
+    Failures failures;
+    manager->removeFromPreferences(into(failures));
+    ASSERT_TRUE(failures.arrive());
+    loadAll();
+    ASSERT_TRUE(loaded.arrive());
+    EXPECT_TRUE(loaded.get().front()->empty());
+}
+
+TEST_F(MacNetworkExtensionTest, startsAndStopsTheTunnelAndTellsOfIt) {
+    const auto manager = saved();
+    std::vector<int> seen;
+    const auto observer = center.addObserver(NEVPNStatusDidChange, [&](const Notification&) {
+        seen.push_back(manager->connection()->status());
+    });
+    ASSERT_TRUE(manager->connection()->startVPNTunnel());
+    ASSERT_TRUE(comesTrue([&] { return manager->connection()->status() == 3; }));
+    manager->connection()->stopVPNTunnel();
+    ASSERT_TRUE(comesTrue([&] { return manager->connection()->status() == 1; }));
+    EXPECT_EQ(seen, (std::vector<int>{2, 3, 5, 1}));
+}
+
+TEST_F(MacNetworkExtensionTest, tellsWhyATunnelDoesNotStart) {
+    const auto unsaved = configured()->connection()->startVPNTunnel();
+    ASSERT_FALSE(unsaved);
+    EXPECT_EQ(unsaved.error().code, NEVPNErrorConfigurationInvalid);
+
+    const auto manager = saved();
+    manager->setEnabled(false);
+    Failures failures;
+    manager->saveToPreferences(into(failures));
+    ASSERT_TRUE(failures.arrive());
+    const auto disabled = manager->connection()->startVPNTunnel();
+    ASSERT_FALSE(disabled);
+    EXPECT_EQ(disabled.error().domain, NEVPNErrorDomain);
+    EXPECT_EQ(disabled.error().code, NEVPNErrorConfigurationDisabled);
+
+    stage::raiseNext(@"startVPNTunnel", NSGenericException);
+    EXPECT_EQ(manager->connection()->startVPNTunnel().error().domain, "NSGenericException");
+}
+
+TEST_F(MacNetworkExtensionTest, tellsOfAChangedConfiguration) {
+    int changes = 0;
+    const auto observer =
+        center.addObserver(NEVPNConfigurationChange, [&](const Notification&) { ++changes; });
+    saved();
+    EXPECT_TRUE(comesTrue([&] { return changes == 1; }));
+}
+
+} // namespace quoxelin::testing

@@ -1,0 +1,95 @@
+#include "Platform/NSWorkspace.h"
+#include "Platform/macOS/MacAppleEventManager.h"
+#include "Platform/macOS/MacAppleScript.h"
+#include "Tests/Platform/macOS/Services/ServiceFixture.h"
+
+#import <AppKit/AppKit.h>
+
+namespace quoxelin::testing {
+
+using MacAppleScriptTest = ServiceTest;
+
+TEST_F(MacAppleScriptTest, runsAScript) {
+    const auto script = MacAppleScript().initWithSource("beep");
+    ASSERT_NE(script, nullptr);
+    EXPECT_EQ(script->executeAndReturnError(), std::nullopt);
+    EXPECT_TRUE([stage::scripts() isEqualToArray:@[ @"beep" ]]);
+}
+
+TEST_F(MacAppleScriptTest, tellsWhyAScriptFailed) {
+    const auto script = MacAppleScript().initWithSource("beep");
+    stage::failNext(@"executeAndReturnError", errorOf(NSCocoaErrorDomain, 1));
+    EXPECT_NE(script->executeAndReturnError().value_or("").find("it did not work"),
+              std::string::npos);
+    stage::raiseNext(@"executeAndReturnError", NSGenericException);
+    EXPECT_NE(script->executeAndReturnError(), std::nullopt);
+    stage::failNext(@"initWithSource", errorOf(NSCocoaErrorDomain, 1));
+    EXPECT_EQ(MacAppleScript().initWithSource("beep"), nullptr);
+    EXPECT_EQ(stage::scripts().count, 0u);
+}
+
+namespace {
+
+class MacAppleEventsTest : public ServiceTest {
+  protected:
+    /// As in every launch, when the framework has set its own handlers.
+    static void launch() {
+        [[NSNotificationCenter defaultCenter]
+            postNotificationName:NSApplicationWillFinishLaunchingNotification
+                          object:NSApp];
+    }
+
+    static bool open(NSString* url) {
+        NSAppleEventDescriptor* const event = [[NSAppleEventDescriptor alloc] init];
+        if (url != nil)
+            [event setParamDescriptor:[NSAppleEventDescriptor descriptorWithString:url]
+                           forKeyword:keyDirectObject];
+        return stage::sendEvent(::kInternetEventClass, ::kAEGetURL, event);
+    }
+
+    void listen(MacAppleEventManager& manager) {
+        manager.setEventHandler(kInternetEventClass, kAEGetURL,
+                                [this](const std::optional<std::string>& url) {
+                                    EXPECT_TRUE([NSThread isMainThread]);
+                                    urls.push_back(url.value_or("nothing"));
+                                });
+    }
+
+    std::vector<std::string> urls;
+};
+
+using Urls = std::vector<std::string>;
+
+} // namespace
+
+TEST_F(MacAppleEventsTest, bringTheUrlsThatBrowsersHandOver) {
+    MacAppleEventManager manager;
+    launch();
+    listen(manager);
+    EXPECT_TRUE(open(@"quoxelin://login?token=5"));
+    EXPECT_TRUE(open(nil));
+    EXPECT_EQ(urls, (Urls{"quoxelin://login?token=5", "nothing"}));
+}
+
+TEST_F(MacAppleEventsTest, waitForTheirHandler) {
+    MacAppleEventManager manager;
+    launch();
+    EXPECT_TRUE(open(@"quoxelin://one"));
+    manager.send("quoxelin://two");
+    listen(manager);
+    EXPECT_TRUE(urls.empty());
+    ASSERT_TRUE(comesTrue([&] { return urls.size() == 2; }));
+    EXPECT_EQ(urls, (Urls{"quoxelin://one", "quoxelin://two"}));
+}
+
+TEST_F(MacAppleEventsTest, goToNothingThatHasGone) {
+    {
+        MacAppleEventManager manager;
+        launch();
+        listen(manager);
+    }
+    EXPECT_FALSE(open(@"quoxelin://login"));
+    EXPECT_TRUE(urls.empty());
+}
+
+} // namespace quoxelin::testing

@@ -1,0 +1,129 @@
+#include "Platform/macOS/MacSystemExtensions.h"
+#include "Tests/Platform/macOS/Services/ServiceFixture.h"
+
+#import <SystemExtensions/SystemExtensions.h>
+
+namespace quoxelin::testing {
+
+namespace {
+
+constexpr const char* tunnel = "com.quoxelin.desktop.PacketTunnel";
+
+class Delegate final : public OSSystemExtensionRequestDelegate {
+  public:
+    OSSystemExtensionReplacementAction
+    actionForReplacingExtension(const OSSystemExtensionRequest&,
+                                const OSSystemExtensionProperties& existing,
+                                const OSSystemExtensionProperties& extension) override {
+        events.push_back("replace " + existing.bundleShortVersion + " by " +
+                         extension.bundleShortVersion);
+        return action;
+    }
+
+    void requestNeedsUserApproval(const OSSystemExtensionRequest&) override {
+        events.push_back("approval");
+    }
+
+    void didFinishWithResult(const OSSystemExtensionRequest& request, int result) override {
+        EXPECT_EQ(request.identifier, tunnel);
+        events.push_back("finished " + std::to_string(result));
+    }
+
+    void didFailWithError(const OSSystemExtensionRequest&, const Error& error) override {
+        EXPECT_TRUE([NSThread isMainThread]);
+        events.push_back(error.domain + " " + std::to_string(error.code));
+    }
+
+    void foundProperties(const OSSystemExtensionRequest&,
+                         const std::vector<OSSystemExtensionProperties>& properties) override {
+        std::string text = "found";
+        for (const auto& each : properties)
+            text += " " + each.bundleIdentifier + " " + each.bundleShortVersion +
+                    (each.isEnabled ? " enabled" : "");
+        events.push_back(text);
+    }
+
+    OSSystemExtensionReplacementAction action = OSSystemExtensionReplacementAction::replace;
+    std::vector<std::string> events;
+};
+
+class MacSystemExtensionsTest : public ServiceTest {
+  protected:
+    using Kind = OSSystemExtensionRequest::Kind;
+
+    void submit(Kind kind) { extensions.submitRequest({kind, tunnel, delegate}); }
+
+    /// What the delegate has heard once there is that much.
+    std::vector<std::string> heard(std::size_t count) {
+        comesTrue([&] { return delegate->events.size() >= count; });
+        return delegate->events;
+    }
+
+    MacSystemExtensions extensions;
+    std::shared_ptr<Delegate> delegate = std::make_shared<Delegate>();
+};
+
+using Events = std::vector<std::string>;
+
+} // namespace
+
+TEST_F(MacSystemExtensionsTest, activatesAnExtensionOnceTheUserAllowsIt) {
+    {
+        const stage::Held held(@"approval");
+        submit(Kind::activation);
+        EXPECT_TRUE(delegate->events.empty());
+        EXPECT_EQ(heard(1), (Events{"approval"}));
+    }
+    EXPECT_EQ(heard(2), (Events{"approval", "finished 0"}));
+}
+
+TEST_F(MacSystemExtensionsTest, replacesAnotherVersion) {
+    stage::extensions().installed[@(tunnel)] = @"0.9";
+    submit(Kind::activation);
+    EXPECT_EQ(heard(2), (Events{"replace 0.9 by 1.0.0", "finished 0"}));
+    EXPECT_TRUE([stage::extensions().installed[@(tunnel)] isEqualToString:@"1.0.0"]);
+}
+
+TEST_F(MacSystemExtensionsTest, keepsTheOtherVersionWhenItIsToldTo) {
+    stage::extensions().installed[@(tunnel)] = @"0.9";
+    delegate->action = OSSystemExtensionReplacementAction::cancel;
+    submit(Kind::activation);
+    EXPECT_EQ(heard(2), (Events{"replace 0.9 by 1.0.0", "OSSystemExtensionErrorDomain 11"}));
+}
+
+TEST_F(MacSystemExtensionsTest, tellsWhichVersionIsInstalled) {
+    submit(Kind::properties);
+    EXPECT_EQ(heard(1), (Events{"found"}));
+    stage::extensions().installed[@(tunnel)] = @"0.9";
+    submit(Kind::properties);
+    EXPECT_EQ(heard(2).back(), "found com.quoxelin.desktop.PacketTunnel 0.9 enabled");
+}
+
+TEST_F(MacSystemExtensionsTest, tellsWhyARequestFailed) {
+    stage::failNext(@"submitRequest", errorOf(::OSSystemExtensionErrorDomain, 4));
+    submit(Kind::activation);
+    EXPECT_EQ(heard(1), (Events{"OSSystemExtensionErrorDomain 4"}));
+}
+
+TEST_F(MacSystemExtensionsTest, answersLaterToAnExceptionToo) {
+    stage::raiseNext(@"submitRequest", NSGenericException);
+    submit(Kind::activation);
+    EXPECT_TRUE(delegate->events.empty());
+    EXPECT_EQ(heard(1), (Events{"NSGenericException 0"}));
+}
+
+TEST_F(MacSystemExtensionsTest, leavesADelegateAloneThatHasGone) {
+    {
+        const stage::Held held(@"submitRequest");
+        submit(Kind::activation);
+        stage::extensions().installed[@(tunnel)] = @"0.9";
+        submit(Kind::activation);
+        submit(Kind::properties);
+        delegate = std::make_shared<Delegate>();
+    }
+    submit(Kind::properties);
+    EXPECT_EQ(heard(1).size(), 1u);
+    EXPECT_TRUE([stage::extensions().installed[@(tunnel)] isEqualToString:@"0.9"]);
+}
+
+} // namespace quoxelin::testing

@@ -1,0 +1,111 @@
+#include "Platform/macOS/MacUserNotifications.h"
+#include "Tests/Platform/macOS/Services/ServiceFixture.h"
+
+namespace quoxelin::testing {
+
+namespace {
+
+class Delegate final : public UNUserNotificationCenterDelegate {
+  public:
+    void willPresent(const UNNotificationRequest& notification,
+                     std::function<void(unsigned)> completionHandler) override {
+        EXPECT_TRUE([NSThread isMainThread]);
+        shown.push_back(notification.title + ": " + notification.body);
+        completionHandler(UNNotificationPresentationOptionBanner);
+    }
+
+    std::vector<std::string> shown;
+};
+
+class MacUserNotificationsTest : public ServiceTest {
+  protected:
+    void authorize() {
+        center.requestAuthorization(
+            UNAuthorizationOptionAlert,
+            [this, kept = keepsake()](bool granted, std::optional<Error> error) {
+                EXPECT_EQ(kept, keepsake());
+                answers.add((granted ? "granted" : "refused") +
+                            (error ? " " + error->domain : std::string()));
+            });
+    }
+
+    void ask() {
+        center.getNotificationSettings([this, kept = keepsake()](UNNotificationSettings settings) {
+            EXPECT_EQ(kept, keepsake());
+            answers.add(std::to_string(settings.authorizationStatus));
+        });
+    }
+
+    MacUserNotificationCenter center;
+    Answers<std::string> answers;
+};
+
+using Texts = std::vector<std::string>;
+
+} // namespace
+
+TEST_F(MacUserNotificationsTest, tellsWhatTheUserAllows) {
+    ask();
+    ASSERT_TRUE(answers.arrive(1));
+    authorize();
+    ASSERT_TRUE(answers.arrive(2));
+    ask();
+    ASSERT_TRUE(answers.arrive(3));
+    EXPECT_EQ(answers.get(), (Texts{"0", "granted", "2"}));
+}
+
+TEST_F(MacUserNotificationsTest, tellsThatTheUserRefused) {
+    stage::notifications().authorization = ::UNAuthorizationStatusDenied;
+    stage::failNext(@"requestAuthorization", errorOf(@"UNErrorDomain", 1));
+    authorize();
+    ASSERT_TRUE(answers.arrive());
+    EXPECT_EQ(answers.get(), (Texts{"refused UNErrorDomain"}));
+}
+
+TEST_F(MacUserNotificationsTest, allowsNothingWhereThereIsNoCenter) {
+    stage::raiseNext(@"currentNotificationCenter", NSInternalInconsistencyException);
+    ask();
+    stage::raiseNext(@"currentNotificationCenter", NSInternalInconsistencyException);
+    authorize();
+    EXPECT_EQ(answers.get(), (Texts{"1", "refused NSInternalInconsistencyException"}));
+    stage::raiseNext(@"currentNotificationCenter", NSInternalInconsistencyException);
+    center.add({"one", "Quoxelin", "blocked", true});
+    stage::raiseNext(@"currentNotificationCenter", NSInternalInconsistencyException);
+    center.setDelegate({});
+    EXPECT_EQ(stage::notifications().added.count, 0u);
+}
+
+TEST_F(MacUserNotificationsTest, answersTwoAtATimeAndLate) {
+    {
+        const stage::Held settings(@"getNotificationSettings"),
+            authorization(@"requestAuthorization");
+        ask();
+        ask();
+        authorize();
+        EXPECT_TRUE(answers.get().empty());
+    }
+    EXPECT_TRUE(answers.arrive(3));
+}
+
+TEST_F(MacUserNotificationsTest, showsANotificationAsTheDelegateWants) {
+    const auto delegate = std::make_shared<Delegate>();
+    center.setDelegate(delegate);
+    stage::notifications().authorization = ::UNAuthorizationStatusAuthorized;
+    center.add({"one", "Quoxelin", "blocked", true});
+    ASSERT_TRUE(comesTrue([] { return stage::notifications().presented.count == 1; }));
+    EXPECT_EQ(delegate->shown, (Texts{"Quoxelin: blocked"}));
+    EXPECT_EQ(stage::notifications().presented[0].unsignedIntValue,
+              UNNotificationPresentationOptionBanner);
+    EXPECT_NE(stage::notifications().added[0].content.sound, nil);
+}
+
+TEST_F(MacUserNotificationsTest, showsNothingForADelegateThatHasGone) {
+    center.setDelegate(std::make_shared<Delegate>());
+    stage::notifications().authorization = ::UNAuthorizationStatusAuthorized;
+    center.add({"one", "Quoxelin", "blocked", false});
+    ASSERT_TRUE(comesTrue([] { return stage::notifications().presented.count == 1; }));
+    EXPECT_EQ(stage::notifications().presented[0].unsignedIntValue, 0u);
+    EXPECT_EQ(stage::notifications().added[0].content.sound, nil);
+}
+
+} // namespace quoxelin::testing

@@ -1,0 +1,41 @@
+#include "Platform/macOS/MacWorkspace.h"
+#include "Tests/Platform/macOS/Services/ServiceFixture.h"
+#import "Tests/Platform/macOS/Stage/StageAppKit.h"
+
+namespace quoxelin::testing {
+
+namespace {
+
+class MacWorkspaceTest : public ServiceTest {
+  protected:
+    static std::string opened() {
+        NSURL* const last = stage::workspace().opened.lastObject;
+        return last.absoluteString.UTF8String;
+    }
+
+    MacWorkspace workspace;
+};
+
+} // namespace
+
+TEST_F(MacWorkspaceTest, opensAddressesAndFolders) {
+    EXPECT_TRUE(workspace.open(*Url::parse("https://quoxelin.com/docs?a=b")));
+    EXPECT_EQ(opened(), "https://quoxelin.com/docs?a=b");
+    workspace.openFolder("/tmp");
+    EXPECT_EQ(opened().rfind("file://", 0), 0u);
+    const auto count = stage::workspace().opened.count;
+    workspace.openFolder({});
+    EXPECT_EQ(stage::workspace().opened.count, count);
+}
+
+TEST_F(MacWorkspaceTest, findsApplicationsAndOpensThem) {
+    EXPECT_EQ(workspace.urlForApplication("com.quoxelin.nothing"), std::nullopt);
+    stage::workspace().applications[@"com.example.mail"] =
+        [NSURL fileURLWithPath:@"/Applications/Mail.app"];
+    const auto found = workspace.urlForApplication("com.example.mail");
+    ASSERT_EQ(found, "/Applications/Mail.app");
+    workspace.openApplication(*found);
+    EXPECT_NE(opened().find("Mail.app"), std::string::npos);
+}
+
+} // namespace quoxelin::testing

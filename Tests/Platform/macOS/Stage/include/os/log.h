@@ -1,0 +1,19 @@
+#pragma once
+
+#import <Foundation/Foundation.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+typedef struct StageLog* os_log_t;
+
+os_log_t os_log_create(const char* subsystem, const char* category);
+/// To standard error, as far as it is declared public.
+void os_log(os_log_t log, const char* format, ...);
+
+#ifdef __cplusplus
+}
+#endif
+
+#define OS_LOG_DEFAULT ((os_log_t)0)

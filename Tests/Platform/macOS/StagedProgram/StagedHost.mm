@@ -1,0 +1,133 @@
+#include "Tests/Platform/macOS/StagedProgram/StagedHost.h"
+
+#include "Platform/macOS/ObjC.h"
+
+#import "Platform/macOS/QXHelperToolProtocol.h"
+#import "Tests/Platform/macOS/Stage/StageAppKit.h"
+#import "Tests/Platform/macOS/Stage/StageServices.h"
+#include <cstdio>
+
+/// A helper that has run what it was told to, without a word of output.
+@interface QXStagedHelper : NSObject <HelperToolProtocol>
+@property(readonly) NSMutableArray<NSString*>* commands;
+@end
+
+@implementation QXStagedHelper
+
+- (instancetype)init {
+    if ((self = [super init]))
+        _commands = [NSMutableArray array];
+    return self;
+}
+
+- (void)runGoToolWithPath:(NSString*)path
+                arguments:(NSArray<NSString*>*)arguments
+                withReply:(void (^)(NSString* output))reply {
+    NSArray<NSString*>* const words = [@[ path ] arrayByAddingObjectsFromArray:arguments];
+    dispatch_async(dispatch_get_main_queue(), ^{
+        [self.commands addObject:[words componentsJoinedByString:@" "]];
+        reply(@"");
+    });
+}
+
+- (void)pingWithReply:(void (^)(BOOL isThere))reply {
+    reply(YES);
+}
+
+@end
+
+namespace quoxelin {
+
+namespace {
+
+void writeAnswer(const std::string& line) {
+    std::fputs((line + '\n').c_str(), stdout);
+    std::fflush(stdout);
+}
+
+json::Array texts(NSArray* items, NSString* path) {
+    json::Array all;
+    for (NSString* each in [items valueForKeyPath:path])
+        all.push_back(toString(each));
+    return all;
+}
+
+void openURL(const std::optional<std::string>& url) {
+    NSAppleEventDescriptor* const event = [[NSAppleEventDescriptor alloc] init];
+    if (url)
+        [event setParamDescriptor:[NSAppleEventDescriptor descriptorWithString:toNSString(*url)]
+                       forKeyword:keyDirectObject];
+    stage::sendEvent(::kInternetEventClass, ::kAEGetURL, event);
+}
+
+/// What the user does outside of the panel.
+void addDesktopCommands(Steering& steering) {
+    steering.addAction("click-status-item", [] { [stage::statusButton() mouseDown:nil]; });
+    steering.addAction("click-elsewhere",
+                       [] { stage::sendGlobalEvent(::NSEventMaskLeftMouseDown); });
+    steering.add("open-url", [](SteeringReader& reader) {
+        const auto url = reader.text("url");
+        return doing([url] { openURL(url); });
+    });
+    steering.addAction("end-session", [] {
+        stage::sendEvent(kCoreEventClass, kAEQuitApplication,
+                         [[NSAppleEventDescriptor alloc] init]);
+    });
+    steering.addAction("become-active", [] {
+        [[NSNotificationCenter defaultCenter]
+            postNotificationName:(::NSApplicationDidBecomeActiveNotification)
+                          object:NSApp];
+    });
+    steering.addState("open-panels", [] { return stage::isOpenPanelShown() ? 1 : 0; });
+    steering.add("choose-folder", [](SteeringReader& reader) {
+        const auto path = reader.requiredText("path");
+        return [path](const SteeringReply& reply) {
+            if (stage::answerOpenPanel(toFileURL(path)))
+                reply.ok();
+            else
+                reply.fail("no open panel is shown");
+        };
+    });
+}
+
+/// What the system has come to know of the application.
+void addReports(Steering& steering, QXStagedHelper* helper) {
+    steering.addReport("opened", [] {
+        return json::Object{{"urls", texts(stage::workspace().opened, @"absoluteString")}};
+    });
+    steering.addCount("urls", [] { return stage::workspace().opened.count; });
+    steering.addReport("notifications", [] {
+        json::Array delivered;
+        for (::UNNotificationRequest* each in stage::notifications().added.copy)
+            delivered.push_back(json::Object{{"title", toString(each.content.title)},
+                                             {"body", toString(each.content.body)}});
+        return json::Object{{"delivered", std::move(delivered)}};
+    });
+    steering.addCount("notifications", [] { return stage::notifications().added.count; });
+    steering.addReport("helper", [helper] {
+        return json::Object{{"commands", texts(helper.commands, @"self")},
+                            {"scripts", texts(stage::scripts(), @"self")}};
+    });
+    steering.addCount("scripts", [] { return stage::scripts().count; });
+}
+
+} // namespace
+
+StagedHost::StagedHost(const LaunchOptions& options)
+    : host(options), screen(static_cast<MacPanels&>(host.platform().panels),
+                            static_cast<MacAppleEventManager&>(host.platform().appleEventManager)),
+      steering(
+          [this](Duration delay, Work work) {
+              host.platform().dispatch.main().asyncAfter(delay, std::move(work));
+          },
+          writeAnswer) {
+    QXStagedHelper* const helper = [[QXStagedHelper alloc] init];
+    stage::machServices()[@"com.quoxelin.desktop.Helper"] = helper;
+    // A user who has allowed the extension before.
+    stage::extensions().isApproved = true;
+    addScreenCommands(steering, screen, host.platform());
+    addDesktopCommands(steering);
+    addReports(steering, helper);
+}
+
+} // namespace quoxelin
