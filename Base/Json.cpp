@@ -238,8 +238,12 @@ Value withoutContents(Element element) {
         return *truth;
     if (const auto number = ifSo<std::int64_t>(element))
         return *number;
-    if (const auto number = ifSo<double>(element))
+    if (const auto number = ifSo<double>(element)) {
+        // 4.0 and 4e0 are the same value as 4, also after they have been written again.
+        if (const auto integer = whole(*number))
+            return *integer;
         return *number;
+    }
     if (element.is_array())
         return Array();
     return element.is_object() ? Value(Object()) : Value();

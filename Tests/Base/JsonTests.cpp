@@ -238,6 +238,13 @@ TEST(Json, writesATreeAsItWasRead) {
               R"({"a":1,"b":["x",null,0.5],"c":{}})");
 }
 
+TEST(Json, keepsItsNumbersHoweverTheyAreWritten) {
+    for (const char* text : {"[3.0]", "[4e0]", "[-0.0]", "[1e300]", "[0.1]"}) {
+        const auto tree = parse(text).value();
+        EXPECT_EQ(parse(serialize(tree)).value(), tree) << text;
+    }
+}
+
 TEST(JsonRecords, readListsAndMapsLaterFromWhatAllCopiesShare) {
     std::optional<Lists> first =
         decode<Lists>(R"({"list":[{"ID":1},{"ID":2}],"map":{"a":{"ID":3},"b":{"ID":4}}})").value();

@@ -45,7 +45,7 @@ def surroundings(home: pathlib.Path) -> dict[str, str]:
         name: value
         for name, value in os.environ.items()
         if name in ("PATH", "LANG", "LC_ALL", "LD_LIBRARY_PATH") or "SAN_OPTIONS" in name
-        or IS_STAGED and (name == "DISPLAY" or name.startswith("GNUSTEP_"))
+        or IS_STAGED and (name in ("DISPLAY", "XAUTHORITY") or name.startswith("GNUSTEP_"))
     }
     directories = {
         "HOME": home,
