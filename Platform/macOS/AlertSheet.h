@@ -6,7 +6,7 @@
 
 namespace quoxelin {
 
-/// An alert over the window of the element that it belongs to.
+/// An alert shown as a sheet on the window of its element.
 class AlertSheet final : public Presentation<Alert> {
   public:
     explicit AlertSheet(NSView* anchor);

@@ -18,7 +18,7 @@ struct AlertSheet::Actions {
 
 namespace {
 
-/// Return presses nothing that cannot be undone.
+/// Return must not trigger a destructive button.
 void setRole(NSButton* button, Alert::Button::Role role) {
     switch (role) {
     case Alert::Button::Role::destructive:

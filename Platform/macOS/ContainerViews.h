@@ -7,7 +7,7 @@
 
 namespace quoxelin {
 
-/// Elements beside each other or below each other.
+/// Arranges elements horizontally or vertically.
 class ContainerView : public ElementView {
   public:
     void windowDidShow() override;
@@ -37,7 +37,7 @@ class StackView final : public ContainerView {
     explicit StackView(ViewNode::Kind kind);
 };
 
-/// A button as wide as the panel.
+/// A full-width button.
 class RowView final : public ContainerView {
   public:
     RowView();

@@ -27,7 +27,7 @@ void ContainerView::bindContent(const ViewNode& node) {
 
 void ContainerView::readContent(ViewNode& node) const {
     node.spacing = spacing;
-    // In the order in which they lie on the screen.
+    // The order of the subviews is the one on the screen.
     for (NSView* shown in view().subviews) {
         const auto found = std::find_if(views.begin(), views.end(),
                                         [&](const auto& each) { return each->view() == shown; });
@@ -40,7 +40,7 @@ CGFloat ContainerView::gaps() const {
     return views.empty() ? 0 : spacing * static_cast<CGFloat>(views.size() - 1);
 }
 
-/// What does not fit is taken from those that can be cut, the first ones first.
+/// If the elements do not fit, shrinks those that can be shrunk, the first ones first.
 std::vector<CGSize> ContainerView::sizesBeside(CGFloat available) const {
     std::vector<CGSize> sizes;
     CGFloat excess = gaps() - available;
@@ -88,10 +88,10 @@ void ContainerView::placeBelow(CGRect place) {
     CGFloat y = place.origin.y;
     for (const auto& each : views) {
         const auto size = each->measure(place.size.width);
-        const bool isCentred = alignment == Alignment::center && !each->isFlexible();
-        const CGFloat width = isCentred || each->hasWidth() ? size.width : place.size.width;
+        const bool isCentered = alignment == Alignment::center && !each->isFlexible();
+        const CGFloat width = isCentered || each->hasWidth() ? size.width : place.size.width;
         const CGFloat x =
-            isCentred ? place.origin.x + (place.size.width - width) / 2 : place.origin.x;
+            isCentered ? place.origin.x + (place.size.width - width) / 2 : place.origin.x;
         each->place(CGRectMake(x, y, width, size.height));
         y += size.height + spacing;
     }

@@ -5,7 +5,7 @@
 
 namespace quoxelin {
 
-/// An element that is a native view. It is measured and placed by the element that contains it.
+/// An element with a native view. Its parent element measures and places it.
 class ElementView : public Element {
   public:
     static std::unique_ptr<ElementView> make(ViewNode::Kind kind);
@@ -14,13 +14,13 @@ class ElementView : public Element {
 
     QXBox* view() const { return box; }
 
-    /// The size that it takes where `available` is the width there is.
+    /// The size that it needs if `available` is the width on offer.
     CGSize measure(CGFloat available) const;
 
-    /// Moves it to that place of its parent, with all that is in it.
+    /// Moves the element and its content; `frame` is in its parent's coordinates.
     void place(CGRect frame);
 
-    /// Whether it takes what room is left.
+    /// Whether it grows to fill the remaining width.
     virtual bool isFlexible() const { return fillsWidth; }
     /// Whether it may be made narrower than its content.
     virtual bool isShrinkable() const { return !width; }

@@ -5,8 +5,8 @@
 
 namespace quoxelin {
 
-/// Observes notifications of the frameworks from any sender, on the main thread, as long as it
-/// lives.
+/// Observes framework notifications from any sender until destroyed. Handlers run on the main
+/// thread.
 class FrameworkNotifications {
   public:
     FrameworkNotifications() = default;

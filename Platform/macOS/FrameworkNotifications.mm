@@ -7,7 +7,7 @@ FrameworkNotifications::~FrameworkNotifications() {
         [[NSNotificationCenter defaultCenter] removeObserver:token];
 }
 
-/// On the main thread the handler has run when the post returns.
+/// For a notification posted on the main thread, the handler runs before the post returns.
 void FrameworkNotifications::observe(NSNotificationName name, std::function<void()> handler) {
     __weak NSMutableArray<id>* const observing = tokens;
     const auto handle = ^{

@@ -17,7 +17,7 @@
 
 namespace quoxelin {
 
-/// A text. Plain, whatever it holds.
+/// Plain text; markup is shown as it is.
 class TextView final : public ElementView {
   public:
     TextView();
@@ -61,7 +61,7 @@ class CircleView final : public ElementView {
     QXCircle* circle() const;
 };
 
-/// Takes what room is left.
+/// Fills the remaining space.
 class SpacerView final : public ElementView {
   public:
     SpacerView();

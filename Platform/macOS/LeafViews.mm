@@ -14,7 +14,7 @@
         self.font = font;
 }
 
-/// Clicks are for the row that it lies in.
+/// Lets the row receive the clicks.
 - (NSView*)hitTest:(NSPoint)point {
     return nil;
 }
@@ -48,13 +48,14 @@ void setColor(NSColor* shown, const ViewNode& node, void (^set)(NSColor*)) {
         set(color);
 }
 
-/// Opacity is the whole view's: a colour with another opacity would no longer follow appearance.
+/// Sets the opacity of the view rather than of its color: a color with a changed opacity would no
+/// longer follow light and dark.
 void setOpacity(NSView* view, double opacity) {
     if (view.alphaValue != opacity)
         view.alphaValue = opacity;
 }
 
-/// Views keep their opacity in single precision.
+/// Rounded, because views store opacity in single precision.
 double opacityOf(NSView* view) {
     return std::round(view.alphaValue * 1000) / 1000;
 }
@@ -105,7 +106,7 @@ CGSize TextView::contentSize(CGFloat available) const {
     NSFont* const font = label.font;
     CGFloat height = size.height;
     if (label.maximumNumberOfLines > 0) {
-        // The cell measures all lines, also those that are not shown.
+        // The cell measures all lines, even those beyond the maximum.
         const CGFloat line = std::ceil(font.ascender - font.descender + font.leading);
         height = std::min<CGFloat>(height, std::ceil(line * label.maximumNumberOfLines));
     }
@@ -113,7 +114,7 @@ CGSize TextView::contentSize(CGFloat available) const {
 }
 
 void TextView::placeContent(CGRect place) {
-    // The framework's cell keeps some room beside its text.
+    // The framework's cell insets its text.
     label.frame = [label frameForAlignmentRect:place];
 }
 

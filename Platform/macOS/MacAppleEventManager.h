@@ -6,7 +6,7 @@
 
 namespace quoxelin {
 
-/// Listens for get-URL events from its making on: one of them may have started the application.
+/// Create it before launching finishes: a get-URL event may be what started the application.
 class MacAppleEventManager final : public NSAppleEventManager {
   public:
     MacAppleEventManager();
@@ -16,7 +16,7 @@ class MacAppleEventManager final : public NSAppleEventManager {
     setEventHandler(const std::string& eventClass, const std::string& eventID,
                     std::function<void(std::optional<std::string> directObject)> handler) override;
 
-    /// As if the event had come from another program.
+    /// Simulates an event from another program.
     void send(std::optional<std::string> directObject);
 
   private:

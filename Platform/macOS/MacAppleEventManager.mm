@@ -6,7 +6,7 @@
 #import <AppKit/AppKit.h>
 #include <vector>
 
-/// Hands the string of every event's direct object over.
+/// Calls the handler with the direct object of each event as a string.
 @interface QXEventTarget : NSObject
 - (instancetype)initWithHandler:(std::function<void(std::optional<std::string>)>)handler;
 - (void)handleEvent:(NSAppleEventDescriptor*)event withReplyEvent:(NSAppleEventDescriptor*)reply;
@@ -56,7 +56,7 @@ MacAppleEventManager::MacAppleEventManager() : receiver(std::make_shared<Receive
                 held->deliver();
             }
         }];
-    // Launching installs the framework's own handlers; the event that started us comes after that.
+    // Launching installs the framework's handlers and then delivers the event that started us.
     receiver->notifications.observe(
         NSApplicationWillFinishLaunchingNotification, [target = receiver->target] {
             [[::NSAppleEventManager sharedAppleEventManager]

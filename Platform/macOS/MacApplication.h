@@ -9,10 +9,10 @@ namespace quoxelin {
 class FrameworkNotifications;
 class NotificationCenter;
 
-/// The application object of AppKit, an accessory without a place in the Dock.
+/// AppKit's application object, as an accessory: without a Dock icon.
 class MacApplication final : public NSApplication {
   public:
-    /// Tells the notification centre when the application comes to the front.
+    /// Posts to the notification center when the application becomes active.
     explicit MacApplication(NotificationCenter& notificationCenter);
     ~MacApplication() override;
 

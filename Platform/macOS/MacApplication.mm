@@ -7,9 +7,9 @@
 
 #import <AppKit/AppKit.h>
 
-/// Every way to quit (the menu, the Dock, another program, the end of the session) comes through
-/// `terminate:`. Where the framework's own would end the process there and then, this one ends the
-/// main loop, so that what follows it in the program still happens.
+/// Every way to quit (the menu, the Dock, another program, logging out) calls `terminate:`. The
+/// framework's implementation exits the process. This one ends the main loop, so the code after the
+/// loop still runs.
 @interface QXApplication : NSApplication
 - (void)handleQuitEvent:(NSAppleEventDescriptor*)event
          withReplyEvent:(NSAppleEventDescriptor*)reply;
@@ -18,13 +18,13 @@
 @implementation QXApplication
 
 - (void)terminate:(id)sender {
-    // A dialogue's own loop ends first, and then the one around it.
+    // End the dialog's modal loop first, then the main loop.
     if (self.modalWindow != nil)
         dispatch_async(dispatch_get_main_queue(), ^{
             [self terminate:sender];
         });
     [self stop:sender];
-    // The loop looks after an event whether it is to end.
+    // The loop checks whether to stop only after an event.
     [self postEvent:[NSEvent otherEventWithType:NSEventTypeApplicationDefined
                                        location:NSZeroPoint
                                   modifierFlags:0
@@ -37,8 +37,8 @@
             atStart:YES];
 }
 
-/// Answered with success. The framework's own handler takes a `terminate:` that returns for a
-/// refusal, and the end of the session would be called off.
+/// Reports success. The framework's handler would treat a `terminate:` that returns as a refusal
+/// and cancel the logout.
 - (void)handleQuitEvent:(NSAppleEventDescriptor*)event
          withReplyEvent:(NSAppleEventDescriptor*)reply {
     [self terminate:nil];
@@ -64,7 +64,7 @@
     delegate->applicationDidFinishLaunching();
 }
 
-/// The panel is a window that comes and goes.
+/// Closing the panel must not quit the application.
 - (BOOL)applicationShouldTerminateAfterLastWindowClosed:(NSApplication*)sender {
     return NO;
 }
@@ -91,7 +91,7 @@ static_assert(NSEventModifierFlagCommand == ::NSEventModifierFlagCommand);
         [target setIsEnabled:record.isEnabled];
         item.action = QXActionTarget.action;
         item.target = target;
-        item.representedObject = target; // which the item keeps
+        item.representedObject = target; // keeps it alive
     }
     return item;
 }
@@ -104,7 +104,7 @@ MacApplication::MacApplication(NotificationCenter& notificationCenter)
     notifications->observe(::NSApplicationDidBecomeActiveNotification, [&notificationCenter] {
         notificationCenter.post(NSApplicationDidBecomeActiveNotification);
     });
-    // Launching installs the framework's own handlers.
+    // Later: launching installs the framework's handlers.
     notifications->observe(NSApplicationWillFinishLaunchingNotification, [] {
         [[::NSAppleEventManager sharedAppleEventManager] setEventHandler:NSApp
                                                              andSelector:@selector(handleQuitEvent:
@@ -117,7 +117,7 @@ MacApplication::MacApplication(NotificationCenter& notificationCenter)
 MacApplication::~MacApplication() = default;
 
 int MacApplication::run(NSApplicationDelegate& delegate) {
-    // The application refers to it weakly.
+    // The application references its delegate weakly.
     NS_VALID_UNTIL_END_OF_SCOPE QXApplicationDelegate* const adapter =
         [[QXApplicationDelegate alloc] initWithDelegate:delegate];
     NSApp.delegate = adapter;

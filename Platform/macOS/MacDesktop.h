@@ -17,7 +17,7 @@
 
 namespace quoxelin {
 
-/// What is real on every Mac, whatever services lie under the application: queues, time, sockets,
+/// The parts of the platform that are real even on simulated services: queues, time, sockets,
 /// files, logs, windows.
 struct MacDesktop {
     explicit MacDesktop(const LaunchOptions& options) {
@@ -25,7 +25,7 @@ struct MacDesktop {
             appleEventManager.send(options.callbackURL);
     }
 
-    /// Whether somebody may sit in front of it: a Mac that only runs tests has windows, too.
+    /// Whether a user may be present. False on a Mac that only runs tests.
     bool isAttended() const { return std::getenv("QUOXELIN_UNATTENDED") == nullptr; }
 
     MacDispatch dispatch;

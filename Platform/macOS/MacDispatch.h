@@ -6,8 +6,8 @@
 
 namespace quoxelin {
 
-/// Queues and time of libdispatch. Make it on the main thread. The library gives a global queue up
-/// to 64 threads while its work blocks, and a serial queue a thread of its own.
+/// Queues and time of libdispatch. Create it on the main thread. While work blocks, libdispatch
+/// gives a global queue up to 64 threads; each serial queue can run on a separate thread.
 class MacDispatch final : public Dispatch {
   public:
     MacDispatch();

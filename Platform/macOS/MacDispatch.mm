@@ -8,7 +8,7 @@ namespace quoxelin {
 
 namespace {
 
-/// Work hands what it holds back on the queue that performed it, not a turn later.
+/// Destroys the work, with what it captured, right after it ran on the queue.
 void submit(dispatch_queue_t queue, Work work) {
     const auto held = std::make_shared<Work>(std::move(work));
     dispatch_async(queue, ^{
@@ -43,7 +43,7 @@ class Global final : public Queue {
     dispatch_queue_t queue;
 };
 
-/// The library keeps a queue as long as there is work on it.
+/// May be destroyed while work is pending: libdispatch retains a queue that has work.
 class Serial final : public SerialQueue {
   public:
     explicit Serial(const std::string& label)

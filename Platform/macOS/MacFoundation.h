@@ -15,7 +15,7 @@ class MacBundle final : public NSBundle {
     identifierOfBundleAt(const std::filesystem::path& path) const override;
 };
 
-/// The application's own domain.
+/// The application's preferences domain.
 class MacUserDefaults final : public NSUserDefaults {
   public:
     std::optional<std::string> string(const std::string& key) const override;

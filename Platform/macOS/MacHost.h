@@ -12,7 +12,7 @@
 
 namespace quoxelin {
 
-/// The Mac that the application runs on.
+/// The desktop and the services of the Mac.
 class MacHost final : public PlatformHost {
   public:
     explicit MacHost(const LaunchOptions& options);

@@ -4,7 +4,7 @@ namespace quoxelin {
 
 namespace {
 
-/// For the helper to find out who asked it last, while there still is somebody.
+/// Gives the helper time to look up its last caller before we exit.
 constexpr auto settlingTime = seconds(1);
 
 } // namespace

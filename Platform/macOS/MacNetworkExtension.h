@@ -9,7 +9,7 @@ class NotificationCenter;
 
 class MacNetworkExtension final : public NetworkExtension {
   public:
-    /// Posts the framework's two notifications on the notification centre.
+    /// Forwards the framework's two notifications to the notification center.
     explicit MacNetworkExtension(NotificationCenter& notificationCenter);
     ~MacNetworkExtension() override;
 

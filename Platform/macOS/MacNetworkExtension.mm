@@ -21,7 +21,7 @@ static_assert(static_cast<int>(NEVPNError::configurationDisabled) ==
               NEVPNErrorConfigurationDisabled);
 static_assert(static_cast<int>(NEVPNError::configurationUnknown) == NEVPNErrorConfigurationUnknown);
 
-/// Answers from the framework's block, or from here when the framework throws instead.
+/// Calls the completion from the framework's block, or directly if the framework throws.
 template <typename Call> void answering(PreferencesCompletion completion, Call call) {
     const auto answered = ^(NSError* error) {
         completion(toOptionalError(error));
@@ -73,7 +73,7 @@ NSString* optionalNSString(const std::optional<std::string>& text) {
     return text ? toNSString(*text) : nil;
 }
 
-/// What the record does not tell of stays as it was.
+/// Leaves properties that the record does not have unchanged.
 void write(const NEVPNProtocol& record, ::NEVPNProtocol* shown) {
     if (const auto* tunnel = dynamic_cast<const NETunnelProviderProtocol*>(&record))
         static_cast<::NETunnelProviderProtocol*>(shown).providerBundleIdentifier =
@@ -104,8 +104,8 @@ class Manager final : public NETunnelProviderManager {
                   [&](auto block) { [manager removeFromPreferencesWithCompletionHandler:block]; });
     }
 
-    /// The framework hands out its own object, as long as it has that one: so does this, and what
-    /// is changed on the record is saved without an assignment.
+    /// The framework returns its live object rather than a copy, so this returns the same record
+    /// until that object is replaced. Changes to the record are saved without an assignment.
     std::shared_ptr<NEVPNProtocol> protocolConfiguration() const override {
         ::NEVPNProtocol* const current = manager.protocolConfiguration;
         if (!protocol.record || protocol.shown != current)
@@ -144,7 +144,7 @@ class Manager final : public NETunnelProviderManager {
     }
 
   private:
-    /// The framework's object that was handed out last, as a record.
+    /// The record returned last, and the framework's object that it was made from.
     struct Protocol {
         std::shared_ptr<NEVPNProtocol> record;
         ::NEVPNProtocol* shown = nil;

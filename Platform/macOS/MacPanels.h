@@ -12,7 +12,7 @@ class MacPanels final : public Panels {
     Subscription addGlobalMonitorForEvents(unsigned long long mask,
                                            std::function<void()> handler) override;
 
-    /// As when somebody presses the left button outside of all that is ours.
+    /// Simulates a press of the left button outside of our windows.
     void pressElsewhere() const { pretended.notify(NSEventMaskLeftMouseDown); }
 
   private:

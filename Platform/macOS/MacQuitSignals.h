@@ -5,11 +5,11 @@
 
 namespace quoxelin {
 
-/// SIGINT and SIGTERM as work of the main queue; one object in a process at a time, on the main
-/// thread. Programs that the application starts get the signals' default behaviour.
+/// Handles SIGINT and SIGTERM on the main queue. Create it on the main thread, one at a time.
+/// Programs started by the application keep the default behavior of both signals.
 class MacQuitSignals {
   public:
-    /// `quit` is called on the main thread after a signal, once for several that came together.
+    /// `quit` is called on the main thread, once for several signals that arrive together.
     explicit MacQuitSignals(std::function<void()> quit);
     MacQuitSignals(const MacQuitSignals&) = delete;
     MacQuitSignals& operator=(const MacQuitSignals&) = delete;

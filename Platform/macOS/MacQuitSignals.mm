@@ -10,12 +10,12 @@ namespace {
 
 constexpr std::array quitSignals{SIGINT, SIGTERM};
 
-/// The system tells the queue of a signal besides.
+/// Does nothing: the dispatch source sees the signal as well.
 void passOver(int) {}
 
 void handleWith(void (*handler)(int)) {
     struct sigaction action {};
-    // Not SIG_IGN, which the programs that we start would inherit.
+    // Not SIG_IGN, because programs that we start would inherit it.
     action.sa_handler = handler;
     action.sa_flags = SA_RESTART;
     sigemptyset(&action.sa_mask);

@@ -32,7 +32,7 @@ OSSystemExtensionProperties recordOf(::OSSystemExtensionProperties* properties) 
 
 } // namespace quoxelin
 
-/// Passes the framework's calls on to the request's own delegate, while there is one.
+/// Forwards the framework's calls to the request's delegate while that exists.
 @interface QXExtensionRequestDelegate : NSObject <OSSystemExtensionRequestDelegate>
 - (instancetype)initWithRequest:(const quoxelin::OSSystemExtensionRequest&)request;
 @end
@@ -112,14 +112,14 @@ void MacSystemExtensions::submitRequest(const OSSystemExtensionRequest& request)
     const auto called = withoutExceptions([&] {
         ::OSSystemExtensionRequest* const submitted = frameworkRequest(request);
         submitted.delegate = delegate;
-        // The request refers to it weakly; so it lives exactly as long as the request.
+        // The request references its delegate weakly. Tie the delegate's lifetime to the request.
         objc_setAssociatedObject(submitted, &delegateKey, delegate,
                                  OBJC_ASSOCIATION_RETAIN_NONATOMIC);
         [[::OSSystemExtensionManager sharedManager] submitRequest:submitted];
     });
     if (called)
         return;
-    // Answers come later, never from within the call.
+    // Answer asynchronously, as on success.
     const auto failure = called.error();
     const auto record = request;
     dispatch_async(dispatch_get_main_queue(), ^{

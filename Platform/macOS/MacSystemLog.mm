@@ -6,7 +6,7 @@
 
 namespace quoxelin {
 
-// Work that never ends logs as well: what a line leaves behind goes with it.
+// Long-running work logs too, so each line drains its autoreleased objects.
 
 void MacSystemLog::log(const std::string& text) {
     @autoreleasepool {
@@ -14,7 +14,7 @@ void MacSystemLog::log(const std::string& text) {
     }
 }
 
-/// The system keeps one log for each pair of names, however often it is asked for.
+/// The system caches the log object for each subsystem and category.
 void MacSystemLog::log(const std::string& subsystem, const std::string& category,
                        const std::string& text) {
     @autoreleasepool {

@@ -6,8 +6,8 @@ namespace quoxelin {
 
 class NSBundle;
 
-/// Sparkle; without the key that updates are signed with no updater is started, as Sparkle would
-/// tell the user to contact the developer at every start.
+/// Sparkle. Does not start an updater if the bundle has no public key for updates, because Sparkle
+/// would then show an error at every start.
 class MacUpdates final : public Updates {
   public:
     explicit MacUpdates(const NSBundle& bundle);

@@ -4,7 +4,7 @@
 
 #import <Sparkle/Sparkle.h>
 
-/// Watches whether an updater can check.
+/// Observes whether the updater can check for updates.
 @interface QXUpdaterObserver : NSObject
 - (instancetype)initWithUpdater:(SPUUpdater*)updater handler:(std::function<void(bool)>)handler;
 - (void)stop;
@@ -36,7 +36,7 @@
                       ofObject:(id)object
                         change:(NSDictionary<NSKeyValueChangeKey, id>*)change
                        context:(void*)context {
-    // The handler may end the observation, and with it this object.
+    // The handler may end the observation and destroy this object.
     const auto current = handler;
     current(updater.canCheckForUpdates);
 }
@@ -79,7 +79,7 @@ class Controller final : public SPUStandardUpdaterController {
     Updater ownUpdater;
 };
 
-/// No updates.
+/// Stands in for the updater if there is no key.
 class AbsentUpdater final : public SPUStandardUpdaterController, public SPUUpdater {
   public:
     SPUUpdater& updater() override { return *this; }

@@ -6,7 +6,7 @@
 
 using NotificationDelegate = std::weak_ptr<quoxelin::UNUserNotificationCenterDelegate>;
 
-/// Passes the centre's calls on to the application's delegate, while there is one.
+/// Forwards the center's calls to the application's delegate while that exists.
 @interface QXNotificationDelegate : NSObject <UNUserNotificationCenterDelegate>
 - (instancetype)initWithDelegate:(NotificationDelegate)delegate;
 @end
@@ -55,14 +55,14 @@ static_assert(static_cast<int>(UNAuthorizationStatus::authorized) ==
 static_assert(static_cast<int>(UNAuthorizationStatus::provisional) ==
               UNAuthorizationStatusProvisional);
 
-/// A program that runs outside of a bundle has no centre, which the framework tells by throwing.
+/// The framework throws if the program runs outside of a bundle.
 template <typename Call> Result<void, Error> withCenter(Call call) {
     return withoutExceptions([&] { call([::UNUserNotificationCenter currentNotificationCenter]); });
 }
 
 } // namespace
 
-/// The centre refers to its delegate weakly, and both are there once in a process.
+/// Static, because the center is a singleton and references its delegate weakly.
 void MacUserNotificationCenter::setDelegate(
     std::weak_ptr<UNUserNotificationCenterDelegate> delegate) {
     static QXNotificationDelegate* current = nil;

@@ -33,7 +33,7 @@ void MacWorkspace::openApplication(const std::filesystem::path& application) {
                completionHandler:nil];
 }
 
-/// The framework throws when the pasteboard's server cannot be reached.
+/// The framework throws if it cannot reach the pasteboard server.
 void MacPasteboard::clearContents() {
     withoutExceptions([] { [[::NSPasteboard generalPasteboard] clearContents]; });
 }

@@ -10,8 +10,8 @@ class MacXPC final : public XPC {
     std::shared_ptr<NSXPCConnection>
     privilegedConnection(const std::string& machServiceName) override;
 
-    /// Returns when no connection is open any more, or after that time. What was asked for last
-    /// arrives that way, and the helper finds somebody who asked.
+    /// Blocks until all connections are closed, at most for `patience`. The last requests are then
+    /// delivered, and the helper can still look up their sender.
     void awaitReplies(Duration patience);
 };
 

@@ -11,14 +11,14 @@ namespace {
 
 using ErrorHandler = std::function<void(const Error&)>;
 
-/// Connections that have been resumed and have not failed yet: the framework closes one that is not
-/// held.
+/// Keeps connections from resume to failure, because the framework closes a connection that is
+/// not retained.
 NSMutableSet<::NSXPCConnection*>* openConnections() {
     static NSMutableSet<::NSXPCConnection*>* const connections = [NSMutableSet set];
     return connections;
 }
 
-/// Empty while there are none of those.
+/// Counts those connections.
 dispatch_group_t openOnes() {
     static const dispatch_group_t group = dispatch_group_create();
     return group;
@@ -74,7 +74,7 @@ class HelperTool final : public HelperToolProtocol {
     ErrorHandler failed;
 };
 
-/// Whether launchd starts the helper for a message: the framework hands out a far end in any case.
+/// Whether launchd starts the helper for a message. The framework returns a proxy in any case.
 bool isHelperEnabled() {
     ::SMAppService* const service =
         [::SMAppService daemonServiceWithPlistName:@"com.quoxelin.desktop.helper.plist"];
@@ -122,11 +122,11 @@ class Connection final : public NSXPCConnection {
     void invalidate() override { [connection invalidate]; }
 
   private:
-    /// A handler of the connection after which nothing is awaited any more.
+    /// Calls `handler`, then stops tracking the connection.
     dispatch_block_t lettingGo(std::function<void()> handler) {
         __weak ::NSXPCConnection* const failed = connection;
         return ^{
-            // Kept to the end of the handler, which belongs to the connection.
+            // The connection owns this handler, so keep it alive until the handler returns.
             ::NSXPCConnection* const held = failed;
             if (handler)
                 handler();

@@ -10,9 +10,9 @@
 
 namespace quoxelin {
 
-// What every adapter needs to pass between the two languages. Any thread.
+// Converts between C++ and Objective-C types. Any thread.
 
-/// Bytes that are no UTF-8 are shown as replacement characters. Never nil.
+/// Bytes that are not valid UTF-8 become replacement characters. Never nil.
 NSString* toNSString(const std::string& text);
 
 /// Empty for nil.
@@ -25,10 +25,10 @@ std::filesystem::path toPath(NSURL* url);
 Error toError(NSError* error);
 std::optional<Error> toOptionalError(NSError* error);
 
-/// An exception of the frameworks as an error: its name is the domain.
+/// An exception as an error; the exception's name becomes the domain.
 Error toError(NSException* exception);
 
-/// Calls a framework where it may throw: an exception ends here and becomes an error.
+/// For framework calls that may throw: returns an exception as an error.
 template <typename Call> Result<void, Error> withoutExceptions(Call call) {
     @try {
         call();
@@ -38,7 +38,7 @@ template <typename Call> Result<void, Error> withoutExceptions(Call call) {
     }
 }
 
-/// The same for the calls that tell their failure by an NSError.
+/// Like `withoutExceptions`, for calls that report failure through an NSError.
 template <typename Call> Result<void, Error> withError(Call call) {
     NSError* error = nil;
     BOOL succeeded = NO;

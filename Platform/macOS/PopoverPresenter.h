@@ -9,7 +9,7 @@
 
 namespace quoxelin {
 
-/// A pop-over beside the element that it belongs to.
+/// A popover beside its element.
 class PopoverPresenter final : public Presentation<Popover> {
   public:
     explicit PopoverPresenter(NSView* anchor);
@@ -29,7 +29,7 @@ class PopoverPresenter final : public Presentation<Popover> {
     QXPopoverDelegate* const delegate;
 };
 
-/// The time of the event by which the user last closed a pop-over; events tell their own.
+/// The timestamp of the event with which the user last closed a popover.
 NSTimeInterval lastDismissal();
 
 } // namespace quoxelin

@@ -4,7 +4,7 @@
 
 static NSTimeInterval dismissalTime = -1;
 
-/// Tells when the user closes the pop-over; not when it goes otherwise.
+/// Reports that the user closed the popover, but not that the program did.
 @interface QXPopoverDelegate : NSObject <NSPopoverDelegate>
 @property(nonatomic) BOOL isTakenAway;
 - (void)setOnDismiss:(std::function<void()>)onDismiss;

@@ -3,8 +3,8 @@
 #import <AppKit/AppKit.h>
 #include <functional>
 
-/// The target of a control whose action is a function of ours. Controls refer to their targets
-/// weakly: whoever makes one keeps it.
+/// A control's target that calls a function. Controls reference their targets weakly, so keep
+/// a reference to it.
 @interface QXActionTarget : NSObject
 @property(class, readonly) SEL action;
 - (instancetype)initWithFunction:(std::function<void()>)function;

@@ -24,7 +24,7 @@
 }
 
 - (void)perform:(id)sender {
-    // The function may replace its own control.
+    // The function may replace the control and so destroy this object.
     if (const auto current = function)
         current();
 }

@@ -4,28 +4,28 @@
 
 #import <AppKit/AppKit.h>
 
-/// The native view of one element: a background with rounded corners, laid out from the top, and
-/// placed by the element that contains it.
+/// The native view of one element: a background with rounded corners. Its coordinates start at the
+/// top; the parent element places it.
 @interface QXBox : NSView
 
-/// Drawn in the view's own appearance, so that it follows light and dark.
+/// Resolved in the view's appearance, so that it follows light and dark.
 @property(nonatomic) NSColor* fillColor;
 @property(nonatomic) CGFloat fillOpacity;
 @property(nonatomic) CGFloat cornerRadius;
 
-/// What lies between the edges and the content.
+/// The space between the edges and the content.
 @property(nonatomic) quoxelin::EdgeInsets padding;
 
-/// The place of the content in the view's own coordinates.
+/// The content's rectangle in the view's coordinates.
 @property(nonatomic, readonly) NSRect contentRect;
 
 @end
 
-/// A filled circle in the content's place.
+/// A filled circle in the content's rectangle.
 @interface QXCircle : QXBox
 @property(nonatomic) NSColor* circleColor;
 @end
 
-/// A line across the content's place.
+/// A line across the content's rectangle.
 @interface QXDivider : QXBox
 @end

@@ -2,7 +2,7 @@
 
 #import <Foundation/Foundation.h>
 
-/// What the privileged helper answers to, over NSXPCConnection. The helper declares the same.
+/// The NSXPCConnection interface of the privileged helper, which declares the same protocol.
 @protocol HelperToolProtocol
 
 - (void)runGoToolWithPath:(NSString*)path

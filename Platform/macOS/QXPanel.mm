@@ -13,11 +13,11 @@
                                  styleMask:style
                                    backing:backing
                                      defer:defer])) {
-        // It comes and goes when it is told to.
+        // The application alone decides when the panel is shown.
         self.hidesOnDeactivate = NO;
         self.releasedWhenClosed = NO;
         self.autorecalculatesKeyViewLoop = YES;
-        // Hiding the application hides its windows without a word to them.
+        // Hiding the application hides its windows without calling orderOut:.
         [[NSNotificationCenter defaultCenter] addObserver:self
                                                  selector:@selector(applicationDidHide:)
                                                      name:NSApplicationDidHideNotification
@@ -58,7 +58,7 @@
 - (void)orderOut:(id)sender {
     const BOOL wasShown = isShown;
     isShown = NO;
-    // Before it goes: a sheet holds its window on the screen.
+    // First close a sheet, which would keep the panel on the screen.
     if (wasShown)
         [self.treeView windowDidHide];
     [super orderOut:sender];
@@ -73,7 +73,7 @@
         [self orderOut:nil];
 }
 
-/// Escape.
+/// Called for Escape.
 - (void)cancelOperation:(id)sender {
     [self orderOut:sender];
 }

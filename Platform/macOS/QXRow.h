@@ -4,17 +4,17 @@
 
 #include <functional>
 
-/// A button as wide as the panel, which draws nothing of its own but the focus ring.
+/// A full-width button that draws only its focus ring.
 @interface QXRow : QXBox
 
 @property(nonatomic) BOOL disabled;
 - (void)setAction:(std::function<void()>)action;
 - (void)setOnHover:(std::function<void(bool)>)onHover;
 
-/// The pointer is said to have left when the row goes, or its window.
+/// Call it when the row or its window goes away: reports that the pointer has left.
 - (void)endHovering;
 
-/// What a click does.
+/// Performs the action, as a click does.
 - (void)press;
 
 @end

@@ -39,7 +39,7 @@
 }
 
 - (void)press {
-    // It may take this row from the screen.
+    // The action may remove this row.
     const auto current = action;
     if (!self.disabled && current)
         current();
@@ -69,17 +69,17 @@
     return YES;
 }
 
-/// Labels and symbols within it are not hit.
+/// The row receives the clicks on its labels and symbols.
 - (NSView*)hitTest:(NSPoint)point {
     return [super hitTest:point] == nil ? nil : self;
 }
 
-/// Not passed on, or the press would begin to move the window.
+/// Does not call super, because the press would then move the window.
 - (void)mouseDown:(NSEvent*)event {
     pressTime = event.timestamp;
 }
 
-/// The press that closes a pop-over presses nothing besides: its own row would open it again.
+/// Ignores the press that closed a popover, which would otherwise open it again.
 - (void)mouseUp:(NSEvent*)event {
     if (quoxelin::lastDismissal() >= pressTime)
         return;
@@ -88,7 +88,7 @@
         [self press];
 }
 
-/// By keyboard only: a click shall not leave a focus ring behind.
+/// By keyboard only: a click must not leave a focus ring.
 - (BOOL)acceptsFirstResponder {
     return !self.disabled && NSApp.currentEvent.type != NSEventTypeLeftMouseDown;
 }

@@ -4,19 +4,19 @@
 
 #import <AppKit/AppKit.h>
 
-/// A tree of elements, as large as they take. It fills the window or pop-over that shows it.
+/// Shows a tree of elements and determines the size of its window or popover.
 @interface QXTreeView : NSView
 
-/// Shows the tree in place of the one before.
+/// Replaces the current tree.
 - (void)show:(const quoxelin::ViewNode&)tree;
 
-/// What is shown, as records; without their functions.
+/// Reads the tree back from the native views, without the functions.
 - (quoxelin::ViewNode)readBack;
 
-/// Called after the tree has come to take another size.
+/// The handler is called after the tree's size changed.
 - (void)setSizeDidChange:(std::function<void()>)sizeDidChange;
 
-/// The window that it is in has come up, or has gone.
+/// Call them after its window appeared and before it disappears.
 - (void)windowDidShow;
 - (void)windowDidHide;
 

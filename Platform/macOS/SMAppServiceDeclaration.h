@@ -3,8 +3,8 @@
 #include <Availability.h>
 #import <ServiceManagement/ServiceManagement.h>
 
-// The part of SMAppService (macOS 13) that we use, for building against an older SDK. The class is
-// there on every system that we run on.
+// Declares the part of SMAppService (macOS 13) that we use, for SDKs that lack it. Every supported
+// system has the class.
 
 #if !defined(__MAC_13_0) || __MAC_OS_X_VERSION_MAX_ALLOWED < __MAC_13_0
 

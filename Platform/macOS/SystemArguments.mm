@@ -4,12 +4,12 @@ namespace quoxelin {
 
 namespace {
 
-/// A setting for this start alone, as Xcode and `open --args` pass it on, with its value after it.
+/// A user default for this launch, as Xcode and `open --args` pass it. Its value follows.
 bool isSetting(const std::string& argument) {
     return argument.starts_with("-NS") || argument.starts_with("-Apple");
 }
 
-/// The number of the process, which the Finder passes on the first start of a downloaded program.
+/// The process serial number, which Finder passes on the first launch of a downloaded program.
 bool isProcessNumber(const std::string& argument) {
     return argument.starts_with("-psn_");
 }

@@ -6,13 +6,13 @@
 
 namespace quoxelin::theme {
 
-/// The system's colours by name: they follow light, dark and increased contrast by themselves.
+/// The system's named colors, which follow light, dark and increased contrast.
 NSColor* color(Color color);
 
-/// The inverse of `color`; absent when it is none of ours.
+/// The inverse of `color`; empty for other colors.
 std::optional<Color> recordOf(NSColor* shown);
 
-/// The system's text styles. Two of them may look alike; the style tells them apart.
+/// The system's text styles. Styles may look alike, so read back the style and not the font.
 NSFontTextStyle textStyle(Font font);
 std::optional<Font> recordOf(NSFontTextStyle style);
 

@@ -66,7 +66,7 @@ std::optional<Font> recordOf(NSFontTextStyle style) {
 }
 
 NSFont* font(NSFontTextStyle style, FontWeight weight) {
-    // Its weight is the style's: a headline is bold.
+    // Only the size comes from the style: a headline would also be bold.
     const CGFloat size = [NSFont preferredFontForTextStyle:style options:@{}].pointSize;
     switch (weight) {
     case FontWeight::regular:

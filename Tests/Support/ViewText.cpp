@@ -106,7 +106,7 @@ void appendLayout(std::string& line, const ViewNode& node) {
     if (node.height)
         line += fmt::format(" height={}", *node.height);
     if (node.alignment == Alignment::center)
-        line += " centred";
+        line += " centered";
     if (const auto& p = node.padding; p != EdgeInsets{})
         line += fmt::format(" padding={},{},{},{}", p.top, p.leading, p.bottom, p.trailing);
     if (node.spacing != 0)

@@ -8,7 +8,7 @@ class MacAppleEventManager;
 class MacPanels;
 struct MacDesktop;
 
-/// The windows of AppKit.
+/// Reads and clicks AppKit's windows.
 class MacScreen final : public SteeredScreen {
   public:
     explicit MacScreen(MacDesktop& desktop);

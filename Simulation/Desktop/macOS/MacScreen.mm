@@ -12,7 +12,7 @@ namespace quoxelin {
 
 namespace {
 
-/// Those that are on the screen, of one class, within that view.
+/// Collects the visible views of one class within `view`.
 template <typename View> void collect(NSView* view, std::vector<View*>& found) {
     if (view.hidden)
         return;
@@ -28,7 +28,7 @@ template <typename View> std::vector<View*> viewsIn(NSWindow* window) {
     return found;
 }
 
-/// The panel first, then its pop-overs, then an alert; none for a window that is not ours.
+/// The panel is at the bottom, then its popovers, then an alert. Empty for other windows.
 std::optional<int> layerOf(NSWindow* window) {
     if (!window.visible)
         return std::nullopt;
@@ -70,7 +70,7 @@ std::vector<NSTextField*> labelsIn(NSWindow* window) {
     return labels;
 }
 
-/// A row or a button of an alert; nil when none on the screen is called so.
+/// The row or alert button with that name; nil if none is on the screen.
 NSView* pressable(const std::string& name) {
     NSString* const label = toNSString(name);
     auto windows = windowsOnScreen();
@@ -86,7 +86,7 @@ NSView* pressable(const std::string& name) {
     return nil;
 }
 
-/// The framework counts from the first screen's lower left corner upwards.
+/// Converts from AppKit's coordinates, which start at the first screen's lower left corner.
 NSRect fromUpperLeft(CGRect place) {
     const auto height = NSMaxY(NSScreen.screens.firstObject.frame);
     return {place.origin.x, height - NSMaxY(place), place.size.width, place.size.height};
@@ -100,7 +100,7 @@ void draw(NSWindow* window, NSPoint origin) {
     [drawn drawInRect:NSOffsetRect(window.frame, -origin.x, -origin.y)];
 }
 
-/// Nil when nothing is on the screen.
+/// Nil if no window is on the screen.
 NSBitmapImageRep* pictureOf(const std::vector<NSWindow*>& windows) {
     CGRect area = NSZeroRect;
     CGFloat scale = 1;

@@ -6,11 +6,11 @@
 
 namespace quoxelin {
 
-/// The lines of standard input as work of the main queue, unless it is a terminal. Its end has no
-/// effect.
+/// Passes each line of standard input to `take` on the main queue, unless standard input is a
+/// terminal. End of file is ignored.
 class MacStandardInput {
   public:
-    /// `beforeWaiting` is called when the main loop has nothing left to do.
+    /// `beforeWaiting` is called when the main loop becomes idle.
     MacStandardInput(std::function<void(std::string_view line)> take,
                      std::function<void()> beforeWaiting);
     MacStandardInput(const MacStandardInput&) = delete;

@@ -25,7 +25,7 @@ TEST(ViewText, showsEveryVisibleAttributeOfAText) {
     node.alignment = Alignment::center;
     EXPECT_EQ(viewText(node),
               "text \"Hello\" caption semibold secondary opacity=0.65 lines=1 fills width=260 "
-              "height=20 centred padding=8,14,2,14.5\n");
+              "height=20 centered padding=8,14,2,14.5\n");
 }
 
 TEST(ViewText, keepsATextOnItsLine) {
