@@ -12,7 +12,7 @@ TEST(AsciiCase, doesNotMatterForLetters) {
     EXPECT_FALSE(equalIgnoringAsciiCase("a", "b"));
 }
 
-TEST(AsciiCase, isNothingElseThanThatOfLetters) {
+TEST(AsciiCase, appliesOnlyToLetters) {
     EXPECT_FALSE(equalIgnoringAsciiCase("@", "`"));
     EXPECT_FALSE(equalIgnoringAsciiCase("[", "{"));
     EXPECT_FALSE(equalIgnoringAsciiCase("É", "é"));

@@ -35,7 +35,7 @@ TEST(Lifetime, letsAClosureRunWhileTheOwnerLives) {
     EXPECT_EQ(heard, "ownerowner");
 }
 
-TEST(Lifetime, makesAClosureDoNothingOnceTheOwnerIsGone) {
+TEST(Lifetime, skipsAClosureOnceTheOwnerIsGone) {
     std::string heard;
     auto owner = std::make_unique<Owner>(heard);
     const auto closure = owner->later();
@@ -55,7 +55,7 @@ TEST(Lifetime, passesArgumentsOn) {
     EXPECT_EQ(text, "ab");
 }
 
-TEST(Lifetime, letsTheOwnerEndWhileAClosureRuns) {
+TEST(Lifetime, letsTheOwnerBeDestroyedWhileAClosureRuns) {
     auto lifetime = std::make_unique<Lifetime>();
     int calls = 0;
     Work closure = lifetime->weakly([&] {
@@ -67,7 +67,7 @@ TEST(Lifetime, letsTheOwnerEndWhileAClosureRuns) {
     EXPECT_EQ(calls, 1);
 }
 
-TEST(Lifetime, releasesNothingBeforeTheClosureGoes) {
+TEST(Lifetime, releasesNothingBeforeTheClosureIsDestroyed) {
     const auto held = std::make_shared<int>(1);
     auto lifetime = std::make_unique<Lifetime>();
     Work closure = lifetime->weakly([held] {});

@@ -5,7 +5,7 @@
 
 namespace quoxelin::testing {
 
-TEST(NotificationCenter, tellsWhoeverObservesTheName) {
+TEST(NotificationCenter, notifiesEveryObserverOfTheName) {
     NotificationCenter center;
     std::string heard;
     const auto a = center.addObserver("a", [&](const auto& n) { heard += "1" + n.name; });
@@ -17,7 +17,7 @@ TEST(NotificationCenter, tellsWhoeverObservesTheName) {
     EXPECT_EQ(heard, "1a2a3b");
 }
 
-TEST(NotificationCenter, takesWhatNobodyObserves) {
+TEST(NotificationCenter, acceptsPostsWithoutObservers) {
     NotificationCenter center;
     center.post("a");
     int heard = 0;
@@ -25,7 +25,7 @@ TEST(NotificationCenter, takesWhatNobodyObserves) {
     EXPECT_EQ(heard, 0);
 }
 
-TEST(NotificationCenter, handsTheObjectOver) {
+TEST(NotificationCenter, passesTheObjectOn) {
     NotificationCenter center;
     std::optional<int> object;
     bool empty = false;
@@ -41,7 +41,7 @@ TEST(NotificationCenter, handsTheObjectOver) {
     EXPECT_TRUE(empty);
 }
 
-TEST(NotificationCenter, tellsNobodyWhoHasLeft) {
+TEST(NotificationCenter, doesNotNotifyRemovedObservers) {
     NotificationCenter center;
     int heard = 0;
     auto subscription = center.addObserver("a", [&](const auto&) { ++heard; });
@@ -51,7 +51,7 @@ TEST(NotificationCenter, tellsNobodyWhoHasLeft) {
     EXPECT_EQ(heard, 1);
 }
 
-TEST(NotificationCenter, letsAnObserverPostAndObserveAnew) {
+TEST(NotificationCenter, letsAnObserverPostAndObserveAgain) {
     NotificationCenter center;
     std::string heard;
     std::vector<Subscription> more;
@@ -66,7 +66,7 @@ TEST(NotificationCenter, letsAnObserverPostAndObserveAnew) {
     EXPECT_EQ(heard, "ababb");
 }
 
-TEST(NotificationCenter, mayGoBeforeItsObservers) {
+TEST(NotificationCenter, mayBeDestroyedBeforeItsObservers) {
     std::optional<Subscription> subscription;
     {
         NotificationCenter center;

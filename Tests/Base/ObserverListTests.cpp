@@ -7,7 +7,7 @@
 
 namespace quoxelin::testing {
 
-TEST(ObserverList, tellsEachInTheOrderInWhichTheyCame) {
+TEST(ObserverList, notifiesObserversInTheOrderOfRegistration) {
     ObserverList<int> list;
     std::string heard;
     const auto a = list.add([&](int value) { heard += 'a' + std::to_string(value); });
@@ -17,7 +17,7 @@ TEST(ObserverList, tellsEachInTheOrderInWhichTheyCame) {
     EXPECT_EQ(heard, "a1b1a2b2");
 }
 
-TEST(ObserverList, tellsNobodyWhoHasLeft) {
+TEST(ObserverList, doesNotNotifyRemovedObservers) {
     ObserverList<> list;
     int heard = 0;
     auto subscription = list.add([&] { ++heard; });
@@ -28,7 +28,7 @@ TEST(ObserverList, tellsNobodyWhoHasLeft) {
     EXPECT_EQ(heard, 0);
 }
 
-TEST(ObserverList, tellsNobodyWhoLeavesMeanwhile) {
+TEST(ObserverList, doesNotNotifyObserversRemovedMeanwhile) {
     ObserverList<> list;
     std::string heard;
     std::optional<Subscription> second;
@@ -42,7 +42,7 @@ TEST(ObserverList, tellsNobodyWhoLeavesMeanwhile) {
     EXPECT_EQ(heard, "ac");
 }
 
-TEST(ObserverList, letsAnObserverLeaveWhileItIsTold) {
+TEST(ObserverList, letsAnObserverRemoveItselfWhileItIsNotified) {
     ObserverList<> list;
     std::string heard;
     std::optional<Subscription> first;
@@ -58,7 +58,7 @@ TEST(ObserverList, letsAnObserverLeaveWhileItIsTold) {
     EXPECT_EQ(owned.use_count(), 1);
 }
 
-TEST(ObserverList, letsWhoComesMeanwhileWaitForTheNextTime) {
+TEST(ObserverList, notifiesObserversAddedMeanwhileFromTheNextTimeOn) {
     ObserverList<> list;
     std::string heard;
     std::optional<Subscription> later;
@@ -73,7 +73,7 @@ TEST(ObserverList, letsWhoComesMeanwhileWaitForTheNextTime) {
     EXPECT_EQ(heard, "aab");
 }
 
-TEST(ObserverList, tellsANestedNotificationToEverybodyFirst) {
+TEST(ObserverList, deliversANestedNotificationToAllFirst) {
     ObserverList<int> list;
     std::string heard;
     const auto a = list.add([&](int value) {
@@ -98,7 +98,7 @@ TEST(ObserverList, mayBeDestroyedByAnObserver) {
     EXPECT_EQ(heard, "ab");
 }
 
-TEST(ObserverList, mayGoBeforeItsSubscriptions) {
+TEST(ObserverList, mayBeDestroyedBeforeItsSubscriptions) {
     std::optional<Subscription> subscription;
     {
         ObserverList<> list;
@@ -117,7 +117,7 @@ TEST(ObserverList, passesReferencesOn) {
 
 /// Whatever observers do to each other while being notified, each initial observer that is not
 /// removed before its turn is called once, in order.
-RC_GTEST_PROP(ObserverListProperties, tellsEverybodyOnceWhoStaysUntilItsTurn, ()) {
+RC_GTEST_PROP(ObserverListProperties, notifiesEachRemainingObserverOnce, ()) {
     const auto count = *rc::gen::inRange<std::size_t>(1, 8);
     // What each observer removes when called, and whether it adds one.
     const auto removes = *rc::gen::container<std::vector<std::vector<std::size_t>>>(

@@ -18,7 +18,7 @@ std::string list(const std::string& members) {
            members + "</dict></plist>\n";
 }
 
-TEST(PropertyList, hasItsStringsByTheirKeys) {
+TEST(PropertyList, findsStringsByKey) {
     EXPECT_THAT(
         stringsOfPropertyList(list(R"(
         <key>Name</key> <string>one</string>
@@ -35,7 +35,7 @@ TEST(PropertyList, hasItsStringsByTheirKeys) {
     EXPECT_THAT(stringsOfPropertyList(list("")), Optional(IsEmpty()));
 }
 
-TEST(PropertyList, isNoneWhenItIsBroken) {
+TEST(PropertyList, isEmptyIfItIsMalformed) {
     for (const std::string& broken : {std::string(),
                                       std::string("no XML"),
                                       std::string("<plist><dict><key>K</key>"),

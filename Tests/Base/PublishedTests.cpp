@@ -18,7 +18,7 @@ class Model final : public ObservableObject {
 
 } // namespace
 
-TEST(Published, isItsValue) {
+TEST(Published, convertsToItsValue) {
     Model model;
     EXPECT_EQ(model.count, 0);
     EXPECT_EQ(model.name.get(), "none");
@@ -29,7 +29,7 @@ TEST(Published, isItsValue) {
     EXPECT_EQ(model.name.get(), "a");
 }
 
-TEST(Published, handsTheCurrentValueToANewSubscriberAtOnce) {
+TEST(Published, passesTheCurrentValueToANewSubscriberAtOnce) {
     Model model;
     model.count = 3;
     std::vector<int> values;
@@ -37,7 +37,7 @@ TEST(Published, handsTheCurrentValueToANewSubscriberAtOnce) {
     EXPECT_EQ(values, std::vector{3});
 }
 
-TEST(Published, publishesEveryAssignmentAlsoOneThatChangesNothing) {
+TEST(Published, publishesEveryAssignmentEvenOfAnEqualValue) {
     Model model;
     std::vector<int> values;
     const auto subscription = model.count.subscribe([&](int value) { values.push_back(value); });
@@ -47,7 +47,7 @@ TEST(Published, publishesEveryAssignmentAlsoOneThatChangesNothing) {
     EXPECT_EQ(values, (std::vector{0, 1, 1, 0}));
 }
 
-TEST(Published, tellsTheObjectsObserversBeforeAndTheValuesSubscribersAfter) {
+TEST(Published, notifiesObserversOfTheObjectBeforeAndSubscribersOfTheValueAfter) {
     Model model;
     std::string heard;
     const auto object =
@@ -59,7 +59,7 @@ TEST(Published, tellsTheObjectsObserversBeforeAndTheValuesSubscribersAfter) {
     EXPECT_EQ(heard, "is 0=0; will 0; is 5=5; ");
 }
 
-TEST(Published, tellsTheObjectsObserversOfEveryField) {
+TEST(Published, notifiesObserversOfTheObjectOfEveryField) {
     Model model;
     int heard = 0;
     const auto subscription = model.objectWillChange([&] { ++heard; });
@@ -78,7 +78,7 @@ TEST(Published, keepsFieldsApart) {
     EXPECT_EQ(heard, 1);
 }
 
-TEST(Published, tellsNobodyWhoHasLeft) {
+TEST(Published, doesNotNotifyRemovedObservers) {
     Model model;
     int heard = 0;
     auto subscription = model.count.subscribe([&](int) { ++heard; });
@@ -103,7 +103,7 @@ TEST(Published, letsASubscriberAssignAgain) {
     EXPECT_EQ(second, (std::vector{0, 10, 99}));
 }
 
-TEST(Published, handsTheSameValueToAllSubscribersOfOneAssignment) {
+TEST(Published, passesTheSameValueToAllSubscribersOfOneAssignment) {
     Model model;
     std::string heard;
     const auto first = model.name.subscribe([&](const std::string& name) {
@@ -115,7 +115,7 @@ TEST(Published, handsTheSameValueToAllSubscribersOfOneAssignment) {
     EXPECT_EQ(heard, "none;a much longer text that has to be stored elsewhere;a;");
 }
 
-TEST(Published, mayGoBeforeItsSubscriptions) {
+TEST(Published, mayBeDestroyedBeforeItsSubscriptions) {
     auto model = std::make_unique<Model>();
     auto object = model->objectWillChange([] {});
     auto value = model->count.subscribe([](int) {});
@@ -124,7 +124,7 @@ TEST(Published, mayGoBeforeItsSubscriptions) {
     value.cancel();
 }
 
-TEST(Published, tellsASubscriberOnceThatLeavesWhenItFirstHears) {
+TEST(Published, notifiesASubscriberOnceThatUnsubscribesAtItsFirstCall) {
     Model model;
     std::optional<Subscription> subscription;
     int heard = 0;

@@ -17,7 +17,7 @@ TEST(StopSignal, interruptsWhatIsRegistered) {
     EXPECT_EQ(interruptions, 1);
 }
 
-TEST(StopSignal, interruptsAtOnceWhatIsRegisteredLate) {
+TEST(StopSignal, interruptsLateRegistrationsAtOnce) {
     StopSignal signal;
     signal.stop();
     int interruptions = 0;
@@ -25,7 +25,7 @@ TEST(StopSignal, interruptsAtOnceWhatIsRegisteredLate) {
     EXPECT_EQ(interruptions, 1);
 }
 
-TEST(StopSignal, leavesAloneWhatIsNoLongerRegistered) {
+TEST(StopSignal, doesNotInterruptWhatWasUnregistered) {
     StopSignal signal;
     int interruptions = 0;
     {
@@ -35,7 +35,7 @@ TEST(StopSignal, leavesAloneWhatIsNoLongerRegistered) {
     EXPECT_EQ(interruptions, 0);
 }
 
-TEST(StopSignal, neverInterruptsWhatHasBeenDestroyed) {
+TEST(StopSignal, doesNotInterruptWhatWasDestroyed) {
     for (int i = 0; i < 200; ++i) {
         StopSignal signal;
         std::thread stopper([&] { signal.stop(); });

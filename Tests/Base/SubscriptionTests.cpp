@@ -14,7 +14,7 @@ class SubscriptionTest : public ::testing::Test {
     int ended = 0;
 };
 
-TEST_F(SubscriptionTest, endsWithItsDestruction) {
+TEST_F(SubscriptionTest, endsWhenDestroyed) {
     {
         const auto subscription = subscribe();
         EXPECT_EQ(ended, 0);
@@ -48,7 +48,7 @@ TEST_F(SubscriptionTest, movesWithItsObservation) {
     EXPECT_EQ(ended, 1);
 }
 
-TEST_F(SubscriptionTest, endsWhatItHeldWhenAnotherIsAssigned) {
+TEST_F(SubscriptionTest, endsTheOldOneWhenAnotherIsAssigned) {
     auto subscription = subscribe();
     subscription = Subscription([this] { ended += 10; });
     EXPECT_EQ(ended, 1);
@@ -56,7 +56,7 @@ TEST_F(SubscriptionTest, endsWhatItHeldWhenAnotherIsAssigned) {
     EXPECT_EQ(ended, 11);
 }
 
-TEST_F(SubscriptionTest, mayBeEndedByItsOwnEnd) {
+TEST_F(SubscriptionTest, mayBeEndedWhileItEnds) {
     std::optional<Subscription> subscription;
     subscription.emplace([&] {
         ++ended;

@@ -28,7 +28,7 @@ class ThreadEnd {
 
 } // namespace
 
-TEST(ThreadPool, givesWorkAThreadWhileAllOthersAreBlocked) {
+TEST(ThreadPool, startsAThreadWhileAllOthersAreBlocked) {
     ThreadPool pool(64, 1h);
     const auto open = std::make_shared<std::latch>(1);
     const auto blocked = std::make_shared<std::latch>(63);
@@ -45,7 +45,7 @@ TEST(ThreadPool, givesWorkAThreadWhileAllOthersAreBlocked) {
     open->count_down();
 }
 
-TEST(ThreadPool, growsNoFurtherThanItsLimit) {
+TEST(ThreadPool, doesNotGrowBeyondItsLimit) {
     ThreadPool pool(2, 1h);
     const auto open = std::make_shared<std::latch>(1);
     const auto blocked = std::make_shared<std::latch>(2);
@@ -65,7 +65,7 @@ TEST(ThreadPool, growsNoFurtherThanItsLimit) {
     EXPECT_LE(pool.threadCount(), 2u);
 }
 
-TEST(ThreadPool, performsWorkInTheOrderOfItsSubmissionWhereOneThreadHasToDoAll) {
+TEST(ThreadPool, performsWorkInOrderIfThereIsOnlyOneThread) {
     ThreadPool pool(1, 1h);
     std::string order;
     std::binary_semaphore performed(0);
@@ -79,7 +79,7 @@ TEST(ThreadPool, performsWorkInTheOrderOfItsSubmissionWhereOneThreadHasToDoAll) 
     EXPECT_EQ(order, "abc");
 }
 
-TEST(ThreadPool, letsAllButOneThreadLeaveWhenThereIsNothingToDo) {
+TEST(ThreadPool, letsAllButOneIdleThreadExit) {
     const auto ended = std::make_shared<std::counting_semaphore<>>(0);
     {
         ThreadPool pool(8, 1ms);
@@ -118,7 +118,7 @@ class NoFurtherThread {
     pthread_attr_t before;
 };
 
-TEST(ThreadPool, performsWorkAlsoWhenTheSystemHasNoFurtherThread) {
+TEST(ThreadPool, performsWorkEvenIfTheSystemCannotStartAThread) {
     ThreadPool pool(8, 0ms);
     const NoFurtherThread refusing;
     EXPECT_THROW(std::thread([] {}).join(), std::system_error);
@@ -130,14 +130,14 @@ TEST(ThreadPool, performsWorkAlsoWhenTheSystemHasNoFurtherThread) {
     EXPECT_EQ(pool.threadCount(), 1u);
 }
 
-TEST(ThreadPool, needsAThreadToBeginWith) {
+TEST(ThreadPool, needsAFirstThread) {
     const NoFurtherThread refusing;
     EXPECT_THROW(ThreadPool(8, 1h), std::system_error);
 }
 
 #endif
 
-TEST(ThreadPool, performsWhatWasSubmittedBeforeItWent) {
+TEST(ThreadPool, performsPendingWorkBeforeItIsDestroyed) {
     const auto open = std::make_shared<std::latch>(1);
     const auto performed = std::make_shared<std::latch>(1);
     {
@@ -149,7 +149,7 @@ TEST(ThreadPool, performsWhatWasSubmittedBeforeItWent) {
     performed->wait();
 }
 
-TEST(ThreadPool, sendsItsIdleThreadsAwayWhenItGoes) {
+TEST(ThreadPool, endsItsIdleThreadsWhenDestroyed) {
     const auto ended = std::make_shared<std::latch>(1);
     {
         ThreadPool pool(1, 1h);
@@ -158,7 +158,7 @@ TEST(ThreadPool, sendsItsIdleThreadsAwayWhenItGoes) {
     ended->wait();
 }
 
-TEST(ThreadPool, releasesWhatWorkHeldWithoutWaitingForTheNext) {
+TEST(ThreadPool, releasesCapturesWithoutWaitingForTheNextWork) {
     ThreadPool pool(1, 1h);
     const auto released = std::make_shared<std::latch>(1);
     pool.async([end = std::make_shared<ThreadEnd>([=] { released->count_down(); })] {});

@@ -8,7 +8,7 @@
 
 namespace quoxelin::testing {
 
-TEST(ThreadSerialQueue, performsOneAtATimeInTheOrderOfSubmission) {
+TEST(ThreadSerialQueue, performsWorkOneByOneInOrder) {
     ThreadSerialQueue queue;
     std::vector<int> order; // unguarded on purpose
     for (int i = 0; i < 1000; ++i)
@@ -37,7 +37,7 @@ TEST(ThreadSerialQueue, keepsTheOrderOfEachOfManyWriters) {
         EXPECT_EQ(i, next[static_cast<std::size_t>(writer)]++);
 }
 
-TEST(ThreadSerialQueue, doesNotHinderOtherQueuesWhileItsWorkBlocks) {
+TEST(ThreadSerialQueue, doesNotDelayOtherQueuesWhileItsWorkBlocks) {
     ThreadSerialQueue blocked, free;
     const auto open = std::make_shared<std::latch>(1);
     blocked.async([=] { open->wait(); });
@@ -47,7 +47,7 @@ TEST(ThreadSerialQueue, doesNotHinderOtherQueuesWhileItsWorkBlocks) {
     open->count_down();
 }
 
-TEST(ThreadSerialQueue, performsWhatWasSubmittedBeforeItWent) {
+TEST(ThreadSerialQueue, performsPendingWorkBeforeItIsDestroyed) {
     const auto open = std::make_shared<std::latch>(1);
     const auto performed = std::make_shared<std::latch>(2);
     {

@@ -183,7 +183,7 @@ TEST_F(UnixSocketTest, keepsItsDescriptorFromOtherPrograms) {
     EXPECT_EQ(descriptorsForOtherPrograms(), before);
 }
 
-TEST_F(UnixSocketTest, goesOnConnectingAfterASignal) {
+TEST_F(UnixSocketTest, continuesConnectingAfterASignal) {
     // On systems where connect() blocks on a full backlog, the second attempt blocks here.
     const auto path = directory + "/socket";
     listenAt(path, 0);
@@ -204,7 +204,7 @@ TEST_F(UnixSocketTest, goesOnConnectingAfterASignal) {
     ::close(peer);
 }
 
-TEST_F(UnixSocketTest, reportsAPeerThatWentAwayAsAValue) {
+TEST_F(UnixSocketTest, reportsAClosedPeerAsAValue) {
     Pair pair;
     pair.closeTheirs();
     const auto written = pair.ours->write("x");
@@ -233,7 +233,7 @@ TEST_F(UnixSocketTest, endsABlockedReadFromAnotherThread) {
     EXPECT_EQ(pair.ours->write("x").error(), SystemError{EPIPE});
 }
 
-TEST_F(UnixSocketTest, goesOnReadingAfterASignal) {
+TEST_F(UnixSocketTest, continuesReadingAfterASignal) {
     const InterruptingSignal signal;
     Pair pair;
     Result<std::size_t, SystemError> outcome = 99;
@@ -251,7 +251,7 @@ TEST_F(UnixSocketTest, goesOnReadingAfterASignal) {
     EXPECT_EQ(outcome, 3u);
 }
 
-TEST_F(UnixSocketTest, takesAsMuchOfAWriteAsThePeerHasRoomForOnceSignalled) {
+TEST_F(UnixSocketTest, writesAsMuchAsThePeerHasRoomForOnceSignaled) {
     Pair pair;
     const InterruptingSignal signal;
     const std::string large(std::size_t(64) << 20, 'x');

@@ -4,7 +4,7 @@
 
 namespace quoxelin {
 
-TEST(Url, percentEncodesForAQueryWhatMayNotStandInIt) {
+TEST(Url, percentEncodesReservedCharactersForAQuery) {
     std::string allowed = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789"
                           "-._~!$&'()*+,;=:@/?";
     EXPECT_EQ(percentEncodedForQuery(allowed), allowed);
@@ -21,13 +21,13 @@ TEST(Url, percentEncodesForAQueryWhatMayNotStandInIt) {
     EXPECT_EQ(percentEncodedForQuery(""), "");
 }
 
-TEST(Url, refusesWhatIsNone) {
+TEST(Url, refusesInvalidText) {
     for (const auto* const text : {"", " ", "a b", "http://a b", "%", "a%2", "a%zz", "é",
                                    "http://é", "http://[", "a\nb", "1:2:3 "})
         EXPECT_FALSE(Url::parse(text).has_value()) << text;
 }
 
-TEST(Url, keepsItsTextAsItWasWritten) {
+TEST(Url, keepsItsTextAsWritten) {
     for (const auto* const text :
          {"quoxelin://callback?token=a%20b", "HTTP://Host/Path", "relative", "?q", "#f", "a:b"}) {
         const auto url = Url::parse(text);

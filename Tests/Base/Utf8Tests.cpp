@@ -5,7 +5,7 @@
 
 namespace quoxelin::testing {
 
-TEST(Utf8, isValidInAllItsLengths) {
+TEST(Utf8, isValidInEveryLength) {
     using namespace std::string_view_literals;
     for (const auto text :
          {""sv, "a"sv, "\0"sv, "\x7F"sv, "\xC2\x80"sv, "\xDF\xBF"sv, "\xE0\xA0\x80"sv,
@@ -14,7 +14,7 @@ TEST(Utf8, isValidInAllItsLengths) {
         EXPECT_TRUE(isValidUtf8(text)) << text;
 }
 
-TEST(Utf8, isInvalidWhereItIsOverlongCutOffOrOutOfRange) {
+TEST(Utf8, isInvalidIfOverlongCutOffOrOutOfRange) {
     for (const auto* const text :
          {"\x80", "\xBF", "\xC0\x80", "\xC1\xBF", "\xC2", "\xC2\x41", "\xE0\x80\x80",
           "\xE0\x9F\xBF", "\xE3\x81", "\xED\xA0\x80", "\xED\xBF\xBF", "\xF0\x80\x80\x80",

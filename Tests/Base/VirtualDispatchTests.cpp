@@ -4,7 +4,7 @@
 
 namespace quoxelin::testing {
 
-TEST(VirtualDispatch, runsWorkOfAllQueuesInTheOrderOfItsSubmission) {
+TEST(VirtualDispatch, runsWorkOfAllQueuesInOrderOfSubmission) {
     VirtualDispatch dispatch;
     std::string order;
     dispatch.main().async([&] { order += 'a'; });
@@ -15,7 +15,7 @@ TEST(VirtualDispatch, runsWorkOfAllQueuesInTheOrderOfItsSubmission) {
     EXPECT_EQ(order, "abc");
 }
 
-TEST(VirtualDispatch, performsDelayedWorkAtItsExactInstant) {
+TEST(VirtualDispatch, performsDelayedWorkExactlyOnTime) {
     VirtualDispatch dispatch;
     std::vector<Duration> instants;
     dispatch.main().asyncAfter(seconds(0.3), [&] {
@@ -27,7 +27,7 @@ TEST(VirtualDispatch, performsDelayedWorkAtItsExactInstant) {
     EXPECT_EQ(dispatch.now(), seconds(0.6));
 }
 
-TEST(VirtualDispatch, leavesCancelledWorkUndone) {
+TEST(VirtualDispatch, doesNotPerformCanceledWork) {
     VirtualDispatch dispatch;
     bool done = false;
     auto item = dispatch.main().asyncAfter(seconds(1), [&] { done = true; });
@@ -68,7 +68,7 @@ TEST(VirtualDispatch, resumesWorkThatWaitsWhenItsConditionComesTrue) {
     EXPECT_TRUE(passed);
 }
 
-TEST(VirtualDispatch, unwindsBlockedWorkAtItsEnd) {
+TEST(VirtualDispatch, unwindsBlockedWorkWhenDestroyed) {
     auto guard = std::make_shared<int>(1);
     {
         VirtualDispatch dispatch;
@@ -86,7 +86,7 @@ TEST(VirtualDispatch, refusesToBlockTheMainThread) {
     EXPECT_THROW(dispatch.sleep(seconds(1)), std::logic_error);
 }
 
-TEST(VirtualDispatch, syncReturnsWhenAllThatWasSubmittedBeforeHasRun) {
+TEST(VirtualDispatch, syncReturnsAfterAllEarlierWorkHasRun) {
     VirtualDispatch dispatch;
     const auto serial = dispatch.makeSerial("writer");
     std::string order;

@@ -18,7 +18,7 @@ TEST(WorkItem, isPerformedOnce) {
     EXPECT_EQ(performed, 1);
 }
 
-TEST(WorkItem, isNotPerformedAfterItWasCancelled) {
+TEST(WorkItem, isNotPerformedAfterItWasCanceled) {
     int performed = 0;
     WorkItem item([&] { ++performed; });
     item.cancel();
@@ -38,7 +38,7 @@ TEST(WorkItem, sharesItsWorkWithItsCopies) {
     EXPECT_EQ(performed, 1);
 }
 
-TEST(WorkItem, letsGoOfWhatItHeldOnceItIsCancelledOrPerformed) {
+TEST(WorkItem, releasesItsCapturesOnceCanceledOrPerformed) {
     const auto held = std::make_shared<int>(1);
     WorkItem canceled([held] {});
     WorkItem performed([held] {});
@@ -47,7 +47,7 @@ TEST(WorkItem, letsGoOfWhatItHeldOnceItIsCancelledOrPerformed) {
     EXPECT_EQ(held.use_count(), 1);
 }
 
-TEST(WorkItem, mayBeCancelledByItsOwnWork) {
+TEST(WorkItem, mayBeCanceledByItsOwnWork) {
     int performed = 0;
     std::unique_ptr<WorkItem> item;
     item = std::make_unique<WorkItem>([&] {

@@ -71,7 +71,7 @@ def start_again(application, *arguments):
     return second.returncode, second.stdout + second.stderr
 
 
-def test_starts_with_nothing_there_says_so_and_quits_in_good_order(started):
+def test_starts_without_any_service_logs_it_and_quits_in_order(started):
     for line in MISSING:
         started.wait_log(line)
     entries = started.log()
@@ -84,7 +84,7 @@ def test_starts_with_nothing_there_says_so_and_quits_in_good_order(started):
     assert started.log_count("[App] Quoxelin Desktop App terminated (quoxelind still running)") == 1
 
 
-def test_says_when_each_service_has_come_and_gone(started, buses):
+def test_logs_when_each_service_appears_and_disappears(started, buses):
     session, system = buses
     for line in MISSING:
         started.wait_log(line)
@@ -106,7 +106,7 @@ def test_says_when_each_service_has_come_and_gone(started, buses):
     assert started.standard_error == ""
 
 
-def test_works_as_soon_as_the_helper_and_the_notification_server_have_come(
+def test_works_as_soon_as_the_helper_and_the_notification_server_appear(
         started, buses, daemon, recorded):
     session, system = buses
     started.wait_log("[App] Helper not reachable. Retrying in 0.50 seconds (attempt 1/10)...")
@@ -126,7 +126,7 @@ def test_works_as_soon_as_the_helper_and_the_notification_server_have_come(
     assert not recorded.exists()
 
 
-def test_a_second_start_hands_over_and_ends(started, buses):
+def test_a_second_start_hands_over_and_exits(started, buses):
     session, _ = buses
     started.wait_log(MISSING[0])
     session.start()
@@ -153,7 +153,7 @@ def test_without_a_tray_a_second_start_opens_the_panel(daemon, buses, recorded):
             desktop.wait_icon("trayer")
 
 
-def test_simulated_starts_are_independent_of_each_other_and_of_it(started, buses, daemon):
+def test_simulated_instances_are_independent_of_each_other_and_of_it(started, buses, daemon):
     session, _ = buses
     started.wait_log(MISSING[0])
     session.start()
@@ -165,7 +165,7 @@ def test_simulated_starts_are_independent_of_each_other_and_of_it(started, buses
             assert application.log_count("[App] The system bus is available") == 0
 
 
-def test_a_first_that_does_not_answer_is_given_up_on(started, buses):
+def test_a_first_instance_that_does_not_answer_is_ignored(started, buses):
     session, _ = buses
     started.wait_log(MISSING[0])
     session.start()
@@ -179,7 +179,7 @@ def test_a_first_that_does_not_answer_is_given_up_on(started, buses):
     assert said.startswith("quoxelin-desktop: the running application does not answer: ")
 
 
-def test_buses_that_hang_neither_hold_the_icon_up_nor_use_the_process_up(daemon, recorded):
+def test_hanging_buses_neither_delay_the_icon_nor_leak(daemon, recorded):
     with HungBus("session") as session, HungBus("system") as system, Desktop() as desktop:
         environment = desktop.environment | session.environment | system.environment
         environment["PATH"] = f"{recorded.parent / 'bin'}:{environment['PATH']}"

@@ -26,7 +26,7 @@ def test_network_manager_is_connected_and_obeys_polkit(box):
     box.run("nmcli", "connection", "delete", "mine", user=TESTER)
 
 
-def test_what_is_written_in_it_does_not_reach_this_machine(box):
+def test_what_is_written_in_the_box_does_not_reach_this_machine(box):
     for directory in ("/etc", "/home", "/root", "/run", "/tmp", "/usr", "/var"):
         name = f"{directory}/box-test-{os.getpid()}"
         box.run("touch", name)
@@ -35,14 +35,14 @@ def test_what_is_written_in_it_does_not_reach_this_machine(box):
     assert pathlib.Path("/proc/self/ns/net").readlink() != box.path("/proc/1/ns/net").readlink()
 
 
-def test_a_program_of_it_can_be_started_and_ended(box):
+def test_a_program_in_the_box_can_be_started_and_ended(box):
     sleeper = box.start("sleeper", "sleep", "4321", user=TESTER)
     assert box.pids("^sleep 4321") == [sleeper.pid]
     sleeper.end()
     assert box.pids("^sleep 4321") == []
 
 
-def test_the_stand_in_of_the_daemon_is_the_simulated_one(box):
+def test_the_daemon_in_the_box_is_the_simulated_one(box):
     daemon = Daemon(box)
     quoxelind = "/usr/lib/quoxelin-desktop/Contents/Resources/quoxelind"
     assert "usage" in box.run(quoxelind, "--help")

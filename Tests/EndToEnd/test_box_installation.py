@@ -35,7 +35,7 @@ def test_polkit_knows_the_actions(box, action, anybody, away, present):
     assert told["vendor"].strip() == "Quoxelin"
 
 
-def test_who_is_not_allowed_installs_nothing(box):
+def test_a_user_without_authorization_installs_nothing(box):
     # There is no user to ask.
     done = pkexec(box, INSTALLER, user=STRANGER)
     assert (done.returncode, installed(box)) == (127, [])
@@ -44,7 +44,7 @@ def test_who_is_not_allowed_installs_nothing(box):
     assert (done.returncode, installed(box)) == (127, [])
 
 
-def test_who_may_install_the_extension_may_run_nothing_else(box):
+def test_a_user_who_may_install_the_extension_may_run_nothing_else(box):
     box.allow(ACTION)
     for command in (["/bin/true"], ["/bin/sh", INSTALLER], [f"/usr/../{INSTALLER}.gone"]):
         assert pkexec(box, *command).returncode == 127
@@ -53,7 +53,7 @@ def test_who_may_install_the_extension_may_run_nothing_else(box):
     assert installed(box) == []
 
 
-def test_who_may_install_the_extension_makes_networkmanager_know_the_tunnel(box):
+def test_installing_the_extension_makes_networkmanager_know_the_tunnel(box):
     box.allow(ACTION)
     done = pkexec(box, INSTALLER)
     assert (done.returncode, done.stdout, done.stderr) == (0, "", "")

@@ -41,7 +41,7 @@ def call(tmp_path, program):
         ["\N{SNOWMAN}"],
     ],
 )
-def test_what_it_does_not_understand_is_answered_with_its_usage(call, program, arguments):
+def test_invalid_arguments_print_the_usage(call, program, arguments):
     done = call(*arguments)
     assert done.returncode == 2
     assert done.stdout == ""
@@ -69,7 +69,7 @@ def test_neither_of_them_leaves_a_log(call, tmp_path):
 
 
 @pytest.mark.parametrize("arguments, code", [("--version", 0), ("--help", 0), ("--simulate", 2)])
-def test_its_exit_code_is_the_same_where_nobody_can_read_it(tmp_path, program, arguments, code):
+def test_the_exit_code_needs_no_reader_of_the_output(tmp_path, program, arguments, code):
     done = subprocess.run(
         ["sh", "-c", 'exec "$0" "$1" >&- 2>&-', build_directory() / program, arguments],
         env=surroundings(tmp_path), stdin=subprocess.DEVNULL, timeout=20)

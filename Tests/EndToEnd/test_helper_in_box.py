@@ -90,14 +90,14 @@ def test_polkit_decides_who_may_use_it(box):
     assert outcome(box, TOOL, "down", user="root") == "replied"
 
 
-def test_without_polkit_it_refuses_everybody_and_with_it_works_again(box):
+def test_it_refuses_all_callers_while_polkit_is_gone(box):
     with without_polkit(box):
         assert outcome(box, TOOL, "down") == "AccessDenied"
         assert outcome(box, TOOL, "down", user="root") == "AccessDenied"
     assert outcome(box, TOOL, "down") == "replied"
 
 
-def test_who_goes_away_while_somebody_is_asked_leaves_no_question_behind(box):
+def test_a_caller_who_leaves_takes_the_question_back(box):
     with waiting_polkit(box) as asked, contextlib.ExitStack() as ends:
         caller = box.start("caller", *CALL, f"{INTERFACE}.RunGoTool", TOOL, '["up"]', user=TESTER)
         ends.callback(caller.end)
@@ -161,7 +161,7 @@ ALTERED = {
 
 
 @pytest.mark.parametrize("what", ALTERED)
-def test_it_runs_no_program_that_is_not_as_it_was_installed(box, what):
+def test_it_refuses_a_program_that_was_changed(box, what):
     before = len(calls(box))
     with changed(box, *ALTERED[what]):
         assert outcome(box, TOOL, "down") == "Failed"
@@ -198,7 +198,7 @@ def test_huge_arguments_are_refused(box, call):
     assert box.pids(f"^{HELPER}") == running
 
 
-def test_nobody_else_can_take_its_name_or_its_place(box):
+def test_no_other_program_can_take_its_name_or_replace_it(box):
     refused = box.try_run(
         "gdbus", "call", "--system", "--dest", "org.freedesktop.DBus", "--object-path",
         "/org/freedesktop/DBus", "--method", "org.freedesktop.DBus.RequestName", NAME, "0",
@@ -208,7 +208,7 @@ def test_nobody_else_can_take_its_name_or_its_place(box):
     assert box.try_run(HELPER, "--bundle=/tmp").returncode == 1
 
 
-def test_a_daemon_that_was_brought_up_stays(box):
+def test_a_started_daemon_keeps_running(box):
     what, output = run_go_tool(box, DAEMON, "up")
     assert what == "replied" and "quoxelind is up" in output
     daemon, = box.pids(stand_ins.DAEMON)
@@ -255,7 +255,7 @@ def application(box):
         process.end()
 
 
-def test_the_application_has_the_daemon_brought_up_and_when_it_quits_the_connection_taken_down(box):
+def test_the_application_starts_the_daemon_and_disconnects_when_it_quits(box):
     before = len(calls(box))
     with application(box) as (process, logged):
         logged("Helper is ready and reachable. Starting daemon...")
@@ -276,7 +276,7 @@ def test_the_application_starts_with_the_session(box):
     assert "login item" not in box.read(APPLICATION_LOG)
 
 
-def test_the_application_hears_that_polkit_refuses(box):
+def test_the_application_logs_that_polkit_refused(box):
     before = len(calls(box))
     with answering(box, "no", then="yes"), application(box) as (_, logged):
         logged("[XPC]")

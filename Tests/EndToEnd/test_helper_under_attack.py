@@ -61,7 +61,7 @@ def test_a_users_flood_over_many_connections_refuses_no_other_user(box):
     wait_until(lambda: outcome(box, TOOL, "down") == "replied", "the user's own turn")
 
 
-def test_the_largest_messages_take_no_memory_but_their_own(box):
+def test_the_largest_messages_take_no_extra_memory(box):
     helper, = running_helper(box)
     pathlib.Path(f"/proc/{helper}/clear_refs").write_text("5")
     found = attack(box, STRANGER, "huge")
@@ -87,7 +87,7 @@ def test_the_bus_delivers_nothing_but_its_messages(box, call):
     assert attack(box, TESTER, "call", program=TOOL, arguments=["down"], **call) == ["AccessDenied"]
 
 
-def test_questions_that_people_do_not_answer_keep_only_their_own_users_waiting(box):
+def test_unanswered_questions_delay_only_the_user_who_is_asked(box):
     with waiting_polkit(box) as asked:
         options = {"connections": 4, "seconds": 0.5, "path": TOOL, "arguments": ["up"]}
         with Attack(box, STRANGER, "flood", **options) as flood:

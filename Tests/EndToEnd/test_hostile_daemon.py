@@ -51,7 +51,7 @@ def test_errors_are_logged_with_what_the_daemon_said(daemon, shown):
     assert_well(shown)
 
 
-def test_a_daemon_that_never_answers_holds_up_nothing(daemon, shown):
+def test_a_daemon_that_never_answers_delays_nothing(daemon, shown):
     daemon.do("hang")
     use_everything(shown)
     daemon.wait(requests=4)
@@ -76,7 +76,7 @@ def test_a_daemon_that_never_answers_holds_up_nothing(daemon, shown):
     ],
     ids=range(9),
 )
-def test_lies_change_nothing(daemon, shown, reply):
+def test_contradictory_answers_change_nothing(daemon, shown, reply):
     daemon.answer_raw(None, reply)
     use_everything(shown)
     daemon.wait(requests=1, path="/localapi/v0/status")
@@ -85,7 +85,7 @@ def test_lies_change_nothing(daemon, shown, reply):
     assert_well(shown)
 
 
-def test_a_reply_without_end_is_cut_at_a_megabyte(daemon, shown):
+def test_an_endless_reply_is_cut_at_a_megabyte(daemon, shown):
     head = b"HTTP/1.1 200 OK\r\n\r\n"
     daemon.answer_raw("/localapi/v0/profiles", head + b'{"profiles":[],"current_profile_id":""}' + b" " * 2_000_000)
     shown.press("Switch Account")
@@ -98,7 +98,7 @@ def test_a_reply_without_end_is_cut_at_a_megabyte(daemon, shown):
     assert_well(shown)
 
 
-def test_a_reply_cut_off_in_its_middle_is_no_answer(daemon, shown):
+def test_an_incomplete_reply_is_an_error(daemon, shown):
     daemon.do("truncate", path="/localapi/v0/profiles", body_bytes=10)
     shown.press("Switch Account")
     shown.wait_log("[State] Failed to get profiles: Failed to decode LocalAPI JSON response")
@@ -116,7 +116,7 @@ def test_a_daemon_that_drops_every_connection_is_only_logged(daemon, shown):
     assert_well(shown)
 
 
-def test_garbage_on_the_stream_is_passed_over(daemon, shown):
+def test_garbage_on_the_stream_is_ignored(daemon, shown):
     garbage = [
         b"",
         b"null",
@@ -159,7 +159,7 @@ def test_a_network_of_twenty_thousand_peers_is_followed():
         assert_well(application)
 
 
-def test_a_login_page_that_is_no_web_page_is_not_opened_as_one(daemon, shown):
+def test_a_login_page_with_another_scheme_is_not_opened_as_a_web_page(daemon, shown):
     daemon.answer_request("/localapi/v0/login", json={"interactive_login_url": "::: no url :::"})
     shown.press("Login Quoxelin")
     daemon.wait(requests=1, path="/localapi/v0/status")
@@ -167,7 +167,7 @@ def test_a_login_page_that_is_no_web_page_is_not_opened_as_one(daemon, shown):
     assert_well(shown)
 
 
-def test_recovers_when_the_daemon_comes_to_its_senses(daemon, shown):
+def test_recovers_when_the_daemon_behaves_again(daemon, shown):
     daemon.do("answer", status=500, text="")
     shown.press("Login Quoxelin")
     shown.wait_log("[UI] LocalAPI login failed: Failed to decode LocalAPI JSON response")

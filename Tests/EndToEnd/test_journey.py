@@ -152,7 +152,7 @@ def test_adds_an_account(daemon, application):
     )
 
 
-def test_is_jailed_with_one_notification_and_freed(logged_in):
+def test_is_jailed_with_one_notification_and_released(logged_in):
     daemon, application = logged_in
     daemon.jail("  disk not encrypted\n")
     application.wait_text('"Blocked by Device Policy"', '"disk not encrypted"')
@@ -190,7 +190,7 @@ def test_logs_out_and_stays_logged_out(logged_in):
     application.wait_text('"Login Quoxelin"', without=("Email: ",))
 
 
-def test_the_demos_scenario_comes_to_its_end(daemon, application, tmp_path):
+def test_the_demo_scenario_completes(daemon, application, tmp_path):
     shown = []
 
     def show(state):

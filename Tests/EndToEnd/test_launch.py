@@ -6,7 +6,7 @@ from support.application import Application
 from support.order import assert_in_order
 from support.sim import Sim
 
-def test_the_log_tells_the_launch_in_order(application):
+def test_the_log_shows_the_launch_in_order(application):
     lines = application.log()
     assert_in_order(
         lines,
@@ -35,20 +35,20 @@ def test_every_line_of_the_log_has_the_local_time(application):
     assert max(times) - min(times) < datetime.timedelta(seconds=30)
 
 
-def test_local_time_is_that_of_the_time_zone(daemon):
+def test_local_time_follows_the_time_zone(daemon):
     with Application(daemon.socket, environment={"TZ": "Asia/Tokyo"}) as application:
         line = application.wait_log("[State] HashiBus connected")
         now = datetime.datetime.now(datetime.timezone(datetime.timedelta(hours=9)))
         assert abs(now.replace(tzinfo=None) - line.at) < datetime.timedelta(seconds=30)
 
 
-def test_all_it_asks_of_a_daemon_without_an_account_is_the_stream(daemon, application):
+def test_a_daemon_without_an_account_is_asked_for_the_stream_only(daemon, application):
     application.wait_log("[State] Received HashiBus state: needsLogin")
     application.wait_text('"Login Quoxelin"')
     assert [request.bytes for request in daemon.requests()] == [wire.OBSERVE]
 
 
-def test_following_a_daemon_that_is_logged_in_connects():
+def test_connects_when_the_daemon_is_logged_in():
     with Sim("--logged-in") as daemon, Application(daemon.socket) as application:
         application.show_panel()
         application.wait_log("[State] daemon WantRunning=true")

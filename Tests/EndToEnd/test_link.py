@@ -15,7 +15,7 @@ def seconds_between(first, second):
     return (second.at - first.at).total_seconds()
 
 
-def test_an_absent_daemon_is_looked_for_every_three_seconds(tmp_path):
+def test_retries_every_three_seconds_while_there_is_no_daemon(tmp_path):
     with Application(str(tmp_path / "nobody.sock")) as application:
         attempts = [
             application.wait_log("[HashiBus] Connection failed, retrying in 3s...", count=count)
@@ -45,7 +45,7 @@ def test_a_closed_stream_is_opened_again_after_three_seconds(daemon, application
     assert [request.bytes for request in daemon.requests()] == [wire.OBSERVE] * 2
 
 
-def test_a_daemon_that_dies_and_starts_anew_is_found_again(tmp_path):
+def test_a_restarted_daemon_is_found_again(tmp_path):
     path = tmp_path / "d.sock"
     with Sim("--logged-in", socket=path) as first, Application(str(path)) as application:
         application.show_panel()
@@ -66,14 +66,14 @@ def test_notifications_in_pieces_arrive_whole(daemon, application):
 
 
 @pytest.mark.parametrize("greeting", ["HTTP/1.1 500 No\r\nContent-Length: 0\r\n\r\n", "nonsense\r\n\r\n"])
-def test_the_streams_header_is_not_looked_at(greeting):
+def test_the_streams_header_is_ignored(greeting):
     with Sim() as daemon:
         daemon.do("stream", text=greeting)
         with Application(daemon.socket) as application:
             application.wait_log("[State] Received HashiBus state: needsLogin")
 
 
-def test_a_chunked_stream_is_read_by_its_lines():
+def test_a_chunked_stream_is_read_line_by_line():
     with Sim() as daemon:
         daemon.do("stream", chunked=True)
         with Application(daemon.socket) as application:

@@ -23,7 +23,7 @@ def assert_farewell(application):
 
 
 @pytest.mark.parametrize("number", [signal.SIGTERM, signal.SIGINT])
-def test_signals_quit_the_orderly_way(application, number):
+def test_signals_quit_in_order(application, number):
     application.send_signal(number)
     assert_farewell(application)
 
@@ -58,7 +58,7 @@ def test_quits_while_the_bus_client_pauses(daemon, application):
     assert time.monotonic() - began < 2
 
 
-def test_sixty_four_hanging_exchanges_hold_up_neither_the_panel_nor_quitting(daemon, application):
+def test_sixty_four_hanging_exchanges_delay_neither_the_panel_nor_quitting(daemon, application):
     application.wait_text('"Switch Account"')
     daemon.do("hang", path="/localapi/v0/profiles")
     for _ in range(64):
@@ -73,7 +73,7 @@ def test_sixty_four_hanging_exchanges_hold_up_neither_the_panel_nor_quitting(dae
     assert time.monotonic() - began < 2
 
 
-def test_nothing_of_it_is_left_running(application):
+def test_leaves_nothing_running(application):
     with open(f"/proc/{application.pid}/task/{application.pid}/children", encoding="ascii") as children:
         started = [int(pid) for pid in children.read().split()]
     application.send_signal(signal.SIGTERM)

@@ -207,7 +207,7 @@ def test_from_the_first_start_to_connected_and_down_again(product, box):
     product.wait("[VPN] Adopted existing VPN configuration", since=place)
 
 
-def test_an_authorization_that_is_refused_and_then_granted(product, box):
+def test_an_authorization_is_refused_and_then_granted(product, box):
     product.daemon.options("--logged-in")
     product.start()
     product.wait("[SysExt] Extension com.quoxelin.desktop.PacketTunnel requires user approval")
@@ -264,7 +264,7 @@ def test_a_tunnel_that_is_not_allowed_is_tried_again(product, box):
     assert tunnel_devices(box) == UP
 
 
-def test_the_plugin_dies_and_network_manager_starts_anew(product, box):
+def test_the_plugin_dies_and_network_manager_restarts(product, box):
     product.start_connected()
     place = len(product.log())
     for pid in box.pids(r"systemextension/Contents/nm-quoxelin-service"):

@@ -70,7 +70,7 @@ def test_answers_requests_that_come_in_pieces_or_together(daemon):
 
 
 @pytest.mark.parametrize("sent", [b"HELLO\r\n\r\n\xff", b"GET /localapi/v0/sta"])
-def test_reports_every_byte_of_what_is_not_a_request(daemon, sent):
+def test_reports_every_byte_of_an_invalid_request(daemon, sent):
     client = Client(daemon, sent)
     client.socket.shutdown(socket.SHUT_WR)
     reply = client.read_all()
@@ -80,7 +80,7 @@ def test_reports_every_byte_of_what_is_not_a_request(daemon, sent):
     assert daemon.wait_event("request")["index"] == request.index
 
 
-def test_answers_as_scripted_and_then_as_itself(daemon):
+def test_gives_the_scripted_answers_and_then_the_real_ones(daemon):
     daemon.answer_request(STATUS_PATH, status=399, json={"a": [1]}, times=1)
     daemon.answer_raw(STATUS_PATH, b"\xff\r\n\r\n\x00body", times=1)
     daemon.do("truncate", path=STATUS_PATH, bytes=20, times=1)
@@ -127,7 +127,7 @@ def test_refuses_connections_resets_them_and_accepts_again(daemon, observer):
 # The stream
 
 
-def test_sends_raw_bytes_in_pieces_and_notifications_behind_them(daemon, observer):
+def test_sends_raw_bytes_in_pieces_followed_by_notifications(daemon, observer):
     command = daemon.start_command("raw", text='{"State":"Stopped"}\n', split=[5, 10], pause=0.1)
     daemon.notify(Version="next")
     assert [observer.read() for _ in range(2)] == [b'{"Sta', b'te":"']

@@ -154,7 +154,7 @@ def test_a_configuration_is_saved_found_changed_and_removed(box, adapter):
     assert adapter.call("load-all") == {"managers": []}
 
 
-def test_a_configuration_is_its_user_s_own_and_starts_on_demand_only(box, adapter):
+def test_a_configuration_belongs_to_its_user_and_starts_on_demand_only(box, adapter):
     adapter.save_new()
     shown = box.run("nmcli", "-t", "-f",
                     "connection.permissions,connection.autoconnect,vpn.service-type,vpn.data",
@@ -167,7 +167,7 @@ def test_a_configuration_is_its_user_s_own_and_starts_on_demand_only(box, adapte
         assert stranger.call("load-all") == {"managers": []}
 
 
-def test_saving_what_is_saved_already_tells_of_no_change(adapter):
+def test_saving_an_unchanged_configuration_reports_no_change(adapter):
     adapter.save_new()
     assert adapter.call("save") == {}
     adapter.do("set", description="Another name")
@@ -175,7 +175,7 @@ def test_saving_what_is_saved_already_tells_of_no_change(adapter):
     adapter.expect("configuration")
 
 
-def test_what_the_application_does_not_know_of_stays_as_it_was(box, adapter):
+def test_settings_that_the_application_does_not_know_are_kept(box, adapter):
     adapter.save_new()
     box.run("nmcli", "connection", "modify", "Quoxelin", "ipv4.never-default", "yes",
             "+vpn.data", "another=item", user=TESTER)
@@ -188,7 +188,7 @@ def test_what_the_application_does_not_know_of_stays_as_it_was(box, adapter):
     assert shown.startswith("ipv4.never-default:yes\nvpn.data:another = item, ")
 
 
-def test_other_vpns_are_there_too_and_other_connections_are_not(box, adapter):
+def test_lists_other_vpns_but_no_other_connections(box, adapter):
     box.run("nmcli", "connection", "add", "type", "vpn", "vpn-type", "org.example.vpn",
             "con-name", "Another's", "connection.permissions", f"user:{TESTER}", user=TESTER)
     adapter.expect("configuration")
@@ -210,7 +210,7 @@ def test_the_tunnel_goes_up_and_down(box, adapter):
 
 
 @pytest.mark.parametrize("_", range(3))
-def test_a_program_that_ends_takes_the_tunnel_with_it(box, plugin, _):
+def test_a_program_that_ends_takes_the_tunnel_down(box, plugin, _):
     with Adapter(box) as adapter:
         adapter.save_new()
         adapter.connect()
@@ -255,7 +255,7 @@ def test_a_tunnel_is_stopped_while_it_comes_up(box, adapter):
     adapter.disconnect()
 
 
-def test_a_start_that_was_not_answered_yet_is_stopped(box, adapter):
+def test_a_start_without_an_answer_yet_is_stopped(box, adapter):
     adapter.save_new()
     adapter.send(b'{"do":"start","id":901}\n{"do":"stop","id":902}\n{"do":"read","id":903}\n')
     assert adapter.answer(901)["status"] == CONNECTING
@@ -306,7 +306,7 @@ def test_a_refused_start_ends_disconnected_and_a_refused_change_is_an_error(box,
 ABSENT = {"domain": DOMAIN, "code": 5, "error-text": "NetworkManager is not running"}
 
 
-def test_network_manager_goes_and_comes_back(box, adapter):
+def test_network_manager_stops_and_starts_again(box, adapter):
     adapter.save_new()
     adapter.connect()
     box.process("NetworkManager").end()
@@ -349,7 +349,7 @@ def test_network_manager_dies_before_it_has_answered(box, adapter, operation):
     adapter.expect("configuration", DISCONNECTED)
 
 
-def test_the_bus_goes_and_comes_back(box, adapter):
+def test_the_bus_stops_and_starts_again(box, adapter):
     adapter.save_new()
     for name in ("dbus", "NetworkManager", "polkit"):
         box.process(name).end(signal.SIGKILL)
@@ -361,7 +361,7 @@ def test_the_bus_goes_and_comes_back(box, adapter):
     adapter.connect()
 
 
-def test_what_was_asked_for_is_answered_also_when_the_adapter_ends(adapter):
+def test_pending_requests_are_answered_when_the_adapter_is_destroyed(adapter):
     adapter.save_new()
     adapter.send(b"".join(
         json.dumps({"do": name, "id": 900 + place}).encode() + b"\n"

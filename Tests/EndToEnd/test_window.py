@@ -159,7 +159,7 @@ def test_the_icons_menu_quits(desktop, application, tray):
 
 
 @pytest.mark.parametrize("kind", ["trayer", "xfce4-panel"])
-def test_the_icon_comes_with_a_tray_that_comes_late_and_again_with_one_that_restarts(
+def test_the_icon_appears_in_a_late_tray_and_again_when_the_tray_restarts(
         desktop, application, kind):
     application.wait_log("[App] Setting up Menu Bar...")
     for _ in range(3):
@@ -172,7 +172,7 @@ def test_the_icon_comes_with_a_tray_that_comes_late_and_again_with_one_that_rest
         desktop.wait_no_icon(kind)
 
 
-def test_two_applications_beside_each_other_do_not_disturb_each_other(desktop, daemon, tray):
+def test_two_applications_do_not_disturb_each_other(desktop, daemon, tray):
     with Application(daemon.socket, environment=desktop.environment) as first:
         desktop.wait_icon(tray)
         open_panel(desktop, first, tray)

@@ -8,12 +8,12 @@ namespace {
 const std::string bundle = "/usr/lib/quoxelin-desktop";
 const std::string resources = bundle + "/Contents/Resources/";
 
-TEST(HelperCommandLine, knowsTheTwoBundledPrograms) {
+TEST(HelperCommandLine, acceptsTheTwoBundledPrograms) {
     EXPECT_EQ(programAt(bundle, resources + "quoxelind"), Program::daemon);
     EXPECT_EQ(programAt(bundle, resources + "quoxelin"), Program::tool);
 }
 
-TEST(HelperCommandLine, knowsNoOtherPath) {
+TEST(HelperCommandLine, acceptsNoOtherPath) {
     const std::vector<std::string> paths = {
         "",
         "/bin/sh",
@@ -58,7 +58,7 @@ TEST(HelperCommandLine, allowsWhatTheApplicationSends) {
         EXPECT_TRUE(isAllowed(Program::tool, arguments, none)) << arguments.front();
 }
 
-TEST(HelperCommandLine, takesTheHostsFromTheBundleAlone) {
+TEST(HelperCommandLine, takesTheHostsOnlyFromTheBundle) {
     const std::string other = "https://other.example.com/";
     for (const auto& arguments : std::vector<Arguments>{
              {"up"},

@@ -167,7 +167,7 @@ TEST_F(HelperRequests, thatAreTooLargeAreRefusedAndLogged) {
                  "refused user 1000 (:1.5): The request is too large. Asked for: something long"));
 }
 
-TEST_F(HelperRequests, failWhenTheFileIsNotAsInstalled) {
+TEST_F(HelperRequests, failIfTheFileWasChanged) {
     fileProblem = tool + " is a symbolic link";
     const auto outcome = ask();
     consent();
@@ -195,7 +195,7 @@ TEST_F(HelperRequests, ofAConnectionThatTheBusDoesNotKnowAreRefused) {
     EXPECT_FALSE(requests->isBusy());
 }
 
-TEST_F(HelperRequests, waitForTheUserWithOneQuestionForEachConnection) {
+TEST_F(HelperRequests, askOneQuestionForEachConnection) {
     std::vector<std::shared_ptr<std::optional<Outcome>>> asked;
     for (std::size_t count = 0; count <= Requests::mostArrivals; ++count)
         asked.push_back(ask(":1.99"));
@@ -230,7 +230,7 @@ TEST_F(HelperRequests, ofOneUserWaitAndLeaveRoomForOthers) {
     EXPECT_EQ(questions.size(), Requests::mostQuestions + 3) << "the next in line is asked about";
 }
 
-TEST_F(HelperRequests, thatWaitForPeopleAreCountedApartFromProgramsThatRun) {
+TEST_F(HelperRequests, thatWaitForAnAnswerAreCountedApartFromRunningPrograms) {
     for (std::size_t count = 0; count < Requests::mostPrograms; ++count)
         ask();
     consent();
@@ -253,7 +253,7 @@ TEST_F(HelperRequests, ofRootAreNeverRefused) {
     EXPECT_EQ(running.size(), 1000u);
 }
 
-TEST_F(HelperRequests, ofACallerWhoGoesAreTakenBack) {
+TEST_F(HelperRequests, areCanceledWhenTheCallerLeaves) {
     for (int count = 0; count < 20; ++count)
         ask();
     const auto own = ask(":1.98");

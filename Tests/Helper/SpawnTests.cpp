@@ -44,7 +44,7 @@ void waitFor(const std::filesystem::path& file) {
         ::usleep(1000);
 }
 
-TEST(HelperSpawn, givesTheProgramNothingOfOurs) {
+TEST(HelperSpawn, passesNothingOfOursToTheProgram) {
     ::setenv("HELPER_TESTS_SECRET", "1", 1);
     std::signal(SIGUSR1, SIG_IGN);
     sigset_t some;
@@ -73,11 +73,11 @@ TEST(HelperSpawn, givesTheProgramNothingOfOurs) {
     EXPECT_THAT(output, Not(HasSubstr("descriptor 3\n")));
 }
 
-TEST(HelperSpawn, writesBothOutputsIntoOneAnswer) {
+TEST(HelperSpawn, returnsBothOutputsInOneAnswer) {
     EXPECT_THAT(outputOfProbe({"probe"}), HasSubstr("error output\n"));
 }
 
-TEST(HelperSpawn, runsWhatIsInTheOpenedDirectoryWhateverStandsAtItsPathNow) {
+TEST(HelperSpawn, runsTheOpenedFileEvenIfItsPathWasReplaced) {
     TemporaryDirectory directory;
     const auto folder = directory.path() / "folder";
     std::filesystem::create_directory(folder);
@@ -119,11 +119,11 @@ TEST(HelperSpawn, keepsTheBeginningOfALongOutput) {
     EXPECT_EQ(output.substr(output.size() - 2), "\xC3\xA9");
 }
 
-TEST(HelperSpawn, replacesBytesThatAreNoText) {
+TEST(HelperSpawn, replacesBytesThatAreNotUtf8) {
     EXPECT_EQ(outputOfProbe({"probe", "noise"}), "a\uFFFD\uFFFD\uFFFDb\uFFFD\uFFFD\uFFFD");
 }
 
-TEST(HelperSpawn, showsWhatWasWrittenUpToNow) {
+TEST(HelperSpawn, showsTheOutputSoFar) {
     TemporaryDirectory directory;
     const auto go = directory.path() / "go";
     const auto started = start({"probe", "wait", go});
@@ -132,7 +132,7 @@ TEST(HelperSpawn, showsWhatWasWrittenUpToNow) {
     EXPECT_EQ(finish(started), "went\n");
 }
 
-TEST(HelperSpawn, leavesAWriterBehindUnharmed) {
+TEST(HelperSpawn, doesNotEndAProgramThatStillWrites) {
     TemporaryDirectory directory;
     const auto go = directory.path() / "go";
     const auto done = directory.path() / "done";

@@ -12,13 +12,13 @@ using namespace std::string_literals;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-TEST(HelperText, keepsWhatIsUtf8) {
+TEST(HelperText, keepsUtf8) {
     EXPECT_EQ(asUtf8("plain, \xC3\xA9, \xE2\x82\xAC, \xF0\x9F\x94\x92\n"),
               "plain, \xC3\xA9, \xE2\x82\xAC, \xF0\x9F\x94\x92\n");
     EXPECT_EQ(asUtf8(""), "");
 }
 
-TEST(HelperText, replacesWhatMayNotTravel) {
+TEST(HelperText, replacesWhatTheBusForbids) {
     EXPECT_EQ(asUtf8("a\0b"s), "a\uFFFDb");
     EXPECT_EQ(asUtf8("\xFE\xFF"), "\uFFFD\uFFFD");
     // Overlong, a surrogate, above the last character, without a beginning.
@@ -27,7 +27,7 @@ TEST(HelperText, replacesWhatMayNotTravel) {
     EXPECT_EQ(asUtf8("\xE2\x82x"), "\uFFFD\uFFFDx");
 }
 
-TEST(HelperText, leavesOutHalfACharacterWhereItWasCut) {
+TEST(HelperText, dropsHalfACharacterAtTheCut) {
     for (const auto* half : {"", "\xC3", "\xE2", "\xE2\x82", "\xF0\x9F\x94"})
         EXPECT_EQ(asUtf8("caf\xC3\xA9"s + half), "caf\xC3\xA9");
     EXPECT_EQ(asUtf8("\x80\x80\x80\x80"), "\uFFFD\uFFFD\uFFFD\uFFFD");
@@ -35,7 +35,7 @@ TEST(HelperText, leavesOutHalfACharacterWhereItWasCut) {
     EXPECT_EQ(asUtf8("a"), "a");
 }
 
-TEST(HelperText, isOneLineOfAsciiInTheLog) {
+TEST(HelperText, isLoggedAsOneLineOfAscii) {
     EXPECT_EQ(forLog("a \\ \n\r\t\x7F\xC3\xA9"), "a \\x5c \\x0a\\x0d\\x09\\x7f\\xc3\\xa9");
     EXPECT_EQ(forLog(std::string(200, 'a')), std::string(200, 'a'));
     EXPECT_EQ(forLog(std::string(201, 'a')), std::string(200, 'a') + "...");

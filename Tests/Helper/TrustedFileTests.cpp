@@ -46,7 +46,7 @@ class TrustedFile : public ::testing::Test {
     uid_t owner = ::geteuid();
 };
 
-TEST_F(TrustedFile, isFoundWhereEverythingIsAsInstalled) {
+TEST_F(TrustedFile, isFoundIfEverythingIsAsInstalled) {
     const auto opened = openTrusted("/lib/Resources/program", {owner, root.path().string()});
     ASSERT_TRUE(opened) << opened.error();
     struct stat status = {};
@@ -128,7 +128,7 @@ TEST_F(TrustedFile, isRefusedWhenOthersCanWriteADirectoryAboveIt) {
     EXPECT_EQ(refusal(), "");
 }
 
-TEST_F(TrustedFile, isRefusedWhenItIsSomebodyElses) {
+TEST_F(TrustedFile, isRefusedIfItBelongsToAnotherUser) {
     owner = ::geteuid() + 1;
     EXPECT_THAT(refusal(), HasSubstr("belongs to somebody else"));
 }
@@ -145,7 +145,7 @@ TEST_F(TrustedFile, isRefusedWhenNotExecutable) {
     EXPECT_THAT(refusal(), HasSubstr("not executable"));
 }
 
-TEST_F(TrustedFile, isRefusedWhenItIsNoRegularFile) {
+TEST_F(TrustedFile, isRefusedIfItIsNotARegularFile) {
     EXPECT_THAT(refusal("/lib/Resources"), HasSubstr("no regular file"));
     // Nobody writes into the pipe: opening it for reading would wait for ever.
     ASSERT_EQ(::mkfifo(in("lib/Resources/pipe").c_str(), 0755), 0);

@@ -60,7 +60,7 @@ TEST_F(HelperTurns, areAlwaysThereForRoot) {
     EXPECT_EQ(begun.size(), 100u);
 }
 
-TEST_F(HelperTurns, thatAreNotKeptAreGivenToTheNext) {
+TEST_F(HelperTurns, thatAreDroppedGoToTheNext) {
     taken.reserve(10);
     for (int name = 1; name <= 2; ++name)
         take(1000, name);
@@ -70,7 +70,7 @@ TEST_F(HelperTurns, thatAreNotKeptAreGivenToTheNext) {
     EXPECT_THAT(begun, ElementsAre(1, 2, 3, 4, 5));
 }
 
-TEST(HelperTurnsAtTheEnd, letTheOthersInLineGo) {
+TEST(HelperTurnsAtTheEnd, keepTheLineMoving) {
     Turns::Turn left;
     std::vector<int> begun;
     {

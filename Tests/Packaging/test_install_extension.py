@@ -74,7 +74,7 @@ def test_the_policy_and_the_plugins_description_are_installed(extension):
         assert (copy.stat().st_mode & 0o7777, copy.stat().st_uid, copy.stat().st_gid) == (0o644, 0, 0)
 
 
-def test_a_newer_version_replaces_the_older_as_a_whole(extension):
+def test_a_newer_version_replaces_the_older_one_completely(extension):
     extension.run()
     plugin = extension.plugins / f"{NAME}.name"
     with plugin.open() as reader:
@@ -85,7 +85,7 @@ def test_a_newer_version_replaces_the_older_as_a_whole(extension):
     assert plugin.read_text() == "[VPN Connection]\nname=newer\n"
 
 
-def test_what_else_is_there_stays(extension):
+def test_other_files_stay(extension):
     extension.plugins.mkdir(parents=True)
     other = extension.plugins / "nm-other-service.name"
     other.write_text("other")
@@ -103,7 +103,7 @@ def test_a_link_in_the_way_is_replaced_and_not_followed(extension):
     assert not (extension.plugins / f"{NAME}.name").is_symlink()
 
 
-def test_neither_umask_nor_environment_nor_folder_of_the_caller_matters(extension, tmp_path):
+def test_the_callers_umask_environment_and_folder_do_not_matter(extension, tmp_path):
     trap = tmp_path / "trap"
     trap.mkdir()
     for name in ("cat", "chmod", "id", "mkdir", "mktemp", "mv", "rm", "stat", "sync", "sh"):
@@ -138,7 +138,7 @@ def test_a_file_that_others_can_write_is_refused(extension, part, mode):
 
 
 @pytest.mark.parametrize("part", ["policy", "plugin", "service"])
-def test_a_file_of_somebody_else_is_refused(extension, part):
+def test_a_file_of_another_user_is_refused(extension, part):
     path = getattr(extension, part)
     os.chown(path, NOBODY, 0)
     extension.assert_refused(extension.run(), f"{path} does not belong to root")
@@ -153,7 +153,7 @@ def test_a_link_in_place_of_a_file_is_refused(extension, part):
 
 
 @pytest.mark.parametrize("part", ["policy", "plugin", "service"])
-def test_a_missing_file_is_told(extension, part):
+def test_a_missing_file_is_reported(extension, part):
     path = getattr(extension, part)
     path.unlink()
     extension.assert_refused(extension.run(), f"{path} is missing")
@@ -187,7 +187,7 @@ def test_a_service_that_cannot_be_run_is_refused(extension):
     extension.assert_refused(extension.run(), f"{extension.service} cannot be run")
 
 
-def test_networkmanager_learns_of_nothing_when_the_bus_could_not_be_told(extension):
+def test_networkmanager_is_not_notified_if_the_bus_could_not_be(extension):
     extension.policies.parent.mkdir(parents=True)
     extension.policies.write_text("a file where a folder belongs")
     done = extension.run()
@@ -204,7 +204,7 @@ def test_a_failure_leaves_nothing_half_done(extension):
     assert (extension.plugins / f"{NAME}.name").is_dir()
 
 
-def test_a_system_without_its_commands_fails_with_a_code_of_its_own(extension):
+def test_a_system_without_the_commands_fails_with_a_separate_code(extension):
     text = extension.program.read_text()
     extension.program.write_text(text.replace("PATH=/usr/sbin:/usr/bin:/sbin:/bin", "PATH=/nonexistent"))
     assert extension.run().returncode == 1

@@ -51,7 +51,7 @@ def test_exactly_the_listed_files_are_installed_with_their_modes(installation):
     assert installed(installation.root) == listed()
 
 
-def test_without_the_programs_all_the_rest_is_installed(tmp_path):
+def test_without_the_programs_everything_else_is_installed(tmp_path):
     install(BUILD, tmp_path)
     absent = {line for line in listed() if line.rsplit("/", 1)[-1] in PROGRAMS}
     assert len(absent) == len(PROGRAMS)
@@ -134,7 +134,7 @@ def test_the_program_in_the_build_directory_has_the_same_bundle(installation):
         installation.below("lib/quoxelin-desktop/Contents/Info.plist").read_bytes()
 
 
-def test_the_extension_tells_one_version_everywhere(either):
+def test_the_extension_has_one_version_everywhere(either):
     information = property_list(either.extension / "Info.plist")
     plugin = key_file(either.extension / "nm-quoxelin-service.name")
     assert information["CFBundleIdentifier"] == f"{ID}.PacketTunnel"
@@ -144,7 +144,7 @@ def test_the_extension_tells_one_version_everywhere(either):
     assert information["CFBundleVersion"] == application["CFBundleVersion"]
 
 
-def test_networkmanager_is_told_the_service_of_the_bundle(either):
+def test_networkmanager_is_given_the_service_of_the_bundle(either):
     plugin = key_file(either.extension / "nm-quoxelin-service.name")
     program = either.extension / "nm-quoxelin-service"
     assert plugin == {
@@ -206,7 +206,7 @@ def version():
                      (ROOT / "CMakeLists.txt").read_text("utf-8"))[1]
 
 
-def test_the_software_centre_is_told_of_this_version(installation):
+def test_the_metadata_for_software_centers_names_this_version(installation):
     path = installation.below(f"share/metainfo/{ID}.metainfo.xml")
     # Includes hints, but no checks that need the network.
     run("appstreamcli", "validate", "--no-net", "--pedantic", "--strict", "--no-color", path)
@@ -239,7 +239,7 @@ def test_a_symbolic_icon_takes_the_themes_color(installation):
     assert not any(name.startswith("stroke") for element in root.iter() for name in element.keys())
 
 
-def test_manual_pages_have_nothing_to_complain_of(installation):
+def test_manual_pages_have_no_warnings(installation):
     pages = sorted(path for path in installation.below("share/man").rglob("*") if path.is_file())
     assert pages
     for page in pages:

@@ -35,7 +35,7 @@ def test_holds_each_picture_for_the_displays_that_show_it(tmp_path):
     }
 
 
-def test_refuses_what_is_no_picture_of_an_icons_size(tmp_path):
+def test_refuses_a_picture_that_does_not_have_an_icon_size(tmp_path):
     text = tmp_path / "text.png"
     text.write_text("no picture")
     for picture, reason in ((text, "is no PNG file"), (PICTURES / "48.png", "48 by 48")):

@@ -118,7 +118,7 @@ def signing(tmp_path, app):
     return Signing(tmp_path, app)
 
 
-def test_for_this_mac_alone_nothing_is_claimed_that_it_would_not_grant(signing):
+def test_a_signature_for_this_mac_claims_no_restricted_entitlement(signing):
     assert signing.run("-", with_profile=False)[0] == 0
     calls = signing.calls_file.read_text()
     assert "runtime" not in calls

@@ -145,7 +145,7 @@ def test_only_root_talks_to_the_tunnels_service(bus):
     owner.communicate(timeout=10)
 
 
-def test_everybody_may_ask_the_helper_and_nothing_but_its_messages(bus):
+def test_all_users_may_send_the_helper_its_messages_only(bus):
     owner, said = bus.own(HELPER[0], 0)
     assert said == OWNED
     name, path, interface, member = HELPER
@@ -156,7 +156,7 @@ def test_everybody_may_ask_the_helper_and_nothing_but_its_messages(bus):
     owner.communicate(timeout=10)
 
 
-def test_a_name_beside_the_policies_is_nobodys(bus):
+def test_a_name_that_no_policy_mentions_cannot_be_owned(bus):
     owner, said = bus.own(f"{ID}.Other", 0)
     owner.communicate(timeout=10)
     assert said == DENIED
@@ -202,7 +202,7 @@ def test_polkit_policies_are_valid(installation):
         run("xmllint", "--noout", "--nonet", "--dtdvalid", DTD, path)
 
 
-def test_polkit_is_told_of_the_two_actions(installation):
+def test_polkit_knows_the_two_actions(installation):
     found = {}
     for name, (path, action) in actions(installation).items():
         assert action.findtext("description") and action.findtext("message"), f"{path}: {name}"

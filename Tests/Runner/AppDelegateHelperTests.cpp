@@ -28,7 +28,7 @@ TEST_F(AppDelegateHelper, registersTheHelperOnEveryLaunch) {
     EXPECT_EQ(helper().registrations(), 2);
 }
 
-TEST_F(AppDelegateHelper, goesOnWhenTheHelperCannotBeRegistered) {
+TEST_F(AppDelegateHelper, continuesWhenTheHelperCannotBeRegistered) {
     helper().failRegistration(Error{"SMAppServiceErrorDomain", 22, "Invalid signature."});
     launch();
     dispatch.runUntilIdle();
@@ -37,7 +37,7 @@ TEST_F(AppDelegateHelper, goesOnWhenTheHelperCannotBeRegistered) {
     EXPECT_EQ(appState->helperRegistrationError.get(), std::nullopt);
 }
 
-TEST_F(AppDelegateHelper, tellsThePersonThatTheHelperNeedsApproval) {
+TEST_F(AppDelegateHelper, tellsTheUserThatTheHelperNeedsApproval) {
     helper().requireApproval();
     launch();
     dispatch.runUntilIdle();
@@ -93,7 +93,7 @@ TEST_F(AppDelegateHelper, givesUpAfterTenRetriesAndSaysSo) {
     EXPECT_FALSE(dispatch.nextInstant().has_value());
 }
 
-TEST_F(AppDelegateHelper, triesFromTheBeginningWhenThePersonComesBackAfterwards) {
+TEST_F(AppDelegateHelper, triesFromTheBeginningWhenTheUserComesBack) {
     system.xpc.setHelper(SimulatedXPC::Helper::incompatible);
     launch();
     dispatch.advance(seconds(120));
@@ -112,7 +112,7 @@ TEST_F(AppDelegateHelper, triesFromTheBeginningWhenThePersonComesBackAfterwards)
     EXPECT_TRUE(hasStartedAppState());
 }
 
-TEST_F(AppDelegateHelper, checksAgainWhenThePersonHasApprovedTheHelper) {
+TEST_F(AppDelegateHelper, checksAgainWhenTheUserHasApprovedTheHelper) {
     helper().requireApproval();
     launch();
     dispatch.advance(seconds(200));
@@ -125,7 +125,7 @@ TEST_F(AppDelegateHelper, checksAgainWhenThePersonHasApprovedTheHelper) {
     EXPECT_TRUE(hasStartedAppState());
 }
 
-TEST_F(AppDelegateHelper, checksNothingAgainWhileNothingIsAmiss) {
+TEST_F(AppDelegateHelper, doesNotCheckAgainWhileAllIsWell) {
     launch();
     dispatch.runUntilIdle();
     system.systemLog.clear();

@@ -10,7 +10,7 @@ using ::testing::StartsWith;
 
 class AppDelegateLaunch : public AppDelegateFixture {};
 
-TEST_F(AppDelegateLaunch, takesItsStepsOneAfterTheOther) {
+TEST_F(AppDelegateLaunch, takesItsStepsInOrder) {
     std::vector<std::string> moments;
     const auto noteWhatIsDone = [&](const std::string& moment) {
         const std::vector<std::pair<const char*, bool>> steps{
@@ -97,7 +97,7 @@ TEST_F(AppDelegateLaunch, logsAnErrorWhenItAsksForNotifications) {
     EXPECT_TRUE(hasStartedAppState());
 }
 
-TEST_F(AppDelegateLaunch, saysNothingOfARefusalOfNotifications) {
+TEST_F(AppDelegateLaunch, logsNothingWhenNotificationsAreRefused) {
     launch();
     system.userNotificationCenter.answer(false);
     dispatch.runUntilIdle();
@@ -215,7 +215,7 @@ TEST_F(AppDelegateLaunch, doesNotStartTheStateAgainAfterFiveSeconds) {
     EXPECT_EQ(count("State", "start() called"), 1);
 }
 
-TEST_F(AppDelegateLaunch, leavesTheOtherCallbacksOfTheExtensionAlone) {
+TEST_F(AppDelegateLaunch, doesNotSetTheOtherCallbacksOfTheExtension) {
     int reboots = 0, approvals = 0;
     launch();
     systemExtension->onWillCompleteAfterReboot = [&] { ++reboots; };
@@ -240,7 +240,7 @@ TEST_F(AppDelegateLaunch, takesACallbackThatStartedTheApplication) {
 
 // Ending early
 
-TEST_F(AppDelegateLaunch, retriesNothingAfterItsEnd) {
+TEST_F(AppDelegateLaunch, retriesNothingAfterDestruction) {
     system.xpc.setHelper(SimulatedXPC::Helper::incompatible);
     launch();
     dispatch.runUntilIdle();
@@ -255,7 +255,7 @@ TEST_F(AppDelegateLaunch, retriesNothingAfterItsEnd) {
     EXPECT_EQ(helper().registrations(), 1);
 }
 
-TEST_F(AppDelegateLaunch, takesNoAnswerOfTheHelperAfterItsEnd) {
+TEST_F(AppDelegateLaunch, ignoresAnswersOfTheHelperAfterDestruction) {
     system.xpc.setReplyDelay(seconds(3));
     launch();
     dispatch.advance(seconds(1));
@@ -265,7 +265,7 @@ TEST_F(AppDelegateLaunch, takesNoAnswerOfTheHelperAfterItsEnd) {
     EXPECT_EQ(system.systemExtensions.requests().size(), 0u);
 }
 
-TEST_F(AppDelegateLaunch, takesNoReportOfTheExtensionAfterItsEnd) {
+TEST_F(AppDelegateLaunch, ignoresReportsOfTheExtensionAfterDestruction) {
     system.systemExtensions.answerDelay = seconds(3);
     launch();
     dispatch.advance(seconds(1));
@@ -275,7 +275,7 @@ TEST_F(AppDelegateLaunch, takesNoReportOfTheExtensionAfterItsEnd) {
     EXPECT_FALSE(hasStartedAppState());
 }
 
-TEST_F(AppDelegateLaunch, takesNoReportOfTheConfigurationAfterItsEnd) {
+TEST_F(AppDelegateLaunch, ignoresReportsOfTheConfigurationAfterDestruction) {
     system.networkExtension.answerDelay = seconds(1);
     launch();
     dispatch.runUntilIdle();

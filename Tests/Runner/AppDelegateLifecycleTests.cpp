@@ -57,7 +57,7 @@ TEST_F(AppDelegateLifecycle, looksAtTheFirstTokenOnly) {
     EXPECT_TRUE(wakesFor("quoxelin://auth?token=abc&token="));
 }
 
-TEST_F(AppDelegateLifecycle, takesEveryShapeOfItsOwnURLs) {
+TEST_F(AppDelegateLifecycle, acceptsEveryFormOfItsURLs) {
     EXPECT_TRUE(wakesFor("quoxelin:?token=abc"));
     EXPECT_TRUE(wakesFor("quoxelin://?token=abc"));
     EXPECT_TRUE(wakesFor("quoxelin:auth?token=abc"));
@@ -72,7 +72,7 @@ TEST_F(AppDelegateLifecycle, ignoresOtherSchemes) {
     EXPECT_FALSE(wakesFor("?token=abc"));
 }
 
-TEST_F(AppDelegateLifecycle, ignoresAnEventThatHoldsNoURL) {
+TEST_F(AppDelegateLifecycle, ignoresAnEventWithoutAURL) {
     EXPECT_FALSE(wakesFor(std::nullopt));
     EXPECT_FALSE(wakesFor(""));
     EXPECT_FALSE(wakesFor("quoxelin://auth?token=%zz"));
@@ -81,7 +81,7 @@ TEST_F(AppDelegateLifecycle, ignoresAnEventThatHoldsNoURL) {
     EXPECT_FALSE(wakesFor("\xff\xfe"));
 }
 
-TEST_F(AppDelegateLifecycle, takesACallbackFromAnotherThreadToTheMainThread) {
+TEST_F(AppDelegateLifecycle, passesACallbackFromAnotherThreadToTheMainThread) {
     dispatch.global(QualityOfService::standard).async([&] {
         delegate->handleIncomingURL(*Url::parse("quoxelin://auth?token=abc"));
     });
@@ -92,7 +92,7 @@ TEST_F(AppDelegateLifecycle, takesACallbackFromAnotherThreadToTheMainThread) {
 
 // The end
 
-TEST_F(AppDelegateLifecycle, takesLeaveInOrder) {
+TEST_F(AppDelegateLifecycle, terminatesInOrder) {
     ASSERT_TRUE(system.panels.isMonitored());
     delegate->applicationWillTerminate();
     EXPECT_THAT(log("App"),
@@ -108,7 +108,7 @@ TEST_F(AppDelegateLifecycle, takesLeaveInOrder) {
     EXPECT_THAT(daemon.requestLines(), IsEmpty());
 }
 
-TEST_F(AppDelegateLifecycle, takesLeaveWhenThePersonQuits) {
+TEST_F(AppDelegateLifecycle, terminatesWhenTheUserQuits) {
     EXPECT_TRUE(system.application.chooseMenuItem("Quit Quoxelin"));
     dispatch.runUntilIdle();
     EXPECT_TRUE(system.application.hasTerminated());

@@ -44,7 +44,7 @@ TEST_F(AppDelegateMenuBar, staysVisibleWithoutAnIcon) {
     EXPECT_EQ(count("App", missingIcon), 3);
 }
 
-TEST_F(AppDelegateMenuBar, showsTheIconAgainWhenItIsThereAgain) {
+TEST_F(AppDelegateMenuBar, showsTheIconAgainOnceItExistsAgain) {
     system.statusBar.images.clear();
     launch();
     system.statusBar.images = {"menu_icon"};
@@ -53,7 +53,7 @@ TEST_F(AppDelegateMenuBar, showsTheIconAgainWhenItIsThereAgain) {
     EXPECT_EQ(icon().title, "");
 }
 
-TEST_F(AppDelegateMenuBar, clearsAnIconThatHasGone) {
+TEST_F(AppDelegateMenuBar, clearsAnIconThatNoLongerExists) {
     launch();
     system.statusBar.images.clear();
     delegate->updateStatusItemIcon();
@@ -61,7 +61,7 @@ TEST_F(AppDelegateMenuBar, clearsAnIconThatHasGone) {
     EXPECT_EQ(icon().title, "QX");
 }
 
-TEST_F(AppDelegateMenuBar, doesWithoutAButton) {
+TEST_F(AppDelegateMenuBar, worksWithoutAButton) {
     system.statusBar.itemsHaveButtons = false;
     launchAndSettle();
     delegate->updateStatusItemIcon();
@@ -124,7 +124,7 @@ TEST_F(AppDelegateMenuBar, fillsAPanelThatHasNoContentViewYet) {
     EXPECT_EQ(panel().contentView()->frame, NSRect{});
 }
 
-TEST_F(AppDelegateMenuBar, keepsThePanelInStepWithTheState) {
+TEST_F(AppDelegateMenuBar, updatesThePanelWithTheState) {
     launchAndSettle();
     LoginViewState login;
     login.isLoggedIn = true;
@@ -148,7 +148,7 @@ TEST_F(AppDelegateMenuBar, letsThePanelsUpdateRowFollowTheUpdater) {
     EXPECT_FALSE(findRow(*panel().tree(), "Check for Updates...")->disabled);
 }
 
-TEST_F(AppDelegateMenuBar, showsThePanelCentredUnderTheIcon) {
+TEST_F(AppDelegateMenuBar, showsThePanelCenteredUnderTheIcon) {
     system.statusBar.buttonFrame = NSRect{1200, 876, 25, 24};
     launchAndSettle();
     panel().resize({260, 333});
@@ -171,7 +171,7 @@ TEST_F(AppDelegateMenuBar, togglesThePanelAndFollowsTheIcon) {
     EXPECT_EQ(panel().frame(), (NSRect{462, 471, 300, 400}));
 }
 
-TEST_F(AppDelegateMenuBar, placesThePanelWithoutTheIconsPlace) {
+TEST_F(AppDelegateMenuBar, placesThePanelIfTheIconsPlaceIsUnknown) {
     system.statusBar.buttonFrame = std::nullopt;
     launchAndSettle();
     delegate->showWindow();
@@ -179,7 +179,7 @@ TEST_F(AppDelegateMenuBar, placesThePanelWithoutTheIconsPlace) {
     EXPECT_EQ(panel().frame(), (NSRect{-150, -405, 300, 400}));
 }
 
-TEST_F(AppDelegateMenuBar, hidesThePanelWhenThePersonClicksElsewhere) {
+TEST_F(AppDelegateMenuBar, hidesThePanelWhenTheUserClicksElsewhere) {
     launchAndSettle();
     icon().click();
     system.panels.pressElsewhere(NSEventMaskLeftMouseDown);
@@ -191,14 +191,14 @@ TEST_F(AppDelegateMenuBar, hidesThePanelWhenThePersonClicksElsewhere) {
     EXPECT_FALSE(panel().isVisible());
 }
 
-TEST_F(AppDelegateMenuBar, watchesNoOtherMouseButton) {
+TEST_F(AppDelegateMenuBar, ignoresOtherMouseButtons) {
     launchAndSettle();
     icon().click();
     system.panels.pressElsewhere(1ULL << 25);
     EXPECT_TRUE(panel().isVisible());
 }
 
-TEST_F(AppDelegateMenuBar, keepsThePanelWhenThePersonClicksInIt) {
+TEST_F(AppDelegateMenuBar, keepsThePanelWhenTheUserClicksInIt) {
     launchAndSettle();
     icon().click();
     click(*panel().tree(), "Switch Account");
@@ -227,7 +227,7 @@ TEST_F(AppDelegateMenuBar, asksForNotificationsWhenThePanelIsFirstShown) {
     EXPECT_EQ(system.userNotificationCenter.authorizationRequests().size(), 2u);
 }
 
-TEST_F(AppDelegateMenuBar, keepsOnePanelForItsLife) {
+TEST_F(AppDelegateMenuBar, keepsOnePanel) {
     launchAndSettle();
     const auto* const first = system.panels.panel();
     icon().click();

@@ -41,16 +41,16 @@ TEST(CommandLine, takesAllOptionsInAnyOrder) {
     EXPECT_EQ(options.callbackURL, "quoxelin://login?token=t");
 }
 
-TEST(CommandLine, takesAPathThatLooksLikeAnOption) {
+TEST(CommandLine, acceptsAPathThatLooksLikeAnOption) {
     EXPECT_EQ(launch({"--socket", "--version"}).socketPath, "--version");
 }
 
-TEST(CommandLine, showsVersionAndHelpWhereverTheyStand) {
+TEST(CommandLine, showsVersionAndHelpInAnyPosition) {
     EXPECT_TRUE(std::holds_alternative<ShowVersion>(parse({"--socket", "/tmp/s", "--version"})));
     EXPECT_TRUE(std::holds_alternative<ShowHelp>(parse({"--help", "--socket"})));
 }
 
-TEST(CommandLine, refusesWhatItDoesNotUnderstand) {
+TEST(CommandLine, refusesUnknownArguments) {
     EXPECT_EQ(mistake({"--simulate"}), "unknown argument \"--simulate\"");
     EXPECT_EQ(mistake({"-h"}), "unknown argument \"-h\"");
     EXPECT_EQ(mistake({""}), "unknown argument \"\"");
@@ -74,7 +74,7 @@ TEST(CommandLine, refusesASecondCallbackURL) {
     EXPECT_EQ(mistake({"quoxelin://a", "quoxelin://b"}), "more than one callback URL");
 }
 
-TEST(CommandLine, copesWithoutAProgramName) {
+TEST(CommandLine, worksWithoutAProgramName) {
     const auto line = parseCommandLine({});
     ASSERT_TRUE(std::holds_alternative<LaunchOptions>(line));
     EXPECT_EQ(std::get<LaunchOptions>(line).program, "quoxelin-desktop");

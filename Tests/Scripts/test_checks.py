@@ -66,7 +66,7 @@ def test_a_right_include_passes(tmp_path, file, line):
     assert check("check-layers", tmp_path) == (0, "")
 
 
-def test_two_types_of_one_name_are_found(tmp_path):
+def test_two_types_of_the_same_name_are_found(tmp_path):
     write(
         tmp_path,
         {
@@ -113,7 +113,7 @@ def test_the_macos_document_must_name_every_operation_of_the_platform(tmp_path):
     )
 
 
-def test_documents_may_name_what_is_built_and_other_systems_paths(tmp_path):
+def test_documents_may_name_build_results_and_other_systems_paths(tmp_path):
     write(tmp_path, {"README.md": "`build/release/quoxelin-desktop` `/var/run/quoxelind.socket`"})
     assert check("check-docs", tmp_path) == (0, "")
 
@@ -130,7 +130,7 @@ def test_documents_may_name_what_is_built_and_other_systems_paths(tmp_path):
         "curl https://registry.of-packages.io/x",
     ],
 )
-def test_what_is_unfinished_or_tied_to_a_machine_is_found(tmp_path, line):
+def test_unfinished_or_machine_specific_text_is_found(tmp_path, line):
     write(tmp_path, {"Base/A.cpp": line})
     code, errors = check("check-text", tmp_path)
     assert code == 1

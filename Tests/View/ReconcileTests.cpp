@@ -89,7 +89,7 @@ TEST(Reconcile, keepsViewsWithoutAKeyAtTheirPosition) {
     EXPECT_EQ(views[2]->readBack().text, "d");
 }
 
-TEST(Reconcile, followsAKeyToWhereverItGoes) {
+TEST(Reconcile, followsAKeyToItsNewPosition) {
     auto views = shown({}, {text("a", "1"), text("b", "2"), text("c", "3")});
     const auto before = identities(views);
     views = shown(std::move(views), {text("c", "3"), text("a", "1"), text("b", "2")});
@@ -104,14 +104,14 @@ TEST(Reconcile, makesAnotherViewForAnotherKindOrKey) {
     EXPECT_EQ(views[0]->readBack().kind, ViewNode::Kind::divider);
 }
 
-TEST(Reconcile, letsViewsGoThatStandForNothingAnyMore) {
+TEST(Reconcile, removesViewsWithoutARecord) {
     auto views = shown({}, {text("a", "1"), text("b", "2"), text("c", "3")});
     EXPECT_EQ(NotedView::alive, 3);
     views = shown(std::move(views), {text("b", "2")});
     EXPECT_EQ(NotedView::alive, 1);
 }
 
-TEST(Reconcile, givesOneViewToOnlyOneOfTwoRecordsOfTheSameKey) {
+TEST(Reconcile, givesAViewToOnlyOneOfTwoRecordsWithTheSameKey) {
     auto views = shown({}, {text("a", "1")});
     views = shown(std::move(views), {text("b", "1"), text("c", "1")});
     EXPECT_NE(views[0].get(), views[1].get());
@@ -130,7 +130,7 @@ TEST(Reconcile, installsARootOnlyWhenItIsNew) {
     EXPECT_EQ(root->readBack().kind, ViewNode::Kind::divider);
 }
 
-TEST(Element, presentsWhileItsRecordSaysSo) {
+TEST(Element, presentsWhileTheRecordHasAPresentation) {
     NotedView view(ViewNode::Kind::text);
     auto node = text("a");
     view.bind(node);

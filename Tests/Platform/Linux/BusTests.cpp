@@ -20,7 +20,7 @@ void awaitAnswer(const ServicePresence& presence, bool answer) {
 
 } // namespace
 
-TEST(Bus, isConnectedOnceTheBusHasLetItIn) {
+TEST(Bus, isConnectedAfterTheHandshake) {
     RunningBus daemon;
     Bus bus(daemon.address().toStdString());
     EXPECT_FALSE(bus.isConnected());
@@ -29,7 +29,7 @@ TEST(Bus, isConnectedOnceTheBusHasLetItIn) {
     EXPECT_TRUE(bus.uniqueName().starts_with(":"));
 }
 
-TEST(Bus, comesWithTheBusAndGoesWithIt) {
+TEST(Bus, appearsAndDisappearsWithTheBus) {
     PrivateBus daemon;
     ServedBus bus(daemon.address());
     int changes = 0;
@@ -56,7 +56,7 @@ TEST(Bus, waitsForASocketInADirectoryThatIsNotThereYet) {
     runLoopUntil([&] { return bus.isConnected(); });
 }
 
-TEST(Bus, isAbsentForEverWhereNoAddressNamesOne) {
+TEST(Bus, isAbsentForeverWithoutAnAddress) {
     for (const char* address : {"", "disabled:", "nonsense", "unix:path=/no/such/socket"}) {
         ServedBus bus(address);
         runLoopUntilIdle();
@@ -64,7 +64,7 @@ TEST(Bus, isAbsentForEverWhereNoAddressNamesOne) {
     }
 }
 
-TEST(Bus, answersACallWhileThereIsNoBusFromTheLoop) {
+TEST(Bus, failsACallWithoutABusFromTheLoop) {
     ServedBus bus("disabled:");
     std::optional<BusError> told;
     const auto call =
@@ -74,7 +74,7 @@ TEST(Bus, answersACallWhileThereIsNoBusFromTheLoop) {
     EXPECT_EQ(told->name, SD_BUS_ERROR_DISCONNECTED);
 }
 
-TEST(Bus, answersNothingToACallThatWasGivenUp) {
+TEST(Bus, doesNotAnswerACanceledCall) {
     RunningBus daemon;
     ServedBus bus(daemon.address());
     int answers = 0;
@@ -119,7 +119,7 @@ TEST(ServicePresence, followsTheOwnerOfTheName) {
     awaitAnswer(presence, false);
 }
 
-TEST(ServicePresence, countsWhatTheBusWouldStart) {
+TEST(ServicePresence, countsServicesThatTheBusWouldStart) {
     PrivateBus daemon;
     std::ofstream(daemon.services() / "test.service")
         << "[D-BUS Service]\nName=" << service << "\nExec=/bin/false\n";
@@ -143,7 +143,7 @@ TEST(ServicePresence, comesBackWithTheBus) {
     awaitAnswer(presence, false);
 }
 
-TEST(ServicePresence, tellsThoseWhoAskedBeforeItWasKnown) {
+TEST(ServicePresence, notifiesEarlierObserversOnceItIsKnown) {
     RunningBus daemon;
     ServedBus bus(daemon.address());
     ServicePresence presence(bus, service, running, [] {});

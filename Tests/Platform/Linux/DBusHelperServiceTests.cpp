@@ -61,7 +61,7 @@ TEST_F(DBusHelperServiceTest, isNotFoundWithoutABus) {
     EXPECT_EQ(status(), SMAppServiceStatus::notFound);
 }
 
-TEST_F(DBusHelperServiceTest, isNotFoundWhereTheHelperIsNotInstalled) {
+TEST_F(DBusHelperServiceTest, isNotFoundIfTheHelperIsNotInstalled) {
     start();
     const auto registered = enroll();
     ASSERT_FALSE(registered);
@@ -80,7 +80,7 @@ TEST_F(DBusHelperServiceTest, isRegisteredByItsInstallation) {
     EXPECT_EQ(unregistered.error().code, 1);
 }
 
-TEST_F(DBusHelperServiceTest, isEnabledWherePolkitAllowsIt) {
+TEST_F(DBusHelperServiceTest, isEnabledIfPolkitAllowsIt) {
     makeActivatable();
     start();
     FakeService polkit(daemon, "org.freedesktop.PolicyKit1", answers(true, false));
@@ -91,7 +91,7 @@ TEST_F(DBusHelperServiceTest, isEnabledWherePolkitAllowsIt) {
     EXPECT_EQ(questions[0].arguments().at(3).toUInt(), 0u) << "nobody is asked";
 }
 
-TEST_F(DBusHelperServiceTest, isEnabledWhereItRuns) {
+TEST_F(DBusHelperServiceTest, isEnabledIfItRuns) {
     start();
     FakeService running(daemon, DBusHelper::service, answers(false, false));
     runLoopUntil([this] { return presence.isPresent(); });
@@ -100,7 +100,7 @@ TEST_F(DBusHelperServiceTest, isEnabledWhereItRuns) {
     EXPECT_EQ(status(), SMAppServiceStatus::enabled);
 }
 
-TEST_F(DBusHelperServiceTest, requiresApprovalWherePolkitDoesNotAllowIt) {
+TEST_F(DBusHelperServiceTest, requiresApprovalIfPolkitDoesNotAllowIt) {
     makeActivatable();
     start();
     for (const bool isChallenge : {false, true}) {
@@ -122,7 +122,7 @@ TEST_F(DBusHelperServiceTest, isKnownByItsPropertyListOnly) {
 }
 
 /// A question that is given up leaves nothing behind, however often.
-TEST_F(DBusHelperServiceTest, waitsForAPolkitThatHangsWithoutHoldingUpTheLoop) {
+TEST_F(DBusHelperServiceTest, waitsForAHangingPolkitWithoutBlockingTheLoop) {
     makeActivatable();
     start();
     FakeService polkit(daemon, "org.freedesktop.PolicyKit1",

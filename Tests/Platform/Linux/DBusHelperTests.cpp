@@ -104,7 +104,7 @@ TEST_F(DBusHelperTest, carriesAPing) {
     EXPECT_THAT(told, ElementsAre("is there"));
 }
 
-TEST_F(DBusHelperTest, tellsOfARefusalInTheHelpersWords) {
+TEST_F(DBusHelperTest, reportsARefusalInTheHelpersWords) {
     start();
     FakeService helper(daemon, busName, [](const auto& call) {
         return call.createErrorReply(QDBusError::AccessDenied, "Not authorised.");
@@ -115,7 +115,7 @@ TEST_F(DBusHelperTest, tellsOfARefusalInTheHelpersWords) {
     EXPECT_THAT(told, ElementsAre("error: Not authorised."));
 }
 
-TEST_F(DBusHelperTest, tellsOfAReplyThatIsNoText) {
+TEST_F(DBusHelperTest, reportsAReplyThatIsNotAString) {
     start();
     FakeService helper(daemon, busName, [](const auto& call) { return call.createReply(7); });
     const auto connection = connect();
@@ -124,7 +124,7 @@ TEST_F(DBusHelperTest, tellsOfAReplyThatIsNoText) {
     EXPECT_THAT(told, ElementsAre(HasSubstr("error: ")));
 }
 
-TEST_F(DBusHelperTest, sendsNothingThatIsNoText) {
+TEST_F(DBusHelperTest, doesNotSendInvalidUtf8) {
     start();
     FakeService helper(daemon, busName, &silence);
     const auto connection = connect();
@@ -133,7 +133,7 @@ TEST_F(DBusHelperTest, sendsNothingThatIsNoText) {
     EXPECT_THAT(told, ElementsAre("error: The message cannot be sent: Invalid argument"));
 }
 
-TEST_F(DBusHelperTest, isInvalidatedOnceWithoutABusAndWorksWhenItHasCome) {
+TEST_F(DBusHelperTest, isInvalidatedOnceWithoutABusAndWorksOnceThereIsOne) {
     const auto early = connect();
     EXPECT_EQ(helperOf(*early), nullptr);
     early->invalidate();
@@ -147,7 +147,7 @@ TEST_F(DBusHelperTest, isInvalidatedOnceWithoutABusAndWorksWhenItHasCome) {
     EXPECT_THAT(told, ElementsAre("invalidated", "output: late"));
 }
 
-TEST_F(DBusHelperTest, hasNoFarEndWithoutTheService) {
+TEST_F(DBusHelperTest, hasNoProxyWithoutTheService) {
     start();
     const auto connection = connect();
     EXPECT_EQ(helperOf(*connection), nullptr);
@@ -195,7 +195,7 @@ TEST_F(DBusHelperTest, isInvalidatedWhenTheBusEnds) {
     EXPECT_THAT(told, ElementsAre(HasSubstr("error: "), "invalidated"));
 }
 
-TEST_F(DBusHelperTest, repliesNothingOnceInvalidated) {
+TEST_F(DBusHelperTest, deliversNoReplyOnceInvalidated) {
     start();
     FakeService helper(daemon, busName, [](const auto& call) { return call.createReply("late"); });
     const auto connection = connect();
@@ -210,7 +210,7 @@ TEST_F(DBusHelperTest, repliesNothingOnceInvalidated) {
 }
 
 /// Repeats ten times what a start without a helper does.
-TEST_F(DBusHelperTest, isNeitherHeldUpNorUsedUpByABusThatHangs) {
+TEST_F(DBusHelperTest, neitherBlocksNorLeaksWhileTheBusHangs) {
     const HungBus hung;
     Bus silentBus(hung.address());
     silentBus.serve();
@@ -233,7 +233,7 @@ TEST_F(DBusHelperTest, isNeitherHeldUpNorUsedUpByABusThatHangs) {
     EXPECT_EQ(entriesOf("/proc/self/fd"), descriptors);
 }
 
-TEST_F(DBusHelperTest, mayEndBeforeItsConnections) {
+TEST_F(DBusHelperTest, mayBeDestroyedBeforeItsConnections) {
     start();
     FakeService helper(daemon, busName, &silence);
     const auto connection = connect();
@@ -246,7 +246,7 @@ TEST_F(DBusHelperTest, mayEndBeforeItsConnections) {
     connection->invalidate();
 }
 
-TEST_F(DBusHelperTest, takesCallsOfOtherThreads) {
+TEST_F(DBusHelperTest, acceptsCallsFromOtherThreads) {
     start();
     FakeService helper(daemon, busName, [](const auto& call) { return call.createReply("done"); });
     runLoopUntil([this] { return helpers->presence().isPresent(); });

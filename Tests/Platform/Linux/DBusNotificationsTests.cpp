@@ -95,7 +95,7 @@ TEST_F(DBusNotificationsTest, grantsWhatTheServerGrants) {
     EXPECT_EQ(granted, true);
 }
 
-TEST_F(DBusNotificationsTest, handsTheNotificationToTheServer) {
+TEST_F(DBusNotificationsTest, passesTheNotificationToTheServer) {
     startServer();
     center.add(
         {.identifier = "one", .title = "Copied", .body = "100.64.0.1", .defaultSound = true});
@@ -122,14 +122,14 @@ TEST_F(DBusNotificationsTest, neverLetsTheBodyBecomeMarkup) {
     EXPECT_EQ(arguments.at(4), "&lt;b&gt;a&lt;/b&gt; &amp; &quot;c&quot;");
 }
 
-TEST_F(DBusNotificationsTest, leavesTheBodyAloneWhereTheServerKnowsNoMarkup) {
+TEST_F(DBusNotificationsTest, leavesTheBodyUnchangedIfTheServerHasNoMarkup) {
     capabilities = {"body"};
     startServer();
     center.add({"one", "t", "<b>a</b>", false});
     EXPECT_EQ(shown().at(4), "<b>a</b>");
 }
 
-TEST_F(DBusNotificationsTest, showsNothingThatTheDelegateDoesNotWantShown) {
+TEST_F(DBusNotificationsTest, showsNothingThatTheDelegateRejects) {
     startServer();
     delegate->options = UNNotificationPresentationOptionSound;
     center.add({"hidden", "", "", false});
@@ -141,7 +141,7 @@ TEST_F(DBusNotificationsTest, showsNothingThatTheDelegateDoesNotWantShown) {
     EXPECT_EQ(hints(arguments).value("suppress-sound"), true);
 }
 
-TEST_F(DBusNotificationsTest, dropsWhatComesWithoutAServerAndShowsWhatComesLater) {
+TEST_F(DBusNotificationsTest, dropsNotificationsWithoutAServerAndShowsLaterOnes) {
     center.add({"lost", "lost", "", false});
     awaitStatus(UNAuthorizationStatus::denied);
     startServer();
@@ -163,7 +163,7 @@ TEST_F(DBusNotificationsTest, comesBackWithTheBus) {
     EXPECT_EQ(shown().at(3), "kept");
 }
 
-TEST_F(DBusNotificationsTest, takesCallsOfOtherThreadsAndAnyText) {
+TEST_F(DBusNotificationsTest, acceptsCallsFromOtherThreadsAndAnyText) {
     startServer();
     using namespace std::string_literals;
     std::thread([&] {
@@ -174,7 +174,7 @@ TEST_F(DBusNotificationsTest, takesCallsOfOtherThreadsAndAnyText) {
     EXPECT_EQ(shown().at(4).toString().size(), 4 << 16);
 }
 
-TEST_F(DBusNotificationsTest, survivesAServerThatDiesInBetween) {
+TEST_F(DBusNotificationsTest, survivesAServerThatDies) {
     server = std::make_unique<FakeService>(daemon, "org.freedesktop.Notifications",
                                            [](const QDBusMessage&) { return QDBusMessage(); });
     center.add({"lost", "", "", false});

@@ -30,7 +30,7 @@ TEST(QuitSignals, turnSignalsIntoEventsOfTheMainLoop) {
     }
 }
 
-TEST(QuitSignals, quitOnceForSignalsThatComeTogether) {
+TEST(QuitSignals, quitOnceForSignalsThatArriveTogether) {
     int quits = 0;
     const QuitSignals quitSignals([&] { ++quits; });
     for (int i = 0; i < 1000; ++i)
@@ -56,7 +56,7 @@ struct RecordingDelegate final : NSApplicationDelegate {
 
 } // namespace
 
-TEST(QtApplication, tellsOfLaunchAndTerminationAroundItsLoop) {
+TEST(QtApplication, reportsLaunchAndTerminationAroundItsLoop) {
     NotificationCenter notificationCenter;
     QtApplication application(notificationCenter);
     RecordingDelegate delegate([&] {
@@ -87,7 +87,7 @@ TEST(CallbackUrls, keepsEventsUntilThereIsAHandler) {
     runLoopUntil([&] { return received.size() == 3; });
 }
 
-TEST(MainMenu, bindsTheItemsThatThisDesktopHas) {
+TEST(MainMenu, bindsTheItemsThatExistOnThisDesktop) {
     NotificationCenter notificationCenter;
     QtApplication application(notificationCenter);
     int checks = 0;
@@ -121,7 +121,7 @@ TEST(QtPasteboard, putsTextOnTheClipboard) {
     EXPECT_TRUE(QGuiApplication::clipboard()->text().isEmpty());
 }
 
-TEST(ClickWatch, tellsThoseWhoAskedForThatButton) {
+TEST(ClickWatch, notifiesTheMonitorsOfThatButton) {
     ClickWatch clicks;
     int left = 0, right = 0;
     auto leftMonitor = clicks.add(NSEventMaskLeftMouseDown, [&] { ++left; });
@@ -134,7 +134,7 @@ TEST(ClickWatch, tellsThoseWhoAskedForThatButton) {
     EXPECT_EQ(left, 1);
 }
 
-TEST(ScreenGeometry, turnsTheVerticalAxisRound) {
+TEST(ScreenGeometry, invertsTheVerticalAxis) {
     const auto height = QGuiApplication::primaryScreen()->geometry().height();
     const QRect onScreen(10, 20, 300, 100);
     const auto ours = fromScreen(onScreen);
@@ -179,11 +179,11 @@ TEST(TemplateImage, isDrawnInTheDesktopsColorInEverySize) {
     }
 }
 
-TEST(TemplateImage, isMissingWhereThereIsNoSuchAsset) {
+TEST(TemplateImage, isMissingWithoutSuchAnAsset) {
     EXPECT_EQ(TemplateImage::named("no_such_icon"), nullptr);
 }
 
-TEST(TemplateImage, hasALegibleTextInItsPlace) {
+TEST(TemplateImage, isReplacedByLegibleText) {
     const auto picture = textIcon("QX", Qt::black).pixmap(18, 18).toImage();
     int dark = 0;
     for (int y = 0; y < 18; ++y)
@@ -198,7 +198,7 @@ TEST(Assets, holdEverySymbolThatThePanelShows) {
         EXPECT_NE(TemplateImage::named(std::string("symbols/") + symbol), nullptr) << symbol;
 }
 
-TEST(Theme, tellsAllItsColorsAndFontsApart) {
+TEST(Theme, distinguishesAllColorsAndFonts) {
     const Theme theme;
     for (const auto color :
          {Color::primary, Color::secondary, Color::gray, Color::green, Color::orange, Color::red})

@@ -33,14 +33,14 @@ TEST(XdgFileManager, fallsBackToTheHomeDirectory) {
     }
 }
 
-TEST(XdgFileManager, asksTheUserDatabaseWhereTheEnvironmentNamesNoHome) {
+TEST(XdgFileManager, asksTheUserDatabaseIfTheEnvironmentNamesNoHome) {
     const Variable data("XDG_DATA_HOME", nullptr), home("HOME", nullptr);
     const auto directories = supportDirectories();
     ASSERT_EQ(directories.size(), 1u);
     EXPECT_TRUE(directories.front().is_absolute());
 }
 
-TEST(XdgFileManager, namesATemporaryDirectoryEvenWhereTheEnvironmentNamesNone) {
+TEST(XdgFileManager, namesATemporaryDirectoryEvenIfTheEnvironmentDoesNot) {
     TemporaryDirectory directory;
     {
         const Variable temporary("TMPDIR", directory.path().c_str());
@@ -63,7 +63,7 @@ class FolderBundleTest : public ::testing::Test {
     TemporaryDirectory directory;
 };
 
-TEST_F(FolderBundleTest, readsTheTextsOfItsInformationDictionary) {
+TEST_F(FolderBundleTest, readsStringsFromItsInformationDictionary) {
     write("Info.plist", R"(<?xml version="1.0" encoding="UTF-8"?>
 <!DOCTYPE plist PUBLIC "-//Apple//DTD PLIST 1.0//EN" "http://www.apple.com/DTDs/PropertyList-1.0.dtd">
 <plist version="1.0">
@@ -122,7 +122,7 @@ TEST(IniUserDefaults, keepsItsValuesInItsFile) {
     EXPECT_FALSE(IniUserDefaults(file).string("loginItemRegisteredBuild"));
 }
 
-TEST(IniUserDefaults, seesAListAsNoText) {
+TEST(IniUserDefaults, doesNotReadAListAsAString) {
     TemporaryDirectory directory;
     const auto file = directory.path() / "defaults.ini";
     std::ofstream(file) << "[General]\nlist=a, b\n";
@@ -138,7 +138,7 @@ TEST(OsReleaseProcessInfo, readsTheMajorVersionOfTheSystem) {
         EXPECT_EQ(OsReleaseProcessInfo::majorVersionIn(none), 0) << none;
 }
 
-TEST(OsReleaseProcessInfo, isNamedAsTheBundleOrAsTheProgram) {
+TEST(OsReleaseProcessInfo, isNamedAfterTheBundleOrTheProgram) {
     TemporaryDirectory directory;
     EXPECT_EQ(OsReleaseProcessInfo(FolderBundle(directory.path()), "/opt/bin/quoxelin-desktop")
                   .processName(),

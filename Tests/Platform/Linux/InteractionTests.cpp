@@ -73,7 +73,7 @@ TEST(Interaction, actsOnAClickOnTheTextOfARow) {
     EXPECT_EQ(clicks, 1);
 }
 
-TEST(Interaction, actsAsTheLatestTreeSays) {
+TEST(Interaction, actsOnTheLatestTree) {
     std::string acted;
     PanelOnScreen panel(column({row("Connect", [&] { acted += "old"; })}));
     panel.show(column({row("Connect", [&] { acted += "new"; })}));
@@ -81,7 +81,7 @@ TEST(Interaction, actsAsTheLatestTreeSays) {
     EXPECT_EQ(acted, "new");
 }
 
-TEST(Interaction, survivesAnActionThatTakesItsOwnRowAway) {
+TEST(Interaction, survivesAnActionThatRemovesItsOwnRow) {
     std::unique_ptr<PanelOnScreen> panel;
     panel = std::make_unique<PanelOnScreen>(
         column({row("Logout", [&] { panel->show(column({text("gone")})); })}));
@@ -100,7 +100,7 @@ TEST(Interaction, doesNothingOnADisabledRow) {
     EXPECT_EQ(focusedRow(), "Quit");
 }
 
-TEST(Interaction, marksNoRowBeforeSomebodyWalksTheRows) {
+TEST(Interaction, marksNoRowBeforeTheKeyboardIsUsed) {
     PanelOnScreen panel(column({row("a"), row("b")}));
     EXPECT_EQ(focusedRow(), "");
 }
@@ -121,7 +121,7 @@ TEST(Interaction, walksTheRowsByTabAndArrows) {
     EXPECT_EQ(focusedRow(), "b");
 }
 
-TEST(Interaction, walksRowsThatCameInBetweenInTheOrderOfReading) {
+TEST(Interaction, walksInsertedRowsInReadingOrder) {
     PanelOnScreen panel(column({row("a"), row("c")}));
     auto keyed = row("b");
     keyed.key = "b";
@@ -155,7 +155,7 @@ TEST(Interaction, closesThePanelOnEscape) {
     EXPECT_EQ(closed, 1);
 }
 
-TEST(Interaction, tellsOfThePointerComingAndGoing) {
+TEST(Interaction, reportsThePointerEnteringAndLeaving) {
     std::vector<bool> told;
     auto hovered = row("a");
     hovered.onHover = [&](bool isHovering) { told.push_back(isHovering); };
@@ -166,7 +166,7 @@ TEST(Interaction, tellsOfThePointerComingAndGoing) {
     EXPECT_EQ(told, (std::vector{true, false}));
 }
 
-TEST(Interaction, tellsThatThePointerLeftWhenTheRowOrThePanelGoes) {
+TEST(Interaction, reportsThatThePointerLeftWhenTheRowOrThePanelDisappears) {
     std::vector<bool> told;
     auto hovered = row("a");
     hovered.onHover = [&](bool isHovering) { told.push_back(isHovering); };
@@ -232,7 +232,7 @@ TEST_F(PopoverInteraction, opensBesideThePanelWithinTheScreen) {
     EXPECT_TRUE(QGuiApplication::primaryScreen()->availableGeometry().contains(popover->card()));
 }
 
-TEST_F(PopoverInteraction, opensOnTheOtherSideWhereThereIsNoRoom) {
+TEST_F(PopoverInteraction, opensOnTheOtherSideIfThereIsNoRoom) {
     PanelOnScreen panel(column({row("More")}));
     panel.nsPanel().setFrameOrigin(100000, 300);
     panel.show(tree({row("Logout")}));
@@ -251,7 +251,7 @@ TEST_F(PopoverInteraction, staysOpenThroughAnUpdate) {
     EXPECT_EQ(dismissed, 0);
 }
 
-TEST_F(PopoverInteraction, closesWithTheTreeThatHasItNoMore) {
+TEST_F(PopoverInteraction, closesWhenTheTreeNoLongerHasIt) {
     PanelOnScreen panel(tree({row("Logout")}));
     panel.show(column({row("Connect"), row("More"), row("Quit")}));
     EXPECT_EQ(panel.popover(), nullptr);
@@ -265,7 +265,7 @@ TEST_F(PopoverInteraction, closesBeforeThePanelOnEscape) {
     EXPECT_TRUE(panel.nsPanel().isVisible());
 }
 
-TEST_F(PopoverInteraction, isClosedByAClickElsewhereInThePanelWhichDoesNothingElse) {
+TEST_F(PopoverInteraction, aClickElsewhereInThePanelOnlyClosesIt) {
     int connected = 0;
     auto shown = tree({row("Logout")});
     shown.children[0].action = [&] { ++connected; };
@@ -288,7 +288,7 @@ TEST_F(PopoverInteraction, walksAndActsByKeyboard) {
     EXPECT_EQ(acted, "docs");
 }
 
-TEST_F(PopoverInteraction, comesBackWithThePanel) {
+TEST_F(PopoverInteraction, reappearsWithThePanel) {
     PanelOnScreen panel(tree({row("Logout")}));
     panel.nsPanel().orderOut();
     runLoopUntilIdle();
@@ -298,7 +298,7 @@ TEST_F(PopoverInteraction, comesBackWithThePanel) {
     EXPECT_NE(panel.popover(), nullptr);
 }
 
-TEST_F(PopoverInteraction, goesWithTheRowThatPresentsIt) {
+TEST_F(PopoverInteraction, closesWithTheRowThatPresentsIt) {
     PanelOnScreen panel(tree({row("Logout")}));
     panel.show(column({text("logged out")}));
     EXPECT_EQ(panel.popover(), nullptr);
@@ -326,7 +326,7 @@ class AlertInteraction : public ::testing::Test {
     std::string acted;
 };
 
-TEST_F(AlertInteraction, performsThePressedButton) {
+TEST_F(AlertInteraction, performsTheActionOfThePressedButton) {
     PanelOnScreen panel(tree());
     ASSERT_NE(panel.alert(), nullptr);
     button(panel, "Uninstall")->click();
@@ -340,13 +340,13 @@ TEST_F(AlertInteraction, cancelsOnEscape) {
     EXPECT_EQ(acted, "cancel");
 }
 
-TEST_F(AlertInteraction, destroysNothingOnAnUnthinkingReturn) {
+TEST_F(AlertInteraction, doesNothingDestructiveOnReturn) {
     PanelOnScreen panel(tree());
     QTest::keyClick(panel.alert(), Qt::Key_Return);
     EXPECT_EQ(acted, "cancel");
 }
 
-TEST_F(AlertInteraction, staysUpThroughAnUpdate) {
+TEST_F(AlertInteraction, staysOpenThroughAnUpdate) {
     PanelOnScreen panel(tree());
     auto* box = panel.alert();
     auto* before = button(panel, "Uninstall");
@@ -356,7 +356,7 @@ TEST_F(AlertInteraction, staysUpThroughAnUpdate) {
     EXPECT_EQ(acted, "");
 }
 
-TEST_F(AlertInteraction, goesWithTheTreeThatHasItNoMore) {
+TEST_F(AlertInteraction, closesWhenTheTreeNoLongerHasIt) {
     PanelOnScreen panel(tree());
     panel.show(column({row("Uninstall Quoxelin")}));
     EXPECT_EQ(panel.alert(), nullptr);

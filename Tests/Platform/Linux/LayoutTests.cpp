@@ -28,7 +28,7 @@ void expectWhole(const QLabel& label) {
 
 } // namespace
 
-TEST(Layout, showsEveryTextWholeInEveryState) {
+TEST(Layout, showsEveryTextCompletelyInEveryState) {
     for (const auto& state : panelStates()) {
         SCOPED_TRACE(state.name);
         PanelOnScreen panel(state.scene()->tree());
@@ -51,7 +51,7 @@ TEST(Layout, givesEveryCardTheWidthOfItsRecord) {
     }
 }
 
-TEST(Layout, keepsTheUpperEdgeWhereItIsWhileTheContentGrowsAndShrinks) {
+TEST(Layout, keepsTheTopEdgeInPlaceWhileTheContentGrowsAndShrinks) {
     PanelOnScreen panel(panelStates().front().scene()->tree());
     const auto topOf = [&] {
         const auto frame = panel.nsPanel().frame();
@@ -68,7 +68,7 @@ TEST(Layout, keepsTheUpperEdgeWhereItIsWhileTheContentGrowsAndShrinks) {
     }
 }
 
-TEST(Layout, growsAndShrinksByItselfWithTheContentThatItShows) {
+TEST(Layout, growsAndShrinksWithItsContent) {
     PanelOnScreen panel(panelStates().front().scene()->tree());
     for (const auto& state : panelStates()) {
         SCOPED_TRACE(state.name);
@@ -83,7 +83,7 @@ TEST(Layout, growsAndShrinksByItselfWithTheContentThatItShows) {
     }
 }
 
-TEST(Layout, letsContentScrollThatIsHigherThanTheScreen) {
+TEST(Layout, scrollsContentThatIsTallerThanTheScreen) {
     ViewNode tree;
     tree.width = 260;
     for (int i = 0; i < 200; ++i) {

@@ -32,7 +32,7 @@ class MissingServicesTest : public ::testing::Test {
     std::unique_ptr<MissingServices> missing;
 };
 
-TEST_F(MissingServicesTest, saysWhatIsMissingAndWhatIsLostWithIt) {
+TEST_F(MissingServicesTest, reportsWhatIsMissingAndWhatIsLostWithIt) {
     observe();
     runLoopUntil([&] { return told.size() == 7; });
     std::sort(told.begin(), told.end());
@@ -49,7 +49,7 @@ TEST_F(MissingServicesTest, saysWhatIsMissingAndWhatIsLostWithIt) {
               }));
 }
 
-TEST_F(MissingServicesTest, saysNothingOfWhatIsThere) {
+TEST_F(MissingServicesTest, reportsNothingThatIsPresent) {
     sessionDaemon.start();
     systemDaemon.start();
     runLoopUntil([&] { return session.isConnected() && system.isConnected(); });
@@ -64,7 +64,7 @@ TEST_F(MissingServicesTest, saysNothingOfWhatIsThere) {
             << line;
 }
 
-TEST_F(MissingServicesTest, saysWhenSomethingComesAndGoes) {
+TEST_F(MissingServicesTest, reportsWhenSomethingAppearsAndDisappears) {
     observe();
     await("PackageKit is not available: there is no looking for updates");
     await("NetworkManager is not available: there can be no tunnel");

@@ -104,14 +104,14 @@ TEST_F(NetworkManagerPluginTest, installsThroughTheOneInstallerAsRoot) {
     EXPECT_EQ(pkexec.arguments(), "/somewhere/install-extension\n");
 }
 
-TEST_F(NetworkManagerPluginTest, asksNobodyWhereThisVersionIsInstalled) {
+TEST_F(NetworkManagerPluginTest, doesNotAskIfThisVersionIsInstalled) {
     install("2.0");
     const Recorder pkexec("exit 1");
     EXPECT_EQ(told(pkexec.path(), Kind::activation), Told{"finished 0"});
     EXPECT_EQ(pkexec.calls(), 0u);
 }
 
-TEST_F(NetworkManagerPluginTest, installsAgainWhatLacksItsProgram) {
+TEST_F(NetworkManagerPluginTest, installsAgainIfTheProgramIsMissing) {
     install("2.0", "/no/such/service");
     const Recorder pkexec;
     EXPECT_EQ(told(pkexec.path(), Kind::activation), Told{"finished 0"});
@@ -137,7 +137,7 @@ TEST_F(NetworkManagerPluginTest, keepsAnotherVersionWhenTheDelegateSaysSo) {
     EXPECT_EQ(pkexec.calls(), 0u);
 }
 
-TEST_F(NetworkManagerPluginTest, tellsADismissedQuestionFromARefusal) {
+TEST_F(NetworkManagerPluginTest, distinguishesADismissedQuestionFromARefusal) {
     EXPECT_EQ(told(Recorder("exit 126").path(), Kind::activation),
               Told{"failed 11 The authorization was dismissed."});
     EXPECT_EQ(told(Recorder("echo Request dismissed >&2; exit 126").path(), Kind::activation),
@@ -152,7 +152,7 @@ TEST_F(NetworkManagerPluginTest, passesOnWhyTheInstallerFailed) {
               Told{"failed 1 The extension could not be installed."});
 }
 
-TEST_F(NetworkManagerPluginTest, failsWhereNothingCanAskForAnAuthorization) {
+TEST_F(NetworkManagerPluginTest, failsIfNothingCanAskForAuthorization) {
     const auto answer = told("/no/such/pkexec", Kind::activation);
     ASSERT_EQ(answer.size(), 1u);
     EXPECT_TRUE(answer[0].starts_with("failed 1 /no/such/pkexec cannot be started: ")) << answer[0];
@@ -198,7 +198,7 @@ TEST_F(NetworkManagerPluginTest, foundIsWhatIsInstalled) {
     EXPECT_EQ(told("/no", Kind::properties), Told{"found"});
 }
 
-TEST_F(NetworkManagerPluginTest, outlivesNeitherDelegatesNorItself) {
+TEST_F(NetworkManagerPluginTest, reportsNothingToDestroyedDelegatesNorAfterDestruction) {
     const auto gate = directory.path() / "gate";
     const Recorder pkexec("while [ -d " + directory.path().string() + " ] && ! [ -e " +
                           gate.string() + " ]; do sleep 0.01; done");

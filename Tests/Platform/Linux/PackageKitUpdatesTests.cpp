@@ -138,7 +138,7 @@ TEST_F(PackageKitUpdatesTest, saysWhenThereIsNothingNewer) {
     EXPECT_EQ(window(), nullptr);
 }
 
-TEST_F(PackageKitUpdatesTest, installsTheNewerVersionWhenThePersonWantsIt) {
+TEST_F(PackageKitUpdatesTest, installsTheNewerVersionIfTheUserWantsIt) {
     updates << "quoxelin-desktop;2.1;amd64;stable";
     startPackageKit();
     check();
@@ -153,7 +153,7 @@ TEST_F(PackageKitUpdatesTest, installsTheNewerVersionWhenThePersonWantsIt) {
               (QVariantList{qulonglong(2), QStringList{"quoxelin-desktop;2.1;amd64;stable"}}));
 }
 
-TEST_F(PackageKitUpdatesTest, installsNothingWhenThePersonDoesNotWantIt) {
+TEST_F(PackageKitUpdatesTest, installsNothingIfTheUserDoesNotWantIt) {
     updates << "quoxelin-desktop;2.1;amd64;stable";
     startPackageKit();
     check();
@@ -187,7 +187,7 @@ TEST_F(PackageKitUpdatesTest, passesOnARefusal) {
     EXPECT_EQ(window()->informativeText(), "not for you");
 }
 
-TEST_F(PackageKitUpdatesTest, survivesTheEndOfTheServiceInTheMiddle) {
+TEST_F(PackageKitUpdatesTest, survivesTheServiceStoppingMeanwhile) {
     hanging = "GetUpdates";
     startPackageKit();
     check();
@@ -199,7 +199,7 @@ TEST_F(PackageKitUpdatesTest, survivesTheEndOfTheServiceInTheMiddle) {
     runLoopUntil([&] { return told.back(); });
 }
 
-TEST_F(PackageKitUpdatesTest, survivesTheEndOfTheBusInTheMiddle) {
+TEST_F(PackageKitUpdatesTest, survivesTheBusStoppingMeanwhile) {
     hanging = "GetUpdates";
     startPackageKit();
     check();
@@ -218,7 +218,7 @@ TEST_F(PackageKitUpdatesTest, survivesTheEndOfTheBusInTheMiddle) {
     EXPECT_TRUE(controller->updater().canCheckForUpdates());
 }
 
-TEST_F(PackageKitUpdatesTest, stopsWhenThePersonCancels) {
+TEST_F(PackageKitUpdatesTest, stopsWhenTheUserCancels) {
     hanging = "GetUpdates";
     startPackageKit();
     check();

@@ -19,7 +19,7 @@ std::optional<std::string> run(const Recorder& pkexec, const std::string& comman
 
 } // namespace
 
-TEST(PkexecScripts, handsTheCommandsToARootShellUnchanged) {
+TEST(PkexecScripts, passesTheCommandsToARootShellUnchanged) {
     const Recorder pkexec;
     const std::string commands = "echo 'a b' $HOME `c` 2>/dev/null || true; rm -f /no/such/file";
     EXPECT_EQ(run(pkexec, commands), std::nullopt);
@@ -27,21 +27,21 @@ TEST(PkexecScripts, handsTheCommandsToARootShellUnchanged) {
     EXPECT_EQ(pkexec.input(), commands + "\n");
 }
 
-TEST(PkexecScripts, handsOverMoreThanAPipeHolds) {
+TEST(PkexecScripts, passesMoreThanAPipeHolds) {
     const Recorder pkexec;
     const std::string commands(1 << 20, ':');
     EXPECT_EQ(run(pkexec, commands), std::nullopt);
     EXPECT_EQ(pkexec.input().size(), commands.size() + 1);
 }
 
-TEST(PkexecScripts, tellsADismissedAuthorizationFromARefusedOneAndFromAFailure) {
+TEST(PkexecScripts, distinguishesDismissalRefusalAndFailure) {
     EXPECT_EQ(run(Recorder("exit 126"), ":"), "The authorization was dismissed.");
     EXPECT_EQ(run(Recorder("exit 127"), ":"), "The authorization was not obtained.");
     EXPECT_EQ(run(Recorder("exit 3"), ":"), "The script ended with exit code 3.");
     EXPECT_EQ(run(Recorder("kill -KILL $$"), ":"), "The script was ended by a signal.");
 }
 
-TEST(PkexecScripts, addsWhatWasSaidOnStandardError) {
+TEST(PkexecScripts, includesStandardErrorInTheError) {
     EXPECT_EQ(run(Recorder("echo '  no agent ' >&2; exit 127"), ":"),
               "The authorization was not obtained. no agent");
     EXPECT_EQ(run(Recorder("echo noise >&2"), ":"), std::nullopt);
@@ -53,14 +53,14 @@ TEST(PkexecScripts, survivesAProgramThatReadsNothing) {
     EXPECT_EQ(run(pkexec, std::string(1 << 20, ':')), "The authorization was dismissed.");
 }
 
-TEST(PkexecScripts, failsWhereNothingCanAskForAPassword) {
+TEST(PkexecScripts, failsIfNothingCanAskForAPassword) {
     const auto script = PkexecScripts("/no/such/pkexec").initWithSource(opening + closing);
     const auto error = script->executeAndReturnError();
     ASSERT_TRUE(error);
     EXPECT_TRUE(error->starts_with("/no/such/pkexec cannot be started: ")) << *error;
 }
 
-TEST(PkexecScripts, takesNoOtherText) {
+TEST(PkexecScripts, acceptsNoOtherText) {
     using namespace std::string_literals;
     PkexecScripts scripts("/no/such/pkexec");
     for (const auto& text :

@@ -30,7 +30,7 @@ TEST(QtDispatch, performsMainWorkInOrderOnTheMainThread) {
     EXPECT_EQ(order, "abc");
 }
 
-TEST(QtDispatch, leavesWorkThatWorkSubmitsToALaterTurn) {
+TEST(QtDispatch, defersWorkSubmittedByWorkToALaterTurn) {
     QtDispatch dispatch;
     std::string order;
     dispatch.main().async([&] {
@@ -42,7 +42,7 @@ TEST(QtDispatch, leavesWorkThatWorkSubmitsToALaterTurn) {
     EXPECT_EQ(order, "abc");
 }
 
-TEST(QtDispatch, letsOtherEventsInBetweenAnEndlessChainOfWork) {
+TEST(QtDispatch, handlesOtherEventsDuringAnEndlessChainOfWork) {
     QtDispatch dispatch;
     bool otherEventCame = false;
     std::function<void()> chain = [&] {
@@ -75,7 +75,7 @@ TEST(QtDispatch, keepsTheMainThreadFreeWhileSixtyFourExchangesHang) {
     open->count_down();
 }
 
-TEST(QtDispatch, goesWithoutWaitingForWorkThatNeverEnds) {
+TEST(QtDispatch, isDestroyedWithoutWaitingForWorkThatNeverEnds) {
     const auto blocked = std::make_shared<std::latch>(2);
     const auto open = std::make_shared<std::latch>(1);
     const auto block = [=] {
@@ -102,7 +102,7 @@ TEST(QtDispatch, performsDelayedWorkNeverBeforeItsTime) {
     EXPECT_GE(*elapsed, std::chrono::microseconds(2500));
 }
 
-TEST(QtDispatch, takesDelaysFromOtherThreads) {
+TEST(QtDispatch, acceptsDelayedWorkFromOtherThreads) {
     QtDispatch dispatch;
     bool performed = false;
     std::thread([&] {
@@ -114,7 +114,7 @@ TEST(QtDispatch, takesDelaysFromOtherThreads) {
     runLoopUntil([&] { return performed; });
 }
 
-TEST(QtDispatch, performsDelayedWorkInTheOrderOfItsInstants) {
+TEST(QtDispatch, performsDelayedWorkInOrderOfTime) {
     QtDispatch dispatch;
     std::string order;
     dispatch.main().asyncAfter(std::chrono::milliseconds(3), [&] { order += 'c'; });
@@ -130,20 +130,20 @@ class QtTimersTest : public ::testing::Test {
     QtTimers timers{dispatch.main()};
 };
 
-TEST_F(QtTimersTest, keepNoTimerForWorkThatWasCalledOff) {
+TEST_F(QtTimersTest, keepNoTimerForCanceledWork) {
     auto item = timers.start(std::chrono::hours(1), [] { FAIL(); });
     EXPECT_EQ(timers.count(), 1u);
     item.cancel();
     EXPECT_EQ(timers.count(), 0u);
 }
 
-TEST_F(QtTimersTest, keepNoTimerForWorkThatAnotherThreadCalledOff) {
+TEST_F(QtTimersTest, keepNoTimerForWorkThatAnotherThreadCanceled) {
     auto item = timers.start(std::chrono::hours(1), [] { FAIL(); });
     std::thread([&] { item.cancel(); }).join();
     runLoopUntil([&] { return timers.count() == 0; });
 }
 
-TEST_F(QtTimersTest, startNoTimerForWorkThatWasCalledOffOnItsWayToTheMainThread) {
+TEST_F(QtTimersTest, startNoTimerForWorkCanceledBeforeItReachesTheMainThread) {
     std::thread([&] {
         auto item = timers.start(std::chrono::hours(1), [] { FAIL(); });
         item.cancel();
@@ -170,7 +170,7 @@ TEST_F(QtTimersTest, waitForDelaysThatNoTimerOfTheToolkitCanExpress) {
     EXPECT_TRUE(longest.isPending());
 }
 
-TEST(QtTimers, dropTheirWorkWhenTheyGo) {
+TEST(QtTimers, dropTheirWorkWhenDestroyed) {
     QtDispatch dispatch;
     const auto held = std::make_shared<int>(1);
     std::optional<WorkItem> item;

@@ -85,7 +85,7 @@ class QtStatusBarTest : public ::testing::Test {
     int clicks = 0;
 };
 
-TEST_F(QtStatusBarTest, registersWithTheTrayThatComesAndWithEachThatFollows) {
+TEST_F(QtStatusBarTest, registersWithEveryTrayThatAppears) {
     int changes = 0;
     const auto observation = bar.observeTray([&] { ++changes; });
     for (int round = 0; round < 2; ++round) {

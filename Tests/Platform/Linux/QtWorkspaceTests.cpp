@@ -44,17 +44,17 @@ class QtWorkspaceTest : public ::testing::Test {
     QtWorkspace workspace;
 };
 
-TEST_F(QtWorkspaceTest, handsUrlsToTheHandlerOfTheirScheme) {
+TEST_F(QtWorkspaceTest, passesUrlsToTheHandlerOfTheirScheme) {
     EXPECT_TRUE(workspace.open(url("quoxelin-test://x/y?a=b%20c&d=$HOME;'")));
     awaitCall("--open\nquoxelin-test://x/y?a=b%20c&d=$HOME;'\n");
 }
 
-TEST_F(QtWorkspaceTest, refusesWhatNothingHandles) {
+TEST_F(QtWorkspaceTest, refusesUrlsWithoutAHandler) {
     EXPECT_FALSE(workspace.open(url("x-apple.systempreferences:com.apple.LoginItems")));
     EXPECT_FALSE(workspace.open(url("relative/reference")));
 }
 
-TEST_F(QtWorkspaceTest, findsTheSettingsOfTheDesktopThatRuns) {
+TEST_F(QtWorkspaceTest, findsTheSettingsOfTheRunningDesktop) {
     {
         const Variable desktop("XDG_CURRENT_DESKTOP", "Nameless:XFCE");
         for (const char* settings : {"com.apple.SystemSettings", "com.apple.systempreferences"}) {
@@ -84,7 +84,7 @@ TEST_F(QtWorkspaceTest, opensFoldersWithTheFileManager) {
     awaitCall(folder.string() + "\n");
 }
 
-TEST_F(QtWorkspaceTest, startsNothingThatIsNoEntry) {
+TEST_F(QtWorkspaceTest, startsOnlyDesktopEntries) {
     workspace.openApplication("/no/such/entry.desktop");
     workspace.openApplication(recorder->path());
     runLoopUntilIdle();

@@ -30,7 +30,7 @@ INSTANTIATE_TEST_SUITE_P(, RendererGolden, ::testing::ValuesIn(panelStates()),
                              return name;
                          });
 
-TEST(Renderer, showsEveryStateWhateverItShowedBefore) {
+TEST(Renderer, showsEveryStateAfterEveryOther) {
     std::vector<ViewNode> trees;
     for (const auto& state : panelStates())
         trees.push_back(state.scene()->tree());
@@ -80,7 +80,7 @@ class PaintWatch final : public QObject {
 
 } // namespace
 
-TEST(Renderer, paintsNothingAgainForATreeThatIsTheSame) {
+TEST(Renderer, repaintsNothingForAnEqualTree) {
     for (const auto& state : panelStates()) {
         SCOPED_TRACE(state.name);
         const auto tree = state.scene()->tree();
@@ -91,7 +91,7 @@ TEST(Renderer, paintsNothingAgainForATreeThatIsTheSame) {
     }
 }
 
-TEST(Renderer, paintsAgainOnlyTheRowThatIsHighlighted) {
+TEST(Renderer, repaintsOnlyTheHighlightedRow) {
     const auto state = [](const char* name) {
         return std::find_if(panelStates().begin(), panelStates().end(),
                             [&](const PanelState& each) { return each.name == name; })

@@ -59,28 +59,28 @@ class SingleInstanceTest : public ::testing::Test {
     RunningBus daemon;
 };
 
-TEST_F(SingleInstanceTest, theFirstOwnsTheName) {
+TEST_F(SingleInstanceTest, theFirstInstanceOwnsTheName) {
     Instance first(daemon.address());
     EXPECT_EQ(first.claim("quoxelin://x?token=1"), Role::first);
     EXPECT_TRUE(daemon.connect().interface()->isServiceRegistered(applicationName));
     EXPECT_TRUE(first.asked.empty());
 }
 
-TEST_F(SingleInstanceTest, aFollowerHandsItsUrlOver) {
+TEST_F(SingleInstanceTest, aSecondInstanceHandsItsUrlOver) {
     Instance first(daemon.address());
     ASSERT_EQ(first.claim(), Role::first);
     EXPECT_EQ(startAnother("quoxelin://callback?token=a%20b"), Role::follower);
     EXPECT_EQ(first.asked, std::vector<std::string>{"open quoxelin://callback?token=a%20b"});
 }
 
-TEST_F(SingleInstanceTest, aFollowerWithoutAUrlBringsTheFirstToTheFront) {
+TEST_F(SingleInstanceTest, aSecondInstanceWithoutAUrlBringsTheFirstToTheFront) {
     Instance first(daemon.address());
     ASSERT_EQ(first.claim(), Role::first);
     EXPECT_EQ(startAnother(), Role::follower);
     EXPECT_EQ(first.asked, std::vector<std::string>{"activate"});
 }
 
-TEST_F(SingleInstanceTest, aFirstThatDoesNotAnswerIsGivenUpOn) {
+TEST_F(SingleInstanceTest, aFirstInstanceThatDoesNotAnswerIsIgnored) {
     Instance first(daemon.address());
     ASSERT_EQ(first.claim(), Role::first);
     // The first instance's loop does not run meanwhile.
@@ -91,7 +91,7 @@ TEST_F(SingleInstanceTest, aFirstThatDoesNotAnswerIsGivenUpOn) {
         << outcome.error();
 }
 
-TEST_F(SingleInstanceTest, theNextIsTheFirstOnceTheFirstHasGone) {
+TEST_F(SingleInstanceTest, theNextInstanceOwnsTheNameOnceTheFirstHasExited) {
     {
         Instance first(daemon.address());
         ASSERT_EQ(first.claim(), Role::first);
@@ -100,7 +100,7 @@ TEST_F(SingleInstanceTest, theNextIsTheFirstOnceTheFirstHasGone) {
     EXPECT_EQ(next.claim(), Role::first);
 }
 
-TEST_F(SingleInstanceTest, startsAnywayWithoutABusAndOwnsTheNameWhenThereIsOne) {
+TEST_F(SingleInstanceTest, startsWithoutABusAndOwnsTheNameOnceThereIsOne) {
     daemon.stop();
     Instance first(daemon.address());
     EXPECT_EQ(first.claim("quoxelin://x"), Role::first);
@@ -110,7 +110,7 @@ TEST_F(SingleInstanceTest, startsAnywayWithoutABusAndOwnsTheNameWhenThereIsOne) 
     EXPECT_EQ(first.asked, std::vector<std::string>{"open quoxelin://y"});
 }
 
-TEST_F(SingleInstanceTest, answersTheDesktopsOwnCalls) {
+TEST_F(SingleInstanceTest, answersTheCallsOfTheDesktop) {
     Instance first(daemon.address());
     ASSERT_EQ(first.claim(), Role::first);
     auto connection = daemon.connect();

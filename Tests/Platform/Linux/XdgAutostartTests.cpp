@@ -69,7 +69,7 @@ TEST_F(XdgAutostartTest, isRemovedWhenUnregistered) {
     EXPECT_EQ(again.error().code, 6);
 }
 
-TEST_F(XdgAutostartTest, staysSwitchedOffByAPerson) {
+TEST_F(XdgAutostartTest, staysSwitchedOffByTheUser) {
     for (const auto* off : {"Hidden=true\n", "X-GNOME-Autostart-enabled=false\n"}) {
         const auto text = std::string("[Desktop Entry]\nExec=/usr/bin/quoxelin-desktop\n") + off;
         writeEntry(text);
@@ -82,14 +82,14 @@ TEST_F(XdgAutostartTest, staysSwitchedOffByAPerson) {
     }
 }
 
-TEST_F(XdgAutostartTest, isWrittenAnewWhereItWasBroken) {
+TEST_F(XdgAutostartTest, isReplacedIfItIsMalformed) {
     writeEntry("\xFF\xFE no entry");
     EXPECT_EQ(status(), SMAppServiceStatus::notRegistered);
     ASSERT_TRUE(enroll());
     EXPECT_EQ(status(), SMAppServiceStatus::enabled);
 }
 
-TEST_F(XdgAutostartTest, tellsWhyItCannotBeWritten) {
+TEST_F(XdgAutostartTest, reportsWhyItCannotBeWritten) {
     std::filesystem::remove_all(directory.path() / "bundle");
     const auto missing = enroll();
     ASSERT_FALSE(missing);
@@ -97,7 +97,7 @@ TEST_F(XdgAutostartTest, tellsWhyItCannotBeWritten) {
     EXPECT_FALSE(std::filesystem::exists(autostart));
 }
 
-TEST_F(XdgAutostartTest, tellsWhyItsDirectoryCannotBeMade) {
+TEST_F(XdgAutostartTest, reportsWhyItsDirectoryCannotBeMade) {
     std::ofstream(autostart.parent_path()) << "a file where a directory belongs";
     const auto blocked = enroll();
     ASSERT_FALSE(blocked);

@@ -4,7 +4,7 @@
 
 namespace quoxelin::testing {
 
-TEST(MacArguments, leaveOutWhatTheSystemAdds) {
+TEST(MacArguments, leaveOutArgumentsThatTheSystemAdds) {
     EXPECT_EQ(withoutSystemArguments({"Quoxelin", "-psn_0_12345", "quoxelin://login"}),
               (std::vector<std::string>{"Quoxelin", "quoxelin://login"}));
     EXPECT_EQ(withoutSystemArguments({"Quoxelin", "-NSDocumentRevisionsDebugMode", "YES",

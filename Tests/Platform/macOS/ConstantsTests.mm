@@ -14,7 +14,7 @@ namespace quoxelin::testing {
 
 // What the frameworks define at run time only; the rest is checked while the adapters compile.
 
-TEST(MacConstants, areTheFrameworksOwn) {
+TEST(MacConstants, equalThoseOfTheFrameworks) {
     EXPECT_EQ(toString(::NEVPNErrorDomain), NEVPNErrorDomain);
     EXPECT_EQ(toString(::OSSystemExtensionErrorDomain), OSSystemExtensionErrorDomain);
     EXPECT_EQ(toString(::NSApplicationDidBecomeActiveNotification),

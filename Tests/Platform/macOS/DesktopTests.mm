@@ -29,7 +29,7 @@ TEST(MacStatusBar, putsItsItemOnTheScreen) {
     }));
 }
 
-TEST(MacPanels, openAPanelThatIsAsLargeAsItsContent) {
+TEST(MacPanels, openAPanelInTheSizeOfItsContent) {
     MacPanels panels;
     OpenPanel open(panels);
     open.panel->makeKeyAndOrderFront();
@@ -38,7 +38,7 @@ TEST(MacPanels, openAPanelThatIsAsLargeAsItsContent) {
     EXPECT_GT(open.panel->frame().height, 100);
 }
 
-TEST(MacPanels, tellOnceThatAPanelWasHidden) {
+TEST(MacPanels, reportOnceThatAPanelWasHidden) {
     MacPanels panels;
     OpenPanel open(panels);
     int hidden = 0;
@@ -50,7 +50,7 @@ TEST(MacPanels, tellOnceThatAPanelWasHidden) {
     EXPECT_EQ(hidden, 1);
 }
 
-TEST(MacQuitSignals, comeAsWorkOfTheMainThread) {
+TEST(MacQuitSignals, arriveOnTheMainThread) {
     int quits = 0;
     const MacQuitSignals signals([&] {
         EXPECT_TRUE([NSThread isMainThread]);

@@ -9,7 +9,7 @@
 
 namespace quoxelin::testing {
 
-TEST(MacText, passesBetweenTheLanguagesUnchanged) {
+TEST(MacText, isConvertedUnchanged) {
     for (const std::string text : {"", "plain", "接続できません", "a\0b", "🙂"})
         EXPECT_EQ(toString(toNSString(text)), text);
     EXPECT_EQ(toString(toNSString("a\xff"
@@ -19,7 +19,7 @@ TEST(MacText, passesBetweenTheLanguagesUnchanged) {
     EXPECT_EQ(toString(nil), "");
 }
 
-TEST(MacErrors, keepWhatTheyTell) {
+TEST(MacErrors, keepTheirDetails) {
     NSError* const error = [NSError errorWithDomain:@"QXDomain"
                                                code:7
                                            userInfo:@{NSLocalizedDescriptionKey : @"why"}];
@@ -31,7 +31,7 @@ TEST(MacErrors, keepWhatTheyTell) {
     EXPECT_EQ(raised.error(), (Error{"NSRangeException", 0, "5 is too much"}));
 }
 
-TEST(MacFoundation, readsWhatABundleSaysOfItself) {
+TEST(MacFoundation, readsTheInformationOfABundle) {
     const TemporaryDirectory directory;
     const auto app = directory.path() / "Other.app";
     // Where macOS looks, and where GNUstep does.
@@ -59,7 +59,7 @@ TEST(MacFoundation, keepsDefaults) {
     EXPECT_EQ(defaults.string("QXTestKey"), std::nullopt);
 }
 
-TEST(MacFoundation, knowsWhereFilesBelong) {
+TEST(MacFoundation, knowsTheDirectoriesForFiles) {
     const MacFileManager files;
     ASSERT_FALSE(files.applicationSupportDirectories().empty());
     EXPECT_TRUE(files.applicationSupportDirectories().front().is_absolute());
@@ -95,7 +95,7 @@ TEST(MacDispatch, worksOnTheMainThreadInOrder) {
     EXPECT_EQ(done, (std::vector<int>{0, 1, 2}));
 }
 
-TEST(MacDispatch, letsGoOfWorkWhereItWasDone) {
+TEST(MacDispatch, releasesWorkOnTheQueueThatRanIt) {
     MacDispatch dispatch;
     int living = 0;
     bool done = false;

@@ -32,7 +32,7 @@ TEST(MacFrameworkNotifications, areHandledBeforeThePostReturns) {
     EXPECT_EQ(handled, 1);
 }
 
-TEST(MacFrameworkNotifications, ofOtherThreadsAreHandledOnTheMainThread) {
+TEST(MacFrameworkNotifications, fromOtherThreadsAreHandledOnTheMainThread) {
     int handled = 0;
     FrameworkNotifications notifications;
     notifications.observe(something, [&] {
@@ -44,7 +44,7 @@ TEST(MacFrameworkNotifications, ofOtherThreadsAreHandledOnTheMainThread) {
     EXPECT_TRUE(comesTrue([&] { return handled == 1; }));
 }
 
-TEST(MacFrameworkNotifications, areHandledByNothingThatHasGone) {
+TEST(MacFrameworkNotifications, areNotHandledAfterDestruction) {
     int handled = 0, last = 0;
     FrameworkNotifications lasting;
     lasting.observe(something, [&] { ++last; });

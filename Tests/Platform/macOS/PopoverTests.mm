@@ -109,7 +109,7 @@ class MacPopoverTest : public ::testing::Test {
 
 } // namespace
 
-TEST_F(MacPopoverTest, opensAndClosesByItsOwnRow) {
+TEST_F(MacPopoverTest, opensAndClosesWithItsRow) {
     click(@"More");
     EXPECT_TRUE(comesTrue([] { return rowOnScreen(@"Within") != nil; }));
     click(@"More");
@@ -139,7 +139,7 @@ TEST_F(MacPopoverTest, staysWhileItsOwnRowsArePressed) {
     EXPECT_EQ(dismissals, 0);
 }
 
-TEST_F(MacPopoverTest, goesWithItsWindowWithoutADismissal) {
+TEST_F(MacPopoverTest, closesWithItsWindowWithoutADismissal) {
     click(@"More");
     EXPECT_TRUE(comesTrue([] { return rowOnScreen(@"Within") != nil; }));
     onScreen.panel->orderOut();

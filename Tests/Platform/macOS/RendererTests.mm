@@ -25,7 +25,7 @@ INSTANTIATE_TEST_SUITE_P(, MacRendererGolden, ::testing::ValuesIn(panelStates())
                              return name;
                          });
 
-TEST(MacRenderer, showsEveryStateWhateverItShowedBefore) {
+TEST(MacRenderer, showsEveryStateAfterEveryOther) {
     std::vector<ViewNode> trees;
     for (const auto& state : panelStates())
         trees.push_back(state.scene()->tree());
@@ -74,7 +74,7 @@ bool isBold(NSFont* font) {
 
 } // namespace
 
-TEST(MacRenderer, drawsAHeadlineInTheWeightThatItIsGiven) {
+TEST(MacRenderer, drawsAHeadlineInTheGivenWeight) {
     MacHostingView view;
     EXPECT_FALSE(isBold(labelOf(view, headline(FontWeight::regular)).font));
     EXPECT_TRUE(isBold(labelOf(view, headline(FontWeight::semibold)).font));

@@ -59,7 +59,7 @@ TEST_F(MacScreenTest, readsTheTextsFromTopToBottom) {
     EXPECT_TRUE(screen.texts().empty());
 }
 
-TEST_F(MacScreenTest, pressesWhatCanBePressed) {
+TEST_F(MacScreenTest, pressesRowsAndButtons) {
     EXPECT_EQ(screen.press("Connect"), SteeredScreen::Press::done);
     EXPECT_EQ(presses, 1);
     EXPECT_EQ(screen.press("Check for Updates..."), SteeredScreen::Press::disabled);
@@ -67,7 +67,7 @@ TEST_F(MacScreenTest, pressesWhatCanBePressed) {
     EXPECT_EQ(presses, 1);
 }
 
-TEST_F(MacScreenTest, tellsThePlaceOfARowWithinThePanel) {
+TEST_F(MacScreenTest, reportsThePlaceOfARowInThePanel) {
     const auto panel = screen.panel();
     const auto place = screen.placeOf("Connect");
     ASSERT_TRUE(panel && place);
@@ -91,7 +91,7 @@ TEST_F(MacScreenTest, savesAPictureOfThePanel) {
     EXPECT_EQ(screen.savePicture(file), SteeredScreen::Picture::empty);
 }
 
-TEST_F(MacScreenTest, pretendsAPressElsewhereToWhomItConcerns) {
+TEST_F(MacScreenTest, simulatesAPressElsewhere) {
     int left = 0, right = 0;
     const auto onLeft =
         desktop.panels.addGlobalMonitorForEvents(NSEventMaskLeftMouseDown, [&] { ++left; });

@@ -39,7 +39,7 @@ AuthorizationExecuteWithPrivileges(const void* authorization, const char* pathTo
 
 namespace quoxelin {
 
-TEST(ExecuteWithPrivileges, handsEverythingToTheSystemsCall) {
+TEST(ExecuteWithPrivileges, passesEverythingToTheSystemCall) {
     const int authorization = 0;
     const std::vector<std::string> arguments = {"-v", "", "two words", "許可"};
     status = 0;
@@ -52,13 +52,13 @@ TEST(ExecuteWithPrivileges, handsEverythingToTheSystemsCall) {
     EXPECT_FALSE(lastCall->hasPipe);
 }
 
-TEST(ExecuteWithPrivileges, givesTheCallCopiesOfTheArguments) {
+TEST(ExecuteWithPrivileges, passesCopiesOfTheArguments) {
     const std::vector<std::string> arguments = {"kept", "as it is"};
     executeWithPrivileges(nullptr, "/bin/true", arguments);
     EXPECT_EQ(arguments, (std::vector<std::string>{"kept", "as it is"}));
 }
 
-TEST(ExecuteWithPrivileges, passesJustTheEndForNoArguments) {
+TEST(ExecuteWithPrivileges, passesOnlyTheTerminatorWithoutArguments) {
     lastCall.reset();
     EXPECT_EQ(executeWithPrivileges(nullptr, "/bin/true", {}), 0);
     ASSERT_TRUE(lastCall.has_value());

@@ -12,7 +12,7 @@ TEST(ExecuteWithPrivilegesWithoutTheCall, failsWithOneLine) {
               "Failed to find AuthorizationExecuteWithPrivileges\n");
 }
 
-TEST(ExecuteWithPrivilegesWithoutTheCall, looksForItEachTime) {
+TEST(ExecuteWithPrivilegesWithoutTheCall, looksUpTheSymbolEachTime) {
     std::vector<std::string> lookedFor;
     const SymbolLookup lookUp = [&](const char* name) -> void* {
         lookedFor.emplace_back(name);

@@ -41,7 +41,7 @@ TEST(SharedInstances, needAPlatformFirst) {
                  "a shared instance was asked for before main\\(\\) chose the platform");
 }
 
-TEST(SharedInstances, areBuiltOnThePlatformThatTheProcessUses) {
+TEST(SharedInstances, useThePlatformOfTheProcess) {
     const auto& platform = machine().platform;
     EXPECT_EQ(&platform, &Platform::current());
     EXPECT_EQ(AppLogger::shared().path(),

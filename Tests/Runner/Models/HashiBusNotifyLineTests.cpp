@@ -22,7 +22,7 @@ struct Case {
 
 } // namespace
 
-TEST(HashiBusNotifyLine, isRefusedUnlessAllOfItIsJson) {
+TEST(HashiBusNotifyLine, isRefusedUnlessItIsAllJson) {
     for (const auto line : {
              ""sv,
              " "sv,
@@ -80,7 +80,7 @@ TEST(HashiBusNotifyLine, isRefusedUnlessAllOfItIsJson) {
         EXPECT_EQ(outcome(line).substr(0, 9), "no JSON: ") << line;
 }
 
-TEST(HashiBusNotifyLine, isRefusedForTheFirstMemberThatIsWrong) {
+TEST(HashiBusNotifyLine, isRefusedForTheFirstWrongMember) {
     for (const auto& [line, reason] : {
              Case{"[]", "the whole should be an object"},
              Case{"null", "the whole should be an object"},

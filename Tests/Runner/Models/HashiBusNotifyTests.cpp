@@ -13,7 +13,7 @@ std::optional<HashiBusState> stateFrom(const std::string& json) {
 
 } // namespace
 
-TEST(HashiBusState, comesAsANumberOrANameInAnyCase) {
+TEST(HashiBusState, isANumberOrANameInAnyCase) {
     EXPECT_EQ(stateFrom("0"), HashiBusState::noState);
     EXPECT_EQ(stateFrom("1"), HashiBusState::needsLogin);
     EXPECT_EQ(stateFrom("2"), HashiBusState::stopped);
@@ -28,7 +28,7 @@ TEST(HashiBusState, comesAsANumberOrANameInAnyCase) {
         EXPECT_EQ(stateFrom(running), HashiBusState::running);
 }
 
-TEST(HashiBusState, isNoStateForAnyOtherNumberOrName) {
+TEST(HashiBusState, isEmptyForAnyOtherNumberOrName) {
     for (const auto* const unknown : {"9", "-1", "5", "9223372036854775807", "\"\"", "\"Runnin\"",
                                       "\"Running \"", "\"4\"", "\"Paused\""})
         EXPECT_EQ(stateFrom(unknown), HashiBusState::noState) << unknown;
@@ -76,7 +76,7 @@ TEST(HashiBusNotify, ignoresUnknownKeysAtEveryLevel) {
               expected);
 }
 
-TEST(HashiBusNotify, hasAViewWithoutANodeWhereTheNodeIsNull) {
+TEST(HashiBusNotify, hasAViewWithoutANodeIfTheNodeIsNull) {
     const auto notify = json::decode<HashiBusNotify>(R"({"NetMap":{"Peers":[{"Node":null}]}})");
     EXPECT_EQ(notify->netMap->peers->get(), std::vector{NodeView{}});
 }

@@ -34,7 +34,7 @@ TEST(DaemonStatus, leavesMistypedMembersAbsent) {
     EXPECT_EQ(DaemonStatus::parse(R"({"jailed":"x","backend_state":"s"})")->backendState, "s");
 }
 
-TEST(DaemonStatus, hasASelfNodeWhereverThereIsAnObject) {
+TEST(DaemonStatus, hasASelfNodeForAnyObject) {
     const auto self = [](const std::string& json) {
         return DaemonStatus::parse("{\"self\":" + json + ",\"backend_state\":\"s\"}")->selfNode;
     };
@@ -62,7 +62,7 @@ TEST(DaemonStatus, takesNoEmailOrUserNameFromTheReply) {
               DaemonStatus());
 }
 
-TEST(DaemonStatus, failsWhereTheTopIsNoObject) {
+TEST(DaemonStatus, failsIfTheTopIsNotAnObject) {
     for (const auto* const body : {"", "[]", "null", "1", "\"x\"", "{", "{}x", "\xEF\xBB\xBF{}"})
         EXPECT_FALSE(DaemonStatus::parse(body).has_value()) << body;
 }
@@ -85,7 +85,7 @@ TEST(ProfileInfo, decodesStrictly) {
         EXPECT_FALSE(json::decode<ProfileInfo>(body).has_value()) << body;
 }
 
-TEST(ProfilesResponse, mayComeWithoutProfiles) {
+TEST(ProfilesResponse, mayHaveNoProfiles) {
     EXPECT_EQ(json::decode<ProfilesResponse>(R"({"current_profile_id":"a"})"),
               (ProfilesResponse{"a", {}}));
     EXPECT_EQ(json::decode<ProfilesResponse>(R"({"current_profile_id":"","profiles":null})"),

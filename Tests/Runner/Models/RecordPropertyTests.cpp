@@ -103,12 +103,12 @@ struct Arbitrary<ProfilesResponse> {
 
 namespace quoxelin::testing {
 
-RC_GTEST_PROP(HashiBusNotifyProperty, comesBackFromItsEncodingUnchanged, ()) {
+RC_GTEST_PROP(HashiBusNotifyProperty, isUnchangedAfterEncodingAndDecoding, ()) {
     const auto notify = *rc::gen::arbitrary<HashiBusNotify>();
     RC_ASSERT((json::decode<HashiBusNotify>(json::encode(notify)) == notify));
 }
 
-RC_GTEST_PROP(ProfilesResponseProperty, comesBackFromItsEncodingUnchanged, ()) {
+RC_GTEST_PROP(ProfilesResponseProperty, isUnchangedAfterEncodingAndDecoding, ()) {
     const auto profiles = *rc::gen::arbitrary<ProfilesResponse>();
     RC_ASSERT((json::decode<ProfilesResponse>(json::encode(profiles)) == profiles));
 }

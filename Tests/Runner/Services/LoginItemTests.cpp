@@ -74,7 +74,7 @@ TEST_F(LoginItemTest, remembersAnEmptyBuildLikeAnyOther) {
     EXPECT_EQ(launch(""), LoginItem::Registration::alreadyRegistered);
 }
 
-TEST_F(LoginItemTest, takesARememberedValueThatIsNoStringForNone) {
+TEST_F(LoginItemTest, ignoresARememberedValueThatIsNotAString) {
     defaults.setBool("loginItemRegisteredBuild", true);
     EXPECT_EQ(launch("1"), LoginItem::Registration::registered);
     EXPECT_EQ(defaults.string("loginItemRegisteredBuild"), "1");
@@ -92,7 +92,7 @@ TEST_F(LoginItemTest, forgetsBothKeysInOrderWhenUnregistered) {
     EXPECT_EQ(launch("7"), LoginItem::Registration::registered);
 }
 
-TEST_F(LoginItemTest, forgetsBothKeysAlsoWhenThePlatformRefuses) {
+TEST_F(LoginItemTest, forgetsBothKeysEvenIfThePlatformRefuses) {
     EXPECT_EQ(launch("7"), LoginItem::Registration::registered);
     defaults.setBool("loginItemRegistered", true);
     item.failUnregistration(refusal);

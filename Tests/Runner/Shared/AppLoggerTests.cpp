@@ -38,12 +38,12 @@ TEST_F(AppLoggerTest, writesTagTimestampAndMessage) {
     EXPECT_EQ(contentsOf(file()), "[HashiBus] 2024-05-01 13:02:03.417 Connected to socket\n");
 }
 
-TEST_F(AppLoggerTest, writesOnAQueueOfItsOwn) {
+TEST_F(AppLoggerTest, writesOnASeparateQueue) {
     makeLogger();
     EXPECT_EQ(dispatch.serialLabels(), std::vector<std::string>{"com.quoxelin.desktop.applogger"});
 }
 
-TEST_F(AppLoggerTest, tellsTheSystemsLogAtOnceAndWithoutATimestamp) {
+TEST_F(AppLoggerTest, writesToTheSystemLogAtOnceWithoutATimestamp) {
     auto logger = makeLogger();
     logger.log("App", "Quoxelin Desktop App Launching...");
     EXPECT_EQ(systemLog.entries(), (std::vector<SimulatedSystemLog::Entry>{
@@ -51,7 +51,7 @@ TEST_F(AppLoggerTest, tellsTheSystemsLogAtOnceAndWithoutATimestamp) {
     EXPECT_EQ(contentsOf(file()), "");
 }
 
-TEST_F(AppLoggerTest, stampsALineWithTheInstantOfTheCall) {
+TEST_F(AppLoggerTest, stampsALineWithTheTimeOfTheCall) {
     // Time advances between the call and the write, so the line is written later.
     struct PassingTime final : Dispatch {
         explicit PassingTime(Dispatch& queues) : queues(queues) {}
@@ -110,7 +110,7 @@ TEST_F(AppLoggerTest, usesThePathEvenIfTheDirectoryCannotBeMade) {
     EXPECT_EQ(contentsOf(file()), "[App] 2024-05-01 13:02:03.417 the way is free\n");
 }
 
-TEST_F(AppLoggerTest, appendsToWhatIsThereAlready) {
+TEST_F(AppLoggerTest, appendsToAnExistingFile) {
     fs::create_directories(directory());
     std::ofstream(file()) << "from an earlier run\n";
     auto logger = makeLogger();
@@ -144,7 +144,7 @@ TEST_F(AppLoggerTest, dropsLinesWhileTheDirectoryIsGone) {
     EXPECT_EQ(systemLog.texts(), std::vector<std::string>{"[App] lost"});
 }
 
-TEST_F(AppLoggerTest, dropsLinesThatItMayNotWrite) {
+TEST_F(AppLoggerTest, dropsLinesWithoutWritePermission) {
     fs::create_directories(file()); // a directory, so even root cannot write to it
     auto logger = makeLogger();
     logger.log("App", "lost");
@@ -153,7 +153,7 @@ TEST_F(AppLoggerTest, dropsLinesThatItMayNotWrite) {
     EXPECT_EQ(systemLog.texts(), std::vector<std::string>{"[App] lost"});
 }
 
-TEST_F(AppLoggerTest, writesAMessageOfSeveralLinesAsItStands) {
+TEST_F(AppLoggerTest, writesAMessageOfSeveralLinesUnchanged) {
     auto logger = makeLogger();
     logger.log("CLI", "quoxelind up output: one\n\ntwo\n");
     logger.log("CLI", "");
@@ -163,7 +163,7 @@ TEST_F(AppLoggerTest, writesAMessageOfSeveralLinesAsItStands) {
               "[CLI] 2024-05-01 13:02:03.417 \n");
 }
 
-TEST_F(AppLoggerTest, keepsLinesThatAreNoTextOutOfTheFile) {
+TEST_F(AppLoggerTest, keepsInvalidUtf8OutOfTheFile) {
     auto logger = makeLogger();
     for (const auto* const bytes :
          {"\xFF", "\xC0\x80", "\xED\xA0\x80", "\xF4\x90\x80\x80", "\xE3\x81"})
@@ -210,7 +210,7 @@ TEST_F(AppLoggerTest, hasEveryLineInTheFileAfterAFlush) {
     EXPECT_FALSE(std::getline(lines, line));
 }
 
-TEST_F(AppLoggerTest, writesWhatWasLoggedBeforeItsEnd) {
+TEST_F(AppLoggerTest, writesPendingLinesBeforeItIsDestroyed) {
     {
         auto logger = makeLogger();
         logger.log("App", "last words");

@@ -58,7 +58,7 @@ TEST(HashiStatus, isReadAndWrittenUnderTheToolsKeys) {
               R"({"backend_state":"Stopped"})");
 }
 
-TEST(HashiStatus, takesTheSentBytesOnlyUnderTheToolsOwnSpelling) {
+TEST(HashiStatus, readsTheSentBytesOnlyUnderTheToolsSpelling) {
     const auto [status, ignored] =
         decoded(R"({"backend_state":"","self":{"rx_bytes":1,"tx_bytes":2,"rx_Bytes":3}})");
     ASSERT_TRUE(status && status->selfPeerStatus);
@@ -66,7 +66,7 @@ TEST(HashiStatus, takesTheSentBytesOnlyUnderTheToolsOwnSpelling) {
     EXPECT_EQ(status->selfPeerStatus->txBytes, std::nullopt);
 }
 
-TEST(HashiStatus, ignoresUnknownKeysAndTakesNullForAbsent) {
+TEST(HashiStatus, ignoresUnknownKeysAndTreatsNullAsAbsent) {
     const auto [status, ignored] = decoded(
         R"({"backend_state":"Running","self":null,"peer":null,"quoxelin_ips":null,"x":{"y":[]}})");
     EXPECT_EQ(status, (HashiStatus{"Running", {}, {}, {}, {}}));
@@ -106,7 +106,7 @@ TEST(HashiStatus, showsADeveloperWhyThereIsNone) {
     EXPECT_EQ(decoded("plain text").second.rfind("\"Json Decoded Error:\" \"no JSON: ", 0), 0u);
 }
 
-TEST(HashiStatus, passesOverWhatIsNoTextInSilence) {
+TEST(HashiStatus, ignoresInvalidUtf8Silently) {
     EXPECT_EQ(decoded("{\"backend_state\":\"\xFF\"}"),
               std::pair(std::optional<HashiStatus>(), std::string()));
 }

@@ -11,26 +11,26 @@ namespace quoxelin::testing {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-TEST(OpenURL, opensWhatIsAURL) {
+TEST(OpenURL, opensAURL) {
     SimulatedWorkspace workspace;
     EXPECT_TRUE(openURL(workspace, "https://example.com/"));
     EXPECT_THAT(workspace.openedURLs(), ElementsAre("https://example.com/"));
 }
 
-TEST(OpenURL, doesNotAskTheWorkspaceToOpenWhatIsNoURL) {
+TEST(OpenURL, doesNotPassInvalidURLsToTheWorkspace) {
     SimulatedWorkspace workspace;
     for (const auto* const text : {"", "not a url", "https://example.com/%", "é:"})
         EXPECT_FALSE(openURL(workspace, text)) << text;
     EXPECT_THAT(workspace.triedURLs(), IsEmpty());
 }
 
-TEST(OpenURL, passesOverAnAddressThatIsNoURL) {
+TEST(OpenURL, skipsAnInvalidURL) {
     SimulatedWorkspace workspace;
     EXPECT_TRUE(openFirstURL(workspace, std::array{"a settings pane", "settings:a", "settings:b"}));
     EXPECT_THAT(workspace.triedURLs(), ElementsAre("settings:a"));
 }
 
-TEST(OpenURL, goesOnUntilOneOpens) {
+TEST(OpenURL, triesURLsUntilOneOpens) {
     SimulatedWorkspace workspace;
     workspace.refuseURLs("settings:");
     const std::array addresses{"settings:a", "settings:b", "other:c", "other:d"};

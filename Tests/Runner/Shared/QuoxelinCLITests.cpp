@@ -111,7 +111,7 @@ TEST_F(QuoxelinCLITest, sendsDownEvenWithoutTheToolInTheBundle) {
     EXPECT_EQ(system.xpc.messages(), (std::vector{message("", {"down"})}));
 }
 
-TEST_F(QuoxelinCLITest, takesAnyReplyToAPingForSuccess) {
+TEST_F(QuoxelinCLITest, treatsAnyReplyToAPingAsSuccess) {
     for (const auto* const output : {"", "Usage: quoxelind", "error: no such command"}) {
         system.xpc.setOutput("--help", output);
         auto cli = makeCLI();
@@ -127,7 +127,7 @@ TEST_F(QuoxelinCLITest, takesAnyReplyToAPingForSuccess) {
               Lines(3, "[XPC] Connection invalidated: com.quoxelin.desktop.Helper"));
 }
 
-TEST_F(QuoxelinCLITest, reportsThatThereIsNoHelperOnce) {
+TEST_F(QuoxelinCLITest, reportsAMissingHelperOnce) {
     system.xpc.setHelper(SimulatedXPC::Helper::incompatible);
     auto cli = makeCLI();
     ping(cli);
@@ -141,7 +141,7 @@ TEST_F(QuoxelinCLITest, reportsThatThereIsNoHelperOnce) {
     EXPECT_EQ(system.xpc.openConnections(), 0u);
 }
 
-TEST_F(QuoxelinCLITest, endsUpAndDownSilentlyWithoutAHelper) {
+TEST_F(QuoxelinCLITest, doesUpAndDownSilentlyWithoutAHelper) {
     system.xpc.setHelper(SimulatedXPC::Helper::incompatible);
     auto cli = makeCLI();
     cli.up();
@@ -180,7 +180,7 @@ TEST_F(QuoxelinCLITest, waitsForALateReplyHoweverLong) {
     EXPECT_EQ(answeredAt, seconds(3600));
 }
 
-TEST_F(QuoxelinCLITest, leavesThePingUncalledWhenTheHelperNeverReplies) {
+TEST_F(QuoxelinCLITest, doesNotCompleteAPingThatTheHelperNeverAnswers) {
     system.xpc.setHelper(SimulatedXPC::Helper::silent);
     auto cli = makeCLI();
     ping(cli);
@@ -253,7 +253,7 @@ TEST_F(QuoxelinCLITest, mayBeAskedOnAnyThread) {
     EXPECT_EQ(answers, std::vector{true});
 }
 
-TEST_F(QuoxelinCLITest, stillLogsAReplyThatComesAfterItsEnd) {
+TEST_F(QuoxelinCLITest, logsAReplyEvenAfterDestruction) {
     system.xpc.setReplyDelay(seconds(5));
     {
         auto cli = makeCLI();

@@ -193,7 +193,7 @@ TEST_F(QuoxelinCommandsTest, decodesTheStatusThatALoginPrints) {
               "Invoking runGoTool path=" + std::string(quoxelin) + " args=login -json=true");
 }
 
-TEST_F(QuoxelinCommandsTest, failsWhereTheOutputIsNoStatus) {
+TEST_F(QuoxelinCommandsTest, failsIfTheOutputIsNotAStatus) {
     for (const auto* const output :
          {"", "not logged in", "{}", R"({"backend_state":1})", "\xFF", "[]"}) {
         system.xpc.setOutput("status", output);
@@ -242,7 +242,7 @@ TEST_F(QuoxelinCommandsTest, onlyLogThatTheHelperDied) {
     EXPECT_EQ(lines[5], "XPC connection interrupted: com.quoxelin.desktop.Helper");
 }
 
-TEST_F(QuoxelinCommandsTest, completeAfterTheirEnd) {
+TEST_F(QuoxelinCommandsTest, completeAfterDestruction) {
     system.xpc.setReplyDelay(seconds(1));
     system.xpc.setOutput("status", "?");
     {

@@ -126,7 +126,7 @@ TEST(AppViewStateConnection, countsTheTwoSecondsFromTheEndOfASlowSaving) {
                "12.000 VPN connection failed after 3 retries"}));
 }
 
-TEST(AppViewStateConnection, triesNoMoreOnceATryCameUp) {
+TEST(AppViewStateConnection, stopsRetryingOnceTheTunnelIsUp) {
     Approved app;
     app.refuseTunnelStarts();
     app.appState->connect();
@@ -139,7 +139,7 @@ TEST(AppViewStateConnection, triesNoMoreOnceATryCameUp) {
     EXPECT_EQ(app.appState->vpn->status, VPNConnectionStatus::connected);
 }
 
-TEST(AppViewStateConnection, leavesATunnelAloneThatIsConnectingAtTheCheck) {
+TEST(AppViewStateConnection, doesNotRestartATunnelThatIsConnectingAtTheCheck) {
     Approved app;
     app.system.networkExtension.tunnels.connectDuration = seconds(1000);
     app.appState->connect();
@@ -163,7 +163,7 @@ TEST(AppViewStateConnection, triesAgainForEveryOtherStatus) {
     }
 }
 
-TEST(AppViewStateConnection, startsTheCountAnewWithEveryConnect) {
+TEST(AppViewStateConnection, restartsTheCountWithEveryConnect) {
     Approved app;
     app.refuseTunnelStarts();
     app.appState->connect();
@@ -231,7 +231,7 @@ TEST(AppViewStateConnection, checksNothingAfterADisconnect) {
     EXPECT_EQ(app.tunnelCommands(), (Lines{"0.000 start", "1.000 stop"}));
 }
 
-TEST(AppViewStateConnection, startsNothingWhenADisconnectComesWhileTheConfigurationIsSaved) {
+TEST(AppViewStateConnection, startsNothingAfterADisconnectDuringTheSaving) {
     Approved app;
     app.system.networkExtension.answerDelay = seconds(0.25);
     app.appState->connect();
@@ -244,7 +244,7 @@ TEST(AppViewStateConnection, startsNothingWhenADisconnectComesWhileTheConfigurat
     EXPECT_NE(app.appState->vpn->status, VPNConnectionStatus::connected);
 }
 
-TEST(AppViewStateConnection, startsNothingWhenADisconnectComesWhileARetryIsSaved) {
+TEST(AppViewStateConnection, startsNothingAfterADisconnectDuringTheSavingOfARetry) {
     Approved app;
     app.refuseTunnelStarts();
     app.system.networkExtension.answerDelay = seconds(0.25);
@@ -280,7 +280,7 @@ TEST(AppViewStateConnection, startsTheTunnelAlthoughTheConfigurationCannotBeSave
     EXPECT_EQ(app.tunnelCommands(), Lines{"0.000 start"});
 }
 
-TEST(AppViewStateConnection, triesAgainAlsoWhenThereIsNoConfigurationToStart) {
+TEST(AppViewStateConnection, triesAgainEvenWithoutAConfigurationToStart) {
     AppFixture app;
     app.systemExtension->isApproved = true;
     app.system.networkExtension.errors[SimulatedNetworkExtension::Operation::loadAll] = {

@@ -20,7 +20,7 @@ Lines linesAfterTheStoreHasGone(AppFixture& app, const std::function<void(AppVie
     return app.stateLines();
 }
 
-TEST(AppViewStateLifetime, isHeldByNobodyElse) {
+TEST(AppViewStateLifetime, hasNoOtherOwner) {
     AppFixture app;
     app.startAndForget();
     app.bus(R"({"State":"Running","NetMap":{"SelfNode":{"Node":{"ID":7,"UserID":42}}}})");
@@ -114,7 +114,7 @@ TEST(AppViewStateLifetime, endsTheBusMessagesWithTheStore) {
     EXPECT_EQ(app.stateLines(), Lines{});
 }
 
-TEST(AppViewStateLifetime, leavesAnUninstallWhereItIs) {
+TEST(AppViewStateLifetime, doesNotContinueAnUninstall) {
     for (const bool succeeds : {true, false}) {
         AppFixture app;
         app.run();

@@ -18,7 +18,7 @@ TEST(AppViewStateLoginPolling, asksForTheStatusASecondAfterTheLoginBegan) {
     EXPECT_EQ(app.requests(), Lines{getStatus});
 }
 
-TEST(AppViewStateLoginPolling, gives120StatusRequestsAnd40NudgesToALoginThatNeverCompletes) {
+TEST(AppViewStateLoginPolling, sends120StatusRequestsAnd40NudgesForALoginThatNeverCompletes) {
     AppFixture app;
     app.answerStatus(R"({"backend_state":"NeedsLogin"})");
     app.appState->pollForLoginCompletion();
@@ -46,7 +46,7 @@ TEST(AppViewStateLoginPolling, asksNothingOnceLoggedIn) {
     EXPECT_EQ(app.stateLines(), Lines{});
 }
 
-TEST(AppViewStateLoginPolling, connectsOnceWhenTheStatusTellsOfTheLogin) {
+TEST(AppViewStateLoginPolling, connectsOnceWhenTheStatusReportsTheLogin) {
     AppFixture app;
     app.appState->pollForLoginCompletion();
     app.advance(seconds(1.5));
@@ -77,7 +77,7 @@ TEST(AppViewStateLoginPolling, countsEveryActiveBackendStateAsLoggedInWhateverIt
     }
 }
 
-TEST(AppViewStateLoginPolling, learnsNothingFromOtherBackendStates) {
+TEST(AppViewStateLoginPolling, ignoresOtherBackendStates) {
     for (const auto* state : {"NoState", "nostate", "Run", "running ", "", "ｒｕｎｎｉｎｇ"}) {
         AppFixture app;
         app.answerStatus(fmt::format(
@@ -151,7 +151,7 @@ TEST(AppViewStateLoginPolling, asksAgainASecondAfterAnAnswerAndNotBefore) {
                                           "3.800 " + login, "3.800 " + getStatus}));
 }
 
-TEST(AppViewStateLoginPolling, goesOnAskingADaemonThatFails) {
+TEST(AppViewStateLoginPolling, keepsAskingADaemonThatFails) {
     AppFixture app;
     app.answerStatus("broken", 500);
     app.appState->pollForLoginCompletion();
@@ -164,7 +164,7 @@ TEST(AppViewStateLoginPolling, goesOnAskingADaemonThatFails) {
     EXPECT_EQ(app.timedRequests()[2], "3.000 " + login);
 }
 
-TEST(AppViewStateLoginPolling, asksADaemonNoMoreThatNeverAnswers) {
+TEST(AppViewStateLoginPolling, stopsAskingADaemonThatNeverAnswers) {
     AppFixture app;
     app.daemon.answer("GET", "/localapi/v0/status", SimulatedDaemon::never());
     app.appState->pollForLoginCompletion();
@@ -172,7 +172,7 @@ TEST(AppViewStateLoginPolling, asksADaemonNoMoreThatNeverAnswers) {
     EXPECT_EQ(app.timedRequests(), Lines{"1.000 " + getStatus});
 }
 
-TEST(AppViewStateLoginPolling, waitsForNoAnswerToANudge) {
+TEST(AppViewStateLoginPolling, doesNotWaitForTheAnswerToANudge) {
     AppFixture app;
     app.daemon.answer("POST", "/localapi/v0/login", SimulatedDaemon::never());
     app.appState->pollForLoginCompletion();
@@ -182,7 +182,7 @@ TEST(AppViewStateLoginPolling, waitsForNoAnswerToANudge) {
                      "3.000 " + getStatus, "4.000 " + getStatus}));
 }
 
-TEST(AppViewStateLoginPolling, dropsAStatusThatComesAfterTheBusToldOfTheLogin) {
+TEST(AppViewStateLoginPolling, dropsAStatusThatArrivesAfterTheBusReportedTheLogin) {
     AppFixture app;
     app.startAndForget();
     app.daemon.deliveries["/localapi/v0/status"].delay = seconds(5);

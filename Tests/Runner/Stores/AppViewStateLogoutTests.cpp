@@ -63,7 +63,7 @@ TEST(AppViewStateLogout, refillsNothingWhileLoggingOut) {
     EXPECT_EQ(app.requests(), Lines{});
 }
 
-TEST(AppViewStateLogout, believesTheBusAgainOnceTheDaemonNeedsALogin) {
+TEST(AppViewStateLogout, trustsTheBusAgainOnceTheDaemonNeedsALogin) {
     AppFixture app;
     app.startAndForget();
     app.bus(bareMap);
@@ -74,7 +74,7 @@ TEST(AppViewStateLogout, believesTheBusAgainOnceTheDaemonNeedsALogin) {
     EXPECT_EQ(app.count("connect"), 2);
 }
 
-TEST(AppViewStateLogout, believesTheMapOfTheVeryMessageThatNeedsALogin) {
+TEST(AppViewStateLogout, trustsTheMapInTheSameMessageThatNeedsALogin) {
     AppFixture app;
     app.startAndForget();
     app.appState->logout();
@@ -82,7 +82,7 @@ TEST(AppViewStateLogout, believesTheMapOfTheVeryMessageThatNeedsALogin) {
     EXPECT_TRUE(app.appState->login->isLoggedIn);
 }
 
-TEST(AppViewStateLogout, takesALoginPageWhileLoggingOut) {
+TEST(AppViewStateLogout, acceptsALoginPageWhileLoggingOut) {
     AppFixture app;
     app.startAndForget();
     app.appState->logout();
@@ -90,7 +90,7 @@ TEST(AppViewStateLogout, takesALoginPageWhileLoggingOut) {
     EXPECT_EQ(app.appState->login->interactiveLoginUrl, "https://login.example.com/a");
 }
 
-TEST(AppViewStateLogout, bringsNoAccountBackByAStatusAskedForBeforeTheLogout) {
+TEST(AppViewStateLogout, restoresNoAccountFromAStatusRequestedBeforeTheLogout) {
     AppFixture app;
     app.startAndForget();
     app.answerStatus(R"({"backend_state":"Running"})");
@@ -118,7 +118,7 @@ TEST(AppViewStateLogout, pollsForTheLoginThatFollowsALogout) {
     EXPECT_EQ(app.count("connect"), 1);
 }
 
-TEST(AppViewStateLogout, logsOutAlsoWithoutADaemon) {
+TEST(AppViewStateLogout, logsOutEvenWithoutADaemon) {
     AppFixture app;
     app.daemon.refuseConnections();
     app.appState->logout();

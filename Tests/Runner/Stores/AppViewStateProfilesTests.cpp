@@ -8,7 +8,7 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
-TEST(AppViewStateProfiles, takesOverTheDaemonsProfiles) {
+TEST(AppViewStateProfiles, adoptsTheDaemonsProfiles) {
     AppFixture app;
     app.answerProfiles(R"({"current_profile_id":"b","profiles":[)"
                        R"({"id":"a","name":"A","is_current":false,"user_email":"a@example.com"},)"
@@ -95,7 +95,7 @@ TEST(AppViewStateProfiles, publishesEmailAndNameOnceEach) {
     EXPECT_EQ(published, (Lines{"|", "a@example.com|", "a@example.com|a@example.com"}));
 }
 
-TEST(AppViewStateProfiles, changesNothingWhenTheProfilesCannotBeHad) {
+TEST(AppViewStateProfiles, changesNothingWhenTheProfilesCannotBeLoaded) {
     AppFixture app;
     app.answerProfiles(R"({"current_profile_id":"a","profiles":[)"
                        R"({"id":"a","name":"A","is_current":true,"user_email":"a@example.com"}]})");

@@ -338,11 +338,11 @@ std::uint64_t firstSeed() {
     return chosen != nullptr ? std::strtoull(chosen, nullptr, 10) : 20240501;
 }
 
-TEST(AppViewStateRandomWalk, keepsItsWordForTenThousandSteps) {
+TEST(AppViewStateRandomWalk, keepsItsInvariantsForTenThousandSteps) {
     walk(firstSeed(), 10000);
 }
 
-TEST(AppViewStateRandomWalk, endsQuietlyWhereverItIs) {
+TEST(AppViewStateRandomWalk, canBeDestroyedAtAnyStep) {
     for (std::uint64_t seed = firstSeed(); seed < firstSeed() + 50; ++seed) {
         walk(seed, static_cast<int>(5 + seed % 60));
         if (HasFailure())

@@ -46,7 +46,7 @@ TEST(AppViewStateSwitching, showsASwitchAtOnceAndRefreshesOnce) {
                                        "refreshProfiles called", "Got 2 profiles"}));
 }
 
-TEST(AppViewStateSwitching, keepsEverythingElseOfTheProfilesWhenSwitching) {
+TEST(AppViewStateSwitching, keepsEverythingElseInTheProfilesWhenSwitching) {
     AppFixture app;
     app.answerProfiles(R"({"current_profile_id":"a","profiles":[)"
                        R"({"id":"a","name":"A","is_current":true},)"
@@ -147,7 +147,7 @@ TEST(AppViewStateSwitching, opensTheLoginPageOfTheProfileItSwitchesTo) {
     EXPECT_EQ(app.system.workspace.openedURLs(), Lines{"https://login.example.com/b"});
 }
 
-TEST(AppViewStateSwitching, saysWhyTheSwitchedProfileHasNoLoginPage) {
+TEST(AppViewStateSwitching, logsWhyTheSwitchedProfileHasNoLoginPage) {
     WithProfiles app;
     app.daemon.answer("POST", "/localapi/v0/login", SimulatedDaemon::ok("{}"));
     app.appState->switchProfileAndLogin("b");
@@ -169,7 +169,7 @@ TEST(AppViewStateSwitching, asksForNoLoginPageWhenTheSwitchFails) {
     EXPECT_EQ(app.requests(), (Lines{switchTo("b"), getProfiles}));
 }
 
-TEST(AppViewStateSwitching, opensNoLoginPageThatIsNoUrl) {
+TEST(AppViewStateSwitching, doesNotOpenALoginPageThatIsNotAUrl) {
     WithProfiles app;
     app.daemon.answer("POST", "/localapi/v0/login",
                       SimulatedDaemon::ok(R"({"interactive_login_url":"not a url"})"));
@@ -209,7 +209,7 @@ TEST(AppViewStateSwitching, startsNoLoginWithoutAnEmptyProfile) {
     EXPECT_EQ(app.requests(), Lines{"POST /localapi/v0/profiles/switch-to-empty"});
 }
 
-TEST(AppViewStateSwitching, saysWhyANewAccountHasNoLoginPage) {
+TEST(AppViewStateSwitching, logsWhyANewAccountHasNoLoginPage) {
     WithProfiles app;
     app.daemon.answer("POST", "/localapi/v0/login",
                       SimulatedDaemon::ok(R"({"interactive_login_url":""})"));

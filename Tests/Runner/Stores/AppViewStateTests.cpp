@@ -21,7 +21,7 @@ LoginViewState ann() {
 
 // Construction and start
 
-TEST(AppViewState, touchesNeitherBusNorDaemonBeforeItsStart) {
+TEST(AppViewState, usesNeitherBusNorDaemonBeforeItIsStarted) {
     AppFixture app;
     app.advance(seconds(10));
     EXPECT_EQ(app.stateLines(), Lines{});
@@ -33,7 +33,7 @@ TEST(AppViewState, touchesNeitherBusNorDaemonBeforeItsStart) {
     EXPECT_EQ(app.appState->helperRegistrationError.get(), std::nullopt);
 }
 
-TEST(AppViewState, followsTheDaemonFromItsStartOn) {
+TEST(AppViewState, followsTheDaemonOnceStarted) {
     AppFixture app;
     app.appState->start();
     app.run();
@@ -67,7 +67,7 @@ TEST(AppViewState, mirrorsEveryTunnelStatusALaterTurn) {
 
 // Bus messages
 
-TEST(AppViewState, worksOnABusMessageATurnLater) {
+TEST(AppViewState, handlesABusMessageATurnLater) {
     AppFixture app;
     HashiBusNotify notify;
     notify.state = HashiBusState::running;
@@ -100,7 +100,7 @@ TEST(AppViewState, takesNodeAndUserFromTheNetworkMap) {
     EXPECT_EQ(app.appState->login.get(), ann());
 }
 
-TEST(AppViewState, joinsTheAddressesInOrderWithoutBlanks) {
+TEST(AppViewState, joinsTheAddressesInOrderWithoutSpaces) {
     AppFixture app;
     app.startAndForget();
     app.bus(annsMap);
@@ -126,7 +126,7 @@ TEST(AppViewState, emptiesTheHostNameOfANodeWithoutAName) {
     EXPECT_EQ(app.appState->login->nodeID, 7);
 }
 
-TEST(AppViewState, keepsNameAndEmailWhenTheMapDoesNotKnowTheUser) {
+TEST(AppViewState, keepsNameAndEmailIfTheMapLacksTheUser) {
     AppFixture app;
     app.startAndForget();
     app.bus(annsMap);
@@ -174,7 +174,7 @@ TEST(AppViewState, ignoresAMapWithoutThisNode) {
     EXPECT_EQ(app.requests(), Lines{});
 }
 
-TEST(AppViewState, believesTheMapOverTheStateOfTheSameMessage) {
+TEST(AppViewState, prefersTheMapToTheStateOfTheSameMessage) {
     AppFixture app;
     app.startAndForget();
     app.bus(R"({"State":"NeedsLogin","NetMap":{"SelfNode":{"Node":{"ID":7,"UserID":42}}}})");
@@ -205,7 +205,7 @@ TEST(AppViewState, keepsTheLoginPageUntilTheLogin) {
     EXPECT_EQ(app.appState->login->interactiveLoginUrl, "");
 }
 
-TEST(AppViewState, takesALoginPageAlsoWhileLoggedIn) {
+TEST(AppViewState, acceptsALoginPageEvenWhileLoggedIn) {
     AppFixture app;
     app.startAndForget();
     app.bus(bareMap);
@@ -261,7 +261,7 @@ TEST(AppViewState, trimsTheJailReason) {
     EXPECT_EQ(app.appState->login->jailedReason, "ディスク 暗号化なし");
 }
 
-TEST(AppViewState, notifiesNothingOfAnotherReasonOrOfLeavingTheJail) {
+TEST(AppViewState, doesNotNotifyOfAnotherReasonOrOfLeavingTheJail) {
     AppFixture app;
     app.startAndForget();
     app.bus(R"({"Jailed":true,"JailReason":"one"})");
@@ -304,7 +304,7 @@ TEST(AppViewState, staysJailedInEveryOtherState) {
     EXPECT_EQ(app.appState->login->jailedReason, "one");
 }
 
-TEST(AppViewState, believesTheJailOverTheStateOfTheSameMessage) {
+TEST(AppViewState, prefersTheJailToTheStateOfTheSameMessage) {
     AppFixture app;
     app.startAndForget();
     app.bus(R"({"State":"NoState","Jailed":true,"JailReason":"one"})");

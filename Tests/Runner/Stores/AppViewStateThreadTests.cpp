@@ -26,7 +26,7 @@ const std::vector<Operation> operations = {
     {[](AppViewState& store) { store.uninstall(); }, "uninstall called"},
 };
 
-TEST(AppViewStateThread, repeatsOnTheMainQueueWhatIsCalledElsewhere) {
+TEST(AppViewStateThread, repeatsCallsFromOtherThreadsOnTheMainQueue) {
     for (const auto& operation : operations) {
         SCOPED_TRACE(operation.sign);
         AppFixture app;
@@ -44,7 +44,7 @@ TEST(AppViewStateThread, repeatsOnTheMainQueueWhatIsCalledElsewhere) {
     }
 }
 
-TEST(AppViewStateThread, pollsFromTheMainQueueWhenAskedElsewhere) {
+TEST(AppViewStateThread, pollsOnTheMainQueueWhenCalledFromAnotherThread) {
     AppFixture app;
     app.run();
     app.dispatch.global(QualityOfService::standard).async([&] {
@@ -55,7 +55,7 @@ TEST(AppViewStateThread, pollsFromTheMainQueueWhenAskedElsewhere) {
     EXPECT_EQ(app.requests(), Lines{"GET /localapi/v0/status"});
 }
 
-TEST(AppViewStateThread, dropsWhatWasCalledElsewhereOnceItHasGone) {
+TEST(AppViewStateThread, dropsCallsFromOtherThreadsAfterDestruction) {
     AppFixture app;
     app.run();
     app.dispatch.global(QualityOfService::standard).async([&] {

@@ -90,7 +90,7 @@ TEST(AppViewStateUninstall, removesEverythingInOrderAndQuits) {
     EXPECT_TRUE(app.system.application.isTerminating() || app.system.application.hasTerminated());
 }
 
-TEST(AppViewStateUninstall, followsTheDaemonNoMore) {
+TEST(AppViewStateUninstall, stopsFollowingTheDaemon) {
     Installed app;
     app.appState->uninstall();
     app.run();
@@ -102,7 +102,7 @@ TEST(AppViewStateUninstall, followsTheDaemonNoMore) {
     EXPECT_EQ(app.lines("HashiBus"), Lines{"EOF"});
 }
 
-TEST(AppViewStateUninstall, followsTheDaemonNoMoreAlsoBetweenTwoAttempts) {
+TEST(AppViewStateUninstall, stopsFollowingTheDaemonEvenBetweenTwoAttempts) {
     Installed app;
     app.daemon.closeBus();
     app.advance(seconds(1));
@@ -124,7 +124,7 @@ TEST(AppViewStateUninstall, cancelsThePendingCheckOfTheTunnel) {
     EXPECT_EQ(app.count("Uninstall completed"), 1);
 }
 
-TEST(AppViewStateUninstall, changesNothingWhenThePersonCancels) {
+TEST(AppViewStateUninstall, changesNothingWhenTheUserCancels) {
     Installed app;
     app.system.appleScript.waitForPassword();
     app.appState->uninstall();
@@ -160,7 +160,7 @@ TEST(AppViewStateUninstall, changesNothingWhenTheScriptFails) {
     EXPECT_FALSE(app.system.application.isTerminating());
 }
 
-TEST(AppViewStateUninstall, goesOnWhenNoScriptCanBeMade) {
+TEST(AppViewStateUninstall, continuesWhenNoScriptCanBeMade) {
     Installed app;
     app.system.appleScript.refuseSources(true);
     app.appState->uninstall();
@@ -170,7 +170,7 @@ TEST(AppViewStateUninstall, goesOnWhenNoScriptCanBeMade) {
     EXPECT_EQ(app.count("Uninstall completed"), 1);
 }
 
-TEST(AppViewStateUninstall, canBeTriedAgainAfterItWasCancelled) {
+TEST(AppViewStateUninstall, canBeTriedAgainAfterItWasCanceled) {
     Installed app;
     app.system.appleScript.setOutcome("cancelled");
     app.appState->uninstall();
@@ -223,7 +223,7 @@ TEST(AppViewStateUninstall, removesALinkAndNotWhatItPointsTo) {
     EXPECT_TRUE(fs::exists(elsewhere / "precious"));
 }
 
-TEST(AppViewStateUninstall, goesOnWhateverBecomesOfConfigurationDaemonAndLoginItem) {
+TEST(AppViewStateUninstall, continuesWhateverFailsOfConfigurationDaemonAndLoginItem) {
     Installed app;
     app.daemon.refuseConnections();
     app.system.networkExtension.errors[SimulatedNetworkExtension::Operation::remove] = {

@@ -15,7 +15,7 @@ class UpdaterViewModelTest : public ::testing::Test {
         updates.makeStandardUpdaterController(true);
 };
 
-TEST_F(UpdaterViewModelTest, startsWithWhatTheUpdaterSays) {
+TEST_F(UpdaterViewModelTest, startsWithTheUpdatersState) {
     EXPECT_TRUE(UpdaterViewModel(controller->updater()).canCheckForUpdates.get());
     updates.setCanCheckForUpdates(false);
     EXPECT_FALSE(UpdaterViewModel(controller->updater()).canCheckForUpdates.get());
@@ -55,7 +55,7 @@ TEST_F(UpdaterViewModelTest, checksOnceAtATime) {
     EXPECT_EQ(updates.checks(), std::vector<std::optional<std::string>>{"2.0"});
 }
 
-TEST_F(UpdaterViewModelTest, hearsNothingAfterItsEnd) {
+TEST_F(UpdaterViewModelTest, isNotCalledAfterDestruction) {
     auto model = std::make_unique<UpdaterViewModel>(controller->updater());
     model->checkForUpdates();
     model.reset();

@@ -53,7 +53,7 @@ TEST_F(ExportLogs, asksForAFolder) {
     EXPECT_TRUE(options.canCreateDirectories);
 }
 
-TEST_F(ExportLogs, doesNothingWhenThePersonCancels) {
+TEST_F(ExportLogs, doesNothingWhenTheUserCancels) {
     write(daemonLog, "daemon");
     click(tree(), "Export Logs");
     EXPECT_TRUE(system.openPanel.cancel());
@@ -72,7 +72,7 @@ TEST_F(ExportLogs, copiesBothLogsAndShowsTheFolder) {
     EXPECT_THAT(system.workspace.openedFolders(), ElementsAre(chosen));
 }
 
-TEST_F(ExportLogs, copiesTheOneThatThereIs) {
+TEST_F(ExportLogs, copiesTheOnlyLog) {
     write(daemonLog, "daemon");
     exportTo(chosen);
     EXPECT_FALSE(fs::exists(chosen / "app.log"));
@@ -86,7 +86,7 @@ TEST_F(ExportLogs, opensNoFolderWhenThereIsNoLog) {
     EXPECT_TRUE(fs::is_empty(chosen));
 }
 
-TEST_F(ExportLogs, replacesWhatWasExportedBefore) {
+TEST_F(ExportLogs, replacesEarlierExports) {
     write(daemonLog, "new");
     write(chosen / "client.log", "older and longer");
     exportTo(chosen);
@@ -102,7 +102,7 @@ TEST_F(ExportLogs, replacesALinkInsteadOfFollowingIt) {
     EXPECT_EQ(read(directory.path() / "precious"), "precious");
 }
 
-TEST_F(ExportLogs, leavesALogWhereItIsWhenItsOwnFolderIsChosen) {
+TEST_F(ExportLogs, keepsALogWhenItsOwnFolderIsChosen) {
     write(daemonLog, "daemon");
     exportTo(daemonLog.parent_path());
     EXPECT_EQ(read(daemonLog), "daemon");
@@ -125,7 +125,7 @@ TEST_F(ExportLogs, isSilentAboutADestinationThatCannotBeReplaced) {
     EXPECT_TRUE(fs::exists(chosen / "client.log" / "full"));
 }
 
-TEST_F(ExportLogs, doesNothingWhenTheFolderIsChosenAfterThePanelsEnd) {
+TEST_F(ExportLogs, doesNothingWhenTheFolderIsChosenAfterDestruction) {
     write(daemonLog, "daemon");
     click(tree(), "Export Logs");
     content.reset();

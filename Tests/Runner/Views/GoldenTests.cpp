@@ -22,7 +22,7 @@ INSTANTIATE_TEST_SUITE_P(, PanelGolden, ::testing::ValuesIn(panelStates()), [](c
     return name;
 });
 
-TEST(PanelStates, haveNamesOfTheirOwn) {
+TEST(PanelStates, haveDistinctNames) {
     std::set<std::string> names;
     for (const auto& state : panelStates())
         EXPECT_TRUE(names.insert(state.name).second) << state.name;
@@ -65,7 +65,7 @@ void expectKeysToDiffer(const ViewNode& node) {
 
 } // namespace
 
-TEST(PanelStates, giveEveryRowAnActionAndALabelForThoseWhoDoNotSeeIt) {
+TEST(PanelStates, giveEveryRowAnActionAndAnAccessibleLabel) {
     for (const auto& state : panelStates()) {
         SCOPED_TRACE(state.name);
         expectAccessible(state.scene()->tree());

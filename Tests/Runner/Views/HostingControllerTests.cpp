@@ -71,7 +71,7 @@ TEST_F(HostingControllerTests, makesOneTreeOfManyChangesOnTheNextTurn) {
     EXPECT_EQ(screen->tree->text, "3");
 }
 
-TEST_F(HostingControllerTests, showsAChangeThatDrawingItselfCauses) {
+TEST_F(HostingControllerTests, showsAChangeCausedByDrawing) {
     const auto meddling = std::make_shared<MeddlingView>();
     const HostingController other(dispatch.main(), meddling, viewOf(model));
     meddling->meddle = [&] {
@@ -83,7 +83,7 @@ TEST_F(HostingControllerTests, showsAChangeThatDrawingItselfCauses) {
     EXPECT_EQ(meddling->drawn, (std::vector<std::string>{"0", "1", "2", "3"}));
 }
 
-TEST_F(HostingControllerTests, drawsNothingAfterItsEnd) {
+TEST_F(HostingControllerTests, drawsNothingAfterDestruction) {
     model.number = 1;
     controller.reset();
     model.number = 2;
@@ -93,7 +93,7 @@ TEST_F(HostingControllerTests, drawsNothingAfterItsEnd) {
 
 class MenuBarTests : public ::testing::Test, protected PanelScene {};
 
-TEST_F(MenuBarTests, isShownAnewWhenAnyObjectThatItShowsChanges) {
+TEST_F(MenuBarTests, isShownAgainWhenAnyObjectThatItShowsChanges) {
     const MenuBar menuBar({dispatch, logger, localAPI, system.workspace, system.pasteboard,
                            system.openPanel, system.mainBundle, system.processInfo,
                            system.userNotificationCenter, system.application},

@@ -27,7 +27,7 @@ TEST_F(NotificationHelperTest, delivers) {
     EXPECT_TRUE(center.authorizationRequests().empty());
 }
 
-TEST_F(NotificationHelperTest, asksAndAddsInTheSamePassBeforeThePersonHasAnswered) {
+TEST_F(NotificationHelperTest, asksAndAddsInTheSamePassBeforeTheUserHasAnswered) {
     NotificationHelper::show(center, "Title", "Body");
     dispatch.runUntilIdle();
     EXPECT_EQ(center.authorizationRequests(), std::vector<unsigned>{7});
@@ -42,7 +42,7 @@ TEST_F(NotificationHelperTest, asksAndAddsInTheSamePassBeforeThePersonHasAnswere
     EXPECT_EQ(center.authorizationRequests().size(), 1u);
 }
 
-TEST_F(NotificationHelperTest, addsWhatTheSystemWillDropWhereNotificationsAreDenied) {
+TEST_F(NotificationHelperTest, addsEvenIfNotificationsAreDenied) {
     center.answer(false);
     NotificationHelper::show(center, "Title", "Body");
     dispatch.runUntilIdle();
@@ -62,7 +62,7 @@ TEST_F(NotificationHelperTest, asksUnlessTheStatusIsExactlyAuthorized) {
     EXPECT_EQ(center.requests().size(), 5u);
 }
 
-TEST_F(NotificationHelperTest, addsAlsoWhereAskingFails) {
+TEST_F(NotificationHelperTest, addsEvenIfAskingFails) {
     center.failAuthorization(Error{"UNErrorDomain", 1, "Notifications are not allowed"});
     NotificationHelper::show(center, "Title", "Body");
     dispatch.runUntilIdle();

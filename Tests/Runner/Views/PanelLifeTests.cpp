@@ -98,7 +98,7 @@ void doEverything(const ViewNode& node) {
 
 } // namespace
 
-TEST_F(PanelLife, leavesATreeBehindThatDoesNothing) {
+TEST_F(PanelLife, leavesATreeThatDoesNothingAfterDestruction) {
     for (const auto& state : panelStates()) {
         SCOPED_TRACE(state.name);
         const auto scene = state.scene();
@@ -125,7 +125,7 @@ TEST_F(PanelLife, survivesEveryActionOfEveryState) {
     }
 }
 
-TEST_F(PanelLife, cannotBeMadeWithoutWhatItShows) {
+TEST_F(PanelLife, requiresTheObjectsThatItShows) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     const QuoxelinMenuBarContent::Dependencies dependencies{dispatch,
                                                             logger,

@@ -63,7 +63,7 @@ TEST_F(QuoxelinMenuBarContentTests, logsALoginThatTheDaemonRefuses) {
     EXPECT_EQ(daemon.count("GET /localapi/v0/status"), 0u);
 }
 
-TEST_F(QuoxelinMenuBarContentTests, opensNothingForALoginPageThatIsNoURL) {
+TEST_F(QuoxelinMenuBarContentTests, doesNotOpenALoginPageThatIsNotAURL) {
     daemon.answer("POST", "/localapi/v0/login",
                   SimulatedDaemon::ok(R"({"InteractiveLoginURL":"https://exa mple/%zz"})"));
     click("Login Quoxelin");
@@ -72,7 +72,7 @@ TEST_F(QuoxelinMenuBarContentTests, opensNothingForALoginPageThatIsNoURL) {
     EXPECT_EQ(daemon.count("GET /localapi/v0/status"), 1u);
 }
 
-TEST_F(QuoxelinMenuBarContentTests, doesNothingWhenTheLoginPageComesAfterItsEnd) {
+TEST_F(QuoxelinMenuBarContentTests, doesNothingWhenTheLoginPageArrivesAfterDestruction) {
     daemon.deliveries["/localapi/v0/login"].delay = seconds(2);
     click("Login Quoxelin");
     dispatch.advance(seconds(1));
@@ -84,7 +84,7 @@ TEST_F(QuoxelinMenuBarContentTests, doesNothingWhenTheLoginPageComesAfterItsEnd)
 
 // The helper
 
-TEST_F(QuoxelinMenuBarContentTests, opensTheFirstSettingsPaneThatThereIs) {
+TEST_F(QuoxelinMenuBarContentTests, opensTheFirstAvailableSettingsPane) {
     appState->helperNeedsApproval = true;
     click("Enable Helper (Login Items)");
     EXPECT_THAT(system.workspace.triedURLs(),
@@ -116,7 +116,7 @@ TEST_F(QuoxelinMenuBarContentTests, leadsToTheSettingsAndActivatesTheExtensionAg
     EXPECT_EQ(system.systemExtensions.submissions(OSSystemExtensionRequest::Kind::activation), 1u);
 }
 
-TEST_F(QuoxelinMenuBarContentTests, doesNotActivateAnExtensionThatIsApprovedByNow) {
+TEST_F(QuoxelinMenuBarContentTests, doesNotActivateAnExtensionApprovedMeanwhile) {
     logIn();
     systemExtension->isApproved = false;
     const auto shown = tree();
@@ -165,7 +165,7 @@ TEST_F(QuoxelinMenuBarContentTests, splitsAddressesByFamily) {
     EXPECT_EQ(split("localhost"), Split{});
 }
 
-TEST_F(QuoxelinMenuBarContentTests, saysCopiedAloneOfWhatHasNoLabel) {
+TEST_F(QuoxelinMenuBarContentTests, saysOnlyCopiedForAnAddressWithoutALabel) {
     content->copy("100.64.0.4", "");
     EXPECT_EQ(system.pasteboard.string(), "100.64.0.4");
     const auto requests = system.userNotificationCenter.requests();
@@ -222,7 +222,7 @@ TEST_F(QuoxelinMenuBarContentTests, switchesTheAccountAndClosesThePopover) {
     EXPECT_FALSE(content->isMorePopoverPresented);
 }
 
-TEST_F(QuoxelinMenuBarContentTests, leavesTheCurrentAccountAlone) {
+TEST_F(QuoxelinMenuBarContentTests, doesNotSwitchToTheCurrentAccount) {
     logIn();
     content->isMorePopoverPresented = true;
     content->isHoveringMore = true;
@@ -289,7 +289,7 @@ TEST_F(QuoxelinMenuBarContentTests, opensAndClosesMore) {
     EXPECT_FALSE(shows("Logout"));
 }
 
-TEST_F(QuoxelinMenuBarContentTests, closesAPopoverWhenThePersonClicksElsewhere) {
+TEST_F(QuoxelinMenuBarContentTests, closesAPopoverWhenTheUserClicksElsewhere) {
     logIn();
     click("More");
     const auto shown = tree();
@@ -313,7 +313,7 @@ TEST_F(QuoxelinMenuBarContentTests, doesNotReopenAPopoverAfterTheNextLogin) {
     EXPECT_FALSE(shows("Logout"));
 }
 
-TEST_F(QuoxelinMenuBarContentTests, keepsAPopoverOpenWhileTheAccountChangesInDetail) {
+TEST_F(QuoxelinMenuBarContentTests, keepsAPopoverOpenWhileDetailsOfTheAccountChange) {
     logIn();
     click("More");
     edit([](auto& login) { login.hostName = "another"; });

@@ -7,7 +7,7 @@
 
 namespace quoxelin::testing {
 
-TEST(ViewText, leavesOutWhatIsAtItsDefault) {
+TEST(ViewText, leavesOutDefaults) {
     EXPECT_EQ(viewText(ViewNode{}), "column\n");
     EXPECT_EQ(viewText(view::text("", Font::body)), "text \"\" body\n");
     EXPECT_EQ(viewText(view::spacer()), "spacer\n");
@@ -79,7 +79,7 @@ TEST(ViewText, showsWhatIsPresentedBelowItsElement) {
                              "    button \"No\" cancel\n");
 }
 
-TEST(ViewText, tellsNothingOfIdentity) {
+TEST(ViewText, leavesOutIdentity) {
     EXPECT_EQ(viewText(view::keyed("key", view::spacer())), "spacer\n");
 }
 

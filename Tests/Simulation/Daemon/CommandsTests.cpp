@@ -86,7 +86,7 @@ TEST_F(DaemonCommands, scriptsEveryKindOfReply) {
     EXPECT_FALSE(script.take("GET", "/q"));
 }
 
-TEST_F(DaemonCommands, scriptsNothingThatMakesNoSense) {
+TEST_F(DaemonCommands, rejectsInvalidScripts) {
     for (const char* line : {
              R"({"do":"answer","status":99})",
              R"({"do":"answer","status":1000})",

@@ -6,7 +6,7 @@ namespace quoxelin::sim {
 namespace {
 
 using namespace std::chrono_literals;
-TEST(DaemonModel, beginsLoggedOutOnTheFirstOfTwoProfiles) {
+TEST(DaemonModel, startsLoggedOutOnTheFirstOfTwoProfiles) {
     ModelWorld world;
     EXPECT_EQ(world.model.state(), BackendState::needsLogin);
     const Tree profiles = world.model.profiles();
@@ -17,7 +17,7 @@ TEST(DaemonModel, beginsLoggedOutOnTheFirstOfTwoProfiles) {
     EXPECT_TRUE(profiles.at("profiles").at(0).at("node_id").isNull());
 }
 
-TEST(DaemonModel, beginsRunningWhenToldToBeLoggedIn) {
+TEST(DaemonModel, startsRunningIfConfiguredAsLoggedIn) {
     const auto world = ModelWorld::loggedIn();
     EXPECT_EQ(world->model.state(), BackendState::running);
     const Tree status = world->model.status();
@@ -27,7 +27,7 @@ TEST(DaemonModel, beginsRunningWhenToldToBeLoggedIn) {
     EXPECT_EQ(status.at("quoxelin_ips").size(), 2u);
 }
 
-TEST(DaemonModel, tellsOfNoNodeWhileLoggedOut) {
+TEST(DaemonModel, hasNoNodeWhileLoggedOut) {
     ModelWorld world;
     const Tree status = world.model.status();
     EXPECT_FALSE(status.contains("self"));
@@ -62,7 +62,7 @@ TEST(DaemonModel, keepsTheLoginUrlUntilTheLoginCompletes) {
     EXPECT_EQ(Tree(world.model.status()).at("interactive_login_url").text(), url);
 }
 
-TEST(DaemonModel, givesEveryLoginAUrlOfItsOwn) {
+TEST(DaemonModel, givesEveryLoginADistinctUrl) {
     ModelWorld world;
     const std::string first = world.model.beginLogin();
     world.model.completeLogin();
@@ -77,7 +77,7 @@ TEST(DaemonModel, needsNoLoginOnAProfileThatIsLoggedIn) {
     EXPECT_EQ(world->takeAnnounced(), Lines{});
 }
 
-TEST(DaemonModel, completesALoginByItselfWhenToldTo) {
+TEST(DaemonModel, completesALoginByItselfIfConfigured) {
     DaemonModel::Settings settings;
     settings.autoLogin = 2s;
     ModelWorld world(settings);
@@ -87,7 +87,7 @@ TEST(DaemonModel, completesALoginByItselfWhenToldTo) {
     EXPECT_EQ(world.callbacks.size(), 1u);
 }
 
-TEST(DaemonModel, doesNotCompleteByItselfALoginThatWasLeft) {
+TEST(DaemonModel, doesNotCompleteAnAbandonedLoginByItself) {
     DaemonModel::Settings settings;
     settings.autoLogin = 2s;
     ModelWorld world(settings);
@@ -124,7 +124,7 @@ TEST(DaemonModel, staysLoggedOutWhenItWantsToRunWithoutALogin) {
     EXPECT_EQ(world.takeAnnounced(), Lines{});
 }
 
-TEST(DaemonModel, doesNotComeUpAfterItWasStoppedWhileStarting) {
+TEST(DaemonModel, doesNotRunAfterItWasStoppedWhileStarting) {
     const auto world = ModelWorld::loggedIn();
     world->model.setWantRunning(false);
     world->model.setWantRunning(true);
@@ -172,7 +172,7 @@ TEST(DaemonModel, doesNothingWhenSwitchedToTheCurrentProfile) {
     EXPECT_EQ(world->takeAnnounced(), Lines{});
 }
 
-TEST(DaemonModel, refusesAProfileItDoesNotKnow) {
+TEST(DaemonModel, refusesAnUnknownProfile) {
     const auto world = ModelWorld::loggedIn();
     EXPECT_FALSE(world->model.switchProfile("nobody"));
     EXPECT_FALSE(world->model.switchProfile(""));
@@ -233,7 +233,7 @@ TEST(DaemonModel, leavesTheJailBehindWithTheProfile) {
     EXPECT_EQ(world->takeAnnounced(), Lines{R"({"Jailed":false,"State":"Starting"})"});
 }
 
-TEST(DaemonModel, greetsANewObserverWithAllThatHolds) {
+TEST(DaemonModel, greetsANewObserverWithTheCurrentState) {
     const auto world = ModelWorld::loggedIn();
     world->model.jail("disk not encrypted");
     const Tree greeting = Tree::parse(world->model.greeting());
@@ -245,7 +245,7 @@ TEST(DaemonModel, greetsANewObserverWithAllThatHolds) {
     EXPECT_FALSE(greeting.contains("InteractiveLoginUrl"));
 }
 
-TEST(DaemonModel, greetsWithTheLoginUrlThatWaits) {
+TEST(DaemonModel, greetsWithThePendingLoginUrl) {
     ModelWorld world;
     const std::string url = world.model.beginLogin();
     const Tree greeting = Tree::parse(world.model.greeting());
@@ -272,7 +272,7 @@ TEST(DaemonModel, keepsNewPeersForTheNextLoginWhileLoggedOut) {
     EXPECT_EQ(line.at("NetMap").at("Peers").size(), 2u);
 }
 
-TEST(DaemonModel, isPutInAnyStateAndCallsOffWhatWasUnderWay) {
+TEST(DaemonModel, canBeSetToAnyStateWhichCancelsPendingChanges) {
     const auto world = ModelWorld::loggedIn();
     world->model.setWantRunning(false);
     world->model.setWantRunning(true);

@@ -14,7 +14,7 @@ const std::string patch = "PATCH /localapi/v0/hatago HTTP/1.1\r\n"
                           "\r\n"
                           "{}";
 
-TEST(HttpRequest, isReadHoweverItIsCut) {
+TEST(HttpRequest, isReadInAnyPieces) {
     for (std::size_t cut = 1; cut < patch.size(); ++cut) {
         HttpRequest request;
         EXPECT_EQ(request.read(patch.substr(0, cut)), Progress::incomplete) << cut;

@@ -56,7 +56,7 @@ TEST_F(LocalApi, setsWantRunning) {
     EXPECT_EQ(world->model.state(), BackendState::stopped);
 }
 
-TEST_F(LocalApi, leavesAPreferenceAloneThatIsNotMarkedAsSet) {
+TEST_F(LocalApi, ignoresAPreferenceThatIsNotMarkedAsSet) {
     for (const char* body :
          {R"({"WantRunning":false})", R"({"WantRunning":false,"WantRunningSet":false})",
           R"({"WantRunningSet":true})", "{}"}) {
@@ -65,7 +65,7 @@ TEST_F(LocalApi, leavesAPreferenceAloneThatIsNotMarkedAsSet) {
     }
 }
 
-TEST_F(LocalApi, refusesPreferencesThatAreNoneAtAll) {
+TEST_F(LocalApi, refusesInvalidPreferences) {
     for (const char* body : {"", "[]", "{\"WantRunning\":", R"({"WantRunning":1})",
                              R"({"WantRunning":false,"WantRunningSet":"true"})"}) {
         EXPECT_EQ(ask("PATCH", "/localapi/v0/hatago", body).status, 400) << body;
@@ -78,14 +78,14 @@ TEST_F(LocalApi, logsOut) {
     EXPECT_EQ(world->model.state(), BackendState::needsLogin);
 }
 
-TEST_F(LocalApi, refusesAWrongMethodWithoutAnyEffect) {
+TEST_F(LocalApi, refusesAWrongMethodWithoutEffect) {
     EXPECT_EQ(ask("GET", "/localapi/v0/logout").status, 405);
     EXPECT_EQ(ask("POST", "/localapi/v0/status").status, 405);
     EXPECT_EQ(ask("POST", observePath).status, 405);
     EXPECT_EQ(world->model.state(), BackendState::running);
 }
 
-TEST_F(LocalApi, knowsNoOtherPath) {
+TEST_F(LocalApi, acceptsNoOtherPath) {
     EXPECT_EQ(ask("GET", "/localapi/v0/status/").status, 404);
     EXPECT_EQ(ask("GET", "").status, 404);
 }

@@ -34,7 +34,7 @@ TEST(NetworkMap, givesEveryPeerAllMembersAndAKnownUser) {
     }
 }
 
-TEST(NetworkMap, givesEveryNodeAddressesAndIdsOfItsOwn) {
+TEST(NetworkMap, givesEveryNodeDistinctAddressesAndIds) {
     const Tree map = Tree::parse(NetworkMap().text(account, 20000));
     std::set<std::string> seen;
     const auto see = [&](const Tree& node) {
@@ -76,7 +76,7 @@ TEST(NetworkMap, followsTheAccountAndTheNumberOfPeers) {
     EXPECT_EQ(map.text(account, 2), first);
 }
 
-TEST(NetworkMap, canBeWithoutPeers) {
+TEST(NetworkMap, mayHaveNoPeers) {
     EXPECT_TRUE(Tree::parse(NetworkMap().text(account, 0)).at("Peers").size() == 0);
 }
 

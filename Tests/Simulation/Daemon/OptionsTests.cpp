@@ -7,7 +7,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-TEST(Options, readsThemAll) {
+TEST(Options, readsAllOptions) {
     const auto read = readOptions(
         {"--socket", "/tmp/s", "--peers", "20000", "--auto-login", "0.5", "--logged-in"});
     const auto* options = std::get_if<Options>(&read);
@@ -18,7 +18,7 @@ TEST(Options, readsThemAll) {
     EXPECT_TRUE(options->model.loggedIn);
 }
 
-TEST(Options, needsNothingButASocket) {
+TEST(Options, requiresOnlyASocket) {
     const auto read = readOptions({"--socket", "/tmp/s"});
     const auto* options = std::get_if<Options>(&read);
     ASSERT_TRUE(options);

@@ -39,7 +39,7 @@ TEST(RequestLog, reportsEveryByteAndNeverBreaksTheJsonLine) {
     EXPECT_EQ(told.at("complete"), false);
 }
 
-TEST(RequestLog, reportsWhatCameAfterANumber) {
+TEST(RequestLog, reportsRequestsAfterANumber) {
     RequestLog log;
     for (const char* target : {"/a", "/b", "/c"})
         log.add(request("GET", target));

@@ -15,7 +15,7 @@ int statusOf(const std::optional<ScriptedReply>& reply) {
     return reply ? std::get<CannedReply>(*reply).status : 0;
 }
 
-TEST(ScriptedAnswers, leavesRequestsAloneThatNothingIsSaidAbout) {
+TEST(ScriptedAnswers, doesNotAnswerUnscriptedRequests) {
     ScriptedAnswers script;
     script.add(replyWith(500, "GET", "/status"));
     EXPECT_EQ(statusOf(script.take("POST", "/status")), 0);
@@ -23,7 +23,7 @@ TEST(ScriptedAnswers, leavesRequestsAloneThatNothingIsSaidAbout) {
     EXPECT_EQ(statusOf(script.take("GET", "/status")), 500);
 }
 
-TEST(ScriptedAnswers, usesUpLimitedAnswersInTheirOrderBeforeTheLastingOne) {
+TEST(ScriptedAnswers, usesLimitedAnswersInOrderBeforeThePermanentOne) {
     ScriptedAnswers script;
     script.add(replyWith(500, "GET", "/status"));
     script.add(replyWith(501, "GET", "/status", 1));
@@ -32,7 +32,7 @@ TEST(ScriptedAnswers, usesUpLimitedAnswersInTheirOrderBeforeTheLastingOne) {
         EXPECT_EQ(statusOf(script.take("GET", "/status")), expected);
 }
 
-TEST(ScriptedAnswers, replacesALastingAnswer) {
+TEST(ScriptedAnswers, replacesAPermanentAnswer) {
     ScriptedAnswers script;
     script.add(replyWith(500, "GET", "/status"));
     script.add(replyWith(404, "GET", "/status"));
@@ -41,7 +41,7 @@ TEST(ScriptedAnswers, replacesALastingAnswer) {
     EXPECT_EQ(statusOf(script.take("GET", "/status")), 0);
 }
 
-TEST(ScriptedAnswers, comparesTheQueryOnlyWhenOneIsGiven) {
+TEST(ScriptedAnswers, comparesTheQueryOnlyIfOneIsGiven) {
     ScriptedAnswers script;
     script.add(replyWith(500, "", "/switch?id=a"));
     EXPECT_EQ(statusOf(script.take("POST", "/switch?id=b")), 0);

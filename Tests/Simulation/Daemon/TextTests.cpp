@@ -5,7 +5,7 @@
 namespace quoxelin::sim {
 namespace {
 
-TEST(Text, replacesWhatCannotStandInAJsonLine) {
+TEST(Text, replacesWhatAJsonLineCannotContain) {
     EXPECT_EQ(printable("日本"), "日本");
     EXPECT_EQ(printable("a\xFFz"), "a?z");
 }

@@ -59,13 +59,13 @@ class SteeredScreenTest : public ::testing::Test {
                       [this](const std::string& line) { answer = line; }};
 };
 
-TEST_F(SteeredScreenTest, tellsTheTexts) {
+TEST_F(SteeredScreenTest, reportsTheTexts) {
     screen.shown = {"Connected", "100.64.0.4"};
     EXPECT_EQ(answerTo(R"({"do":"text"})"),
               R"({"ok":true,"do":"text","texts":["Connected","100.64.0.4"]})");
 }
 
-TEST_F(SteeredScreenTest, pressesWhatBearsTheLabelAndSaysWhyItCannot) {
+TEST_F(SteeredScreenTest, pressesByLabelAndReportsWhyItCannot) {
     const auto* const press = R"({"do":"press","label":"Connect"})";
     EXPECT_EQ(answerTo(press), R"({"ok":true,"do":"press"})");
     screen.outcome = SteeredScreen::Press::absent;
@@ -79,7 +79,7 @@ TEST_F(SteeredScreenTest, pressesWhatBearsTheLabelAndSaysWhyItCannot) {
     EXPECT_EQ(screen.done, "press Connect; press Connect; press Connect; ");
 }
 
-TEST_F(SteeredScreenTest, tellsPlacesInWholeLengthsFromTheUpperLeft) {
+TEST_F(SteeredScreenTest, reportsPlacesInWholeUnitsFromTheUpperLeft) {
     const auto* const where = R"({"do":"where","label":"Connect"})";
     EXPECT_EQ(answerTo(where),
               R"({"ok":false,"do":"where","error":"nothing of that label is on the screen"})");
@@ -87,7 +87,7 @@ TEST_F(SteeredScreenTest, tellsPlacesInWholeLengthsFromTheUpperLeft) {
     EXPECT_EQ(answerTo(where), R"({"ok":true,"do":"where","x":0,"y":32,"width":260,"height":30})");
 }
 
-TEST_F(SteeredScreenTest, tellsWhetherThePanelIsThereAndWhere) {
+TEST_F(SteeredScreenTest, reportsWhetherAndWhereThePanelIsShown) {
     EXPECT_EQ(answerTo(R"({"do":"panel"})"), R"({"ok":true,"do":"panel","visible":false})");
     screen.place = NSRect{10, 20, 260, 300};
     EXPECT_EQ(answerTo(R"({"do":"panel"})"),
@@ -95,7 +95,7 @@ TEST_F(SteeredScreenTest, tellsWhetherThePanelIsThereAndWhere) {
     EXPECT_EQ(answerTo(R"({"do":"wait","panel-visible":1})"), R"({"ok":true,"do":"wait"})");
 }
 
-TEST_F(SteeredScreenTest, savesPicturesAndSaysWhyItCannot) {
+TEST_F(SteeredScreenTest, savesPicturesAndReportsWhyItCannot) {
     const auto* const snapshot = R"({"do":"snapshot","path":"/tmp/a.png"})";
     EXPECT_EQ(answerTo(snapshot), R"({"ok":true,"do":"snapshot"})");
     screen.picture = SteeredScreen::Picture::empty;
@@ -106,7 +106,7 @@ TEST_F(SteeredScreenTest, savesPicturesAndSaysWhyItCannot) {
               R"({"ok":false,"do":"snapshot","error":"the picture could not be written"})");
 }
 
-TEST_F(SteeredScreenTest, doesWhatAPersonDoesAroundTheWindows) {
+TEST_F(SteeredScreenTest, simulatesTheUserOutsideTheWindows) {
     int activations = 0;
     const auto observer = notificationCenter.addObserver(
         NSApplicationDidBecomeActiveNotification, [&](const Notification&) { ++activations; });

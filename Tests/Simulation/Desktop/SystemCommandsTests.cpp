@@ -30,7 +30,7 @@ class SystemCommands : public ::testing::Test {
         [this](const std::string& line) { answers.push_back(line); }};
 };
 
-TEST_F(SystemCommands, doesNothingUnlessTheWholeCommandIsGood) {
+TEST_F(SystemCommands, doesNothingUnlessTheWholeCommandIsValid) {
     answerTo(R"({"do":"extension","version":"9","result":"one"})");
     EXPECT_EQ(system.systemExtensions.bundledVersion, "1.0");
 }
@@ -110,7 +110,7 @@ TEST_F(SystemCommands, steersTheRegistrations) {
     EXPECT_EQ(system.serviceManagement.daemonRegistration(simulatedHelperPlistName).status(), 2);
 }
 
-TEST_F(SystemCommands, tellsTheNotifications) {
+TEST_F(SystemCommands, reportsTheNotifications) {
     answerTo(R"({"do":"answer-notifications","granted":true})");
     system.userNotificationCenter.add({"id", "Title", "Body \"quoted\"", false});
     EXPECT_EQ(answerTo(R"({"do":"notifications"})"),
@@ -134,7 +134,7 @@ TEST_F(SystemCommands, steersUpdatesAndScripts) {
               R"({"ok":true,"do":"scripts","executed":["beep"],"asking":false})");
 }
 
-TEST_F(SystemCommands, standsInForThePersonAtTheDesktop) {
+TEST_F(SystemCommands, simulatesTheUserAtTheDesktop) {
     EXPECT_EQ(answerTo(R"({"do":"pasteboard"})"), R"({"ok":true,"do":"pasteboard"})");
     system.pasteboard.setString("100.64.0.1");
     EXPECT_EQ(answerTo(R"({"do":"pasteboard"})"),
@@ -166,7 +166,7 @@ TEST_F(SystemCommands, refusesWhatTheSystemCannotDo) {
         EXPECT_EQ(answerTo(line).rfind("{\"ok\":false", 0), 0u) << line;
 }
 
-TEST_F(SystemCommands, tellWhatCanBeWaitedFor) {
+TEST_F(SystemCommands, reportWhatCanBeWaitedFor) {
     steering.take(R"({"do":"wait","urls":1,"helper":1,"vpn-status":-1,"open-panels":0})");
     system.workspace.open(*Url::parse("https://a.example"));
     steering.look();

@@ -5,7 +5,7 @@
 
 namespace quoxelin::testing {
 
-TEST(LineReader, putsLinesTogetherFromAnyPieces) {
+TEST(LineReader, joinsLinesFromAnyPieces) {
     std::vector<std::string> lines;
     LineReader reader([&](std::string_view line) { lines.emplace_back(line); });
     reader.add("first\nsec");

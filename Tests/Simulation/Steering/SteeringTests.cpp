@@ -58,7 +58,7 @@ class SteeringTest : public ::testing::Test {
         [this](const std::string& line) { answers.push_back(line); }};
 };
 
-TEST_F(SteeringTest, answersWithTheCommandAndItsIdentifierWhateverThatIs) {
+TEST_F(SteeringTest, answersWithTheCommandAndAnyIdentifier) {
     EXPECT_EQ(answerTo(R"({"do":"act"})"), R"({"ok":true,"do":"act"})");
     EXPECT_EQ(answerTo(R"({"id":7,"do":"act"})"), R"({"ok":true,"do":"act","id":7})");
     EXPECT_EQ(answerTo(R"({"id":[1,"x\"",null],"do":"act"})"),
@@ -83,7 +83,7 @@ TEST_F(SteeringTest, answersABadLineWithAnErrorAndDoesNothing) {
     EXPECT_EQ(acts, 0u);
 }
 
-TEST_F(SteeringTest, saysWhatIsWrongWithAMember) {
+TEST_F(SteeringTest, reportsWhatIsWrongWithAMember) {
     EXPECT_EQ(errorOf(R"("colour":"red")"), R"("colour" is not understood here)");
     EXPECT_EQ(errorOf(R"("color":"green")"), R"("color" must be one of red, blue)");
     EXPECT_EQ(errorOf(R"("color":1)"), R"("color" must be a string)");
@@ -103,7 +103,7 @@ TEST_F(SteeringTest, saysWhatIsWrongWithAMember) {
     EXPECT_EQ(acts, 0u);
 }
 
-TEST_F(SteeringTest, takesTextsAndBytesSoOftenAsAsked) {
+TEST_F(SteeringTest, repeatsTextsAndBytesAsOftenAsAsked) {
     answerTo(R"({"do":"take","text":"\u65e5","repeat":2})");
     EXPECT_EQ(bytes, "日日");
     answerTo(R"({"do":"take","bytes":"\u00ffa\u0000"})");
@@ -157,7 +157,7 @@ TEST_F(SteeringTest, waitsUntilAllConditionsHoldAtOnce) {
     EXPECT_EQ(answers, Lines());
 }
 
-TEST_F(SteeringTest, givesAWaitUpAfterItsTime) {
+TEST_F(SteeringTest, endsAWaitAfterItsTimeout) {
     answersTo(R"({"do":"wait","acts":1,"timeout":0.5})");
     dispatch.advance(seconds(0.49));
     EXPECT_EQ(answers, Lines());
@@ -165,7 +165,7 @@ TEST_F(SteeringTest, givesAWaitUpAfterItsTime) {
     EXPECT_EQ(answers, Lines{R"({"ok":false,"do":"wait","error":"waited in vain for \"acts\""})"});
 }
 
-TEST_F(SteeringTest, forgetsItsWaitsWhenItEnds) {
+TEST_F(SteeringTest, dropsItsWaitsWhenDestroyed) {
     Lines late;
     auto shortLived = std::make_unique<Steering>(
         [this](Duration delay, Work work) { dispatch.main().asyncAfter(delay, std::move(work)); },

@@ -31,7 +31,7 @@ TEST_F(Demonstration, leadsFromALoginToConnected) {
     EXPECT_EQ(system.networkExtension.tunnel().status(), 3);
 }
 
-TEST_F(Demonstration, waitsForThePersonToApproveTheExtension) {
+TEST_F(Demonstration, waitsForTheUserToApproveTheExtension) {
     system.systemExtensions.requireApproval();
     launch();
     dispatch.advance(seconds(4.9));
@@ -50,7 +50,7 @@ TEST_F(Demonstration, waitsForThePersonToApproveTheExtension) {
     EXPECT_EQ(shownStatus(), VPNConnectionStatus::connected);
 }
 
-TEST_F(Demonstration, reachesTheHelperOnceThePersonHasAllowedIt) {
+TEST_F(Demonstration, reachesTheHelperOnceTheUserHasAllowedIt) {
     helper().requireApproval();
     launch();
     dispatch.advance(seconds(1));
@@ -63,7 +63,7 @@ TEST_F(Demonstration, reachesTheHelperOnceThePersonHasAllowedIt) {
     EXPECT_TRUE(hasStartedAppState());
 }
 
-TEST_F(Demonstration, losesTheTunnelAndFindsItAgain) {
+TEST_F(Demonstration, losesTheTunnelAndRecoversIt) {
     launch();
     dispatch.advance(seconds(2));
     daemon.model.completeLogin();
@@ -79,7 +79,7 @@ TEST_F(Demonstration, losesTheTunnelAndFindsItAgain) {
     EXPECT_EQ(shownStatus(), VPNConnectionStatus::disconnected);
 }
 
-TEST_F(Demonstration, quitsTheOrderlyWay) {
+TEST_F(Demonstration, quitsInOrder) {
     launch();
     dispatch.advance(seconds(2));
     system.application.terminate();

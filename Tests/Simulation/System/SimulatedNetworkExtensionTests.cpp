@@ -70,7 +70,7 @@ class SimulatedNetworkExtensionTest : public ::testing::Test {
 
 using SimulatedNetworkExtension = SimulatedNetworkExtensionTest;
 
-TEST_F(SimulatedNetworkExtension, keepsWhatWasSavedInTheOrderOfSaving) {
+TEST_F(SimulatedNetworkExtension, keepsConfigurationsInTheOrderOfSaving) {
     saveNew("one", "First");
     saveNew("two", "Second");
     const auto managers = loadAll();
@@ -107,7 +107,7 @@ TEST_F(SimulatedNetworkExtension, readsAnUnsavedConfigurationAsEmpty) {
     EXPECT_TRUE(loadAll().empty());
 }
 
-TEST_F(SimulatedNetworkExtension, handsOutProtocolsByReferenceOrAsCopies) {
+TEST_F(SimulatedNetworkExtension, returnsProtocolsByReferenceOrAsCopies) {
     const auto manager = saveNew("one", "First");
     manager->protocolConfiguration()->serverAddress = "by reference";
     EXPECT_EQ(manager->protocolConfiguration()->serverAddress, "by reference");
@@ -120,7 +120,7 @@ TEST_F(SimulatedNetworkExtension, handsOutProtocolsByReferenceOrAsCopies) {
     EXPECT_EQ(manager->protocolConfiguration()->serverAddress, std::nullopt);
 }
 
-TEST_F(SimulatedNetworkExtension, tellsOfNoChangeWhereNothingChanged) {
+TEST_F(SimulatedNetworkExtension, reportsNoChangeIfNothingChanged) {
     const auto manager = saveNew("one", "First");
     EXPECT_EQ(save(manager), std::nullopt);
     EXPECT_EQ(configurationChanges, 1);
@@ -129,7 +129,7 @@ TEST_F(SimulatedNetworkExtension, tellsOfNoChangeWhereNothingChanged) {
     EXPECT_EQ(configurationChanges, 2);
 }
 
-TEST_F(SimulatedNetworkExtension, removesAConfigurationForEverybody) {
+TEST_F(SimulatedNetworkExtension, removesAConfigurationForAllManagers) {
     const auto manager = saveNew("one", "First");
     const auto other = loadAll().at(0);
     EXPECT_EQ(remove(manager), std::nullopt);
@@ -162,7 +162,7 @@ TEST_F(SimulatedNetworkExtension, failsWhenTheAnswerIsDueAndWithoutEffect) {
     EXPECT_EQ(failure, error);
 }
 
-TEST_F(SimulatedNetworkExtension, answersWhereItIsTold) {
+TEST_F(SimulatedNetworkExtension, answersOnTheChosenThread) {
     bool answered = false;
     bool onMainThread = false;
     const auto ask = [&] {
@@ -189,7 +189,7 @@ TEST_F(SimulatedNetworkExtension, answersWhereItIsTold) {
     EXPECT_FALSE(onMainThread);
 }
 
-TEST_F(SimulatedNetworkExtension, bringsATunnelUpAndDownInItsTime) {
+TEST_F(SimulatedNetworkExtension, bringsATunnelUpAndDownAfterADelay) {
     held = saveNew("one", "First");
     EXPECT_EQ(held->connection()->status(), 1);
     EXPECT_TRUE(held->connection()->startVPNTunnel().has_value());
@@ -233,7 +233,7 @@ TEST_F(SimulatedNetworkExtension, letsATunnelFailReassertAndDrop) {
     EXPECT_EQ(held->connection()->status(), -1);
 }
 
-TEST_F(SimulatedNetworkExtension, countsStartsThatNobodyNeeds) {
+TEST_F(SimulatedNetworkExtension, countsUnnecessaryStarts) {
     held = saveNew("one", "First");
     EXPECT_TRUE(held->connection()->startVPNTunnel().has_value());
     EXPECT_EQ(network.tunnels.needlessStarts, 0);
@@ -244,7 +244,7 @@ TEST_F(SimulatedNetworkExtension, countsStartsThatNobodyNeeds) {
     EXPECT_EQ(held->connection()->status(), 3);
 }
 
-TEST_F(SimulatedNetworkExtension, refusesToStartWhatIsNotSavedNotAllowedOrDisabled) {
+TEST_F(SimulatedNetworkExtension, refusesToStartUnsavedForbiddenOrDisabledConfigurations) {
     const auto codeOf = [](const Manager& manager) {
         const auto started = manager->connection()->startVPNTunnel();
         return started ? 0 : started.error().code;
@@ -270,13 +270,13 @@ TEST_F(SimulatedNetworkExtension, refusesToStartWhatIsNotSavedNotAllowedOrDisabl
     EXPECT_EQ(codeOf(manager), 42);
 }
 
-TEST_F(SimulatedNetworkExtension, takesConnectionsAway) {
+TEST_F(SimulatedNetworkExtension, removesConnections) {
     const auto manager = saveNew("one", "First");
     network.hasConnections = false;
     EXPECT_EQ(manager->connection(), nullptr);
 }
 
-TEST_F(SimulatedNetworkExtension, letsAPersonChangeAndRemoveConfigurations) {
+TEST_F(SimulatedNetworkExtension, letsTheUserChangeAndRemoveConfigurations) {
     network.addConfiguration(Configuration::ofTunnel("one", "First"));
     dispatch.runUntilIdle();
     EXPECT_EQ(configurationChanges, 0);
@@ -291,7 +291,7 @@ TEST_F(SimulatedNetworkExtension, letsAPersonChangeAndRemoveConfigurations) {
     EXPECT_TRUE(network.configurations().empty());
 }
 
-TEST_F(SimulatedNetworkExtension, remembersWhatWasAsked) {
+TEST_F(SimulatedNetworkExtension, recordsRequests) {
     const auto manager = saveNew("one", "First");
     load(manager);
     EXPECT_TRUE(manager->connection()->startVPNTunnel().has_value());

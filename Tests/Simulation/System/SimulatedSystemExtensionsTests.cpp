@@ -96,7 +96,7 @@ TEST_F(SimulatedSystemExtensions, asksBeforeItReplacesAnotherVersion) {
     EXPECT_EQ(extensions.extensions[0].bundleShortVersion, "1.1");
 }
 
-TEST_F(SimulatedSystemExtensions, waitsForAPersonsApproval) {
+TEST_F(SimulatedSystemExtensions, waitsForTheUsersApproval) {
     extensions.requireApproval();
     const auto listener = submit(Kind::activation);
     dispatch.advance(seconds(10));
@@ -128,7 +128,7 @@ TEST_F(SimulatedSystemExtensions, supersedesAnOlderRequestForTheSameExtension) {
     EXPECT_EQ(extensions.outstandingActivations(), 2u);
 }
 
-TEST_F(SimulatedSystemExtensions, failsAsItIsTold) {
+TEST_F(SimulatedSystemExtensions, failsAsConfigured) {
     extensions.activationError = Error{"domain", 8, "bad signature"};
     const auto refused = submit(Kind::activation);
     dispatch.runUntilIdle();
@@ -169,7 +169,7 @@ TEST_F(SimulatedSystemExtensions, answersWithAllVersionsOfTheExtension) {
     EXPECT_EQ(failed->heard, (Lines{"0 error 1"}));
 }
 
-TEST_F(SimulatedSystemExtensions, neverAnswersWhenItIsToldSo) {
+TEST_F(SimulatedSystemExtensions, neverAnswersIfConfigured) {
     extensions.answersActivations = false;
     extensions.answersProperties = false;
     const auto activation = submit(Kind::activation);
@@ -181,7 +181,7 @@ TEST_F(SimulatedSystemExtensions, neverAnswersWhenItIsToldSo) {
     EXPECT_EQ(extensions.submissions(Kind::properties), 1u);
 }
 
-TEST_F(SimulatedSystemExtensions, dropsTheAnswerToADelegateThatHasGone) {
+TEST_F(SimulatedSystemExtensions, dropsTheAnswerToADestroyedDelegate) {
     extensions.bundledVersion = "2";
     extensions.extensions = {{"ours", "1", true, false}};
     submit(Kind::activation);

@@ -46,7 +46,7 @@ TEST_F(MacApplicationTest, runsUntilItIsTerminated) {
     EXPECT_EQ(delegate.events.back(), "terminating");
 }
 
-TEST_F(MacApplicationTest, answersTheQuitEventOfTheEndOfASession) {
+TEST_F(MacApplicationTest, answersTheQuitEventOfALogout) {
     Delegate delegate;
     whenItRuns(^{
         EXPECT_TRUE(stage::sendEvent(kCoreEventClass, kAEQuitApplication,
@@ -64,7 +64,7 @@ TEST_F(MacApplicationTest, quitsByTheStandardAction) {
     EXPECT_EQ(application.run(delegate), 0);
 }
 
-TEST_F(MacApplicationTest, tellsWhenItComesToTheFront) {
+TEST_F(MacApplicationTest, reportsWhenItBecomesActive) {
     int times = 0;
     const auto observer = center.addObserver(NSApplicationDidBecomeActiveNotification,
                                              [&](const Notification&) { ++times; });

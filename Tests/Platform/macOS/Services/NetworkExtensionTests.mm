@@ -55,7 +55,7 @@ class MacNetworkExtensionTest : public ServiceTest {
 
 } // namespace
 
-TEST_F(MacNetworkExtensionTest, findsNoConfigurationWhereNoneIsSaved) {
+TEST_F(MacNetworkExtensionTest, findsNoConfigurationIfNoneIsSaved) {
     loadAll();
     EXPECT_TRUE(loaded.get().empty());
     ASSERT_TRUE(loaded.arrive());
@@ -63,7 +63,7 @@ TEST_F(MacNetworkExtensionTest, findsNoConfigurationWhereNoneIsSaved) {
     EXPECT_TRUE(loaded.get().front()->empty());
 }
 
-TEST_F(MacNetworkExtensionTest, findsWhatWasSaved) {
+TEST_F(MacNetworkExtensionTest, findsSavedConfigurations) {
     saved();
     loadAll();
     ASSERT_TRUE(loaded.arrive());
@@ -75,7 +75,7 @@ TEST_F(MacNetworkExtensionTest, findsWhatWasSaved) {
     EXPECT_EQ(manager->protocolConfiguration()->serverAddress, "Quoxelin");
 }
 
-TEST_F(MacNetworkExtensionTest, tellsWhyNothingCouldBeLoaded) {
+TEST_F(MacNetworkExtensionTest, reportsWhyLoadingFailed) {
     stage::failNext(@"loadAllFromPreferences", errorOf(::NEVPNErrorDomain, 5));
     loadAll();
     ASSERT_TRUE(loaded.arrive());
@@ -83,7 +83,7 @@ TEST_F(MacNetworkExtensionTest, tellsWhyNothingCouldBeLoaded) {
     EXPECT_EQ(loaded.get().front().error(), (Error{"NEVPNErrorDomain", 5, "it did not work"}));
 }
 
-TEST_F(MacNetworkExtensionTest, takesAnExceptionForAFailure) {
+TEST_F(MacNetworkExtensionTest, reportsAnExceptionAsAFailure) {
     stage::raiseNext(@"loadAllFromPreferences", NSInternalInconsistencyException);
     loadAll();
     ASSERT_EQ(loaded.get().size(), 1u);
@@ -112,7 +112,7 @@ TEST_F(MacNetworkExtensionTest, answersTwoAtATimeAndLate) {
     EXPECT_TRUE(loaded.arrive(2));
 }
 
-TEST_F(MacNetworkExtensionTest, answersWhenTheManagerHasGone) {
+TEST_F(MacNetworkExtensionTest, answersAfterTheManagerIsDestroyed) {
     Failures failures;
     {
         const stage::Held loading(@"loadFromPreferences"), saving(@"saveToPreferences"),
@@ -125,14 +125,14 @@ TEST_F(MacNetworkExtensionTest, answersWhenTheManagerHasGone) {
     EXPECT_TRUE(failures.arrive(3));
 }
 
-TEST_F(MacNetworkExtensionTest, tellsWhyAConfigurationWasNotSaved) {
+TEST_F(MacNetworkExtensionTest, reportsWhySavingFailed) {
     Failures failures;
     extension.makeTunnelProviderManager()->saveToPreferences(into(failures));
     ASSERT_TRUE(failures.arrive());
     EXPECT_EQ(failures.get().front()->code, NEVPNErrorConfigurationInvalid);
 }
 
-TEST_F(MacNetworkExtensionTest, savesWhatWasChangedOnTheRecord) {
+TEST_F(MacNetworkExtensionTest, savesChangesToTheRecord) {
     const auto manager = saved();
     manager->protocolConfiguration()->disconnectOnSleep = true;
     Failures failures;
@@ -164,7 +164,7 @@ TEST_F(MacNetworkExtensionTest, removesAConfiguration) {
     EXPECT_TRUE(loaded.get().front()->empty());
 }
 
-TEST_F(MacNetworkExtensionTest, startsAndStopsTheTunnelAndTellsOfIt) {
+TEST_F(MacNetworkExtensionTest, startsAndStopsTheTunnelAndReportsItsStatus) {
     const auto manager = saved();
     std::vector<int> seen;
     const auto observer = center.addObserver(NEVPNStatusDidChange, [&](const Notification&) {
@@ -177,7 +177,7 @@ TEST_F(MacNetworkExtensionTest, startsAndStopsTheTunnelAndTellsOfIt) {
     EXPECT_EQ(seen, (std::vector<int>{2, 3, 5, 1}));
 }
 
-TEST_F(MacNetworkExtensionTest, tellsWhyATunnelDoesNotStart) {
+TEST_F(MacNetworkExtensionTest, reportsWhyATunnelDoesNotStart) {
     const auto unsaved = configured()->connection()->startVPNTunnel();
     ASSERT_FALSE(unsaved);
     EXPECT_EQ(unsaved.error().code, NEVPNErrorConfigurationInvalid);
@@ -196,7 +196,7 @@ TEST_F(MacNetworkExtensionTest, tellsWhyATunnelDoesNotStart) {
     EXPECT_EQ(manager->connection()->startVPNTunnel().error().domain, "NSGenericException");
 }
 
-TEST_F(MacNetworkExtensionTest, tellsOfAChangedConfiguration) {
+TEST_F(MacNetworkExtensionTest, reportsAChangedConfiguration) {
     int changes = 0;
     const auto observer =
         center.addObserver(NEVPNConfigurationChange, [&](const Notification&) { ++changes; });

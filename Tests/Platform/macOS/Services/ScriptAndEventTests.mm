@@ -16,7 +16,7 @@ TEST_F(MacAppleScriptTest, runsAScript) {
     EXPECT_TRUE([stage::scripts() isEqualToArray:@[ @"beep" ]]);
 }
 
-TEST_F(MacAppleScriptTest, tellsWhyAScriptFailed) {
+TEST_F(MacAppleScriptTest, reportsWhyAScriptFailed) {
     const auto script = MacAppleScript().initWithSource("beep");
     stage::failNext(@"executeAndReturnError", errorOf(NSCocoaErrorDomain, 1));
     EXPECT_NE(script->executeAndReturnError().value_or("").find("it did not work"),
@@ -62,7 +62,7 @@ using Urls = std::vector<std::string>;
 
 } // namespace
 
-TEST_F(MacAppleEventsTest, bringTheUrlsThatBrowsersHandOver) {
+TEST_F(MacAppleEventsTest, deliverUrlsFromBrowsers) {
     MacAppleEventManager manager;
     launch();
     listen(manager);
@@ -82,7 +82,7 @@ TEST_F(MacAppleEventsTest, waitForTheirHandler) {
     EXPECT_EQ(urls, (Urls{"quoxelin://one", "quoxelin://two"}));
 }
 
-TEST_F(MacAppleEventsTest, goToNothingThatHasGone) {
+TEST_F(MacAppleEventsTest, areDroppedAfterDestruction) {
     {
         MacAppleEventManager manager;
         launch();

@@ -25,7 +25,7 @@ class MacServiceManagementTest : public ServiceTest {
 
 } // namespace
 
-TEST_F(MacServiceManagementTest, registersTheApplicationAndTheHelperEachForItself) {
+TEST_F(MacServiceManagementTest, registersTheApplicationAndTheHelperSeparately) {
     const auto application = management.mainApp();
     const auto helper = management.daemon("helper.plist");
     EXPECT_TRUE(registering(*application));
@@ -38,7 +38,7 @@ TEST_F(MacServiceManagementTest, registersTheApplicationAndTheHelperEachForItsel
     EXPECT_EQ(statusOf(*helper), 0);
 }
 
-TEST_F(MacServiceManagementTest, tellsWhyItDidNotRegister) {
+TEST_F(MacServiceManagementTest, reportsWhyRegistrationFailed) {
     const auto helper = management.daemon("helper.plist");
     stage::failNext(@"register", errorOf(@"SMAppServiceErrorDomain", 1));
     stage::serviceStatus()[@"helper.plist"] = @2;

@@ -84,14 +84,14 @@ TEST_F(MacSystemExtensionsTest, replacesAnotherVersion) {
     EXPECT_TRUE([stage::extensions().installed[@(tunnel)] isEqualToString:@"1.0.0"]);
 }
 
-TEST_F(MacSystemExtensionsTest, keepsTheOtherVersionWhenItIsToldTo) {
+TEST_F(MacSystemExtensionsTest, keepsTheOtherVersionIfTheDelegateSaysSo) {
     stage::extensions().installed[@(tunnel)] = @"0.9";
     delegate->action = OSSystemExtensionReplacementAction::cancel;
     submit(Kind::activation);
     EXPECT_EQ(heard(2), (Events{"replace 0.9 by 1.0.0", "OSSystemExtensionErrorDomain 11"}));
 }
 
-TEST_F(MacSystemExtensionsTest, tellsWhichVersionIsInstalled) {
+TEST_F(MacSystemExtensionsTest, reportsTheInstalledVersion) {
     submit(Kind::properties);
     EXPECT_EQ(heard(1), (Events{"found"}));
     stage::extensions().installed[@(tunnel)] = @"0.9";
@@ -99,20 +99,20 @@ TEST_F(MacSystemExtensionsTest, tellsWhichVersionIsInstalled) {
     EXPECT_EQ(heard(2).back(), "found com.quoxelin.desktop.PacketTunnel 0.9 enabled");
 }
 
-TEST_F(MacSystemExtensionsTest, tellsWhyARequestFailed) {
+TEST_F(MacSystemExtensionsTest, reportsWhyARequestFailed) {
     stage::failNext(@"submitRequest", errorOf(::OSSystemExtensionErrorDomain, 4));
     submit(Kind::activation);
     EXPECT_EQ(heard(1), (Events{"OSSystemExtensionErrorDomain 4"}));
 }
 
-TEST_F(MacSystemExtensionsTest, answersLaterToAnExceptionToo) {
+TEST_F(MacSystemExtensionsTest, reportsAnExceptionAsynchronously) {
     stage::raiseNext(@"submitRequest", NSGenericException);
     submit(Kind::activation);
     EXPECT_TRUE(delegate->events.empty());
     EXPECT_EQ(heard(1), (Events{"NSGenericException 0"}));
 }
 
-TEST_F(MacSystemExtensionsTest, leavesADelegateAloneThatHasGone) {
+TEST_F(MacSystemExtensionsTest, doesNotCallADestroyedDelegate) {
     {
         const stage::Held held(@"submitRequest");
         submit(Kind::activation);

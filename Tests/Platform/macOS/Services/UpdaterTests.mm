@@ -18,7 +18,7 @@ class MacUpdaterTest : public ServiceTest {
 
 } // namespace
 
-TEST_F(MacUpdaterTest, tellsWhenItCanCheckAndWhenNot) {
+TEST_F(MacUpdaterTest, reportsWhenItCanCheckForUpdates) {
     const auto controller = makeController("key");
     EXPECT_TRUE(stage::updates().isStarted);
     std::vector<bool> seen;

@@ -44,7 +44,7 @@ using Texts = std::vector<std::string>;
 
 } // namespace
 
-TEST_F(MacUserNotificationsTest, tellsWhatTheUserAllows) {
+TEST_F(MacUserNotificationsTest, reportsWhatTheUserAllows) {
     ask();
     ASSERT_TRUE(answers.arrive(1));
     authorize();
@@ -54,7 +54,7 @@ TEST_F(MacUserNotificationsTest, tellsWhatTheUserAllows) {
     EXPECT_EQ(answers.get(), (Texts{"0", "granted", "2"}));
 }
 
-TEST_F(MacUserNotificationsTest, tellsThatTheUserRefused) {
+TEST_F(MacUserNotificationsTest, reportsThatTheUserRefused) {
     stage::notifications().authorization = ::UNAuthorizationStatusDenied;
     stage::failNext(@"requestAuthorization", errorOf(@"UNErrorDomain", 1));
     authorize();
@@ -62,7 +62,7 @@ TEST_F(MacUserNotificationsTest, tellsThatTheUserRefused) {
     EXPECT_EQ(answers.get(), (Texts{"refused UNErrorDomain"}));
 }
 
-TEST_F(MacUserNotificationsTest, allowsNothingWhereThereIsNoCenter) {
+TEST_F(MacUserNotificationsTest, allowsNothingWithoutACenter) {
     stage::raiseNext(@"currentNotificationCenter", NSInternalInconsistencyException);
     ask();
     stage::raiseNext(@"currentNotificationCenter", NSInternalInconsistencyException);
@@ -99,7 +99,7 @@ TEST_F(MacUserNotificationsTest, showsANotificationAsTheDelegateWants) {
     EXPECT_NE(stage::notifications().added[0].content.sound, nil);
 }
 
-TEST_F(MacUserNotificationsTest, showsNothingForADelegateThatHasGone) {
+TEST_F(MacUserNotificationsTest, showsNothingForADestroyedDelegate) {
     center.setDelegate(std::make_shared<Delegate>());
     stage::notifications().authorization = ::UNAuthorizationStatusAuthorized;
     center.add({"one", "Quoxelin", "blocked", false});

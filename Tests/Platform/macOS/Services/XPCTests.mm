@@ -95,7 +95,7 @@ using Events = std::vector<std::string>;
 
 } // namespace
 
-TEST_F(MacXPCTest, bringsTheHelpersReplies) {
+TEST_F(MacXPCTest, deliversTheHelpersReplies) {
     const auto farEnd = farEndOf(*open());
     ASSERT_NE(farEnd, nullptr);
     farEnd->pingWithReply(replied());
@@ -104,7 +104,7 @@ TEST_F(MacXPCTest, bringsTheHelpersReplies) {
     EXPECT_EQ(events.get(), (Events{"there", "/bin/quoxelin up x y"}));
 }
 
-TEST_F(MacXPCTest, hasNoFarEndWhileTheHelperIsNotEnabled) {
+TEST_F(MacXPCTest, hasNoProxyWhileTheHelperIsNotEnabled) {
     for (const auto status : {SMAppServiceStatus::notRegistered,
                               SMAppServiceStatus::requiresApproval, SMAppServiceStatus::notFound}) {
         become(status);
@@ -112,7 +112,7 @@ TEST_F(MacXPCTest, hasNoFarEndWhileTheHelperIsNotEnabled) {
     }
 }
 
-TEST_F(MacXPCTest, tellsOfAHelperThatIsNotThere) {
+TEST_F(MacXPCTest, reportsAMissingHelper) {
     [stage::machServices() removeAllObjects];
     const auto farEnd = farEndOf(*open());
     ASSERT_NE(farEnd, nullptr);
@@ -121,7 +121,7 @@ TEST_F(MacXPCTest, tellsOfAHelperThatIsNotThere) {
     EXPECT_EQ(events.get(), (Events{"error 4099", "invalidated"}));
 }
 
-TEST_F(MacXPCTest, tellsOfAHelperThatEnds) {
+TEST_F(MacXPCTest, reportsAHelperThatExits) {
     helper.isSilent = YES;
     const auto farEnd = farEndOf(*open());
     farEnd->pingWithReply(replied());
@@ -131,7 +131,7 @@ TEST_F(MacXPCTest, tellsOfAHelperThatEnds) {
     EXPECT_EQ(events.get(), (Events{"error 4097", "interrupted"}));
 }
 
-TEST_F(MacXPCTest, repliesNothingOnceItIsInvalidated) {
+TEST_F(MacXPCTest, deliversNoReplyOnceInvalidated) {
     helper.isSilent = YES;
     const auto connection = open();
     farEndOf(*connection)->pingWithReply(replied());
@@ -141,7 +141,7 @@ TEST_F(MacXPCTest, repliesNothingOnceItIsInvalidated) {
     EXPECT_EQ(events.get(), (Events{"error 4099", "invalidated"}));
 }
 
-TEST_F(MacXPCTest, takesAnExceptionForAFailedMessage) {
+TEST_F(MacXPCTest, reportsAnExceptionAsAFailedMessage) {
     const auto farEnd = farEndOf(*open());
     stage::raiseNext(@"ping", NSGenericException);
     farEnd->pingWithReply(replied());
@@ -150,7 +150,7 @@ TEST_F(MacXPCTest, takesAnExceptionForAFailedMessage) {
     EXPECT_EQ(events.get(), (Events{"error 0", "error 0"}));
 }
 
-TEST_F(MacXPCTest, staysOpenWhenNothingRefersToIt) {
+TEST_F(MacXPCTest, staysOpenWithoutReferences) {
     farEndOf(*open())->pingWithReply(replied());
     connections.clear();
     ASSERT_TRUE(events.arrive());
@@ -167,7 +167,7 @@ TEST_F(MacXPCTest, answersTwoAtATime) {
     EXPECT_TRUE(events.arrive(2));
 }
 
-TEST_F(MacXPCTest, waitsForOpenConnectionsButNotForLong) {
+TEST_F(MacXPCTest, waitsBrieflyForOpenConnections) {
     const auto connection = open();
     const auto began = std::chrono::steady_clock::now();
     xpc.awaitReplies(std::chrono::milliseconds(50));

@@ -26,7 +26,7 @@ def application(daemon):
         yield running
 
 
-def test_launches_in_its_order(application):
+def test_launches_in_order(application):
     application.wait_log("[App] VPN configuration ready, starting app state...")
     assert_in_order(
         application.log(),
@@ -43,7 +43,7 @@ def test_launches_in_its_order(application):
     assert [command.rpartition("/")[2] for command in commands] == ["quoxelind --help", "quoxelind up"]
 
 
-def test_lives_from_login_to_uninstallation(daemon, application, tmp_path):
+def test_runs_from_login_to_uninstallation(daemon, application, tmp_path):
     scenario.log_in(daemon, application)
     application.wait_text('"Connected"')
     application.press("Disconnect")
@@ -78,7 +78,7 @@ def test_a_press_elsewhere_hides_the_panel(application):
 
 
 @pytest.mark.parametrize("way", ["end-session", "quit"])
-def test_quits_the_orderly_way(application, way):
+def test_quits_in_order(application, way):
     application.start_command(way)
     assert application.exit_code() == 0
     assert application.log()[-1] == "[App] Quoxelin Desktop App terminated (quoxelind still running)"

@@ -9,7 +9,7 @@ class HashiBusClientLogout : public HashiBusClientFixture {
     static constexpr const char* path = "/localapi/v0/logout";
 };
 
-TEST_F(HashiBusClientLogout, logsOutOverAConnectionOfItsOwn) {
+TEST_F(HashiBusClientLogout, logsOutOverASeparateConnection) {
     start();
     daemon.answer("POST", path, SimulatedDaemon::raw("HTTP/1.1 200 OK\r\n\r\nbye"));
     daemon.deliveries[path].staysOpen = true;
@@ -34,7 +34,7 @@ TEST_F(HashiBusClientLogout, logsOutBeforeItsStart) {
     EXPECT_EQ(daemon.count("POST /localapi/v0/logout"), 1u);
 }
 
-TEST_F(HashiBusClientLogout, logsWhatKeepsItFromLoggingOut) {
+TEST_F(HashiBusClientLogout, logsWhyItCannotLogOut) {
     daemon.refuseConnections();
     client->logout();
     dispatch.runUntilIdle();
@@ -67,7 +67,7 @@ TEST_F(HashiBusClientLogout, logsALogoutWithoutAResponse) {
     }
 }
 
-TEST_F(HashiBusClientLogout, readsALogoutsResponseOnceAndNoMoreThan1024Bytes) {
+TEST_F(HashiBusClientLogout, readsALogoutsResponseOnceUpTo1024Bytes) {
     daemon.answer("POST", path, SimulatedDaemon::raw(std::string(3'000, 'x')));
     client->logout();
     dispatch.runUntilIdle();

@@ -28,7 +28,7 @@ TEST_F(HashiBusClientStream, asksForTheStreamWithExactBytesInOneWrite) {
     EXPECT_EQ(log(), (Lines{"[HashiBus] Connected to socket", "[State] HashiBus connected"}));
 }
 
-TEST_F(HashiBusClientStream, handsEachLineToItsDelegateOnTheMainThread) {
+TEST_F(HashiBusClientStream, passesEachLineToItsDelegateOnTheMainThread) {
     start();
     send(line("a") + line("b"));
     EXPECT_EQ(delegate->versions, "ab");
@@ -36,7 +36,7 @@ TEST_F(HashiBusClientStream, handsEachLineToItsDelegateOnTheMainThread) {
     EXPECT_EQ(delegate->versions, "abc");
 }
 
-TEST_F(HashiBusClientStream, joinsALineThatComesInSeveralReads) {
+TEST_F(HashiBusClientStream, joinsALineThatArrivesInSeveralReads) {
     start();
     send("{\"Vers");
     send("ion\":\"a\"");
@@ -66,7 +66,7 @@ TEST_F(HashiBusClientStream, findsTheEndOfTheHeaderWhereverItIsSplit) {
     }
 }
 
-TEST_F(HashiBusClientStream, findsTheEndOfAHeaderThatComesByteByByte) {
+TEST_F(HashiBusClientStream, findsTheEndOfAHeaderThatArrivesByteByByte) {
     daemon.busHeader = "";
     start();
     for (const char byte : std::string("HTTP/1.1 200 OK\r\n\r\n") + line("a") + line("b"))
@@ -74,7 +74,7 @@ TEST_F(HashiBusClientStream, findsTheEndOfAHeaderThatComesByteByByte) {
     EXPECT_EQ(delegate->versions, "ab");
 }
 
-TEST_F(HashiBusClientStream, takesNoLineForANotificationBeforeTheHeaderHasEnded) {
+TEST_F(HashiBusClientStream, decodesNoLineBeforeTheHeaderHasEnded) {
     daemon.busHeader = "";
     start();
     send(line("a") + "\n\n" + line("b"));
@@ -90,7 +90,7 @@ TEST_F(HashiBusClientStream, acceptsAnyStatus) {
     EXPECT_EQ(delegate->versions, "a");
 }
 
-TEST_F(HashiBusClientStream, dropsWhatIsNoNotificationSilently) {
+TEST_F(HashiBusClientStream, dropsOtherLinesSilently) {
     start();
     send(line("a") +
          "\n\r\n \n1a3f\r\n[]\nnull\n{\"Version\":1}\n{\"Version\":\"x\"\n\xEF\xBB\xBF" +
@@ -106,7 +106,7 @@ TEST_F(HashiBusClientStream, acceptsACarriageReturnAtTheEndOfALine) {
     EXPECT_EQ(delegate->versions, "a");
 }
 
-TEST_F(HashiBusClientStream, takesAnEmptyObjectForANotification) {
+TEST_F(HashiBusClientStream, acceptsAnEmptyObjectAsANotification) {
     start();
     send("{}\n");
     EXPECT_EQ(delegate->versions, "-");
@@ -147,7 +147,7 @@ TEST_F(HashiBusClientStream, passesTheNextStreamsHeaderThroughAsLinesOfTheFirst)
     EXPECT_EQ(delegate->versions, "abc");
 }
 
-TEST_F(HashiBusClientStream, dropsALineThatTheStreamsEndHasCutTogetherWithWhatFollows) {
+TEST_F(HashiBusClientStream, dropsALineCutByTheStreamsEndTogetherWithWhatFollows) {
     start();
     daemon.send(line("a") + "{\"Version\":\"cut\"");
     daemon.closeBus();
@@ -156,7 +156,7 @@ TEST_F(HashiBusClientStream, dropsALineThatTheStreamsEndHasCutTogetherWithWhatFo
     EXPECT_EQ(delegate->versions, "ab");
 }
 
-TEST_F(HashiBusClientStream, joinsTheLineThatWasCutToTheNextStreamsFirst) {
+TEST_F(HashiBusClientStream, joinsACutLineWithTheNextStreamsFirst) {
     start();
     daemon.send("{\"Version\":");
     daemon.closeBus();
@@ -167,7 +167,7 @@ TEST_F(HashiBusClientStream, joinsTheLineThatWasCutToTheNextStreamsFirst) {
     EXPECT_EQ(delegate->versions, "joined b");
 }
 
-TEST_F(HashiBusClientStream, goesOnWithAHeaderThatTheStreamsEndHasCut) {
+TEST_F(HashiBusClientStream, continuesAHeaderCutByTheStreamsEnd) {
     daemon.busHeader = "HTTP/1.1 200 OK\r\n";
     start();
     daemon.closeBus();
@@ -212,7 +212,7 @@ TEST_F(HashiBusClientStream, forgetsADelegateThatGoesAwayBetweenTwoNotifications
     EXPECT_EQ(log().back(), "[HashiBus] EOF");
 }
 
-TEST(HashiBusClientEffort, isForALongLineOrHeaderWhatItIsForShortOnes) {
+TEST(HashiBusClientEffort, treatsLongLinesAndHeadersLikeShortOnes) {
     const std::string header = "\r\n\r\n";
     const std::string longLine(std::size_t(4) << 20, 'x');
     auto shortLines = longLine;

@@ -15,7 +15,7 @@ TEST_F(HashiBusClientTest, doesNothingBeforeItsStart) {
     EXPECT_TRUE(log().empty());
 }
 
-TEST_F(HashiBusClientTest, tellsOfTheStreamsEndAndConnectsAgainAfterThreeSeconds) {
+TEST_F(HashiBusClientTest, reportsTheStreamsEndAndConnectsAgainAfterThreeSeconds) {
     start();
     dispatch.advance(seconds(7));
     daemon.send(line("a") + line("b"));
@@ -33,7 +33,7 @@ TEST_F(HashiBusClientTest, tellsOfTheStreamsEndAndConnectsAgainAfterThreeSeconds
     EXPECT_EQ(log().size(), 6u);
 }
 
-TEST_F(HashiBusClientTest, tellsOfAReadError) {
+TEST_F(HashiBusClientTest, reportsAReadError) {
     start();
     daemon.failBus(ECONNRESET);
     dispatch.runUntilIdle();
@@ -44,7 +44,7 @@ TEST_F(HashiBusClientTest, tellsOfAReadError) {
     EXPECT_TRUE(daemon.isBusOpen());
 }
 
-TEST_F(HashiBusClientTest, triesEveryThreeSecondsForEverWhileTheDaemonIsAbsent) {
+TEST_F(HashiBusClientTest, triesEveryThreeSecondsWhileTheDaemonIsAbsent) {
     daemon.refuseConnections();
     client->start();
     dispatch.advance(seconds(9));
@@ -58,7 +58,7 @@ TEST_F(HashiBusClientTest, triesEveryThreeSecondsForEverWhileTheDaemonIsAbsent) 
     EXPECT_TRUE(daemon.isBusOpen());
 }
 
-TEST_F(HashiBusClientTest, triesAgainWhateverKeepsItFromConnecting) {
+TEST_F(HashiBusClientTest, triesAgainAfterEveryConnectionError) {
     daemon.connectError = ConnectError{ConnectError::Reason::socketCreateFailed, {EMFILE}};
     start();
     daemon.connectError = ConnectError{ConnectError::Reason::socketPathTooLong, {ENAMETOOLONG}};
@@ -85,7 +85,7 @@ TEST_F(HashiBusClientTest, followsOneStreamHoweverOftenItIsStarted) {
     EXPECT_EQ(daemon.connectInstants(), std::vector{seconds(0)});
 }
 
-TEST_F(HashiBusClientTest, followsTheStreamOnAQueueOfItsOwn) {
+TEST_F(HashiBusClientTest, followsTheStreamOnASeparateQueue) {
     EXPECT_EQ(dispatch.serialLabels().back(), "com.quoxelin.desktop.hashibus");
     start();
     EXPECT_TRUE(dispatch.submittedQualities().empty());
@@ -113,7 +113,7 @@ TEST_F(HashiBusClientTest, makesNoAttemptAfterAStopDuringThePause) {
     EXPECT_EQ(dispatch.unfinishedBackgroundWork(), 0u);
 }
 
-TEST_F(HashiBusClientTest, dropsWhatItHasNotReadWhenStopped) {
+TEST_F(HashiBusClientTest, dropsUnreadDataWhenStopped) {
     start();
     daemon.send(line("a"));
     client->stop();
@@ -138,7 +138,7 @@ TEST_F(HashiBusClientTest, makesNoAttemptWhenStoppedBeforeItsFirst) {
     EXPECT_TRUE(log().empty());
 }
 
-TEST_F(HashiBusClientTest, leavesAConnectionUnusedThatComesOnlyAfterTheStop) {
+TEST_F(HashiBusClientTest, closesAConnectionThatSucceedsAfterTheStop) {
     /// The daemon is too busy to accept a connection.
     struct Busy final : Connector {
         Busy(VirtualDispatch& dispatch, Connector& daemon) : dispatch(dispatch), daemon(daemon) {}
@@ -166,7 +166,7 @@ TEST_F(HashiBusClientTest, leavesAConnectionUnusedThatComesOnlyAfterTheStop) {
     EXPECT_EQ(dispatch.unfinishedBackgroundWork(), 0u);
 }
 
-TEST_F(HashiBusClientTest, isStoppedForGood) {
+TEST_F(HashiBusClientTest, cannotBeRestarted) {
     client->stop();
     start();
     EXPECT_TRUE(daemon.connectInstants().empty());

@@ -42,7 +42,7 @@ TEST(LocalAPIClientLoginURL, isSearchedDepthFirstInTheDocumentsOrder) {
         "u");
 }
 
-TEST(LocalAPIClientLoginURL, isSearchedOnWhereItIsEmptyOrNoString) {
+TEST(LocalAPIClientLoginURL, isSkippedIfItIsEmptyOrNotAString) {
     EXPECT_EQ(LocalAPIClient::extractInteractiveLoginURL(
                   R"({"interactive_login_url":"","a":{"interactiveLoginURL":"",
                       "b":{"interactiveLoginURL":"u"}}})"),
@@ -55,7 +55,7 @@ TEST(LocalAPIClientLoginURL, isSearchedOnWhereItIsEmptyOrNoString) {
               std::nullopt);
 }
 
-TEST(LocalAPIClientLoginURL, isAbsentFromWhatIsNoObject) {
+TEST(LocalAPIClientLoginURL, isAbsentIfTheReplyIsNotAnObject) {
     for (const auto* const body : {"", "nonsense", R"("interactive_login_url")", "null",
                                    R"([{"interactive_login_url":"u"}])", "{\"a\":\"\xFF\"}"})
         EXPECT_EQ(LocalAPIClient::extractInteractiveLoginURL(body), std::nullopt) << body;

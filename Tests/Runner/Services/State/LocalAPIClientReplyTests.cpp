@@ -36,7 +36,7 @@ TEST_F(LocalAPIClientReply, drawsTheLineBetween399And400) {
     EXPECT_EQ(triggerLogin().outcome().error(), (LocalAPIError{Case::httpError, "", 400}));
 }
 
-TEST_F(LocalAPIClientReply, takesABodyThatIsNotUtf8AsAnEmptyErrorText) {
+TEST_F(LocalAPIClientReply, treatsABodyThatIsNotUtf8AsAnEmptyErrorText) {
     answerLogin("HTTP/1.1 500 x\r\n\r\n\xFFoops");
     EXPECT_EQ(triggerLogin().outcome().error(), (LocalAPIError{Case::httpError, "", 500}));
     EXPECT_EQ(log(),
@@ -55,7 +55,7 @@ TEST_F(LocalAPIClientReply, findsAnErrorStatusHoweverTheLineIsSpaced) {
     EXPECT_EQ(triggerLogin().outcome().error().statusCode, 99'999'999'999);
 }
 
-TEST_F(LocalAPIClientReply, takesAStatusThatItCannotReadAsSuccess) {
+TEST_F(LocalAPIClientReply, treatsAnUnreadableStatusAsSuccess) {
     for (const auto* const header :
          {"OK", "", " ", "HTTP/1.1", "HTTP/1.1 ", "HTTP/1.1 4o4 x", "HTTP/1.1 404.0", "x 0x194",
           "x -404", "x +-404", "x +", "x 404\t", "x 99999999999999999999 y", "x 404 \xFF",
@@ -70,7 +70,7 @@ TEST_F(LocalAPIClientReply, takesAStatusThatItCannotReadAsSuccess) {
     EXPECT_TRUE(log().empty());
 }
 
-TEST_F(LocalAPIClientReply, leavesALaterEmptyLineToTheBody) {
+TEST_F(LocalAPIClientReply, keepsALaterEmptyLineInTheBody) {
     answerLogin("HTTP/1.1 500 x\r\n\r\na\r\n\r\nb");
     EXPECT_EQ(triggerLogin().outcome().error().message, "a\r\n\r\nb");
 }
@@ -92,7 +92,7 @@ TEST_F(LocalAPIClientReply, readsAReplyOfExactlyTheLimit) {
     EXPECT_EQ(log().size(), 1u);
 }
 
-TEST_F(LocalAPIClientReply, parsesWhatItHasOfATooLargeReply) {
+TEST_F(LocalAPIClientReply, parsesTheBeginningOfATooLargeReply) {
     std::string body = R"({"interactive_login_url":"u"})";
     body.resize(2'000'000, ' ');
     answerLogin("HTTP/1.1 200 OK\r\n\r\n" + body);
@@ -106,7 +106,7 @@ TEST_F(LocalAPIClientReply, getsTheStatus) {
     EXPECT_EQ(getStatus()->jailed, true);
 }
 
-TEST_F(LocalAPIClientReply, refusesAStatusThatIsNoObject) {
+TEST_F(LocalAPIClientReply, refusesAStatusThatIsNotAnObject) {
     for (const auto* const body : {"", "[]", "null", "{", "\"x\""}) {
         daemon.answer("GET", "/localapi/v0/status", SimulatedDaemon::ok(body));
         EXPECT_EQ(getStatus().error(), LocalAPIError{Case::decodeFailed}) << body;

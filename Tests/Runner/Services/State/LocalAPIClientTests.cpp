@@ -99,7 +99,7 @@ TEST_F(LocalAPIClientTest, closesTheConnectionAfterTheCompletion) {
     EXPECT_EQ(daemon.openConnections(), 0u);
 }
 
-TEST_F(LocalAPIClientTest, outlivesItsClientWithAnExchangeUnderWay) {
+TEST_F(LocalAPIClientTest, completesAnExchangeAfterTheClientIsDestroyed) {
     daemon.deliveries["/localapi/v0/login"].delay = seconds(1);
     Receiver<void> receiver;
     {
@@ -111,7 +111,7 @@ TEST_F(LocalAPIClientTest, outlivesItsClientWithAnExchangeUnderWay) {
     EXPECT_TRUE(receiver.outcome().has_value());
 }
 
-TEST_F(LocalAPIClientTest, runsExchangesInParallelOnConnectionsOfTheirOwn) {
+TEST_F(LocalAPIClientTest, runsExchangesInParallelOnSeparateConnections) {
     auto& delay = daemon.deliveries["/localapi/v0/login"].delay;
     std::string order;
     delay = seconds(2);
@@ -125,7 +125,7 @@ TEST_F(LocalAPIClientTest, runsExchangesInParallelOnConnectionsOfTheirOwn) {
     EXPECT_EQ(order, "ba");
 }
 
-TEST_F(LocalAPIClientTest, waitsForEverForADaemonThatNeverCloses) {
+TEST_F(LocalAPIClientTest, waitsForeverForADaemonThatNeverCloses) {
     daemon.deliveries["/localapi/v0/login"].staysOpen = true;
     Receiver<void> receiver;
     client.triggerLogin(receiver.completion());
@@ -152,7 +152,7 @@ TEST_F(LocalAPIClientTest, reportsAFailedWrite) {
     expectTransportFailure({Case::writeFailed, "Broken pipe"});
 }
 
-TEST_F(LocalAPIClientTest, takesAShortWriteAsAFailureAndDoesNotGoOn) {
+TEST_F(LocalAPIClientTest, treatsAShortWriteAsAFailureAndStops) {
     daemon.writeLimit = 10;
     expectTransportFailure({Case::writeFailed, SystemError{0}.message()});
     EXPECT_TRUE(daemon.requests().empty());

@@ -8,7 +8,7 @@ namespace {
 using Case = LocalAPIError::Case;
 }
 
-TEST(LocalAPIError, describesItselfForPeople) {
+TEST(LocalAPIError, hasADescriptionForUsers) {
     const auto described = [](Case kind) {
         return LocalAPIError{kind, "why", 404}.errorDescription();
     };

@@ -115,7 +115,7 @@ TEST_F(SystemExtensionService, doesNotTryAgainAfterAFailure) {
     EXPECT_EQ(settleAndTake(), Lines{});
 }
 
-TEST_F(SystemExtensionService, stopsWaitingBeforeItTellsItsOwnerOfTheOutcome) {
+TEST_F(SystemExtensionService, stopsWaitingBeforeItReportsTheOutcome) {
     // When the owner's callback runs, the published values still say that approval is needed.
     int told = 0;
     const auto becomeActive = [this, &told] {
@@ -185,7 +185,7 @@ TEST_F(SystemExtensionService, stopsAtTheFirstSettingsAddressThatOpens) {
     EXPECT_TRUE(system.workspace.openedApplications().empty());
 }
 
-TEST_F(SystemExtensionService, opensTheSettingsApplicationWhereNoAddressOpens) {
+TEST_F(SystemExtensionService, opensTheSettingsApplicationIfNoAddressOpens) {
     using Paths = std::vector<std::filesystem::path>;
     system.workspace.refuseURLs("");
     system.workspace.applications = {{"com.apple.SystemSettings", "/Settings.app"},
@@ -225,14 +225,14 @@ TEST_F(InstalledExtension, countsWhenItIsEnabledAndAllowed) {
     EXPECT_FALSE(isFound());
 }
 
-TEST_F(InstalledExtension, countsBesideVersionsThatDoNot) {
+TEST_F(InstalledExtension, countsDespiteVersionsThatDoNot) {
     extensions.extensions = {{ourExtension, "0.9", false, false},
                              {ourExtension, "1.0", false, true},
                              {ourExtension, "1.1", true, false}};
     EXPECT_TRUE(isFound());
 }
 
-TEST_F(InstalledExtension, isNoneOfAnotherIdentifier) {
+TEST_F(InstalledExtension, ignoresOtherIdentifiers) {
     extensions.extensions = {{"com.example.PacketTunnel", "1.0", true, false}};
     EXPECT_FALSE(isFound());
     // Not even if the system returns properties that were not requested.

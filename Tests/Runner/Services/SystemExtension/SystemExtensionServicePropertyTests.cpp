@@ -186,8 +186,7 @@ RC_GTEST_PROP(SystemExtensionServiceProperties, alwaysFreesTheGuardOnceTheSystem
     course.checkAtRest();
 }
 
-RC_GTEST_PROP(SystemExtensionServiceProperties, tellsEachOutcomeByCallbackAndNotificationAlike,
-              ()) {
+RC_GTEST_PROP(SystemExtensionServiceProperties, reportsEachOutcomeByCallbackAndNotification, ()) {
     AnyCourse course;
     std::vector<std::string> lines;
     for (const auto step : anyCourse()) {
@@ -220,7 +219,7 @@ RC_GTEST_PROP(SystemExtensionServiceProperties, tellsEachOutcomeByCallbackAndNot
               course.extensions.submissions(OSSystemExtensionRequest::Kind::properties));
 }
 
-RC_GTEST_PROP(SystemExtensionServiceProperties, saysNothingAfterItsEnd, ()) {
+RC_GTEST_PROP(SystemExtensionServiceProperties, reportsNothingAfterDestruction, ()) {
     AnyCourse course;
     for (const auto step : anyCourse())
         course.perform(step);

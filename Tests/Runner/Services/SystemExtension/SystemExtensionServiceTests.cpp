@@ -20,14 +20,14 @@ std::vector<std::string> operator+(std::vector<std::string> lines,
 
 // Activation
 
-TEST_F(SystemExtensionService, beginsWithNothingKnown) {
+TEST_F(SystemExtensionService, startsWithNothingKnown) {
     EXPECT_FALSE(service->isApproved);
     EXPECT_FALSE(service->needsUserApproval);
     EXPECT_EQ(service->lastErrorDescription.get(), std::nullopt);
     EXPECT_EQ(activations(), 0u);
 }
 
-TEST_F(SystemExtensionService, tellsItsOwnerOfSuccessBeforeTheNewValuesArePublished) {
+TEST_F(SystemExtensionService, reportsSuccessBeforeTheNewValuesArePublished) {
     service->activate();
     EXPECT_EQ(trace.take(),
               (Lines{"[SysExt] Activating extension com.quoxelin.desktop.PacketTunnel"}));
@@ -100,7 +100,7 @@ TEST_F(SystemExtensionService, replacesAnInstalledVersionWhateverTheVersionsAre)
               OSSystemExtensionReplacementAction::replace);
 }
 
-TEST_F(SystemExtensionService, tellsItsOwnerThatARebootIsNeeded) {
+TEST_F(SystemExtensionService, reportsThatARebootIsNeeded) {
     extensions.result = 1;
     activateAndSettle();
     EXPECT_EQ(
@@ -112,7 +112,7 @@ TEST_F(SystemExtensionService, tellsItsOwnerThatARebootIsNeeded) {
     EXPECT_EQ(activations(), 2u);
 }
 
-TEST_F(SystemExtensionService, tellsNobodyOfAnUnexpectedResult) {
+TEST_F(SystemExtensionService, reportsNoOutcomeForAnUnexpectedResult) {
     for (const int result : {2, -1, 4711}) {
         extensions.result = result;
         activateAndSettle();
@@ -125,7 +125,7 @@ TEST_F(SystemExtensionService, tellsNobodyOfAnUnexpectedResult) {
 
 // Failures
 
-TEST_F(SystemExtensionService, reportsAFailureOfAnotherDomainAsItIs) {
+TEST_F(SystemExtensionService, reportsAFailureOfAnotherDomainUnchanged) {
     // Codes of another domain have other meanings, so no probe is sent.
     for (const int code : {11, 12, 13, 4}) {
         refuseWith(code, "no entry", "NSCocoaErrorDomain");
@@ -200,7 +200,7 @@ TEST_F(SystemExtensionService, freesTheGuardWhenASupersededRequestIsNeverReplace
     EXPECT_EQ(activations(), 2u);
 }
 
-TEST_F(SystemExtensionService, leavesTheGuardOfAnotherActivationAlone) {
+TEST_F(SystemExtensionService, doesNotReleaseTheGuardOfAnotherActivation) {
     extensions.answersActivations = false;
     service->activate();
     extensions.failActivations({OSSystemExtensionErrorDomain, 12, "superseded"});
@@ -218,7 +218,7 @@ TEST_F(SystemExtensionService, leavesTheGuardOfAnotherActivationAlone) {
     EXPECT_EQ(trace.take(), (Lines{"[SysExt] Activation already in progress, skipping"}));
 }
 
-TEST_F(SystemExtensionService, saysNothingOnceTheReplacingRequestHasReported) {
+TEST_F(SystemExtensionService, reportsNothingAfterTheReplacingRequestHasReported) {
     extensions.answersActivations = false;
     service->activate();
     extensions.failActivations({OSSystemExtensionErrorDomain, 12, "superseded"});
@@ -269,7 +269,7 @@ INSTANTIATE_TEST_SUITE_P(SystemExtensionService, RefusedActivation,
 
 // Lifetime
 
-TEST_F(SystemExtensionService, hearsNothingAfterItsEnd) {
+TEST_F(SystemExtensionService, isNotCalledAfterDestruction) {
     extensions.requireApproval();
     activateAndSettle();
     service->activate();
@@ -289,7 +289,7 @@ TEST_F(SystemExtensionService, hearsNothingAfterItsEnd) {
     EXPECT_EQ(trace.take(), Lines{});
 }
 
-TEST_F(SystemExtensionService, publishesNothingAfterItsEnd) {
+TEST_F(SystemExtensionService, publishesNothingAfterDestruction) {
     service->onCompleted = [this] {
         trace.note("onCompleted");
         dispatch.main().async([this] { trace.note("next turn"); });

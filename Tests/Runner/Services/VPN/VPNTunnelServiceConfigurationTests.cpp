@@ -21,7 +21,7 @@ Configuration oursBut(Change change) {
 
 // Which configuration belongs to the application
 
-TEST_F(VPNTunnelService, leavesTheConfigurationOfAnotherApplicationAlone) {
+TEST_F(VPNTunnelService, doesNotChangeTheConfigurationOfAnotherApplication) {
     // The name does not make it ours.
     network.addConfiguration(Configuration::ofTunnel(foreignProvider, "Quoxelin"));
     createAndSettle();
@@ -106,7 +106,7 @@ struct Naming {
 class LocalizedDescription : public VPNTunnelServiceTest,
                              public ::testing::WithParamInterface<Naming> {};
 
-TEST_P(LocalizedDescription, isTheFirstNameThatIsNotBlankUntrimmed) {
+TEST_P(LocalizedDescription, isTheFirstNonblankNameUntrimmed) {
     system.mainBundle.infoDictionary = GetParam().dictionary;
     system.processInfo.name = "process";
     createAndSettle();
@@ -130,7 +130,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 // The contents of the configuration
 
-TEST_F(VPNTunnelService, savesAndReloadsAConfigurationThatIsInOrderOnlyWhenForced) {
+TEST_F(VPNTunnelService, savesAndReloadsACorrectConfigurationOnlyWhenForced) {
     saveOurs();
     createAndSettle();
     network.tellConfigurationChange();
@@ -174,11 +174,11 @@ class DeviatingConfiguration : public VPNTunnelServiceTest,
     }
 };
 
-TEST_P(DeviatingConfiguration, isMendedByReference) {
+TEST_P(DeviatingConfiguration, isCorrectedByReference) {
     change(Network::ProtocolAccess::byReference, GetParam().savedByReference);
 }
 
-TEST_P(DeviatingConfiguration, isMendedByCopy) {
+TEST_P(DeviatingConfiguration, isCorrectedByCopy) {
     change(Network::ProtocolAccess::byCopy, GetParam().savedByCopy);
 }
 
@@ -207,7 +207,7 @@ INSTANTIATE_TEST_SUITE_P(
         return name;
     });
 
-TEST_F(VPNTunnelService, mendsEverythingWhenItIsForcedToSave) {
+TEST_F(VPNTunnelService, correctsEverythingWhenForcedToSave) {
     const auto deviating = oursBut([](auto& all, auto& tunnel) {
         all.localizedDescription = "Old";
         all.isEnabled = false;
@@ -265,7 +265,7 @@ TEST_F(VPNTunnelService, completesWhenTheConfigurationCannotBeSaved) {
     EXPECT_EQ(network.requests, (Lines{"loadAll", "load", "save"}));
 }
 
-TEST_F(VPNTunnelService, saysNothingWhenTheSavedConfigurationCannotBeLoadedAgain) {
+TEST_F(VPNTunnelService, logsNothingWhenTheSavedConfigurationCannotBeReloaded) {
     saveOurs();
     createAndSettle();
     network.answerDelay = seconds(1);
@@ -279,7 +279,7 @@ TEST_F(VPNTunnelService, saysNothingWhenTheSavedConfigurationCannotBeLoadedAgain
                      "4 [VPN] Status changed: NEVPNStatus(rawValue: 1)", "4 saved"}));
 }
 
-TEST_F(VPNTunnelService, refusesToStartWhatCouldNotBeSaved) {
+TEST_F(VPNTunnelService, doesNotStartAConfigurationThatCouldNotBeSaved) {
     createAndSettle();
     network.errors[Network::Operation::save] = ioError;
     service->start();
@@ -290,7 +290,7 @@ TEST_F(VPNTunnelService, refusesToStartWhatCouldNotBeSaved) {
                      "[VPN] Configuration is invalid", "= error"}));
 }
 
-TEST_F(VPNTunnelService, configuresNothingThatWasRemovedMeanwhile) {
+TEST_F(VPNTunnelService, doesNotConfigureAManagerRemovedMeanwhile) {
     saveOurs();
     createAndSettle();
     network.answerDelay = seconds(1);

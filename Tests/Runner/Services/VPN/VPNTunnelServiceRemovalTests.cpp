@@ -11,7 +11,7 @@ using Configuration = Network::Configuration;
 
 } // namespace
 
-TEST_F(VPNTunnelService, removesAllItsConfigurationsAndNoOther) {
+TEST_F(VPNTunnelService, removesOnlyItsConfigurations) {
     saveOurs();
     network.addConfiguration(Configuration::ofTunnel(foreignProvider, "Other"));
     network.addConfiguration(Configuration::ofTunnel(ourProvider, "Second"));
@@ -45,7 +45,7 @@ TEST_F(VPNTunnelService, clearsPublishesAndLogsBeforeItCompletesARemoval) {
                      "2 [VPN] Removed 2 VPN configuration(s)", "2 removed"}));
 }
 
-TEST_F(VPNTunnelService, bringsARemovedConfigurationBackOnlyForSomebodyWhoAsksForIt) {
+TEST_F(VPNTunnelService, recreatesARemovedConfigurationOnlyOnRequest) {
     saveOurs();
     createAndSettle();
     service->removeConfiguration([] {});
@@ -66,7 +66,7 @@ TEST_F(VPNTunnelService, bringsARemovedConfigurationBackOnlyForSomebodyWhoAsksFo
     EXPECT_EQ(network.configurations().size(), 1u);
 }
 
-TEST_F(VPNTunnelService, hearsAPlatformThatAnswersTwiceOnce) {
+TEST_F(VPNTunnelService, ignoresASecondAnswerOfThePlatform) {
     network.answersTwice = true;
     create();
     service->ensureConfigurationSaved(noting("saved"));
@@ -91,7 +91,7 @@ TEST_F(VPNTunnelService, countsTheConfigurationsThatCouldNotBeRemoved) {
     EXPECT_EQ(network.configurations().size(), 2u);
 }
 
-TEST_F(VPNTunnelService, clearsEvenWhereNoneOfTheSavedConfigurationsIsItsOwn) {
+TEST_F(VPNTunnelService, clearsEvenIfNoSavedConfigurationIsItsOwn) {
     saveOurs();
     createAndSettle();
     network.changeConfiguration(0, Configuration::ofTunnel(foreignProvider, "Other"));
@@ -105,7 +105,7 @@ TEST_F(VPNTunnelService, clearsEvenWhereNoneOfTheSavedConfigurationsIsItsOwn) {
     EXPECT_EQ(*std::next(place), "removed");
 }
 
-TEST_F(VPNTunnelService, completesARemovalOfNoneOfSeveralOnATurnOfItsOwn) {
+TEST_F(VPNTunnelService, completesARemovalWithoutMatchesOnALaterTurn) {
     network.addConfiguration(Configuration::ofTunnel(foreignProvider, "Other"));
     createAndSettle();
     service->removeConfiguration(noting("removed"));
@@ -116,7 +116,7 @@ TEST_F(VPNTunnelService, completesARemovalOfNoneOfSeveralOnATurnOfItsOwn) {
                                       "[VPN] Removed 0 VPN configuration(s)", "removed"}));
 }
 
-TEST_F(VPNTunnelService, completesARemovalAtOnceWhereNothingIsSaved) {
+TEST_F(VPNTunnelService, completesARemovalAtOnceIfNothingIsSaved) {
     createAndSettle();
     service->removeConfiguration(noting("removed"));
     EXPECT_EQ(settleAndTake(), (Lines{"removed"}));

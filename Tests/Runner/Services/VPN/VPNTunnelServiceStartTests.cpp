@@ -57,7 +57,7 @@ TEST_F(VPNTunnelService, startsTheTunnelItHoldsAtOnce) {
     EXPECT_EQ(network.requests, (Lines{"start"}));
 }
 
-TEST_F(VPNTunnelService, startsNoTunnelThatIsComingUp) {
+TEST_F(VPNTunnelService, doesNotStartATunnelThatIsComingUp) {
     saveOurs();
     createAndSettle();
     network.tunnel().report(2);
@@ -76,7 +76,7 @@ TEST_F(VPNTunnelService, startsNoTunnelThatIsComingUp) {
     EXPECT_EQ(network.requests, (Lines{"loadAll", "load"}));
 }
 
-TEST_F(VPNTunnelService, startsNoTunnelThatIsUp) {
+TEST_F(VPNTunnelService, doesNotStartATunnelThatIsUp) {
     saveOurs();
     createAndSettle();
     network.tunnel().report(3);
@@ -181,7 +181,7 @@ INSTANTIATE_TEST_SUITE_P(
         Refusal{{"NSCocoaErrorDomain", 2, "two"},
                 "[VPN] Error starting VPN tunnel: two (code: 2, domain: NSCocoaErrorDomain)"}));
 
-TEST_F(VPNTunnelService, startsOnceAPersonAllowsTheNewConfiguration) {
+TEST_F(VPNTunnelService, startsOnceTheUserAllowsTheNewConfiguration) {
     network.requireApproval();
     createAndSettle();
     service->start();
@@ -214,7 +214,7 @@ TEST_F(VPNTunnelService, keepsAStartPendingThatFoundNoManager) {
     EXPECT_EQ(service->connectionStatus.get(), VPNConnectionStatus::connected);
 }
 
-TEST_F(VPNTunnelService, startsNoTunnelOnAChangeThatNobodyWaitsFor) {
+TEST_F(VPNTunnelService, ignoresConfigurationChangesWithoutAPendingStart) {
     saveOurs();
     createAndSettle();
     network.tellConfigurationChange();

@@ -6,7 +6,7 @@ using VPNTunnelService = VPNTunnelServiceTest;
 
 // Coming up
 
-TEST_F(VPNTunnelService, beginsDisconnectedAndLooksForASavedConfiguration) {
+TEST_F(VPNTunnelService, startsDisconnectedAndLooksForASavedConfiguration) {
     create();
     EXPECT_EQ(service->connectionStatus.get(), VPNConnectionStatus::disconnected);
     EXPECT_EQ(trace.take(), Lines{});
@@ -27,7 +27,7 @@ TEST_F(VPNTunnelService, adoptsTheSavedConfigurationWithTheStatusOfItsTunnel) {
     EXPECT_EQ(network.requests, (Lines{"loadAll"}));
 }
 
-TEST_F(VPNTunnelService, saysWhyThePreferencesCannotBeRead) {
+TEST_F(VPNTunnelService, logsWhyThePreferencesCannotBeRead) {
     network.errors[SimulatedNetworkExtension::Operation::loadAll] = permissionDenied;
     create();
     EXPECT_EQ(settleAndTake(), (Lines{"[VPN] Error loading VPN preferences: permission denied",
@@ -53,7 +53,7 @@ TEST_F(VPNTunnelService, stopsTheTunnelItHoldsAndWaitsForTheStatus) {
                      "5.5 = disconnected", "5.5 [VPN] Status changed: NEVPNStatus(rawValue: 1)"}));
 }
 
-TEST_F(VPNTunnelService, hasNothingToStopWhereNothingIsSaved) {
+TEST_F(VPNTunnelService, hasNothingToStopIfNothingIsSaved) {
     createAndSettle();
     service->stop();
     EXPECT_EQ(settleAndTake(),
@@ -106,7 +106,7 @@ struct StatusMapping {
 class PlatformStatus : public VPNTunnelServiceTest,
                        public ::testing::WithParamInterface<StatusMapping> {};
 
-TEST_P(PlatformStatus, isPublishedEachTimeItIsTold) {
+TEST_P(PlatformStatus, isPublishedAtEachNotification) {
     saveOurs();
     createAndSettle();
     const auto [raw, published] = GetParam();
@@ -127,7 +127,7 @@ INSTANTIATE_TEST_SUITE_P(
                       StatusMapping{6, "unknown"}, StatusMapping{99, "unknown"},
                       StatusMapping{-1, "unknown"}, StatusMapping{-2147483647 - 1, "unknown"}));
 
-TEST_F(VPNTunnelService, leavesTheStatusWhereThereIsNoConnection) {
+TEST_F(VPNTunnelService, keepsTheStatusWithoutAConnection) {
     saveOurs();
     createAndSettle();
     network.tunnel().report(3);
@@ -192,7 +192,7 @@ TEST_F(VPNTunnelService, repeatsCallsFromOtherThreadsOnTheMainQueue) {
     EXPECT_EQ(network.requests.at(1), "remove");
 }
 
-TEST_F(VPNTunnelService, hearsAnswersThatComeOnOtherThreads) {
+TEST_F(VPNTunnelService, acceptsAnswersOnOtherThreads) {
     network.answers = SimulatedNetworkExtension::Answers::onAnotherThread;
     network.answerDelay = seconds(0.25);
     create();
@@ -205,7 +205,7 @@ TEST_F(VPNTunnelService, hearsAnswersThatComeOnOtherThreads) {
     EXPECT_EQ(std::count(lines.begin(), lines.end(), "removed"), 1);
 }
 
-TEST_F(VPNTunnelService, hearsAnswersThatComeBeforeTheCallReturns) {
+TEST_F(VPNTunnelService, acceptsAnswersBeforeTheCallReturns) {
     network.answers = SimulatedNetworkExtension::Answers::beforeReturning;
     create();
     // Nothing happens before the turn of the main queue.
@@ -216,7 +216,7 @@ TEST_F(VPNTunnelService, hearsAnswersThatComeBeforeTheCallReturns) {
     EXPECT_EQ(service->connectionStatus.get(), VPNConnectionStatus::connected);
 }
 
-TEST_F(VPNTunnelService, hearsNothingAfterItsEnd) {
+TEST_F(VPNTunnelService, isNotCalledAfterDestruction) {
     saveOurs();
     createAndSettle();
     service->start();
@@ -232,7 +232,7 @@ TEST_F(VPNTunnelService, hearsNothingAfterItsEnd) {
     EXPECT_EQ(trace.take(), Lines{});
 }
 
-TEST_F(VPNTunnelService, completesWhatWasAskedForWhenItHasGone) {
+TEST_F(VPNTunnelService, completesPendingRequestsAfterDestruction) {
     network.answerDelay = seconds(1);
     // Ends the service at each step of both operations.
     for (const double end : {0.5, 1.5, 2.5, 3.5, 4.5}) {
@@ -257,7 +257,7 @@ TEST_F(VPNTunnelService, completesWhatWasAskedForWhenItHasGone) {
     }
 }
 
-TEST_F(VPNTunnelService, completesWhatAnotherThreadAskedForWhenItHasGone) {
+TEST_F(VPNTunnelService, completesPendingRequestsOfOtherThreadsAfterDestruction) {
     createAndSettle();
     dispatch.global(QualityOfService::standard).async([this] {
         // Destroys the service on the main queue's next turn; the calls come on the turn after it.
