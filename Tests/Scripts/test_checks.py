@@ -8,9 +8,9 @@ import pytest
 SCRIPTS = pathlib.Path(__file__).resolve().parents[2] / "scripts"
 
 
-def check(name, root):
+def check(name, root, *options):
     done = subprocess.run(
-        [sys.executable, SCRIPTS / name, "--root", root], capture_output=True, text=True, timeout=60
+        [sys.executable, SCRIPTS / name, "--root", root, *options], capture_output=True, text=True, timeout=60
     )
     return done.returncode, done.stderr
 
@@ -96,6 +96,104 @@ def test_a_path_that_a_document_names_must_exist(tmp_path):
         "docs/guide.md:2: error: no such file: Runner/gone.cpp",
         "docs/guide.md:3: error: no such file: absent.png",
     ]
+
+
+def test_a_heading_that_a_link_names_must_exist(tmp_path):
+    write(
+        tmp_path,
+        {
+            "README.md": "# A title\n[this](#a-title), [that](docs/guide.md#two-words), [no](#two-words)",
+            "docs/guide.md": "## Two words!\n\n    # no title\n\n[no](../README.md#no-title)",
+        },
+    )
+    code, errors = check("check-docs", tmp_path)
+    assert code == 1
+    assert errors.splitlines() == [
+        "README.md:2: error: no such heading: #two-words",
+        "docs/guide.md:5: error: no such heading: ../README.md#no-title",
+    ]
+
+
+@pytest.mark.parametrize(
+    "name, exists",
+    [
+        ("`TurnsTests: areTaken`", True),
+        ("`Tests/Helper/TurnsTests: areTaken`, `comeBack`", True),
+        ("`TurnsTests: are...`", True),
+        ("`test_box.py: it_starts`", True),
+        ("`it_starts_with_no_user`", True),
+        ("`some_other_name`", True),
+        ("`TurnsTests: areLost`", False),
+        ("`OtherTests: areTaken`", False),
+        ("`TurnsTests: areTaken`, `areLost`", False),
+        ("`test_box.py: it_ends`", False),
+        ("`it_starts_with_a_user`", False),
+    ],
+)
+def test_a_test_that_a_document_names_must_exist(tmp_path, name, exists):
+    write(
+        tmp_path,
+        {
+            "docs/security.md": f"| attempt | {name} |",
+            "Tests/Helper/TurnsTests.cpp": "TEST(Turns, areTaken) {}\nTEST_F(Turns, comeBack) {}",
+            "Tests/EndToEnd/test_box.py": "def test_it_starts():\n  pass\ndef test_it_starts_with_no_user():",
+        },
+    )
+    code, errors = check("check-docs", tmp_path)
+    assert (code == 0) == exists, errors
+    assert exists or "docs/security.md:1: error: no such test: " in errors
+
+
+def test_every_state_of_the_panel_has_a_picture(tmp_path):
+    write(tmp_path, {"Tests/Golden/error.txt": "", "Tests/Golden/more.txt": "",
+                     "docs/pictures/states/more.png": ""})
+    assert check("check-docs", tmp_path) == (
+        1, "Tests/Golden/error.txt: error: no picture: docs/pictures/states/error.png\n")
+
+
+SOURCES = {
+    "Runner/Stores/AppViewState+Accounts.cpp": """
+// log("a comment")
+void AppViewState::log(const std::string& message) { logger.log("State", message); }
+log("plain");
+log(fmt::format("failed {} times: "
+                "{:.2f}", count, why("no)")));
+log(error ? "Cleanup error: " + *error : "Cleanup completed");
+logger.log("App", "two (" + a + ") " + b);
+""",
+    "Platform/Linux/Services/MissingServices.cpp": 'tray{"The tray", "the icon waits"}',
+    "Helper/Requests.cpp": 'refuse(request, {failed, "No."}); dependencies.log(who + " ran " + how);',
+}
+
+
+def test_every_line_of_the_log_is_found_in_the_sources(tmp_path):
+    write(tmp_path, SOURCES)
+    assert check("log-lines", tmp_path) == (0, "")
+    page = (tmp_path / "docs/log.md").read_text("utf-8")
+    assert [line.split("`")[1] for line in page.splitlines() if line.startswith("| `")] == [
+        "The tray is available", "The tray is not available: the icon waits", "two (…) …",
+        "Cleanup completed", "Cleanup error: …", "failed … times: …", "plain",
+        "refused user … (…): No.… Asked for: …", "… ran …"]
+
+
+def test_a_line_of_the_log_needs_a_meaning(tmp_path):
+    write(tmp_path, {"Runner/A.cpp": 'logger.log("App", "one"); logger.log("App", "two");'})
+    assert check("log-lines", tmp_path) == (0, "")
+    page = tmp_path / "docs/log.md"
+    page.write_text(page.read_text("utf-8").replace("| `one` |  |", "| `one` | The first. |"), "utf-8")
+    assert check("log-lines", tmp_path, "--check") == (
+        1, "docs/log.md: error: no meaning: `two`\n")
+    # Meanings survive a change of the sources.
+    write(tmp_path, {"Runner/A.cpp": 'logger.log("App", "one");'})
+    assert check("log-lines", tmp_path, "--check")[0] == 1
+    assert check("log-lines", tmp_path) == (0, "")
+    assert check("log-lines", tmp_path, "--check") == (0, "")
+
+
+def test_a_line_of_the_log_that_is_made_elsewhere_is_an_error(tmp_path):
+    write(tmp_path, {"Runner/A.cpp": 'logger.log("App", text);'})
+    code, errors = check("log-lines", tmp_path)
+    assert code == 1 and "cannot tell which lines these are: text" in errors
 
 
 def test_the_macos_document_must_name_every_operation_of_the_platform(tmp_path):

@@ -20,6 +20,9 @@ IS_STAGED = PROGRAM.startswith("Staged.app/")
 LINE = re.compile(r"\[(\w+)\] (\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3}) (.*)", re.DOTALL)
 
 
+DOCUMENT = pathlib.Path(__file__).resolve().parents[3] / "docs" / "log.md"
+
+
 class LogLine:
     """One entry of the application's log, which may have several lines."""
 
@@ -36,6 +39,21 @@ class LogLine:
 
     def __eq__(self, other):
         return f"[{self.category}] {self.message}" == other
+
+
+def assert_documented(log: list[LogLine]) -> None:
+    """docs/log.md has every line that the application writes."""
+    patterns: dict[str, list[str]] = {}
+    for line in DOCUMENT.read_text("utf-8").splitlines():
+        if line.startswith("## "):
+            category = line[3:]
+        elif found := re.match(r"\| `(.+?)` \|", line):
+            pattern = re.escape(found[1]).replace("…", ".*")
+            patterns.setdefault(category, []).append(pattern)
+    for line in log:
+        if not any(re.fullmatch(pattern, line.message, re.DOTALL)
+                   for pattern in patterns.get(line.category, ())):
+            raise AssertionError(f"not in docs/log.md: {line.text}")
 
 
 def surroundings(home: pathlib.Path) -> dict[str, str]:
@@ -102,7 +120,9 @@ class Application(SteeredProcess):
 
     def end(self) -> int:
         try:
-            return super().end()
+            code = super().end()
+            assert_documented(self.log())
+            return code
         finally:
             shutil.rmtree(self.home, ignore_errors=True)
 
