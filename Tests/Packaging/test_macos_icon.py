@@ -38,7 +38,7 @@ def test_holds_each_picture_for_the_displays_that_show_it(tmp_path):
 def test_refuses_a_picture_that_does_not_have_an_icon_size(tmp_path):
     text = tmp_path / "text.png"
     text.write_text("no picture")
-    for picture, reason in ((text, "is no PNG file"), (PICTURES / "48.png", "48 by 48")):
+    for picture, reason in ((text, "is not a PNG file"), (PICTURES / "48.png", "48 by 48")):
         done = make_icon(tmp_path / "a.icns", picture)
         assert done.returncode == 1
         assert reason in done.stderr

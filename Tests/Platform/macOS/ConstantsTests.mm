@@ -12,7 +12,7 @@
 
 namespace quoxelin::testing {
 
-// What the frameworks define at run time only; the rest is checked while the adapters compile.
+// The constants that exist only at run time. The adapters check the others at compile time.
 
 TEST(MacConstants, equalThoseOfTheFrameworks) {
     EXPECT_EQ(toString(::NEVPNErrorDomain), NEVPNErrorDomain);

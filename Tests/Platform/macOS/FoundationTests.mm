@@ -34,7 +34,7 @@ TEST(MacErrors, keepTheirDetails) {
 TEST(MacFoundation, readsTheInformationOfABundle) {
     const TemporaryDirectory directory;
     const auto app = directory.path() / "Other.app";
-    // Where macOS looks, and where GNUstep does.
+    // The layouts of macOS and of GNUstep.
     for (const auto* name : {"Contents/Info.plist", "Resources/Info-gnustep.plist"}) {
         std::filesystem::create_directories((app / name).parent_path());
         std::ofstream(app / name)

@@ -13,7 +13,7 @@ void post() {
     [[NSNotificationCenter defaultCenter] postNotificationName:something object:nil];
 }
 
-/// Returns when it is posted.
+/// Blocks until the notification is posted.
 void postOnAnotherThread() {
     const dispatch_group_t posted = dispatch_group_create();
     dispatch_group_async(posted, dispatch_get_global_queue(QOS_CLASS_DEFAULT, 0), ^{

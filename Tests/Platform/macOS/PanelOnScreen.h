@@ -9,7 +9,7 @@
 
 namespace quoxelin::testing {
 
-/// The window server answers in its own time.
+/// Waits up to five seconds, because the window server answers asynchronously.
 inline bool comesTrue(const std::function<bool()>& condition) {
     NSDate* const patience = [NSDate dateWithTimeIntervalSinceNow:5];
     while (!condition() && patience.timeIntervalSinceNow > 0)
@@ -18,7 +18,7 @@ inline bool comesTrue(const std::function<bool()>& condition) {
     return condition();
 }
 
-/// A panel as the application makes it, not shown yet.
+/// A panel with the application's settings, initially hidden.
 struct PanelOnScreen {
     PanelOnScreen(MacPanels& panels, const ViewNode& tree)
         : hosting(panels.makeHostingView()),

@@ -8,7 +8,7 @@ namespace quoxelin::testing {
 
 namespace {
 
-/// A panel with a row that shows and takes away a pop-over, and one that counts.
+/// A panel with two rows: one toggles a popover, the other counts its clicks.
 class MacPopoverTest : public ::testing::Test {
   protected:
     MacPopoverTest() {
@@ -72,7 +72,7 @@ class MacPopoverTest : public ::testing::Test {
         return nil;
     }
 
-    /// One of the mouse, as the main loop would take it.
+    /// Sends a mouse event through the main loop.
     void send(NSEventType type, NSView* target) {
         const auto middle = NSMakePoint(NSMidX(target.bounds), NSMidY(target.bounds));
         time += 0.1;
@@ -101,7 +101,7 @@ class MacPopoverTest : public ::testing::Test {
 
     int count = 0, within = 0, dismissals = 0;
     bool isPresented = false;
-    /// Of the events of all tests: time does not go back.
+    /// The timestamp of the last event. Static, because time must not go back between tests.
     inline static NSTimeInterval time = [NSProcessInfo processInfo].systemUptime;
     MacPanels panels;
     PanelOnScreen onScreen{panels, tree()};

@@ -30,7 +30,7 @@ TEST(MacRenderer, showsEveryStateAfterEveryOther) {
     for (const auto& state : panelStates())
         trees.push_back(state.scene()->tree());
     MacHostingView view;
-    // Steps of different lengths lead through all states in different orders.
+    // Different step sizes visit all states in different orders.
     for (const std::size_t step : {1u, 5u, 11u, 24u})
         for (std::size_t i = 0; i < trees.size(); ++i) {
             const auto state = (i * step) % trees.size();

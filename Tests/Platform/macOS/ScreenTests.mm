@@ -27,7 +27,7 @@ ViewNode row(const std::string& label, std::function<void()> action) {
     return node;
 }
 
-/// A panel on the screen whose rows count how often they are pressed.
+/// A panel on the screen. Its rows count how often they are pressed.
 class MacScreenTest : public ::testing::Test {
   protected:
     MacScreenTest() {

@@ -3,7 +3,7 @@
 
 int main(int argc, char** argv) {
     @autoreleasepool {
-        // The first to ask for the shared one decides of which class it is.
+        // The first class asked for the shared application creates it.
         [NSClassFromString(@"QXApplication") sharedApplication];
         NSApp.activationPolicy = NSApplicationActivationPolicyAccessory;
         [NSApp finishLaunching];

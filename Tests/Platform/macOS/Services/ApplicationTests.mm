@@ -8,7 +8,7 @@ namespace quoxelin::testing {
 
 namespace {
 
-/// Records what it hears.
+/// Records the calls.
 class Delegate final : public NSApplicationDelegate {
   public:
     void applicationDidFinishLaunching() override { events.push_back("launched"); }
@@ -26,7 +26,7 @@ class MacApplicationTest : public ServiceTest {
                           object:NSApp];
     }
 
-    /// The test's own `finishLaunching` came before.
+    /// Schedules the work; the program has already called `finishLaunching`.
     static void whenItRuns(void (^work)(void)) { dispatch_async(dispatch_get_main_queue(), work); }
 
     NotificationCenter center;

@@ -13,7 +13,7 @@ namespace {
 
 using Counts = std::map<std::string, int>;
 
-/// The objects that there are, by class. GNUstep's views leave their transforms behind.
+/// The number of live objects by class. GNUstep's views leak their transforms.
 Counts objects() {
     Counts counts;
     for (const Class* each = GSDebugAllocationClassList(); each != nullptr && *each != Nil; ++each)
@@ -22,7 +22,7 @@ Counts objects() {
     return counts;
 }
 
-/// Those of which there are more now.
+/// The classes with more objects than before.
 Counts grownSince(const Counts& before) {
     Counts grown;
     for (const auto& [name, count] : objects()) {

@@ -32,7 +32,7 @@ namespace {
 
 class MacAppleEventsTest : public ServiceTest {
   protected:
-    /// As in every launch, when the framework has set its own handlers.
+    /// Simulates the launch, at which the framework installs its handlers.
     static void launch() {
         [[NSNotificationCenter defaultCenter]
             postNotificationName:NSApplicationWillFinishLaunchingNotification

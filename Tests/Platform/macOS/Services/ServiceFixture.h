@@ -13,13 +13,13 @@
 
 namespace quoxelin::testing {
 
-/// A stage on which nothing has happened yet.
+/// Starts each test with an empty stage.
 class ServiceTest : public ::testing::Test {
   protected:
     ServiceTest() { stage::reset(); }
 };
 
-/// What completions answered, on whatever thread; long, so that a mix-up of memory shows.
+/// Collects the answers of completions. Any thread.
 template <typename Answer> class Answers {
   public:
     void add(Answer answer) {
@@ -47,7 +47,8 @@ inline NSError* errorOf(NSString* domain, NSInteger code) {
                            userInfo:@{NSLocalizedDescriptionKey : @"it did not work"}];
 }
 
-/// What a completion refers to: larger than a std::function keeps within itself.
+/// For a completion to capture: too long for a buffer inside the object, so that the sanitizer sees
+/// a use after free.
 inline std::string keepsake() {
     return std::string(100, 'k');
 }

@@ -7,7 +7,7 @@ namespace {
 
 class MacServiceManagementTest : public ServiceTest {
   protected:
-    /// The adapter answers before the calls return.
+    /// The adapter completes before its calls return.
     static Result<void, Error> registering(SMAppService& service) {
         std::optional<Result<void, Error>> outcome;
         service.registerService([&](Result<void, Error> answer) { outcome = std::move(answer); });

@@ -53,7 +53,7 @@ class MacSystemExtensionsTest : public ServiceTest {
 
     void submit(Kind kind) { extensions.submitRequest({kind, tunnel, delegate}); }
 
-    /// What the delegate has heard once there is that much.
+    /// The delegate's events, after waiting for `count` of them.
     std::vector<std::string> heard(std::size_t count) {
         comesTrue([&] { return delegate->events.size() >= count; });
         return delegate->events;

@@ -4,7 +4,7 @@
 
 #import "Platform/macOS/QXHelperToolProtocol.h"
 
-/// A helper that repeats what it is to run, when it may.
+/// A helper that replies with the command line, unless it is silent.
 @interface QXTestHelper : NSObject <HelperToolProtocol>
 @property BOOL isSilent;
 @property NSInteger received;

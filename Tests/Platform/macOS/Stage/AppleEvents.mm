@@ -31,7 +31,7 @@ static const char stringKey = 0, parametersKey = 0, sourceKey = 0;
 
 @end
 
-/// The manager keeps no object alive that handles events.
+/// Like the real manager, does not retain the handler.
 @interface StageEventHandler : NSObject
 @property(unsafe_unretained) id receiver;
 @property SEL selector;
@@ -100,7 +100,7 @@ NSMutableArray<NSString*>* scripts() {
 
 @implementation NSAppleScript (Stage)
 
-/// Nil where the source cannot be compiled.
+/// Nil if the source cannot be compiled.
 - (instancetype)initWithSource:(NSString*)source {
     if (quoxelin::stage::outcomeOf(@"initWithSource") != nil)
         return nil;

@@ -54,7 +54,7 @@ static const char buttonKey = 0, windowKey = 0, itemsKey = 0;
     return associated(self, &buttonKey);
 }
 
-/// A small window in the upper right corner, with the button in it.
+/// Shows the button in a small window in the upper right corner.
 - (void)stageShow:(CGFloat)length {
     constexpr CGFloat squareWidth = 24, height = 22, fromTheRight = 100;
     const NSRect screen = [[NSScreen mainScreen] frame];
@@ -82,7 +82,8 @@ static const char buttonKey = 0, windowKey = 0, itemsKey = 0;
 
 @implementation NSStatusBarButton (Stage)
 
-/// The cell's own tracking would wait in a mode of the run loop in which the main queue stands.
+/// Does not call super: the cell would track the mouse in a run loop mode that blocks the main
+/// queue.
 - (void)mouseDown:(NSEvent*)event {
     [NSApp sendAction:self.action to:self.target from:self];
 }

@@ -15,7 +15,7 @@
 
 @implementation NSTextFieldCell (Stage)
 
-/// As wide as the text is within the bounds, and as high; GNUstep does not look at the bounds.
+/// The size of the text within the bounds, which GNUstep ignores.
 - (NSSize)cellSizeForBounds:(NSRect)bounds {
     NSSize size = self.cellSize;
     if (!self.wraps || size.width <= bounds.size.width) {
@@ -52,12 +52,12 @@
     quoxelin::stage::keepInteger(self, @"maximumNumberOfLines");
 }
 
-/// The cell keeps room at both sides of its text.
+/// The cell insets its text on both sides.
 - (NSEdgeInsets)alignmentRectInsets {
     return {0, 2, 0, 2};
 }
 
-/// A field without a border has no bezel either.
+/// On a Mac a field without a border has no bezel either.
 - (void)setBordered:(BOOL)bordered {
     NSTextFieldCell* const cell = static_cast<NSTextFieldCell*>(self.cell);
     [cell setBezeled:NO];

@@ -19,7 +19,7 @@ std::mutex sourcesLock;
 std::array<std::set<dispatch_source_t>, signalCount> sources;
 std::array<struct sigaction, signalCount> previous;
 
-/// In front of the program's own handler.
+/// Runs before the program's handler.
 void pass(int number) {
     const int kept = errno;
     const auto byte = static_cast<unsigned char>(number);

@@ -6,13 +6,13 @@ NSString* const NSStringEncodingDetectionUseOnlySuggestedEncodingsKey =
     @"NSStringEncodingDetectionUseOnlySuggestedEncodingsKey";
 NSString* const NSStringEncodingDetectionAllowLossyKey = @"NSStringEncodingDetectionAllowLossyKey";
 
-/// GNUstep asks the list of users, which tests could not set; so it finds this one first.
+/// Replaces GNUstep's function, which reads the user database, so that tests can set the folder.
 NSString* NSHomeDirectoryForUser(NSString*) {
     const char* const home = getenv("HOME");
     return home != nullptr ? [NSString stringWithUTF8String:home] : @"/";
 }
 
-/// How many bytes a character takes that begins with this one; 0 where none does.
+/// The number of bytes of a character that starts with this byte; 0 if none does.
 static NSUInteger lengthOfCharacter(unsigned char first) {
     if (first < 0x80)
         return 1;

@@ -17,7 +17,7 @@ os_log_t os_log_create(const char* subsystem, const char* category) {
     }
 }
 
-/// The system formats in its own process and leaves nothing autoreleased behind.
+/// Like the real function, leaves no autoreleased objects.
 void os_log(os_log_t log, const char* format, ...) {
     @autoreleasepool {
         NSString* const plain =

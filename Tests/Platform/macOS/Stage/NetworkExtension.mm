@@ -39,7 +39,7 @@ static void post(NSNotificationName name, id sender) {
 
 @end
 
-/// A configuration as it is saved.
+/// A saved configuration.
 @interface StageConfiguration : NSObject
 @property(copy) NEVPNProtocol* protocol;
 @property(copy) NSString* name;
@@ -131,7 +131,7 @@ static NSMutableArray<StageConfiguration*>* savedConfigurations() {
     return self;
 }
 
-/// What was changed and not saved is gone.
+/// Discards unsaved changes.
 - (void)read {
     self.protocolConfiguration = [self.configuration.protocol copy];
     self.localizedDescription = self.configuration.name;

@@ -4,7 +4,7 @@
 
 using Handler = void (^)(NSModalResponse);
 
-/// The panel that is shown, without a window.
+/// The handler of the open panel, which has no window here.
 static Handler shownHandler = nil;
 static NSURL* chosenURL = nil;
 

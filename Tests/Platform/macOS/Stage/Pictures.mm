@@ -8,8 +8,8 @@
 #include <cmath>
 #import <objc/runtime.h>
 
-// GNUstep draws nothing into bitmaps: here views are cached as they are on the screen, and drawing
-// one bitmap into another copies its pixels.
+// GNUstep cannot draw into bitmaps. Here caching a view copies the screen, and drawing one bitmap
+// into another copies its pixels.
 
 using quoxelin::stage::associate;
 using quoxelin::stage::associated;
@@ -34,7 +34,7 @@ static unsigned char* pixelAt(NSBitmapImageRep* bitmap, NSInteger x, NSInteger y
     return bitmap.bitmapData + y * bitmap.bytesPerRow + x * bytes;
 }
 
-/// Pixels of the screen, whose upper left corner is its origin.
+/// Copies pixels of the screen. The origin is the upper left corner.
 static void copyScreen(NSBitmapImageRep* bitmap, NSInteger left, NSInteger top) {
     Display* const display = static_cast<Display*>([GSCurrentServer() serverDevice]);
     const int screen = DefaultScreen(display);

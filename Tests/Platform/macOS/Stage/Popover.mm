@@ -7,7 +7,7 @@ using quoxelin::stage::associated;
 
 static const char windowKey = 0, sizeKey = 0;
 
-/// A pop-over is a window without a frame beside its view.
+/// A popover is a borderless window beside its view.
 @interface StagePopoverWindow : NSPanel
 @end
 
@@ -31,7 +31,7 @@ static NSWindow* makeWindow() {
     return window;
 }
 
-/// Where a window of that size stands at an edge.
+/// The origin of a window of that size at the given edge.
 static NSPoint placeAt(NSRectEdge edge, NSRect beside, NSSize size) {
     switch (edge) {
     case NSMinXEdge:
@@ -57,7 +57,7 @@ static NSHashTable<NSPopover*>* shownPopovers() {
     quoxelin::stage::exchange(self, @selector(sendEvent:), @selector(stage_sendEvent:));
 }
 
-/// A press outside of a transient pop-over closes it, and is passed on to what lies there.
+/// A press outside of a transient popover closes it and then goes to the view under it.
 - (void)stage_sendEvent:(NSEvent*)event {
     if (event.type == NSEventTypeLeftMouseDown)
         for (NSPopover* each in shownPopovers().allObjects)

@@ -2,16 +2,16 @@
 
 #import <Foundation/Foundation.h>
 
-// What the categories of the stage need. An association is found by the address of its key.
+// Helpers for categories: properties and exchanged methods.
 
 namespace quoxelin::stage {
 
-/// Gives a class a property that keeps an object, or a number under the name of its getter.
+/// Adds a property to a class. A number is stored under the name of its getter.
 void keepObject(Class owner, NSString* name);
 void keepInteger(Class owner, NSString* name, NSString* getter = nil);
 void keepFlag(Class owner, NSString* name, NSString* getter = nil);
 
-/// Exchanges two methods of a class, but not those that its siblings inherit, too.
+/// Exchanges two methods of a class without changing its superclass.
 void exchange(Class owner, SEL one, SEL other);
 
 id associated(id object, const void* key);

@@ -1,6 +1,6 @@
 #import <Foundation/Foundation.h>
 
-/// GNUstep's loop does not tell when it is about to wait, so an observer is called now and then.
+/// GNUstep does not report that the loop is about to wait, so a timer calls the observer.
 struct StageRunLoopObserver {
     void (^handler)(CFRunLoopObserverRef, CFRunLoopActivity);
     dispatch_source_t timer;

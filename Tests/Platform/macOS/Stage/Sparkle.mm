@@ -33,7 +33,7 @@ using quoxelin::stage::updates;
     });
 }
 
-/// One check at a time.
+/// Runs one check at a time.
 - (void)checkForUpdates {
     if (!self.canCheckForUpdates)
         return;

@@ -2,18 +2,18 @@
 
 #import <Foundation/Foundation.h>
 
-// How tests steer what stands in for macOS. An operation of a framework is named by the first
-// words of its method, such as @"loadAllFromPreferences". All of it from any thread.
+// Tests control the stand-ins for macOS with these functions. An operation is named by the first
+// words of its method, such as @"loadAllFromPreferences". Any thread.
 
 namespace quoxelin::stage {
 
-/// The next call of the operation raises an exception of that name.
+/// The next call of the operation raises an exception with that name.
 void raiseNext(NSString* operation, NSExceptionName name);
 
-/// The next answer of the operation is that error.
+/// The next call of the operation answers with that error.
 void failNext(NSString* operation, NSError* error);
 
-/// While it exists, answers of the operation stay away; they come when it goes.
+/// Holds back the operation's answers until it is destroyed.
 class Held {
   public:
     explicit Held(NSString* operation);
@@ -25,18 +25,18 @@ class Held {
     NSString* operation;
 };
 
-/// Nothing is saved, installed, registered or held any more.
+/// Clears everything that is saved, installed, registered or held back.
 void reset();
 
 // For the stand-ins.
 
-/// An operation that answers at once: raises, or returns the error that it is to fail with, or nil.
+/// For an operation that answers at once. Raises, or returns the error to fail with or nil.
 NSError* outcomeOf(NSString* operation);
 
-/// An operation that answers later: raises, or answers on that queue, with nil for success.
+/// For an operation that answers later. Raises, or answers on that queue, with nil on success.
 void answerLater(NSString* operation, dispatch_queue_t queue, void (^answer)(NSError* error));
 
-/// What `reset` does besides.
+/// `reset` runs the work too.
 void onReset(void (^work)(void));
 
 } // namespace quoxelin::stage

@@ -6,7 +6,7 @@ namespace {
 
 using Answer = void (^)(void);
 
-/// What the tests asked for, by operation.
+/// The exceptions, errors and delays that tests asked for, by operation.
 struct Wishes {
     NSMutableDictionary<NSString*, NSExceptionName>* exceptions = [NSMutableDictionary dictionary];
     NSMutableDictionary<NSString*, NSError*>* errors = [NSMutableDictionary dictionary];

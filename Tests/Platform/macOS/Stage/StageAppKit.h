@@ -2,25 +2,25 @@
 
 #import <AppKit/AppKit.h>
 
-// What tests do at the stage's desktop, and what they see of it.
+// Tests control and observe the stage's desktop with these functions.
 
 namespace quoxelin::stage {
 
-/// What happens in another program's window reaches the global monitors of that kind of event.
+/// Calls the global monitors as for an event in another program's window.
 void sendGlobalEvent(unsigned long long kind);
 
 struct WorkspaceState {
-    /// Addresses, folders and applications that were opened.
+    /// The URLs, folders and applications that were opened.
     NSMutableArray<NSURL*>* opened = [NSMutableArray array];
-    /// Where applications are, by bundle identifier.
+    /// The URLs of applications by bundle identifier.
     NSMutableDictionary<NSString*, NSURL*>* applications = [NSMutableDictionary dictionary];
 };
 WorkspaceState& workspace();
 
-/// The button of the item in the status bar; nil while there is none.
+/// The status item's button; nil without a status item.
 ::NSStatusBarButton* statusButton();
 
-/// The user chooses a folder in the open panel, or cancels it; false when none is shown.
+/// Chooses a folder in the open panel; nil cancels it. Returns false if none is shown.
 bool answerOpenPanel(NSURL* chosen);
 bool isOpenPanelShown();
 

@@ -2,37 +2,37 @@
 
 #import <UserNotifications/UserNotifications.h>
 
-// What the services of the stage keep, for tests to look at and to change.
+// The state of the stage's services, for tests to read and change.
 
 namespace quoxelin::stage {
 
 struct ExtensionState {
-    /// Versions, by bundle identifier.
+    /// Versions by bundle identifier.
     NSMutableDictionary<NSString*, NSString*>* installed = [NSMutableDictionary dictionary];
-    /// Of the extension within the application.
+    /// The version of the extension in the application's bundle.
     NSString* bundledVersion = @"1.0.0";
-    /// Whether the user has allowed it before.
+    /// Whether the user has already allowed it.
     bool isApproved = false;
 };
 ExtensionState& extensions();
 
 struct NotificationState {
-    /// The user grants what is not determined.
+    /// If not determined, the user grants it when asked.
     ::UNAuthorizationStatus authorization = ::UNAuthorizationStatusNotDetermined;
     NSMutableArray<::UNNotificationRequest*>* added = [NSMutableArray array];
-    /// How those were to be presented, by the delegate's answer.
+    /// The delegate's presentation options for them.
     NSMutableArray<NSNumber*>* presented = [NSMutableArray array];
 };
 NotificationState& notifications();
 
-/// Raw values of SMAppService's status, by property list; the application itself is @"".
+/// Raw values of SMAppService's status by property list; @"" is the application.
 NSMutableDictionary<NSString*, NSNumber*>* serviceStatus();
 
-/// Objects that answer messages, by Mach service.
+/// The objects that receive messages, by Mach service.
 NSMutableDictionary<NSString*, id>* machServices();
-/// The process behind a Mach service ends.
+/// Simulates the exit of the service's process.
 void endMachService(NSString* name);
-/// Connections that are there.
+/// The number of live connections.
 NSUInteger countOfConnections();
 
 struct UpdaterState {
@@ -41,10 +41,10 @@ struct UpdaterState {
 };
 UpdaterState& updates();
 
-/// Another program sends an event; false when no handler is set for it.
+/// Simulates an event from another program. Returns false if it has no handler.
 bool sendEvent(AEEventClass eventClass, AEEventID eventID, NSAppleEventDescriptor* event);
 
-/// The sources that were run.
+/// The source of every script that ran.
 NSMutableArray<NSString*>* scripts();
 
 } // namespace quoxelin::stage

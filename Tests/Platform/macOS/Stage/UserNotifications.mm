@@ -93,7 +93,7 @@ using quoxelin::stage::notifications;
 @implementation UNNotificationSettings
 @end
 
-/// Answers come on a queue of the framework.
+/// The framework answers on this queue.
 static dispatch_queue_t frameworkQueue() {
     static const dispatch_queue_t queue = dispatch_queue_create("notifications", nullptr);
     return queue;

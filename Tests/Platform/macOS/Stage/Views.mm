@@ -6,7 +6,7 @@
 using quoxelin::stage::associate;
 using quoxelin::stage::associated;
 
-/// A tracking area as a tracking rectangle, which has to be renewed when its view changes.
+/// Implements a tracking area as a tracking rectangle, which must be renewed when its view changes.
 @interface StageTracking : NSObject
 @property(strong) NSTrackingArea* area;
 @property NSTrackingRectTag tag;
@@ -113,7 +113,7 @@ static NSMutableArray<StageTracking*>* trackingsOf(NSView* view) {
     }
 }
 
-// GNUstep calls -layout from nowhere, and a frame that changes asks for none.
+// GNUstep never calls -layout and does not request a layout when a frame changes.
 
 - (void)stage_setNeedsLayout:(BOOL)needs {
     [self stage_setNeedsLayout:needs];
@@ -148,7 +148,7 @@ static NSMutableArray<StageTracking*>* trackingsOf(NSView* view) {
 
 @implementation NSLayoutConstraint (Stage)
 
-/// Of constraints it knows the edges of a view at those of the one that contains it.
+/// Supports only constraints that pin a view's edges to its superview.
 + (void)activateConstraints:(NSArray<NSLayoutConstraint*>*)constraints {
     for (NSLayoutConstraint* each in constraints) {
         NSView* const child = each.firstItem;
@@ -169,7 +169,7 @@ static NSMutableArray<StageTracking*>* trackingsOf(NSView* view) {
                               @selector(stage_setCurrentContext:));
 }
 
-/// GNUstep does not keep the current context, Apple's AppKit does.
+/// Retains the current context like Apple's AppKit; GNUstep does not.
 + (void)stage_setCurrentContext:(NSGraphicsContext*)context {
     static NSString* const key = @"StageContext";
     NSMutableDictionary* const own = [NSThread currentThread].threadDictionary;

@@ -35,7 +35,7 @@ static const char parentKey = 0, handlerKey = 0, alertWindowKey = 0, alertTarget
     [self stage_orderWindow:place relativeTo:other];
 }
 
-// GNUstep runs a sheet's own loop within beginSheet.
+// Replaces GNUstep's sheets, which run a modal loop inside beginSheet.
 
 - (NSWindow*)sheetParent {
     return [associated(self, &parentKey) nonretainedObjectValue];
@@ -116,7 +116,7 @@ static NSTextField* paragraph(NSString* text, NSFont* font, CGFloat width) {
     return window;
 }
 
-/// The texts above each other, and below them the buttons.
+/// Stacks the texts and then the buttons.
 - (NSView*)stageContent {
     constexpr CGFloat width = 240, edge = 16, space = 8, buttonHeight = 26;
     NSMutableArray<NSView*>* const parts = [NSMutableArray

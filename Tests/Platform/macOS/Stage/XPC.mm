@@ -15,17 +15,17 @@ static NSError* connectionError(NSInteger code) {
 
 static const char stateKey = 0;
 
-/// All that a connection is: what messages hold, also those on their way.
+/// The connection's state. Messages in flight retain it.
 @interface StageConnection : NSObject
 @property(copy) NSString* service;
 @property(strong) Protocol* protocol;
 @property(copy) void (^interruptionHandler)(void);
 @property(copy) void (^invalidationHandler)(void);
-/// The error handlers of the messages that have no reply yet.
+/// The error handlers of messages without a reply.
 @property(strong) NSMutableDictionary<NSUUID*, void (^)(NSError*)>* waiting;
 @property BOOL isResumed;
 @property BOOL isInvalid;
-/// Its handlers have been called, too.
+/// Invalid, and its handlers have been called.
 @property BOOL isClosed;
 @property(readonly) dispatch_queue_t queue;
 @end
@@ -48,7 +48,8 @@ static NSHashTable<StageConnection*>* connections() {
     return self;
 }
 
-/// Hands a message to the far end: `deliver` gets the object and a token to take before a reply.
+/// Sends a message: `deliver` gets the receiver, and a block to call before a reply. The block
+/// returns whether the message still expects one.
 - (void)send:(void (^)(id receiver, BOOL (^take)(void)))deliver
     errorHandler:(void (^)(NSError*))errorHandler {
     if (!self.isResumed)
@@ -99,7 +100,7 @@ static NSHashTable<StageConnection*>* connections() {
 
 @end
 
-/// What speaks for the far end: there whether or not a service is.
+/// The remote object's proxy. It exists even without a service.
 @interface StageProxy : NSObject
 @property(strong) StageConnection* connection;
 @property(copy) void (^errorHandler)(NSError*);
@@ -158,7 +159,7 @@ static NSHashTable<StageConnection*>* connections() {
 
 @end
 
-/// Ends a connection that is held by its owner alone and goes with it.
+/// Invalidates the connection when its NSXPCConnection is deallocated.
 @interface StageConnectionOwner : NSObject
 @property(strong) StageConnection* connection;
 @end

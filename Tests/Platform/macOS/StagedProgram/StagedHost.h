@@ -7,8 +7,8 @@
 
 namespace quoxelin {
 
-/// The product's own host, with every adapter of it, on the stage, whose user and system are
-/// steered by lines on standard input as docs/simulation.md describes.
+/// The product's host with all its adapters, on the stage. Lines on standard input control the user
+/// and the system; docs/simulation.md describes them.
 class StagedHost final : public PlatformHost {
   public:
     explicit StagedHost(const LaunchOptions& options);

@@ -7,7 +7,7 @@
 #import "Tests/Platform/macOS/Stage/StageServices.h"
 #include <cstdio>
 
-/// A helper that has run what it was told to, without a word of output.
+/// A helper that records its commands and replies without output.
 @interface QXStagedHelper : NSObject <HelperToolProtocol>
 @property(readonly) NSMutableArray<NSString*>* commands;
 @end
@@ -60,7 +60,7 @@ void openURL(const std::optional<std::string>& url) {
     stage::sendEvent(::kInternetEventClass, ::kAEGetURL, event);
 }
 
-/// What the user does outside of the panel.
+/// Commands for what the user does outside of the panel.
 void addDesktopCommands(Steering& steering) {
     steering.addAction("click-status-item", [] { [stage::statusButton() mouseDown:nil]; });
     steering.addAction("click-elsewhere",
@@ -90,7 +90,7 @@ void addDesktopCommands(Steering& steering) {
     });
 }
 
-/// What the system has come to know of the application.
+/// Reports what the application did to the system.
 void addReports(Steering& steering, QXStagedHelper* helper) {
     steering.addReport("opened", [] {
         return json::Object{{"urls", texts(stage::workspace().opened, @"absoluteString")}};
@@ -123,7 +123,7 @@ StagedHost::StagedHost(const LaunchOptions& options)
           writeAnswer) {
     QXStagedHelper* const helper = [[QXStagedHelper alloc] init];
     stage::machServices()[@"com.quoxelin.desktop.Helper"] = helper;
-    // A user who has allowed the extension before.
+    // The user has already allowed the extension.
     stage::extensions().isApproved = true;
     addScreenCommands(steering, screen, host.platform());
     addDesktopCommands(steering);

@@ -1,5 +1,5 @@
 #pragma once
 
-// As with an SDK of macOS 12, which does not declare SMAppService yet.
+// Like the macOS 12 SDK, which does not declare SMAppService.
 #define __MAC_12_0 120000
 #define __MAC_OS_X_VERSION_MAX_ALLOWED 120000

@@ -2,8 +2,8 @@
 
 #import <Foundation/Foundation.h>
 
-// What GNUstep's AppKit lacks or declares differently from Apple's: properties in place of methods,
-// and constants in place of macros, because the product has constants with the same names.
+// Declares what GNUstep's AppKit lacks or declares differently from Apple's: properties instead of
+// methods, and constants instead of macros, because the product has constants with the same names.
 
 #define NSFloatingWindowLevel StageOwnFloatingWindowLevel
 #define separatorItem stageUntypedSeparatorItem

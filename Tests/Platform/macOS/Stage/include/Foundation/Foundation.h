@@ -5,7 +5,7 @@
 #include <float.h>
 #include <stdint.h>
 
-// What Apple's Foundation has or brings and GNUstep's has not.
+// Declares what GNUstep's Foundation lacks.
 
 #ifndef NS_VALID_UNTIL_END_OF_SCOPE
 #define NS_VALID_UNTIL_END_OF_SCOPE __attribute__((objc_precise_lifetime))
@@ -107,8 +107,8 @@ void CFRelease(CFRunLoopObserverRef observer);
 }
 #endif
 
-// On a Mac a source of signals sees them whatever their handler is. Here the library would put a
-// handler in the place of the program's, late and once in a process.
+// On a Mac a signal source works beside a signal handler. This libdispatch would replace the
+// program's handler, and only once per process.
 #ifdef __cplusplus
 extern "C"
 #endif

@@ -1,5 +1,4 @@
 #pragma once
 
-// Of this framework the product uses SMAppService alone, and declares it itself where it is not
-// declared yet.
+// Empty: the product uses only SMAppService, and declares it for SDKs that lack it.
 #import <Foundation/Foundation.h>

@@ -9,7 +9,7 @@ extern "C" {
 typedef struct StageLog* os_log_t;
 
 os_log_t os_log_create(const char* subsystem, const char* category);
-/// To standard error, as far as it is declared public.
+/// Writes the public arguments to standard error.
 void os_log(os_log_t log, const char* format, ...);
 
 #ifdef __cplusplus
