@@ -93,7 +93,7 @@ Alert AlertBox::readBack() const {
 void AlertBox::present() {
     if (box.isVisible() || !anchor.window()->isVisible())
         return;
-    // An open pop-over grabs the mouse.
+    // An open popover grabs the mouse.
     while (auto* popup = QApplication::activePopupWidget())
         popup->close();
     box.open();

@@ -14,7 +14,7 @@ constexpr int gap = 4;
 
 PopoverWindow::PopoverWindow(QWidget& anchor)
     : FloatingWindow(anchor.window(), Qt::Popup), anchor(anchor) {
-    // The press that closes the pop-over must not press a row below it.
+    // The press that closes the popover must not press a row below it.
     setAttribute(Qt::WA_NoMouseReplay);
     setEscapePressed([this] { close(); });
     setResized([this] { moveBesideAnchor(); });

@@ -5,7 +5,7 @@
 
 namespace quoxelin {
 
-/// A pop-over beside its element.
+/// A popover beside its element.
 class PopoverWindow final : public FloatingWindow, public Presentation<Popover> {
   public:
     explicit PopoverWindow(QWidget& anchor);

@@ -5,7 +5,7 @@
 
 namespace quoxelin {
 
-/// The visible panel, pop-overs and dialogs, topmost last. Does not include the tray icon.
+/// The visible panel, popovers and dialogs, topmost last. Does not include the tray icon.
 QWidgetList windowsOnScreen();
 
 /// A picture of the application's visible windows at their places; empty if there are none.

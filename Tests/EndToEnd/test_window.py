@@ -129,7 +129,7 @@ def test_the_account_switcher_opens_beside_the_panel_and_closes_by_a_click_outsi
     assert panel_place(opened)["visible"], opened.standard_error
 
 
-def test_escape_closes_the_pop_over_and_then_the_panel(desktop, opened, tray):
+def test_escape_closes_the_popover_and_then_the_panel(desktop, opened, tray):
     desktop.click(*row(opened, "Switch Account"))
     opened.wait_text('"Add Account"')
     desktop.keys("Escape")

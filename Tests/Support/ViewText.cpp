@@ -131,7 +131,7 @@ void append(std::string& text, const ViewNode& node, std::size_t depth) {
     for (const auto& child : node.children)
         append(text, child, depth + 1);
     if (node.popover) {
-        text += std::string(2 * (depth + 1), ' ') + "pop-over\n";
+        text += std::string(2 * (depth + 1), ' ') + "popover\n";
         append(text, node.popover->content, depth + 2);
     }
     if (node.alert) {

@@ -42,7 +42,7 @@ class PanelOnScreen {
     NSPanel& nsPanel() { return *panel; }
     QWidget& window() { return *hosting->widget()->window(); }
 
-    /// The visible cards: the panel and its pop-overs.
+    /// The visible cards: the panel and its popovers.
     std::vector<FloatingWindow*> cards() {
         std::vector<FloatingWindow*> found;
         for (auto* widget : QApplication::topLevelWidgets())

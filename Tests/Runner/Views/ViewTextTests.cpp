@@ -71,7 +71,7 @@ TEST(ViewText, showsWhatIsPresentedBelowItsElement) {
                                              {"No", Alert::Button::Role::cancel, nullptr}}});
     EXPECT_EQ(viewText(row), "column\n"
                              "  spacer\n"
-                             "  pop-over\n"
+                             "  popover\n"
                              "    divider\n"
                              "  alert \"Title\"\n"
                              "    message \"Are you sure?\"\n"
