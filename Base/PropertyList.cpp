@@ -28,7 +28,7 @@ std::optional<std::string> utf8Of(std::uint32_t character) {
     return std::string{byte(0xF0 | character >> 18), tail(12), tail(6), tail(0)};
 }
 
-/// What stands for "&name;".
+/// The character for "&name;".
 std::optional<std::string> entity(std::string_view name) {
     static const std::map<std::string_view, std::string> named = {
         {"amp", "&"}, {"lt", "<"}, {"gt", ">"}, {"quot", "\""}, {"apos", "'"}};
@@ -60,7 +60,7 @@ std::optional<std::string> withoutEntities(std::string_view text) {
     return plain.append(text);
 }
 
-/// Reads tags from the front. What is neither tag nor text (the prologue, comments) is passed over.
+/// Reads tags from the front. Skips everything but tags and text (the prologue, comments).
 class Reader {
   public:
     explicit Reader(std::string_view text) : rest(text) {}
@@ -81,7 +81,7 @@ class Reader {
         return std::nullopt;
     }
 
-    /// The text up to the end of the element, which may hold nothing else.
+    /// The text up to the end of the element. Fails if the element contains anything else.
     std::optional<std::string> textOf(const Tag& element) {
         if (element.kind == Tag::Kind::empty)
             return std::string();

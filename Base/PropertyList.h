@@ -7,8 +7,8 @@
 
 namespace quoxelin {
 
-/// The strings that stand at the top level of an XML property list's dictionary, by key. Values of
-/// other types are left out. None when the text is broken.
+/// The strings at the top level of an XML property list's dictionary, by key. Values of other types
+/// are left out. Empty if the text is malformed.
 std::optional<std::map<std::string, std::string>> stringsOfPropertyList(std::string_view text);
 
 } // namespace quoxelin

@@ -13,7 +13,7 @@ std::vector<Account> firstAccounts() {
     work.hostLabel = "minas-laptop";
     work.network = "hoshizora.quoxelin.example";
     work.userId = 4398046511104017;
-    work.nodeId = 6203948571029384751; // beyond what a double holds exactly, as real ids are
+    work.nodeId = 6203948571029384751; // a double cannot represent it exactly
 
     Account group;
     group.id = "e09d";

@@ -10,14 +10,14 @@ class DaemonModel;
 class RequestLog;
 class ScriptedAnswers;
 
-// What there is to steer; docs/simulation.md says it command by command.
+// The daemon's commands; docs/simulation.md describes each.
 
 void addStateCommands(Steering& steering, DaemonModel& model);
 void addStreamCommands(Steering& steering, Bus& bus);
 void addAnswerCommands(Steering& steering, ScriptedAnswers& script);
 void addConnectionCommands(Steering& steering, ApiServer& server, Bus& bus);
 
-/// What the commands that watch look at.
+/// The objects that the watching commands observe.
 struct Watched {
     DaemonModel& model;
     RequestLog& requests;

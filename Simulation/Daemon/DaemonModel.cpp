@@ -129,7 +129,7 @@ void DaemonModel::settle(json::Object changes) {
 void DaemonModel::enterStarting(json::Object changes) {
     backendState = BackendState::starting;
     changes.push_back({"State", nameOf(backendState)});
-    // The map follows with Running: a node that starts has not heard from the conductor yet.
+    // The map follows with Running, because a starting node has not heard from the conductor yet.
     outside.announce(line(changes, false));
     outside.after(settings.startingTime, [this, started = transition] {
         if (started == transition) {

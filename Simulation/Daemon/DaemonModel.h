@@ -17,30 +17,29 @@ namespace quoxelin::sim {
 /// The daemon's backend state, in the order of its ordinals.
 enum class BackendState { noState, needsLogin, stopped, starting, running };
 
-/// The states with the names under which they travel, such as "NeedsLogin".
+/// The states with their names on the wire, such as "NeedsLogin".
 const std::vector<std::pair<const char*, BackendState>>& backendStates();
 const char* nameOf(BackendState state);
 
-/// What the simulated daemon knows and how it changes: profiles, login, backend state, jail,
-/// network map.
+/// The state of the simulated daemon: profiles, login, backend state, jail, network map.
 ///
-/// It holds no socket and no clock. Each change is announced as one sparse notification line (no
-/// line feed); delayed transitions run when the outside calls them back. One thread.
+/// It has no socket and no clock. Each change is announced as one notification line (without line
+/// feed) that holds only the change. One thread.
 class DaemonModel {
   public:
     struct Settings {
         std::size_t peers = 5;
-        /// Begin with both profiles logged in and the first one running.
+        /// Start with both profiles logged in and the first one running.
         bool loggedIn = false;
-        /// A begun login completes itself after this.
+        /// A login completes by itself after this time.
         std::optional<Duration> autoLogin;
-        /// From Starting to Running.
+        /// The time from Starting to Running.
         Duration startingTime = seconds(0.15);
     };
 
-    /// The few outside calls the model makes.
+    /// The functions that the model calls.
     struct Outside {
-        /// A notification line for every observer of the bus.
+        /// Sends a notification line to every observer of the bus.
         std::function<void(std::string line)> announce;
         /// Runs `work` once after `delay`.
         std::function<void(Duration delay, Work work)> after;
@@ -50,12 +49,12 @@ class DaemonModel {
 
     DaemonModel(Settings settings, Outside outside);
 
-    // What the local API asks.
+    // For the local API
 
     json::Object status() const;
     json::Object profiles() const;
     json::Object preferences() const;
-    /// False, and no change, when there is no such profile.
+    /// False, without a change, if there is no such profile.
     bool switchProfile(std::string_view id);
     void switchToEmptyProfile();
     /// Starts an interactive login or continues the one in progress. Returns the URL to visit,
@@ -64,32 +63,32 @@ class DaemonModel {
     void setWantRunning(bool wantRunning);
     void logOut();
 
-    /// What a new observer of the bus gets first: the whole state, with the network map when there
+    /// The first line for a new observer of the bus: the whole state, with the network map if there
     /// is one.
     std::string greeting();
 
-    // What the login page asks.
+    // For the login page
 
-    /// Where the page lives, such as "http://127.0.0.1:40123"; login URLs begin with it.
+    /// The page's address, such as "http://127.0.0.1:40123". Login URLs start with it.
     void setLoginPageAddress(std::string address);
-    /// The secret in the URL of the login that waits for its completion; absent when none does.
+    /// The secret in the URL of the pending login; empty if there is none.
     std::optional<std::string> pendingLogin() const;
-    /// The URL of that login; absent when none waits.
+    /// The URL of the pending login; empty if there is none.
     std::optional<std::string> pendingLoginUrl() const;
-    /// Name and e-mail of who would be logged in.
+    /// The name and e-mail address of the user who would be logged in.
     std::string pendingPerson() const;
 
-    // What steering asks.
+    // For commands
 
-    /// Completes the login, beginning one first when none waits, and answers the callback URL with
-    /// its token. Absent, and no change, when the current profile is logged in already.
+    /// Completes the login, starting one first if necessary, and returns the callback URL with its
+    /// token. Empty, without a change, if the current profile is already logged in.
     std::optional<std::string> completeLogin();
     void jail(std::optional<std::string> reason);
     void unjail();
-    /// Puts the daemon in a state, whatever led there; a pending transition is called off.
+    /// Enters the state directly and cancels a pending transition.
     void setBackendState(BackendState state);
     void setPeerCount(std::size_t count);
-    /// Replaces all profiles. The one with `currentId` becomes current, none when there is no such.
+    /// Replaces all profiles. The one with `currentId`, if any, becomes current.
     void setAccounts(std::vector<Account> accounts, std::string_view currentId);
 
     BackendState state() const { return backendState; }
@@ -113,7 +112,7 @@ class DaemonModel {
     Outside outside;
     NetworkMap networkMap;
     std::vector<Account> known;
-    /// Empty on the empty profile.
+    /// Empty for the empty profile.
     std::string current;
     BackendState backendState = BackendState::needsLogin;
     bool jailed = false;
@@ -123,9 +122,9 @@ class DaemonModel {
     std::optional<std::string> login;
     std::size_t loginsBegun = 0;
     std::size_t accountsCreated = 0;
-    /// A delayed transition of an older number has been called off.
+    /// Delayed transitions with an older number are canceled.
     std::uint64_t transition = 0;
-    /// Observers have not been sent the present map.
+    /// Whether observers still need the current map.
     bool networkMapIsNews = true;
 };
 

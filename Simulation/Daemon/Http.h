@@ -12,28 +12,28 @@ namespace quoxelin::sim {
 
 using HeaderFields = std::vector<std::pair<std::string, std::string>>;
 
-/// One HTTP/1.1 request that arrives piece by piece.
+/// One HTTP/1.1 request, read piece by piece.
 class HttpRequest {
   public:
     enum class Progress { incomplete, complete, malformed };
 
     HttpRequest();
 
-    /// Continues to read. `received` is everything since the request's first byte, with what may
-    /// have come behind it; it only grows from call to call.
+    /// Continues reading. `received` holds everything since the request's first byte, and only
+    /// grows from call to call.
     Progress read(std::string_view received);
 
-    /// How many of the received bytes belong to the request as far as it was read.
+    /// The number of received bytes that belong to the request so far.
     std::size_t size() const { return parsed; }
 
-    // What is known so far of an incomplete request.
+    // These also work for an incomplete request.
 
     std::string method() const { return std::string(parser.get().method_string()); }
     std::string target() const { return std::string(parser.get().target()); }
     HeaderFields headers() const;
     const std::string& body() const { return parser.get().body(); }
 
-    /// The connection stays open for another request after the reply.
+    /// Whether the connection stays open after the reply.
     bool keepAlive() const { return parser.get().keep_alive(); }
 
   private:

@@ -19,8 +19,8 @@ ApiReply switchProfile(DaemonModel& model, std::string_view target) {
     return ok({});
 }
 
-/// A preference counts only together with its "...Set" companion, so that a request can leave
-/// others alone.
+/// A preference is used only if its "...Set" companion is true, so that a request can change some
+/// of them.
 ApiReply changePreferences(DaemonModel& model, std::string_view body) {
     const auto changes = json::parse(body);
     if (!changes || !changes->isObject())
@@ -66,8 +66,7 @@ ApiReply answer(DaemonModel& model, std::string_view method, std::string_view ta
              m.logOut();
              return ok({});
          }},
-        // A GET of the stream never comes here: it keeps its connection and has no reply of its
-        // own.
+        // Unreachable for GET: the stream keeps its connection and has no reply.
         {observePath, "GET", [](DaemonModel&, View, View) { return ok({}); }},
     };
     for (const Endpoint& endpoint : endpoints) {

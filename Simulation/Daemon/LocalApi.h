@@ -7,18 +7,18 @@
 
 namespace quoxelin::sim {
 
-/// The reply to one request of the local API, before it is put on a socket.
+/// The reply to one request of the local API.
 struct ApiReply {
     int status = 200;
-    /// JSON text; plain text when the status is 400 or more.
+    /// JSON; plain text if the status is 400 or more.
     std::string body;
 };
 
 /// The path of the notification stream, which is not answered with an ApiReply.
 constexpr std::string_view observePath = "/localapi/v0/observe-hashi-bus";
 
-/// What the daemon answers to a request, with the request's effect on the model: 404 for an unknown
-/// path or profile, 405 for a wrong method, 400 for a query or body that cannot be read.
+/// Performs a request on the model and returns the answer: 404 for an unknown path or profile, 405
+/// for a wrong method, 400 for an unreadable query or body.
 ApiReply answer(DaemonModel& model, std::string_view method, std::string_view target,
                 std::string_view body);
 

@@ -41,8 +41,8 @@ std::uint64_t seedOf(const Account& account) {
     return static_cast<std::uint64_t>(account.nodeId);
 }
 
-/// The number of a node's addresses within 100.64.0.0/10: peers count on from their own node, round
-/// and round.
+/// The number of a node's addresses within 100.64.0.0/10. Peers follow the account's own node and
+/// wrap around.
 std::uint32_t hostNumber(const Account& account, std::size_t offset) {
     const std::uint64_t first = seedOf(account) % 0x100000 + 1;
     return static_cast<std::uint32_t>((first + offset) % 0x3FFFFE + 1);
@@ -61,7 +61,7 @@ std::string key(Scramble& scramble) {
                        scramble.next(), scramble.next());
 }
 
-/// Multiplying by an odd number permutes the 62-bit numbers: no two peers share an id.
+/// Multiplying by an odd number permutes the 62-bit numbers, so ids are unique.
 std::uint64_t nodeId(std::size_t number) {
     return (number + 1) * 0x9E3779B97F4A7C15u & 0x3FFFFFFFFFFFFFFFu;
 }

@@ -8,11 +8,11 @@
 
 namespace quoxelin::sim {
 
-/// The overlay addresses of an account's own node: one from 100.64.0.0/10, one from fd7a::/16.
+/// The overlay addresses of the account's own node: one from 100.64.0.0/10, one from fd7a::/16.
 std::vector<std::string> ownAddresses(const Account& account);
 
-/// Writes the made-up network map that an account's node sees. The same account and number of peers
-/// always give the same map. The peers' text, all that is large, is kept between calls.
+/// Writes the network map of an account's node. The same account and number of peers always give
+/// the same map. Caches the peers' text, which can be large.
 class NetworkMap {
   public:
     /// The "NetMap" member's JSON text for a node with `peerCount` peers: about 350 bytes a peer.

@@ -22,7 +22,7 @@ socket, and a login page on a loopback port.
 Standard input takes commands; docs/simulation.md lists them.
 )";
 
-/// The whole text as a number in that range.
+/// Reads the whole text as a number from 0 to `highest`.
 template <typename Number>
 bool read(const std::string& text, Number& into, double highest) {
     std::istringstream stream(text);

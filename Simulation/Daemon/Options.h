@@ -8,7 +8,7 @@
 
 namespace quoxelin::sim {
 
-/// What the command line asks for.
+/// The options of the command line.
 struct Options {
     std::string socketPath;
     DaemonModel::Settings model;

@@ -11,22 +11,22 @@
 
 namespace quoxelin::sim {
 
-/// One request as it was received on the socket.
+/// One received request.
 struct ReceivedRequest {
-    /// 1 for the first; set by the log.
+    /// Counts from 1; set by the log.
     std::size_t index = 0;
-    /// Seconds since the simulated daemon began.
+    /// Seconds since the daemon started.
     double at = 0;
-    /// False: the client left half-way, or the bytes are not HTTP.
+    /// False if the client disconnected early or the bytes are not HTTP.
     bool complete = true;
     std::string method;
     std::string target;
     std::vector<std::pair<std::string, std::string>> headers;
     std::string body;
-    /// Every byte, as it came.
+    /// Every byte received.
     std::string bytes;
 
-    /// The event line that tells of it.
+    /// The event line for the request.
     json::Object summary() const;
 };
 
@@ -35,7 +35,7 @@ class RequestLog {
   public:
     const ReceivedRequest& add(ReceivedRequest request);
 
-    /// How many there are, optionally of this method and path only (empty: any).
+    /// The number of requests with this method and path; empty texts match any.
     std::size_t count(std::string_view method, std::string_view path) const;
 
     /// The requests after number `since`, as JSON; "bytes" in base64.

@@ -9,19 +9,19 @@
 
 namespace quoxelin::sim {
 
-/// This status and body in place of the daemon's own answer.
+/// This status and body instead of the daemon's answer.
 struct CannedReply {
     int status = 200;
     std::string body;
 };
-/// These bytes in place of any HTTP reply; then the connection is closed.
+/// These bytes instead of an HTTP reply; then the connection is closed.
 struct RawReply {
     std::string bytes;
 };
-/// The daemon's own reply, cut off; then the connection is closed.
+/// The beginning of the daemon's reply; then the connection is closed.
 struct TruncatedReply {
     std::size_t bytes = 0;
-    /// The bytes are counted from the body's first; the header is sent whole.
+    /// Whether to send the whole header and count only the body's bytes.
     bool countsBody = false;
 };
 /// The request is read and never answered; the connection stays open until the client closes it.
@@ -32,29 +32,31 @@ struct DroppedConnection {};
 using ScriptedReply =
     std::variant<CannedReply, RawReply, TruncatedReply, NoReply, DroppedConnection>;
 
-/// How requests of a method and path are answered.
+/// The answer to requests with a method and path.
 struct ScriptedAnswer {
-    /// Empty: any.
+    /// Empty matches any.
     std::string method;
-    /// With a query it must be the whole target, otherwise the target's path; "*": any.
+    /// With a query, compared with the whole target; otherwise with the target's path. "*" matches
+    /// any.
     std::string path;
-    /// Absent: until cleared.
+    /// If empty, until cleared.
     std::optional<std::size_t> times;
     ScriptedReply reply;
 };
 
-/// The script of answers. Limited answers come first, in the order in which they were given; then
-/// the latest unlimited one.
+/// The scripted answers. Limited answers come first, in the order given; then the latest unlimited
+/// one.
 class ScriptedAnswers {
   public:
     /// An unlimited answer replaces the one with the same method and path.
     void add(ScriptedAnswer answer);
 
-    /// How this request is to be answered, using up one time; absent: as the daemon does.
+    /// The scripted answer to this request, which counts as used. Empty if the daemon should
+    /// answer.
     std::optional<ScriptedReply> take(std::string_view method, std::string_view target);
 
-    /// Forgets the answers for exactly this method and path, or all when both are empty. Answers
-    /// how many there were.
+    /// Removes the answers for exactly this method and path, or all if both are empty. Returns
+    /// their number.
     std::size_t clear(std::string_view method, std::string_view path);
 
   private:

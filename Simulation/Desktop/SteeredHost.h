@@ -11,15 +11,14 @@
 
 namespace quoxelin {
 
-/// A real desktop with the services of an in-memory operating system under the application, steered
-/// by lines on standard input (docs/simulation.md), unless that is a terminal.
+/// A real desktop with the services of the simulated system. Lines on standard input control it
+/// (docs/simulation.md), unless standard input is a terminal.
 ///
-/// Without a user in front of it, the status icon, clipboard, browser and folder chooser are
-/// simulated too.
+/// Without a user, the status icon, clipboard, browser and folder chooser are simulated too.
 ///
-/// Each system brings its own `Desktop` (all that is real, by the names of `Platform`'s members,
-/// and `isAttended()`), its `Screen` (a `SteeredScreen` made of the desktop) and its
-/// `StandardInput` (which hands over lines, and says when the main loop is about to wait).
+/// Each operating system provides a `Desktop` (the real parts, named like `Platform`'s members, and
+/// `isAttended()`), a `Screen` (a `SteeredScreen` made from the desktop) and a `StandardInput`
+/// (which passes on lines and reports when the main loop is about to wait).
 template <typename Desktop, typename Screen, typename StandardInput>
 class SteeredHost final : public PlatformHost {
   public:

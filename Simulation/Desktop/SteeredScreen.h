@@ -11,8 +11,8 @@ namespace quoxelin {
 class Steering;
 struct Platform;
 
-/// The real windows of the application, as a user looks at them and clicks. Places are in the
-/// desktop's lengths from the screen's upper left corner, y downwards. Main thread only.
+/// Reads and clicks the application's real windows, like a user. Places are in the desktop's units
+/// from the screen's upper left corner; y points down. Main thread only.
 class SteeredScreen {
   public:
     enum class Press { done, absent, disabled };
@@ -20,30 +20,29 @@ class SteeredScreen {
 
     virtual ~SteeredScreen() = default;
 
-    /// In the order of reading, from the panel to what lies on top of it.
+    /// The texts in reading order, from the panel to the topmost window.
     virtual std::vector<std::string> texts() const = 0;
 
-    /// Clicks the row or button that bears this accessibility label or text, the one on top first.
+    /// Clicks the topmost row or button with this accessibility label or text.
     virtual Press press(const std::string& label) = 0;
 
-    /// Where it is.
+    /// The frame of that row or button.
     virtual std::optional<NSRect> placeOf(const std::string& label) const = 0;
 
-    /// The panel's frame; absent while it is not on the screen.
+    /// The panel's frame; empty while it is hidden.
     virtual std::optional<NSRect> panel() const = 0;
 
-    /// Writes all windows in their places into a PNG file.
+    /// Writes a PNG of all windows at their places.
     virtual Picture savePicture(const std::string& path) const = 0;
 
     /// Acts like a press of the left button outside of the application's windows.
     virtual void pressElsewhere() = 0;
 
-    /// As when a browser hands the URL over.
+    /// Acts like a browser that passes on the URL.
     virtual void openURL(const std::optional<std::string>& url) = 0;
 };
 
-/// What a user sees and does at the real desktop: looks at the windows, presses what is on them,
-/// follows a link back into the application, quits. docs/simulation.md lists the commands.
+/// Adds the commands that act like a user of the real windows. docs/simulation.md lists them.
 void addScreenCommands(Steering& steering, SteeredScreen& screen, const Platform& platform);
 
 } // namespace quoxelin

@@ -5,14 +5,14 @@ namespace quoxelin {
 class Steering;
 struct SimulatedSystem;
 
-// What there is to steer of the simulated system; docs/simulation.md lists the commands.
+// The commands of the simulated system. docs/simulation.md lists them.
 
-/// The services under the application.
+/// Helper, login item, notifications, updates and scripts.
 void addServiceCommands(Steering& steering, SimulatedSystem& system);
 void addTunnelCommands(Steering& steering, SimulatedSystem& system);
 void addExtensionCommands(Steering& steering, SimulatedSystem& system);
 
-/// The status item, and what the application opens and copies.
+/// The status item, the workspace, the clipboard and the open panel.
 void addDesktopCommands(Steering& steering, SimulatedSystem& system);
 
 } // namespace quoxelin

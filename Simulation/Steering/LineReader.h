@@ -6,18 +6,18 @@
 
 namespace quoxelin {
 
-/// Cuts bytes into lines. One thread.
+/// Splits bytes into lines. One thread.
 class LineReader {
   public:
-    /// `take` gets each line without its end.
+    /// `take` receives each line without its line feed.
     explicit LineReader(std::function<void(std::string_view line)> take) : take(std::move(take)) {}
 
     void add(std::string_view bytes);
 
-    /// Takes the last line, which needs no end.
+    /// Passes on the last line, which needs no line feed.
     void finish();
 
-    /// Adds what one read of the descriptor brings; false at its end.
+    /// Reads once from the descriptor; false at end of file.
     bool read(int descriptor);
 
   private:

@@ -14,12 +14,12 @@
 
 namespace quoxelin {
 
-/// The answer that is owed to one command: exactly one of the calls, now or later.
+/// Answers one command. Make exactly one of the calls, now or later.
 class SteeringReply {
   public:
     using Write = std::function<void(const std::string& line)>;
 
-    /// `heading` has the members "do" and "id", as the command had them.
+    /// `heading` holds the command's members "do" and "id".
     SteeringReply(Write write, json::Object heading)
         : write(std::move(write)), heading(std::move(heading)) {}
 
@@ -33,53 +33,52 @@ class SteeringReply {
     json::Object heading;
 };
 
-/// What a command does, and answers, once its members were found good.
+/// Performs a command with valid members and answers it.
 using SteeringEffect = std::function<void(const SteeringReply& reply)>;
 
-/// Takes all members of a command and answers what it will do; it does nothing yet.
+/// Reads all members of a command and returns its effect, without performing it.
 using SteeringCommand = std::function<SteeringEffect(SteeringReader& reader)>;
 
-/// Takes the members of one condition of "wait" and answers whether it holds.
+/// Reads the members of one condition of "wait" and returns a function that tests it.
 using SteeringCondition = std::function<std::function<bool()>(SteeringReader& reader)>;
 
-/// The effect that performs the work and answers nothing more.
+/// An effect that performs the work and answers without members.
 SteeringEffect doing(Work work);
 
-/// Steers a simulation by lines of text: a JSON object comes in, a JSON object goes out for each.
-/// One thread.
+/// Controls a simulation by lines of JSON: each command gets one answer. One thread.
 ///
 ///     {"do":"approve-extension","id":7}
 ///     {"ok":true,"do":"approve-extension","id":7}
 ///
-/// A line that is not understood is answered with "ok" false and an "error", and has no effect; an
-/// empty one is ignored. docs/simulation.md lists the commands.
+/// An invalid line is answered with "ok" false and an "error", and has no effect. Empty lines are
+/// ignored. docs/simulation.md lists the commands.
 class Steering {
   public:
     /// Performs the work once, after the delay.
     using After = std::function<void(Duration delay, Work work)>;
 
-    /// `write` takes the answers, each a line without its end.
+    /// `write` receives the answers, each without its line feed.
     Steering(After after, SteeringReply::Write write);
 
     void take(std::string_view line);
 
-    /// Adds a command, or replaces the one of that name.
+    /// Adds a command, or replaces the one with that name.
     void add(const std::string& name, SteeringCommand command);
 
-    /// A command without members whose answer has none either.
+    /// Adds a command without members. Its answer has none either.
     void addAction(const std::string& name, Work action);
 
-    /// A command without members whose answer has these.
+    /// Adds a command without members. Its answer has these members.
     void addReport(const std::string& name, std::function<json::Object()> members);
 
-    /// Something that "wait" can wait for.
+    /// Adds a condition for "wait".
     void addCondition(const std::string& name, SteeringCondition condition);
 
-    /// Waits until a count reaches the number, or until a state is that number.
+    /// Adds the condition that a count reaches a number, or that a state equals it.
     void addCount(const std::string& name, std::function<std::size_t()> count);
     void addState(const std::string& name, std::function<std::int64_t()> state);
 
-    /// Answers the waits that are over. Call it after a change of anything that can be waited for.
+    /// Answers the waits whose conditions hold. Call it after each change that matters to them.
     void look();
 
   private:
@@ -87,7 +86,7 @@ class Steering {
         std::map<std::string, std::function<bool()>> conditions;
         SteeringReply reply;
 
-        /// The name of a condition that does not hold; null when all do.
+        /// The name of a condition that does not hold; null if all hold.
         const std::string* missing() const;
     };
 

@@ -13,25 +13,25 @@
 
 namespace quoxelin {
 
-/// Any bytes as a text in UTF-8 that JSON can hold: each byte becomes the character of that number,
-/// U+0000 to U+00FF.
+/// Converts bytes to UTF-8 text for JSON: each byte becomes the character with its number, U+0000
+/// to U+00FF.
 std::string textFromBytes(std::string_view bytes);
 
-/// The bytes behind such a text in UTF-8; absent when it has a character beyond U+00FF.
+/// Converts such text back. Empty if it has a character above U+00FF.
 std::optional<std::string> bytesFromText(std::string_view text);
 
-/// Takes the members of one steering command, each with its type, and keeps the first mistake: a
-/// member of another type, one that is missing, or one that the command does not know.
+/// Reads the members of one command with their types, and keeps the first error: a member that has
+/// another type, is missing or is unknown.
 class SteeringReader {
   public:
-    /// The command is an object; it must outlive the reader.
+    /// The command must be an object and outlive the reader.
     explicit SteeringReader(const json::Value& command) : command(command) {}
 
     bool has(std::string_view name) const { return command.find(name) != nullptr; }
 
-    /// Any value; null when absent.
+    /// Any value; null if missing.
     const json::Value* value(std::string_view name);
-    /// Null also when it is not an object.
+    /// Null if missing or not an object.
     const json::Value* object(std::string_view name);
     std::optional<std::string> text(std::string_view name);
     std::string requiredText(std::string_view name);
@@ -42,17 +42,17 @@ class SteeringReader {
     /// A whole number, 0 or more.
     std::optional<std::size_t> count(std::string_view name);
 
-    /// Rising whole numbers; empty when absent.
+    /// Ascending whole numbers; empty if missing.
     std::vector<std::size_t> counts(std::string_view name);
 
-    /// A number of seconds, not negative and at most a day.
+    /// A number of seconds from 0 to a day.
     std::optional<Duration> duration(std::string_view name);
 
     /// {"domain": text, "code": integer, "description": text}. Only the code is required; the
     /// domain is `domain` by default.
     std::optional<Error> error(std::string_view name, const std::string& domain);
 
-    /// The bytes of the member "text" or "bytes", "repeat" times over; absent without either. In
+    /// The bytes of the member "text" or "bytes", repeated "repeat" times; empty without either. In
     /// "bytes" each character from U+0000 to U+00FF stands for one byte.
     std::optional<std::string> bytes();
     std::string requiredBytes();
@@ -71,10 +71,10 @@ class SteeringReader {
         return values.front().second;
     }
 
-    /// Notes that a member is required but not there.
+    /// Records that a required member is missing.
     void miss(std::string_view name);
 
-    /// Notes a mistake; the first note stays.
+    /// Records an error; the first one is kept.
     void fail(std::string what);
 
     /// The first mistake so far, or else a member that was never asked for.

@@ -8,8 +8,8 @@
 
 namespace quoxelin {
 
-/// A scripting service that keeps the scripts it is given and never runs one. It asks for an
-/// administrator's password first, as the system does. Any thread.
+/// A scripting service that records scripts and never runs them. It can ask for an administrator's
+/// password first. Any thread.
 class SimulatedAppleScript final : public AppleScript {
   public:
     explicit SimulatedAppleScript(Dispatch& dispatch) : state(std::make_shared<State>(dispatch)) {}
@@ -19,7 +19,7 @@ class SimulatedAppleScript final : public AppleScript {
         return state->refused ? nullptr : std::make_unique<Script>(state, source);
     }
 
-    /// Accepts no text as a script any more.
+    /// Whether to reject every text as a script.
     void refuseSources(bool refused) { set(&State::refused, refused); }
 
     /// The script's outcome: the description of its error information, absent for success.
@@ -27,16 +27,16 @@ class SimulatedAppleScript final : public AppleScript {
         set(&State::outcome, std::move(errorInformation));
     }
 
-    /// From now on a script waits for the user at the password prompt.
+    /// From now on scripts wait for the password.
     void waitForPassword() { set(&State::prompt, Prompt::asking); }
 
-    /// The user gives the password: waiting scripts continue to the outcome that is set.
+    /// The user enters the password: waiting scripts end with the outcome that is set.
     void givePassword() { set(&State::prompt, Prompt::none); }
 
     /// The user cancels: waiting scripts end with the system's "User canceled." error.
     void cancelPassword() { set(&State::prompt, Prompt::canceled); }
 
-    /// The texts of the scripts that were executed, in the order in which they began.
+    /// The texts of the executed scripts, in the order in which they started.
     std::vector<std::string> executedSources() const {
         const std::lock_guard lock(state->mutex);
         return state->executed;
@@ -69,12 +69,12 @@ class SimulatedAppleScript final : public AppleScript {
         std::optional<std::string> executeAndReturnError() override {
             std::unique_lock lock(state->mutex);
             state->executed.push_back(source);
-            // Wakes the main loop, for what waits for the script to begin.
+            // Wakes the main loop, in case it waits for the script to start.
             state->dispatch.main().async([] {});
             const Waiting waiting(*state);
             while (state->prompt == Prompt::asking) {
                 lock.unlock();
-                // The dispatch offers no other way to block that also works on virtual time.
+                // The only way to block that works on virtual time too.
                 state->dispatch.sleep(seconds(0.05));
                 lock.lock();
             }
@@ -85,7 +85,7 @@ class SimulatedAppleScript final : public AppleScript {
         }
 
       private:
-        /// Also counts right when a test unwinds the blocked thread.
+        /// Keeps the count correct even if a test unwinds the blocked thread.
         struct Waiting {
             explicit Waiting(State& state) : state(state) { ++state.waiting; }
             ~Waiting() { --state.waiting; }

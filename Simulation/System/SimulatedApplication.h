@@ -11,8 +11,8 @@ namespace quoxelin {
 
 /// A running application without a screen. Main thread only.
 ///
-/// Who owns the main loop either calls `launch` and lets the loop run, or gives the loop to
-/// `runLoop` and has `run` do both.
+/// The owner of the main loop either calls `launch` and runs the loop, or sets `runLoop` and lets
+/// `run` do both.
 class SimulatedApplication final : public NSApplication {
   public:
     SimulatedApplication(Dispatch& dispatch, NotificationCenter& notificationCenter)
@@ -44,13 +44,14 @@ class SimulatedApplication final : public NSApplication {
     }
     void setMainMenu(const std::vector<NSMenuItem>& submenu) override { menu = submenu; }
 
-    /// Tells the delegate that launching has finished, and later that the application ends.
+    /// Tells the delegate that launching has finished; on quitting, that the application
+    /// terminates.
     void launch(NSApplicationDelegate& newDelegate) {
         delegate = &newDelegate;
         delegate->applicationDidFinishLaunching();
     }
 
-    /// The application comes to the front, by a user or by itself.
+    /// The application becomes active, through the user or by itself.
     void becomeActive() {
         active = true;
         notificationCenter.post(NSApplicationDidBecomeActiveNotification);
@@ -64,8 +65,8 @@ class SimulatedApplication final : public NSApplication {
 
     const std::vector<NSMenuItem>& mainMenu() const { return menu; }
 
-    /// Chooses the first item of that title; false when there is none. "terminate:" ends the
-    /// application, the other standard actions are only remembered.
+    /// Chooses the first item with that title; false if there is none. "terminate:" ends the
+    /// application; other standard actions are only recorded.
     bool chooseMenuItem(const std::string& title) {
         const auto found = std::find_if(menu.begin(), menu.end(),
                                         [&](const auto& item) { return item.title == title; });

@@ -7,26 +7,26 @@
 
 namespace quoxelin {
 
-/// An installed application, complete unless something is taken away. The fields are read at every
-/// call; set them before other threads ask.
+/// An installed application, complete by default. Every call reads the fields; set them before
+/// other threads use it.
 class SimulatedBundle final : public NSBundle {
   public:
     std::optional<std::string> identifier = "com.quoxelin.desktop";
 
-    /// Need not exist; where the application lists its folders, give it a real one.
+    /// Need not exist, unless the application lists its folders.
     std::filesystem::path url = "/Applications/Quoxelin.app";
 
-    /// The members that are strings; leave out the others, which read as absent.
+    /// The members that are strings. Others are read as absent, so leave them out.
     std::map<std::string, std::string> infoDictionary = {{"CFBundleDisplayName", "Quoxelin"},
                                                          {"CFBundleName", "Quoxelin"},
                                                          {"CFBundleVersion", "1"}};
 
-    /// Resource names without type extension, and their full paths.
+    /// Full paths by resource name without type extension.
     std::map<std::string, std::string> resources = {
         {"quoxelin", "/Applications/Quoxelin.app/Contents/Resources/quoxelin"},
         {"quoxelind", "/Applications/Quoxelin.app/Contents/Resources/quoxelind"}};
 
-    /// Other bundles by their path, with their identifiers.
+    /// Identifiers of other bundles by path.
     std::map<std::filesystem::path, std::string> bundles;
 
     std::optional<std::string> bundleIdentifier() const override { return identifier; }
@@ -50,10 +50,10 @@ class SimulatedBundle final : public NSBundle {
     }
 };
 
-/// Knows the directories that it is given. Fill it before other threads ask.
+/// Returns the given directories. Set them before other threads use it.
 class SimulatedFileManager final : public NSFileManager {
   public:
-    /// None, and a path that cannot be a directory: nothing is written before a test says where.
+    /// Unusable by default, so that nothing is written before a test sets them.
     std::vector<std::filesystem::path> applicationSupport;
     std::filesystem::path temporary = "/dev/null";
 
@@ -72,7 +72,7 @@ class SimulatedProcessInfo final : public NSProcessInfo {
     int operatingSystemMajorVersion() const override { return majorVersion; }
 };
 
-/// A store of defaults in memory. Main thread only.
+/// User defaults in memory. Main thread only.
 class SimulatedUserDefaults final : public NSUserDefaults {
   public:
     std::optional<std::string> string(const std::string& key) const override {
@@ -87,12 +87,12 @@ class SimulatedUserDefaults final : public NSUserDefaults {
         removed.push_back(key);
     }
 
-    /// A value that is not a string, as other versions of an application may have left it.
+    /// Stores a value that is not a string, like other versions of an application.
     void setBool(const std::string& key, bool value) { values[key] = value; }
 
     bool contains(const std::string& key) const { return values.count(key) != 0; }
 
-    /// The keys whose removal was asked for, in order.
+    /// The keys passed to `removeObject`, in order.
     const std::vector<std::string>& removals() const { return removed; }
 
   private:

@@ -10,35 +10,33 @@
 
 namespace quoxelin {
 
-/// How the tunnels of a simulated system behave. Read when it matters, so it may be changed any
-/// time.
+/// How the tunnels of a simulated system behave. May be changed at any time.
 struct SimulatedTunnels {
-    /// From a start until the tunnel is up, and from a stop until it is down.
+    /// The time from a start until the tunnel is up, and from a stop until it is down.
     Duration connectDuration = seconds(1);
     Duration disconnectDuration = seconds(0.5);
 
-    /// False: an attempt begins, takes its time and goes down again.
+    /// If false, each attempt ends in a disconnection after the same time.
     bool comeUp = true;
 
-    /// Every start is refused with this error, whatever else is in order.
+    /// If set, every start is refused with this error.
     std::optional<Error> startError;
 
-    /// Starts asked for while the tunnel was up or coming up, which is a mistake.
+    /// The number of starts while the tunnel was up or coming up, which are mistakes.
     int needlessStarts = 0;
 };
 
-/// The tunnel of one configuration; it lives on when the configuration is loaded anew. Every change
-/// of the status is posted as `NEVPNStatusDidChange` on a later turn of the main queue. Main thread
-/// only.
+/// The tunnel of one configuration; reloading the configuration keeps it. Every change of the
+/// status posts `NEVPNStatusDidChange` on a later turn of the main queue. Main thread only.
 class SimulatedNEVPNConnection final : public NEVPNConnection {
   public:
     struct Dependencies {
         Dispatch& dispatch;
         NotificationCenter& notificationCenter;
         SimulatedTunnels& tunnels;
-        /// Told of "start" and "stop".
+        /// Called with "start" and "stop".
         std::function<void(const char*)> onRequest;
-        /// Why the tunnel cannot be started now; absent when it can.
+        /// Why the tunnel cannot start now; empty if it can.
         std::function<std::optional<Error>()> refusal;
     };
 
@@ -74,23 +72,24 @@ class SimulatedNEVPNConnection final : public NEVPNConnection {
             goDown();
     }
 
-    /// An established tunnel is lost.
+    /// The tunnel is lost.
     void drop() { become(NEVPNStatus::disconnected); }
 
-    /// An established tunnel looks for a new way, and is up again after that time.
+    /// The tunnel is interrupted for that time.
     void reassert(Duration duration) {
         become(NEVPNStatus::reasserting);
         becomeLater(duration, [this] { become(NEVPNStatus::connected); });
     }
 
-    /// The system reports this status, known or not.
+    /// The system reports this status, even an unknown one.
     void report(int status) {
         takeSilently(status);
         dependencies.dispatch.main().async(lifetime.weakly(
             [this] { dependencies.notificationCenter.post(NEVPNStatusDidChange); }));
     }
 
-    /// Takes the status without a notification: saving and removing a configuration has its own.
+    /// Changes the status without a notification, because saving and removing a configuration post
+    /// another one.
     void setStatusSilently(NEVPNStatus status) { takeSilently(static_cast<int>(status)); }
 
   private:

@@ -45,11 +45,11 @@ SimulatedNetworkExtension::Configuration SimulatedNetworkExtension::Configuratio
     return result;
 }
 
-/// What an application holds of a configuration: a working copy, and the way to what is saved.
+/// The application's object: a working copy of a configuration and a reference to the saved one.
 class SimulatedNetworkExtension::Manager final : public NETunnelProviderManager,
                                                  public std::enable_shared_from_this<Manager> {
   public:
-    /// The working copy is empty until it is loaded, or set.
+    /// The working copy is empty until it is loaded or set.
     Manager(SimulatedNetworkExtension& system, std::shared_ptr<Saved> saved)
         : system(system), saved(std::move(saved)) {}
 
@@ -95,7 +95,7 @@ class SimulatedNetworkExtension::Manager final : public NETunnelProviderManager,
         return system.hasConnections ? saved->connection : nullptr;
     }
 
-    /// Takes what is saved into the working copy, which is empty without it.
+    /// Copies the saved configuration to the working copy; clears it if there is none.
     void read() { working = saved->isSaved ? saved->configuration.copy() : Configuration{}; }
 
   private:
@@ -108,7 +108,7 @@ SimulatedNetworkExtension::SimulatedNetworkExtension(Dispatch& dispatch,
                                                      NotificationCenter& notificationCenter)
     : dispatch(dispatch), notificationCenter(notificationCenter) {}
 
-// What an application asks
+// The application's requests
 
 void SimulatedNetworkExtension::loadAllFromPreferences(Completion<Managers, Error> completion) {
     const auto managers = std::make_shared<Managers>();
@@ -170,7 +170,7 @@ void SimulatedNetworkExtension::answer(std::function<void()> completion) {
         completion();
 }
 
-// What is saved
+// Saved configurations
 
 std::shared_ptr<SimulatedNetworkExtension::Saved> SimulatedNetworkExtension::makeSaved() {
     auto one = std::make_shared<Saved>();
@@ -202,7 +202,7 @@ SimulatedNetworkExtension::configurations() const {
 }
 
 void SimulatedNetworkExtension::removeConfiguration(std::size_t place) {
-    // A copy of the pointer: it leaves the list.
+    // Copied, because `remove` takes it off the list.
     const auto one = saved.at(place);
     remove(one);
 }
@@ -241,7 +241,7 @@ void SimulatedNetworkExtension::tellConfigurationChange() {
         lifetime.weakly([this] { notificationCenter.post(NEVPNConfigurationChange); }));
 }
 
-// What a user allows
+// The user's approval
 
 void SimulatedNetworkExtension::requireApproval(Error refusal) {
     refusalUntilAllowed = std::move(refusal);

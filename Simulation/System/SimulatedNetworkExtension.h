@@ -10,42 +10,42 @@
 
 namespace quoxelin {
 
-/// The VPN preferences of a system in memory, their tunnels, and the user who allows them. Main
-/// thread only; it outlives the managers and connections that it hands out.
+/// VPN preferences in memory, their tunnels, and the user who allows them. Must outlive its
+/// managers and connections. Main thread only.
 ///
-/// Fresh, it holds no configuration, every new one is allowed, and answers come on the next turn of
-/// the main queue. The public fields may be changed any time and count from then on.
+/// Initially it is empty, allows every configuration and answers on the next turn of the main
+/// queue. The public fields may be changed at any time.
 class SimulatedNetworkExtension final : public NetworkExtension {
   public:
-    /// One configuration; the provider's identifier says whose it is.
+    /// One configuration. The provider's identifier determines its owner.
     struct Configuration {
         std::optional<std::string> localizedDescription;
         bool isEnabled = false;
-        /// Null: none. Of the base class: of another kind than a tunnel.
+        /// Null if there is none. Of the base class if it is not a tunnel.
         std::shared_ptr<NEVPNProtocol> protocol;
 
-        /// That of an application's tunnel, as the application would save it.
+        /// A tunnel's configuration as an application would save it.
         static Configuration ofTunnel(const std::string& providerBundleIdentifier,
                                       const std::string& localizedDescription);
 
         /// The copy has a separate protocol object.
         Configuration copy() const;
 
-        /// Null unless it is a tunnel's.
+        /// Null if it is not a tunnel.
         NETunnelProviderProtocol* tunnel() const {
             return dynamic_cast<NETunnelProviderProtocol*>(protocol.get());
         }
     };
 
-    /// What an application can ask of the preferences.
+    /// The application's requests.
     enum class Operation { loadAll, load, save, remove };
 
-    /// Whether a manager hands out its protocol object itself or a copy of it.
+    /// Whether a manager returns its protocol object or a copy.
     enum class ProtocolAccess { byReference, byCopy };
 
     /// Where completions are called.
     enum class Answers {
-        /// On the caller's thread, before the call returns; the delay does not count.
+        /// On the caller's thread, before the call returns and without the delay.
         beforeReturning,
         onMainThread,
         onAnotherThread,
@@ -56,61 +56,61 @@ class SimulatedNetworkExtension final : public NetworkExtension {
     void loadAllFromPreferences(Completion<Managers, Error> completion) override;
     std::shared_ptr<NETunnelProviderManager> makeTunnelProviderManager() override;
 
-    // How the system behaves
+    // Settings
 
     ProtocolAccess protocolAccess = ProtocolAccess::byReference;
     Answers answers = Answers::onMainThread;
-    /// A faulty one, which answers everything a second time.
+    /// Simulates a faulty platform that answers everything twice.
     bool answersTwice = false;
-    /// How long an operation takes; it has its effect, or fails, at the end.
+    /// How long an operation takes. It takes effect or fails at the end.
     Duration answerDelay{0};
-    /// Operations that fail when their answer is due.
+    /// The errors of operations that fail.
     std::map<Operation, Error> errors;
-    /// False: managers have no connection.
+    /// If false, managers have no connection.
     bool hasConnections = true;
     SimulatedTunnels tunnels;
 
-    // What is saved
+    // Saved configurations
 
     /// Adds a configuration that was saved and allowed earlier. Posts no notification.
     void addConfiguration(Configuration configuration);
 
-    /// Copies, in the order in which applications get them.
+    /// Copies of the configurations, in the system's order.
     std::vector<Configuration> configurations() const;
 
     /// The tunnel of the configuration at the index.
     SimulatedNEVPNConnection& tunnel(std::size_t place = 0) { return *saved.at(place)->connection; }
 
-    /// A user removes (changes) a configuration in the system's settings. Posts a notification.
+    /// The user removes or changes a configuration in the settings. Posts a notification.
     void removeConfiguration(std::size_t place);
     void changeConfiguration(std::size_t place, const Configuration& configuration);
 
-    /// Posts the notification of a change on the next turn of the main queue.
+    /// Posts `NEVPNConfigurationChange` on the next turn of the main queue.
     void tellConfigurationChange();
 
-    // What a user allows
+    // The user's approval
 
-    /// From now on a new configuration is saved, but its starts are refused with `refusal` until a
-    /// user allows it.
+    /// From now on new configurations are saved, but their starts fail with `refusal` until the
+    /// user allows them.
     void requireApproval(Error refusal = {NEVPNErrorDomain, 1, "The configuration is invalid."});
 
-    /// A user allows or declines all waiting configurations. Both post a notification. A declined
+    /// The user allows or declines all waiting configurations. Both post a notification. A declined
     /// configuration keeps waiting.
     void allow();
     void decline();
 
-    // What was asked
+    // Recorded requests
 
-    /// "loadAll", "load", "save", "remove", "start" and "stop", in the order of the calls.
+    /// "loadAll", "load", "save", "remove", "start" or "stop", in the order of the calls.
     std::vector<std::string> requests;
 
-    /// Called with each of them when it has been added.
+    /// Called after each request was recorded.
     std::function<void(const std::string&)> onRequest;
 
   private:
     class Manager;
 
-    /// What the system keeps of one configuration.
+    /// The system's record of one configuration.
     struct Saved {
         Configuration configuration;
         bool isSaved = false;
@@ -118,7 +118,7 @@ class SimulatedNetworkExtension final : public NetworkExtension {
         std::shared_ptr<SimulatedNEVPNConnection> connection;
     };
 
-    /// Brings `effect` about and answers, both when and where the system does.
+    /// Performs `effect` and answers according to the settings.
     void perform(Operation operation, std::function<void()> effect,
                  PreferencesCompletion completion);
     void save(const std::shared_ptr<Saved>& one, const Configuration& configuration);

@@ -9,7 +9,7 @@
 
 namespace quoxelin {
 
-/// A screen on which panels are placed but nothing is drawn. Main thread only.
+/// Panels in memory. Nothing is drawn. Main thread only.
 class SimulatedPanels final : public Panels {
   public:
     struct HostingView final : NSHostingView {
@@ -18,7 +18,7 @@ class SimulatedPanels final : public Panels {
             ++updates;
         }
 
-        /// What is on the screen; absent before the first tree.
+        /// The current tree; empty before the first one.
         std::optional<ViewNode> tree;
         int updates = 0;
     };
@@ -37,18 +37,18 @@ class SimulatedPanels final : public Panels {
         });
     }
 
-    /// Whether new panels come with a content view.
+    /// Whether new panels have a content view.
     bool panelsHaveContentView = true;
 
-    /// The panel that was made first and still exists; null when there is none.
+    /// The oldest panel; null if there is none.
     Panel* panel() const { return panels.empty() ? nullptr : panels.front(); }
 
-    /// A user presses a mouse button in another application or on the desktop.
+    /// The user presses a mouse button in another application or on the desktop.
     void pressElsewhere(unsigned long long event = NSEventMaskLeftMouseDown) {
         presses.notify(event);
     }
 
-    /// Whether anybody watches for mouse buttons pressed elsewhere.
+    /// Whether there is a monitor for presses elsewhere.
     bool isMonitored() const { return !presses.empty(); }
 
   private:
@@ -56,7 +56,7 @@ class SimulatedPanels final : public Panels {
     ObserverList<unsigned long long> presses;
 };
 
-/// A panel as the screen knows it.
+/// A panel in memory.
 class SimulatedPanels::Panel final : public NSPanel {
   public:
     Panel(SimulatedPanels& owner, const NSPanelOptions& options)
@@ -96,7 +96,7 @@ class SimulatedPanels::Panel final : public NSPanel {
 
     const NSPanelOptions& options() const { return made; }
 
-    /// A user or the content resizes the panel.
+    /// The content resizes the panel.
     void resize(NSSize size) {
         place.width = size.width;
         place.height = size.height;
@@ -104,10 +104,10 @@ class SimulatedPanels::Panel final : public NSPanel {
 
     bool isKey() const { return key; }
 
-    /// Absent while it is the empty view that the panel came with.
+    /// Empty until a content view is set.
     const std::optional<NSVisualEffectView>& contentView() const { return content; }
 
-    /// What the panel shows; null when it shows no tree.
+    /// The tree that the panel shows; null if there is none.
     const ViewNode* tree() const {
         const auto* const view =
             content ? dynamic_cast<const HostingView*>(content->subview.get()) : nullptr;

@@ -4,7 +4,7 @@ namespace quoxelin {
 
 namespace {
 
-/// What the application holds: a name for the registration, no more.
+/// The application's object, which only refers to the registration.
 class Service final : public SMAppService {
   public:
     explicit Service(SimulatedServiceManagement::Registration& registration)

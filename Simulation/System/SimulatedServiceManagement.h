@@ -8,37 +8,37 @@
 
 namespace quoxelin {
 
-/// The services that the system starts for an application, and the user who allows them. Main
+/// The services that the system starts for the application, and the user who allows them. Main
 /// thread only.
 class SimulatedServiceManagement final : public ServiceManagement {
   public:
-    /// What the system keeps of one service. It outlives the application's objects.
+    /// The system's record of one service. Outlives the application's objects.
     class Registration {
       public:
         int status() const { return static_cast<int>(current); }
         Result<void, Error> registerService();
         Result<void, Error> unregisterService();
 
-        /// From now on registering only asks: the status becomes `requiresApproval`, and the call
-        /// fails with "Operation not permitted", until a user allows the service.
+        /// From now on registering fails with "Operation not permitted", and the status is
+        /// `requiresApproval` until the user allows the service.
         void requireApproval() { approvalRequired = true; }
 
-        /// A user allows the service in the system's settings; an asked-for one is enabled.
+        /// The user allows the service in the settings. Enables it if it is registered.
         void approve();
 
-        /// A user switches it off in the system's settings.
+        /// The user switches it off in the settings.
         void revoke();
 
-        /// Registering (unregistering) fails with the error and changes nothing; none: it works.
+        /// If set, registering or unregistering fails with the error and changes nothing.
         void failRegistration(std::optional<Error> error) { registrationError = std::move(error); }
         void failUnregistration(std::optional<Error> error) {
             unregistrationError = std::move(error);
         }
 
-        /// A raw status, whatever happened before.
+        /// Sets the status directly.
         void setStatus(SMAppServiceStatus status);
 
-        /// How often the application asked for it.
+        /// The number of calls.
         int registrations() const { return registered; }
         int unregistrations() const { return unregistered; }
 

@@ -8,7 +8,7 @@
 
 namespace quoxelin {
 
-/// A status bar that can be looked at and clicked. Main thread only.
+/// A status bar in memory. Main thread only.
 class SimulatedStatusBar final : public NSStatusBar {
   public:
     struct Image final : NSImage {
@@ -30,17 +30,17 @@ class SimulatedStatusBar final : public NSStatusBar {
         void setAction(std::function<void()> value) override { action = std::move(value); }
         std::optional<NSRect> frameOnScreen() const override { return frame; }
 
-        /// A user clicks the button.
+        /// The user clicks the button.
         void click() const {
             if (const auto clicked = action)
                 clicked();
         }
 
-        /// Null when there is none.
+        /// Null if there is none.
         std::shared_ptr<Image> image;
         std::string title;
         std::function<void()> action;
-        /// Absent: the button is in no window.
+        /// Empty if the button has no window.
         std::optional<NSRect> frame;
     };
 
@@ -51,10 +51,10 @@ class SimulatedStatusBar final : public NSStatusBar {
         return images.count(name) == 0 ? nullptr : std::make_shared<Image>(name);
     }
 
-    /// The assets that the application ships.
+    /// The names of the application's image assets.
     std::set<std::string> images = {"menu_icon"};
 
-    /// Whether new items have a button, and where it stands.
+    /// Whether new items have a button, and the button's frame.
     bool itemsHaveButtons = true;
     std::optional<NSRect> buttonFrame = NSRect{1200, 876, 24, 24};
 
@@ -66,11 +66,11 @@ class SimulatedStatusBar final : public NSStatusBar {
         return lengths;
     }
 
-    /// The button of the oldest item; null when the bar is empty or the item has none.
+    /// The button of the oldest item; null if the bar is empty or the item has none.
     Button* button() const { return items.empty() ? nullptr : items.front()->ownButton.get(); }
 
   private:
-    /// Leaves the bar when it ends; the bar outlives it.
+    /// Leaves the bar when destroyed. The bar must outlive it.
     struct Item final : NSStatusItem {
         Item(SimulatedStatusBar& bar, double length) : bar(bar), length(length) {
             if (bar.itemsHaveButtons)

@@ -23,7 +23,7 @@ namespace quoxelin {
 inline constexpr const char* simulatedHelperPlistName = "com.quoxelin.desktop.helper.plist";
 
 /// An operating system in memory, with its user. Each service keeps its state and answers on the
-/// dispatch it runs on: virtual time in tests, real time in the demo. Tests steer it through the
+/// given dispatch: virtual time in tests, real time in the demo. Tests control it through the
 /// methods of the services.
 ///
 /// A new system is a machine on which the application was just installed: nothing is registered or
@@ -34,12 +34,12 @@ struct SimulatedSystem {
     SimulatedSystem(const SimulatedSystem&) = delete;
     SimulatedSystem& operator=(const SimulatedSystem&) = delete;
 
-    /// The whole system as the application sees it; only the daemon's connections come from
-    /// elsewhere. The system outlives what it answers with.
+    /// The system as the application sees it, with the given connections to the daemon. The system
+    /// must outlive the platform.
     Platform platform(Connector& connector);
 
-    /// A well-kept machine that takes its time as a real one does: a helper that answers, an
-    /// extension that is active in a moment, notifications that are allowed.
+    /// Adds the delays of a real machine. The helper answers, the extension can be activated, and
+    /// notifications are allowed.
     void becomeDemonstration();
 
     Dispatch& dispatch;
@@ -53,7 +53,7 @@ struct SimulatedSystem {
     SimulatedNetworkExtension networkExtension{dispatch, notificationCenter};
     SimulatedSystemExtensions systemExtensions{dispatch};
     SimulatedServiceManagement serviceManagement;
-    /// The helper can be launched while it is neither waiting for approval nor switched off.
+    /// The helper can be launched unless it waits for approval or is switched off.
     SimulatedXPC xpc{dispatch};
     SimulatedUserNotificationCenter userNotificationCenter{dispatch};
     SimulatedUpdates updates{dispatch};

@@ -107,7 +107,7 @@ bool SimulatedSystemExtensions::mayReplace(const Activation& activation) {
     if (installed == extensions.end() || installed->bundleShortVersion == bundledVersion)
         return true;
     const auto delegate = activation.request.delegate.lock();
-    // A copy: the answer may change the list.
+    // Copied, because the answer may change the list.
     const auto existing = *installed;
     return delegate && delegate->actionForReplacingExtension(
                            activation.request, existing,
@@ -132,7 +132,7 @@ void SimulatedSystemExtensions::fail(const std::shared_ptr<Activation>& activati
         delegate->didFailWithError(activation->request, error);
 }
 
-/// False when the activation has ended already.
+/// False if the activation has already ended.
 bool SimulatedSystemExtensions::take(const std::shared_ptr<Activation>& activation) {
     const auto place = std::find(outstanding.begin(), outstanding.end(), activation);
     if (place == outstanding.end())
@@ -141,8 +141,7 @@ bool SimulatedSystemExtensions::take(const std::shared_ptr<Activation>& activati
     return true;
 }
 
-/// The bundled version takes the place of one that waits for approval; once it is enabled, also of
-/// all others.
+/// The bundled version replaces one that waits for approval. Once enabled, it replaces all others.
 void SimulatedSystemExtensions::install(const std::string& identifier, bool isEnabled,
                                         bool isAwaitingUserApproval) {
     extensions.erase(std::remove_if(extensions.begin(), extensions.end(),

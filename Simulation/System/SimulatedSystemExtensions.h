@@ -8,55 +8,54 @@
 
 namespace quoxelin {
 
-/// The system extensions of a system in memory, and the user who allows them. Main thread only.
+/// System extensions in memory, and the user who allows them. Main thread only.
 ///
-/// Fresh, no extension is installed, every one is allowed, and answers come on the next turn of the
-/// main queue. The public fields may be changed any time and count from then on.
+/// Initially no extension is installed, every one is allowed, and answers come on the next turn of
+/// the main queue. The public fields may be changed at any time.
 class SimulatedSystemExtensions final : public OSSystemExtensionManager {
   public:
     explicit SimulatedSystemExtensions(Dispatch& dispatch) : dispatch(dispatch) {}
 
     void submitRequest(const OSSystemExtensionRequest& request) override;
 
-    // How the system behaves
+    // Settings
 
-    /// The version that ships inside the application. Where another one is installed, the
-    /// application is asked whether to replace it.
+    /// The version in the application's bundle. If another one is installed, the application is
+    /// asked whether to replace it.
     std::string bundledVersion = "1.0";
     /// How long the system takes to answer.
     Duration answerDelay{0};
-    /// False: requests of that kind are never answered.
+    /// If false, requests of that kind are never answered.
     bool answersActivations = true;
     bool answersProperties = true;
-    /// Requests of that kind fail with the error.
+    /// If set, requests of that kind fail with the error.
     std::optional<Error> activationError;
     std::optional<Error> propertiesError;
     /// The raw result of a successful activation.
     int result = static_cast<int>(OSSystemExtensionRequestResult::completed);
 
-    // What a user does
+    // The user
 
-    /// From now on an activation waits until a user allows the extension.
+    /// From now on activations wait until the user allows the extension.
     void requireApproval() { approvalRequired = true; }
 
-    /// A user allows the extensions, those that wait and those to come: the requests that wait
-    /// are finished.
+    /// The user allows all extensions, now and later. Finishes the waiting requests.
     void approve();
 
-    /// Ends all outstanding activations with the error: a user cancels them (code 11), or
-    /// something else supersedes them (code 12).
+    /// Ends all outstanding activations with the error, for example canceled (11) or superseded
+    /// (12).
     void failActivations(const Error& error);
 
-    // What is installed, and what was asked
+    // State
 
-    /// Every version that is installed or waits for approval.
+    /// All versions that are installed or wait for approval.
     std::vector<OSSystemExtensionProperties> extensions;
 
-    /// Every request submitted so far, in order.
+    /// All submitted requests, in order.
     const std::vector<OSSystemExtensionRequest>& requests() const { return submitted; }
     std::size_t submissions(OSSystemExtensionRequest::Kind kind) const;
 
-    /// Activations that have neither finished nor failed.
+    /// The number of activations that have neither finished nor failed.
     std::size_t outstandingActivations() const { return outstanding.size(); }
 
   private:

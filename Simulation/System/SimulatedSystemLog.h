@@ -8,10 +8,10 @@
 
 namespace quoxelin {
 
-/// A system log that remembers its entries. Any thread.
+/// A system log that records its entries. Any thread.
 class SimulatedSystemLog final : public SystemLog {
   public:
-    /// An entry of the default log has neither subsystem nor category.
+    /// An entry. In the default log, subsystem and category are empty.
     struct Entry {
         std::string subsystem;
         std::string category;

@@ -11,9 +11,9 @@
 
 namespace quoxelin {
 
-/// A software-update framework with a feed of at most one newer version. Main thread only.
+/// A software-update framework whose feed has at most one newer version. Main thread only.
 ///
-/// Nothing can be checked before an updater was started, nor while a check is under way.
+/// Checks are possible once an updater was started, one at a time.
 class SimulatedUpdates final : public Updates {
   public:
     explicit SimulatedUpdates(Dispatch& dispatch) : dispatch(dispatch) {}
@@ -25,22 +25,22 @@ class SimulatedUpdates final : public Updates {
         return std::make_unique<Controller>(*this);
     }
 
-    /// Forbids checks, or allows them again.
+    /// Allows or forbids checks.
     void setCanCheckForUpdates(bool value) {
         allowed = value;
         changed();
     }
 
-    /// What the feed offers; none: the application is up to date.
+    /// The version in the feed; empty if the application is up to date.
     void setAvailableUpdate(std::optional<std::string> version) { available = std::move(version); }
 
-    /// How long a check takes; one second to begin with.
+    /// How long a check takes; initially one second.
     void setCheckDuration(Duration duration) { checkDuration = duration; }
 
-    /// The finished checks, each with the version that was offered to the user, if any.
+    /// The finished checks, each with the version offered to the user, if any.
     const std::vector<std::optional<std::string>>& checks() const { return finished; }
 
-    /// How often the application asked for a check, also when there could be none.
+    /// How often the application requested a check, even if none was possible.
     int requests() const { return asked; }
 
   private:

@@ -9,8 +9,8 @@
 
 namespace quoxelin {
 
-/// The system's notifications and the user who allows them. Any thread; the completions come on
-/// a background queue.
+/// Notifications in memory, and the user who allows them. Any thread; completions run on a
+/// background queue.
 class SimulatedUserNotificationCenter final : public UNUserNotificationCenter {
   public:
     explicit SimulatedUserNotificationCenter(Dispatch& dispatch)
@@ -61,7 +61,7 @@ class SimulatedUserNotificationCenter final : public UNUserNotificationCenter {
             state->dispatch.main().async([state = state, request] { present(state, request); });
     }
 
-    /// The user answers the question for good. Waiting and later requests get this answer.
+    /// The user answers the permission question. Waiting and later requests get this answer.
     void answer(bool granted) {
         const std::lock_guard lock(state->mutex);
         state->status = static_cast<int>(granted ? UNAuthorizationStatus::authorized
@@ -72,32 +72,33 @@ class SimulatedUserNotificationCenter final : public UNUserNotificationCenter {
             });
     }
 
-    /// The user has not been asked yet, or the question is forgotten.
+    /// Makes the question unanswered again.
     void forgetAnswer() {
         setAuthorizationStatus(static_cast<int>(UNAuthorizationStatus::notDetermined));
     }
 
-    /// A raw `UNAuthorizationStatus`, also one that no answer leads to.
+    /// Sets a raw `UNAuthorizationStatus`, even one that no answer leads to.
     void setAuthorizationStatus(int status) { set(&State::status, status); }
 
-    /// Asking fails with the error (and changes nothing); none: it works.
+    /// If set, asking fails with the error and changes nothing.
     void failAuthorization(std::optional<Error> error) {
         set(&State::authorizationError, std::move(error));
     }
 
-    /// How long the settings take to come; at once to begin with.
+    /// How long reading the settings takes; initially no time.
     void setSettingsDelay(Duration delay) { set(&State::settingsDelay, delay); }
 
-    /// Whether the application is in front: its delegate is asked how a notification shows.
+    /// Whether the application is in front, so that its delegate is asked how to show a
+    /// notification.
     void setApplicationActive(bool active) { set(&State::applicationActive, active); }
 
-    /// All that the application added, delivered or not.
+    /// All notifications that the application added, delivered or not.
     std::vector<UNNotificationRequest> requests() const { return get(&State::added); }
 
-    /// A notification that the user has seen, or could have.
+    /// A notification that reached the user.
     struct Delivered {
         UNNotificationRequest request;
-        /// What the delegate answered; absent when it was not asked.
+        /// The delegate's answer; empty if it was not asked.
         std::optional<unsigned> presentationOptions;
     };
     std::vector<Delivered> delivered() const { return get(&State::shown); }
@@ -132,7 +133,7 @@ class SimulatedUserNotificationCenter final : public UNUserNotificationCenter {
         std::unique_lock lock(state->mutex);
         const auto delegate = state->delegate.lock();
         lock.unlock();
-        // Without a delegate, a notification for the application in front does not show.
+        // Without a delegate, nothing is shown while the application is in front.
         if (delegate == nullptr)
             return;
         delegate->willPresent(request, [state, request](unsigned options) {

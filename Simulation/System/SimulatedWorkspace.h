@@ -9,10 +9,10 @@
 #include <utility>
 #include <vector>
 
-// What lies around the application on a desktop. Main thread only.
+// The desktop around the application, in memory. Main thread only.
 namespace quoxelin {
 
-/// Opens every URL, unless it is refused.
+/// Opens every URL that is not refused.
 class SimulatedWorkspace final : public NSWorkspace {
   public:
     bool open(const Url& url) override {
@@ -33,15 +33,15 @@ class SimulatedWorkspace final : public NSWorkspace {
         started.push_back(application);
     }
 
-    /// URLs that begin with the text no longer open; the empty text means every URL.
+    /// URLs that start with the text no longer open; an empty text refuses every URL.
     void refuseURLs(const std::string& beginning) { refused.insert(beginning); }
     void acceptAllURLs() { refused.clear(); }
 
-    /// The installed applications by bundle identifier; the settings application to begin with.
+    /// The installed applications by bundle identifier; initially the settings application.
     std::map<std::string, std::filesystem::path> applications = {
         {"com.apple.SystemSettings", "/System/Applications/System Settings.app"}};
 
-    /// The URLs that opened, and all that the application tried.
+    /// The URLs that opened, and all URLs that the application tried.
     const std::vector<std::string>& openedURLs() const { return opened; }
     const std::vector<std::string>& triedURLs() const { return tried; }
     const std::vector<std::filesystem::path>& openedFolders() const { return folders; }
@@ -55,7 +55,7 @@ class SimulatedWorkspace final : public NSWorkspace {
     std::vector<std::filesystem::path> started;
 };
 
-/// A pasteboard of one string.
+/// A pasteboard with one string.
 class SimulatedPasteboard final : public NSPasteboard {
   public:
     void clearContents() override {
@@ -87,14 +87,14 @@ class SimulatedOpenPanel final : public NSOpenPanel {
         waiting.push_back(std::move(completionHandler));
     }
 
-    /// The user chooses the folder in the panel that was shown first; false without a panel.
+    /// The user chooses the folder in the oldest panel; false without a panel.
     bool choose(const std::filesystem::path& folder) { return answer(folder); }
     bool cancel() { return answer(std::nullopt); }
 
-    /// How many panels are on the screen.
+    /// The number of open panels.
     std::size_t shown() const { return waiting.size(); }
 
-    /// What every panel so far was made of.
+    /// The options of all panels so far.
     const std::vector<NSOpenPanelOptions>& history() const { return begun; }
 
   private:
@@ -112,7 +112,7 @@ class SimulatedOpenPanel final : public NSOpenPanel {
     std::vector<NSOpenPanelOptions> begun;
 };
 
-/// Brings the events of other programs.
+/// Delivers events of other programs.
 class SimulatedAppleEventManager final : public NSAppleEventManager {
   public:
     using Handler = std::function<void(std::optional<std::string>)>;
@@ -125,8 +125,8 @@ class SimulatedAppleEventManager final : public NSAppleEventManager {
             send(eventClass, eventID, directObject);
     }
 
-    /// A program sends the event: the handler is called before this returns, or, while there is
-    /// none, as soon as there is one.
+    /// Another program sends the event. The handler is called before this returns, or as soon as
+    /// there is one.
     void send(const std::string& eventClass, const std::string& eventID,
               std::optional<std::string> directObject) {
         const Key key(eventClass, eventID);
@@ -137,7 +137,7 @@ class SimulatedAppleEventManager final : public NSAppleEventManager {
             Handler(found->second)(std::move(directObject));
     }
 
-    /// A program, a browser for one, hands over the URL.
+    /// A browser passes on the URL.
     void sendGetURL(std::optional<std::string> url) {
         send(kInternetEventClass, kAEGetURL, std::move(url));
     }

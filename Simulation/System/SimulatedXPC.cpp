@@ -36,7 +36,7 @@ struct SimulatedXPC::State {
     std::size_t made = 0;
 };
 
-/// All of it is guarded by the state's mutex; handlers and replies are called without it.
+/// The state's mutex guards all members. Handlers and replies are called without it.
 class SimulatedXPC::Connection final : public NSXPCConnection,
                                        public std::enable_shared_from_this<Connection> {
   public:
@@ -76,7 +76,7 @@ class SimulatedXPC::Connection final : public NSXPCConnection,
     void send(Message message, std::function<void(const std::string& output)> reply,
               std::function<void(const Error&)> errorHandler);
 
-    /// With the mutex held. What waits for an answer hears of the failure first.
+    /// Requires the mutex. Unanswered messages fail first.
     void interrupt(bool alsoConnection) {
         for (auto& [id, message] : std::exchange(pending, {}))
             queue->async([handler = std::move(message.errorHandler), error = interrupted(service)] {
@@ -86,7 +86,7 @@ class SimulatedXPC::Connection final : public NSXPCConnection,
             queue->async(interruptionHandler);
     }
 
-    /// With the mutex held.
+    /// Requires the mutex.
     void drop() {
         closed = true;
         pending.clear();
@@ -94,7 +94,7 @@ class SimulatedXPC::Connection final : public NSXPCConnection,
         invalidationHandler = nullptr;
     }
 
-    /// With the mutex held. Nothing is replied afterwards; the handlers are let go.
+    /// Requires the mutex. No replies come afterward; releases the handlers.
     void close() {
         if (closed)
             return;
@@ -103,7 +103,7 @@ class SimulatedXPC::Connection final : public NSXPCConnection,
         if (told)
             queue->async(std::move(told));
         auto& open = state->open;
-        // The list may hold the last reference, but the caller of this function has another.
+        // Safe even if the list holds the last reference but the caller's.
         open.erase(std::remove(open.begin(), open.end(), shared_from_this()), open.end());
     }
 
@@ -200,7 +200,7 @@ void SimulatedXPC::Connection::send(Message message,
 SimulatedXPC::SimulatedXPC(Dispatch& dispatch) : state(std::make_shared<State>(dispatch)) {}
 
 SimulatedXPC::~SimulatedXPC() {
-    // The system goes down: what is still open is dropped without another word.
+    // Drops open connections without calling their handlers.
     const std::lock_guard lock(state->mutex);
     for (const auto& connection : std::exchange(state->open, {}))
         connection->drop();

@@ -9,20 +9,19 @@
 
 namespace quoxelin {
 
-/// Connections to one privileged helper, and the helper itself. Any thread; replies and handlers
-/// come on a queue of the connection's own.
+/// Connections to one privileged helper, and the helper itself. Any thread. Replies and handlers
+/// run on the connection's queue.
 class SimulatedXPC final : public XPC {
   public:
-    /// What is at the other end.
+    /// How the helper behaves.
     enum class Helper {
-        /// It runs, and answers after the reply delay.
+        /// Answers after the reply delay.
         answering,
-        /// It runs and takes messages, but never answers.
+        /// Accepts messages, but never answers.
         silent,
-        /// Nothing: a connection is invalidated as soon as it is resumed, a message calls the
-        /// error handler.
+        /// Does not exist: resuming a connection invalidates it, and messages fail.
         missing,
-        /// Something that does not speak the helper's protocol: there is no proxy.
+        /// Does not implement the helper's protocol, so there is no proxy.
         incompatible,
     };
 
@@ -46,27 +45,27 @@ class SimulatedXPC final : public XPC {
 
     void setHelper(Helper helper);
 
-    /// While the system may not launch the helper, because it is not registered or not approved,
-    /// there is no proxy, whatever `setHelper` says. Allowed to begin with.
+    /// If false, there is no proxy, as for a helper that is not registered or approved. Initially
+    /// true.
     void setLaunchAllowed(bool allowed);
 
-    /// How long an answer takes; at once to begin with.
+    /// How long an answer takes; initially no time.
     void setReplyDelay(Duration delay);
 
-    /// The tool's output for a first argument ("up", "--help"); empty for the others.
+    /// Sets the tool's output for a first argument ("up", "--help"). Other outputs are empty.
     void setOutput(const std::string& firstArgument, const std::string& output);
 
-    /// The helper dies: messages that wait are answered by the error handler, every open connection
-    /// is interrupted. The next connection starts it again.
+    /// The helper exits: unanswered messages fail and open connections are interrupted. The next
+    /// connection starts it again.
     void killHelper();
 
-    /// The helper's side closes every open connection.
+    /// The helper closes all open connections.
     void invalidateConnections();
 
     /// The messages that reached the helper, in order.
     std::vector<Message> messages() const;
 
-    /// Connections so far, and those that were resumed and not invalidated.
+    /// The number of all connections so far, and of those resumed and not invalidated.
     std::size_t connectionsMade() const;
     std::size_t openConnections() const;
 

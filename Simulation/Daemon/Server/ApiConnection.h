@@ -15,19 +15,19 @@ namespace quoxelin::sim {
 
 class DaemonModel;
 
-/// What answering requests needs.
+/// The objects needed to answer requests.
 struct ApiSurroundings {
     DaemonModel& model;
     ScriptedAnswers& script;
     Bus& bus;
     std::function<void(ReceivedRequest)> record;
-    /// A connection was accepted or went.
+    /// A connection was accepted or closed.
     std::function<void()> connectionsChanged;
 };
 
-/// One connection of the local API: reads requests, records their bytes, and answers each by the
-/// script or as the daemon does. It stays open between requests unless the client asks for
-/// "Connection: close".
+/// One connection of the local API: reads requests, records their bytes, and gives the scripted or
+/// the daemon's answer. It stays open between requests unless the client asks for "Connection:
+/// close".
 class ApiConnection : public std::enable_shared_from_this<ApiConnection> {
   public:
     /// `ended` is called once, when the connection is closed or has become a stream.
@@ -54,7 +54,7 @@ class ApiConnection : public std::enable_shared_from_this<ApiConnection> {
     std::shared_ptr<Channel> channel;
     const ApiSurroundings& surroundings;
     std::function<void()> ended;
-    /// The bytes of the present request and whatever came behind it.
+    /// The bytes of the current request and everything after it.
     std::string received;
     std::optional<HttpRequest> request{std::in_place};
 };

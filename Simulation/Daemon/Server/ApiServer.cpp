@@ -14,7 +14,7 @@ using ErrorCode = boost::system::error_code;
 
 namespace {
 
-/// The longest path that a Unix address holds on every system the application knows.
+/// The longest path that fits into a Unix address on all supported systems.
 constexpr std::size_t longestPath = 103;
 
 } // namespace
@@ -64,7 +64,7 @@ std::optional<std::string> ApiServer::clearTheWay() {
     ErrorCode error;
     Protocol::socket probe(context);
     probe.open(Protocol(), error);
-    probe.non_blocking(true, error); // one that is served may be too busy to accept
+    probe.non_blocking(true, error); // a running server may be too busy to accept
     probe.connect(Protocol::endpoint(socketPath), error);
     if (error != asio::error::connection_refused) {
         return fmt::format("{} is served by another process{}", socketPath,
@@ -84,7 +84,7 @@ void ApiServer::accept() {
             accept();
             return;
         }
-        // Out of descriptors, most likely: connections must end before another attempt can succeed.
+        // Probably out of descriptors: wait until connections have ended.
         pause.expires_after(seconds(0.1));
         pause.async_wait([this](ErrorCode canceled) {
             if (!canceled && acceptor.is_open())
@@ -103,7 +103,7 @@ void ApiServer::take(Protocol::socket socket) {
 }
 
 void ApiServer::serve(std::shared_ptr<Channel> channel) {
-    // The handler must not own the connection that owns it.
+    // Weak, because the connection owns the handler.
     const auto self = std::make_shared<std::weak_ptr<ApiConnection>>();
     const auto connection =
         std::make_shared<ApiConnection>(std::move(channel), surroundings, [this, self] {

@@ -17,18 +17,18 @@ class ApiServer {
               ApiSurroundings surroundings);
     ~ApiServer();
 
-    /// Begins to listen, or continues. Replaces a socket file that is not served. The failure text
-    /// when the path is too long, not a socket or served, or when the system refuses.
+    /// Starts listening, or continues. Replaces a stale socket file. Returns an error text if the
+    /// path is too long, is not a socket or is in use, or if the system refuses.
     std::optional<std::string> listen();
 
-    /// Stops listening, so that connecting is refused. Connections stay.
+    /// Stops listening, so connecting is refused. Existing connections stay.
     void refuse();
 
-    /// Closes new connections with their first bytes unread, which the client's next read sees as
-    /// a connection reset.
+    /// Whether to close new connections with unread bytes, which the client sees as a connection
+    /// reset.
     void setResetting(bool reset) { resetting = reset; }
 
-    /// Answers how many there were.
+    /// Returns their number.
     std::size_t closeConnections();
     std::size_t connections() const { return open.size() + unread.size(); }
 
@@ -46,9 +46,9 @@ class ApiServer {
     std::string socketPath;
     ApiSurroundings surroundings;
     Protocol::acceptor acceptor;
-    /// Before another attempt to accept.
+    /// Delays another attempt to accept.
     boost::asio::steady_timer pause;
-    /// The inode of the socket file that is ours.
+    /// The inode of our socket file.
     std::optional<unsigned long long> ownFile;
     bool resetting = false;
     std::set<std::shared_ptr<ApiConnection>> open;

@@ -39,7 +39,7 @@ void Bus::observe(std::shared_ptr<Channel> channel) {
 }
 
 void Bus::watch(const std::shared_ptr<Channel>& channel) {
-    // An observer has nothing more to say; whatever it does say only shows that it is still there.
+    // Ignore what an observer sends; reading only detects that it disconnects.
     channel->read([this, channel](std::string_view bytes) {
         if (bytes.empty())
             gone(channel);

@@ -11,37 +11,37 @@
 
 namespace quoxelin::sim {
 
-/// How a stream begins.
+/// The beginning of a stream.
 struct StreamOpening {
-    /// Bytes sent in place of the HTTP header.
+    /// Bytes sent instead of the HTTP header.
     std::optional<std::string> header;
-    /// Lines travel in the chunked transfer encoding.
+    /// Whether to use the chunked transfer encoding.
     bool chunked = false;
 };
 
-/// The notification streams: every observer of the bus, and what is sent to all of them.
+/// The notification streams of all observers of the bus.
 class Bus {
   public:
     struct Outside {
-        /// The line that tells a new observer the whole state.
+        /// The first line for a new observer.
         std::function<std::string()> greeting;
-        /// One came or went.
+        /// An observer connected or disconnected.
         std::function<void()> observersChanged;
     };
 
     explicit Bus(Outside outside);
 
-    /// Takes a connection whose request asked for the stream.
+    /// Takes over a connection that requested the stream.
     void observe(std::shared_ptr<Channel> channel);
     /// Sends one notification line, without its line feed, to every observer.
     void announce(const std::string& line);
-    /// Sends bytes as they are. `sent` is called once with the number of observers that got all of
-    /// them, when the last one did or went away.
+    /// Sends the bytes unchanged. `sent` is called once, when all observers have received them or
+    /// disconnected, with the number of observers that received all of them.
     void sendRaw(std::string bytes, Pacing pacing, std::function<void(std::size_t)> sent);
-    /// Holds back what is sent, also to observers still to come.
+    /// Whether to hold back everything, even for later observers.
     void setStalled(bool stalled);
     void setOpening(StreamOpening opening);
-    /// Closes all streams; how many there were.
+    /// Closes all streams and returns their number.
     std::size_t closeAll();
     std::size_t observers() const { return streams.size(); }
 

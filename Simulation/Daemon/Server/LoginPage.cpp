@@ -33,7 +33,7 @@ std::string page(int status, std::string_view title, std::string_view content,
 
 } // namespace
 
-/// One connection with its one request; it lives in the handlers of its operations.
+/// One connection and its only request. Its handlers keep it alive.
 struct LoginPage::Visit {
     std::shared_ptr<Channel> channel;
     HttpRequest request;
@@ -98,7 +98,7 @@ std::string LoginPage::answer(std::string_view method, std::string_view target) 
     if (method != "POST")
         return page(405, "No such method", "", {{"Allow", "GET, POST"}});
     const auto callback = model.completeLogin().value_or("");
-    // The browser follows the header by itself; the link is for one that does not.
+    // For browsers that do not follow the header.
     return page(200, "Logged in",
                 fmt::format("<p><a id=\"callback\" href=\"{}\">Return to Quoxelin</a></p>",
                             htmlEscaped(callback)),

@@ -11,16 +11,16 @@
 
 namespace quoxelin::sim {
 
-/// The web page on 127.0.0.1 that a login URL leads to: a page with a button, and behind the button
-/// the login's completion and the way back into the application, a "quoxelin:" URL with a token.
+/// The web page of a login URL, on 127.0.0.1. Its button completes the login and returns to the
+/// application through a "quoxelin:" URL with a token.
 class LoginPage {
   public:
     LoginPage(boost::asio::io_context& context, DaemonModel& model)
         : model(model), acceptor(context) {}
 
-    /// Begins to listen on any free port. The failure text; absent on success.
+    /// Starts listening on a free port. Returns an error text on failure.
     std::optional<std::string> listen();
-    /// Such as "http://127.0.0.1:40123", once it listens.
+    /// Such as "http://127.0.0.1:40123". Call it after `listen`.
     std::string address() const;
 
   private:

@@ -38,7 +38,8 @@ int Program::run() {
     if (!begin())
         return 1;
     context.run();
-    // The handlers go before the process does: a second signal must not change its exit code.
+    // The handlers are removed before the process exits. A second signal must not change the exit
+    // code.
     sigset_t late;
     sigemptyset(&late);
     sigaddset(&late, SIGINT);
@@ -74,7 +75,7 @@ void Program::end() {
     bus.closeAll();
     event("ended");
     output.whenWritten([this] { context.stop(); });
-    // The reader of our output may have stopped reading.
+    // Do not wait forever for a reader that has stopped reading.
     after(seconds(1), [this] { context.stop(); });
 }
 
@@ -95,7 +96,7 @@ void Program::changed() {
         observersTold = bus.observers();
         event("observers", {{"observers", observersTold}});
     }
-    // A turn later: more may be about to change.
+    // Later, because more may be about to change.
     if (!std::exchange(lookIsDue, true))
         asio::post(context, [this] {
             lookIsDue = false;

@@ -17,13 +17,13 @@
 
 namespace quoxelin::sim {
 
-/// The whole simulated daemon: joins the model to the sockets, the login page and the steering. One
+/// The simulated daemon: connects the model with the sockets, the login page and the commands. One
 /// thread.
 class Program {
   public:
     explicit Program(Options options);
 
-    /// Runs until the end; answers the exit code of the process.
+    /// Runs the program and returns its exit code.
     int run();
 
   private:

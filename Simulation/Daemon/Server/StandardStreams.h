@@ -9,7 +9,7 @@
 
 namespace quoxelin::sim {
 
-/// A copy of a standard descriptor for asynchronous use. Its flags are restored at the end, because
+/// A copy of a standard descriptor for asynchronous use. The destructor restores its flags, because
 /// the process that started us shares them.
 class StandardDescriptor {
   public:
@@ -38,13 +38,13 @@ class LineInput {
     std::string block;
 };
 
-/// Lines of standard output, written in the background: a slow reader holds nothing up.
+/// Lines of standard output, written in the background so that a slow reader blocks nothing.
 class LineOutput {
   public:
     explicit LineOutput(boost::asio::io_context& context);
 
     void write(const std::string& line);
-    /// Calls `done` when everything written so far has left, or cannot leave.
+    /// Calls `done` when everything so far is written or cannot be written.
     void whenWritten(std::function<void()> done);
 
   private:

@@ -8,7 +8,7 @@ namespace quoxelin::sim {
 
 namespace {
 
-/// Waits until a count is exactly the number.
+/// A condition that a count is exactly the number.
 void addExactly(Steering& steering, const char* name, std::function<std::size_t()> count) {
     steering.addCondition(name, [name, count = std::move(count)](SteeringReader& reader) {
         return [count, wanted = reader.count(name)] { return count() == wanted; };

@@ -12,7 +12,7 @@ int main(int argc, char** argv) {
         std::fputs(print->text.c_str(), print->exitCode == 0 ? stdout : stderr);
         return print->exitCode;
     }
-    // A client or reader that goes away is an error of the write to it, not the end of everything.
+    // Writing to a closed connection must fail, not end the process.
     std::signal(SIGPIPE, SIG_IGN);
     return Program(std::get<Options>(read)).run();
 }

@@ -12,7 +12,7 @@ namespace quoxelin {
 
 namespace {
 
-/// The window's own, in the order of reading; not those of windows that it opened.
+/// The window's labels in reading order, without those of windows that it opened.
 std::vector<const QLabel*> visibleLabels(const QWidget& window) {
     std::vector<const QLabel*> labels;
     for (const auto* label : window.findChildren<QLabel*>())
@@ -28,7 +28,7 @@ std::vector<const QLabel*> visibleLabels(const QWidget& window) {
     return labels;
 }
 
-/// The name of a button for those who cannot see it, or its text.
+/// Whether the button has this accessible name or text.
 bool isCalled(const QAbstractButton& button, const QString& label) {
     return button.accessibleName() == label || button.text() == label;
 }
@@ -43,7 +43,7 @@ QAbstractButton* visibleButton(const QString& label) {
     return nullptr;
 }
 
-/// Null while it is not on the screen.
+/// Null while the panel is hidden.
 const FloatingWindow* visiblePanel() {
     for (const auto* window : windowsOnScreen())
         if (window->windowType() != Qt::Popup)

@@ -6,7 +6,7 @@ namespace quoxelin {
 
 struct Desktop;
 
-/// The toolkit's windows, on a screen or, where there is none, in memory.
+/// Reads and clicks Qt's windows, even if they are drawn offscreen.
 class QtScreen final : public SteeredScreen {
   public:
     explicit QtScreen(Desktop& desktop) : desktop(desktop) {}

@@ -7,7 +7,7 @@
 
 namespace quoxelin {
 
-/// The real Linux desktop over the services of the simulated system.
+/// The real Linux desktop with simulated services.
 using SimulatedHost = SteeredHost<Desktop, QtScreen, StandardInput>;
 
 } // namespace quoxelin

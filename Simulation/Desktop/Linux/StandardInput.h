@@ -7,12 +7,12 @@
 
 namespace quoxelin {
 
-/// The lines of standard input as events of the main loop, unless it is a terminal. Its end has no
-/// effect.
+/// Passes each line of standard input to the main loop, unless standard input is a terminal. End of
+/// file is ignored.
 class StandardInput {
   public:
-    /// `take` gets each line without its end, on the main thread; `beforeWaiting` is called when
-    /// the main loop has nothing left to do.
+    /// `take` receives each line without its line feed, on the main thread. `beforeWaiting` is
+    /// called when the main loop becomes idle.
     StandardInput(std::function<void(std::string_view line)> take,
                   std::function<void()> beforeWaiting);
 

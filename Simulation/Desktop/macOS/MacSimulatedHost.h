@@ -7,7 +7,7 @@
 
 namespace quoxelin {
 
-/// The real Mac desktop over the services of the simulated system.
+/// The real Mac desktop with simulated services.
 using MacSimulatedHost = SteeredHost<MacDesktop, MacScreen, MacStandardInput>;
 
 } // namespace quoxelin
