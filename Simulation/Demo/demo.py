@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""What scripts/run shows: the application on a simulated daemon and a simulated system.
+"""The demo of scripts/run: the application on a simulated daemon and a simulated system.
 
 With a display the icon and the panel stay until they are quit. Without one the scenario of the
 end-to-end tests is played, and build/demo/ gets a picture of the panel in each state.
@@ -25,7 +25,7 @@ PICTURES = ROOT / "build" / "demo"
 
 
 def has_display() -> bool:
-    """Whether a display is named and answers."""
+    """Whether DISPLAY names a display that answers."""
     if os.environ.get("WAYLAND_DISPLAY"):
         return True
     host, _, display = os.environ.get("DISPLAY", "").rpartition(":")
@@ -78,7 +78,7 @@ def show_on_display() -> None:
 
 
 def main() -> int:
-    # Ended from outside, everything that was started is ended too.
+    # If this program is ended, end everything that it started.
     signal.signal(signal.SIGTERM, lambda *_: sys.exit(128 + signal.SIGTERM))
     try:
         if has_display():

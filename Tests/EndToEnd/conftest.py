@@ -6,7 +6,7 @@ from support import box as boxes
 from support.application import Application
 from support.sim import Sim, build_directory
 
-# Everything the tests fetch is on this machine, so no proxy may be used.
+# Everything that the tests fetch is on this machine, so do not use a proxy.
 for name in ("http_proxy", "HTTP_PROXY", "all_proxy", "ALL_PROXY"):
     os.environ.pop(name, None)
 
@@ -44,8 +44,8 @@ def box():
         yield box
 
 
-# Tests that need a box cannot run where there can be none. The summary says so prominently; with
-# CI=true it is a failure.
+# Tests that need a box are skipped on machines that do not allow one. The summary says so
+# prominently; with CI=true it is a failure.
 left_out = pytest.StashKey[list]()
 
 
@@ -70,7 +70,7 @@ def pytest_sessionfinish(session):
 
 @pytest.hookimpl(optionalhook=True)
 def pytest_testnodedown(node):
-    """A test process has ended; all of them have left out the same tests."""
+    """Called when a test process ends; all of them have skipped the same tests."""
     node.config.stash[left_out] = getattr(node, "workeroutput", {}).get("left out", [])
 
 

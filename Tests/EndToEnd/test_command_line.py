@@ -1,4 +1,4 @@
-"""What the program says when it is called with nothing to show."""
+"""Command lines for which the program prints something and exits."""
 import subprocess
 
 import pytest

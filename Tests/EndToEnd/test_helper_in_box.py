@@ -212,7 +212,7 @@ def test_a_started_daemon_keeps_running(box):
     what, output = run_go_tool(box, DAEMON, "up")
     assert what == "replied" and "quoxelind is up" in output
     daemon, = box.pids(stand_ins.DAEMON)
-    # The name by which the uninstaller ends it.
+    # The uninstaller ends the daemon by this name.
     assert pathlib.Path(f"/proc/{daemon}/comm").read_text() == "quoxelind\n"
     assert "runs already" in run_go_tool(box, DAEMON, "up")[1]
     helper, = running_helper(box)

@@ -1,4 +1,4 @@
-"""Floods, huge messages and callers who never answer: the helper stays there for everybody else.
+"""Floods, huge messages and unanswered questions do not keep the helper from serving other users.
 docs/security.md has the figures of longer runs."""
 
 import os
@@ -12,7 +12,7 @@ from support.box import STRANGER, TESTER, wait_until
 from support.helper import (CALL, DAEMON, HELPER, INTERFACE, TOOL, Attack, attack, descriptors, memory,
                             outcome, running_helper, system_log, waiting_polkit)
 
-# How long a flood lasts; the full half minute is for measuring (QUOXELIN_FLOOD=30).
+# The seconds of a flood. Use QUOXELIN_FLOOD=30 to measure.
 SECONDS = float(os.environ.get("QUOXELIN_FLOOD", "3"))
 
 
@@ -118,7 +118,7 @@ def test_a_program_runs_on_when_the_helper_ends(box):
 
 
 def test_the_log_has_every_run_and_no_flood_hides_another_users_attempt(box):
-    # The counts of earlier refusals end with their helper.
+    # Counts of earlier refusals are lost when their helper exits.
     end_helper(box, *running_helper(box))
     with system_log(box) as lines:
         assert outcome(box, TOOL, "down") == "replied"

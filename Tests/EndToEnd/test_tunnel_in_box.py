@@ -79,8 +79,8 @@ class Adapter(SteeredInBox):
         return told
 
     def connect(self) -> None:
-        """NetworkManager sometimes fails a start that follows an end too closely. Like the
-        application, this tries again."""
+        """NetworkManager sometimes fails a start right after a stop. Like the application, this
+        tries again."""
 
         def is_up() -> bool:
             assert self.call("start") == {"status": CONNECTING}

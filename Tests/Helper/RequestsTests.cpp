@@ -14,7 +14,7 @@ using ::testing::IsEmpty;
 
 using Outcome = tl::expected<std::string, Refusal>;
 
-/// The helper's decisions between a bus, a polkit and programs that the tests play.
+/// The helper's decisions with a simulated bus, polkit and programs.
 class HelperRequests : public ::testing::Test {
   protected:
     struct Question {
@@ -63,7 +63,7 @@ class HelperRequests : public ::testing::Test {
         return 77;
     }
 
-    /// The outcome is there when it has been replied, and it may be replied only once.
+    /// The outcome is empty until the reply. A second reply is a failure.
     std::shared_ptr<std::optional<Outcome>> ask(const std::string& caller = ":1.5",
                                                 const std::string& path = tool,
                                                 const Arguments& arguments = {"up"}) {
@@ -75,7 +75,7 @@ class HelperRequests : public ::testing::Test {
         return outcome;
     }
 
-    /// Answers all questions to polkit, those that come up meanwhile included.
+    /// Answers all questions to polkit, including those that come up meanwhile.
     void consent() {
         for (; answered < questions.size(); ++answered)
             std::exchange(questions[answered].answer, nullptr)(true);

@@ -113,7 +113,7 @@ TEST(HelperSpawn, runsNoScripts) {
 
 TEST(HelperSpawn, keepsTheBeginningOfALongOutput) {
     const auto output = outputOfProbe({"probe", "lot"});
-    // The last character is cut in half, and is left out.
+    // The last character would be cut in half, so it is left out.
     EXPECT_EQ(output.size(), longestOutput - 1);
     EXPECT_EQ(output.substr(0, 3), "x\xC3\xA9");
     EXPECT_EQ(output.substr(output.size() - 2), "\xC3\xA9");
@@ -137,7 +137,7 @@ TEST(HelperSpawn, doesNotEndAProgramThatStillWrites) {
     const auto go = directory.path() / "go";
     const auto done = directory.path() / "done";
     EXPECT_EQ(outputOfProbe({"probe", "leave", go, done}), "before\n");
-    // The output is closed here now, and the writer writes more than is kept.
+    // We have closed the output, and the writer writes more than fits.
     std::ofstream(go) << "";
     waitFor(done);
 }

@@ -21,7 +21,7 @@ TEST(HelperText, keepsUtf8) {
 TEST(HelperText, replacesWhatTheBusForbids) {
     EXPECT_EQ(asUtf8("a\0b"s), "a\uFFFDb");
     EXPECT_EQ(asUtf8("\xFE\xFF"), "\uFFFD\uFFFD");
-    // Overlong, a surrogate, above the last character, without a beginning.
+    // Overlong, a surrogate, above U+10FFFF, without a first byte.
     EXPECT_EQ(asUtf8("\xC0\x80 \xED\xA0\x80 \xF4\x90\x80\x80 \x80"),
               "\uFFFD\uFFFD \uFFFD\uFFFD\uFFFD \uFFFD\uFFFD\uFFFD\uFFFD \uFFFD");
     EXPECT_EQ(asUtf8("\xE2\x82x"), "\uFFFD\uFFFDx");

@@ -15,7 +15,7 @@ namespace fs = std::filesystem;
 using quoxelin::testing::TemporaryDirectory;
 using ::testing::HasSubstr;
 
-/// An installation in which the trusted user is whoever runs the tests.
+/// An installation that trusts the user who runs the tests.
 class TrustedFile : public ::testing::Test {
   protected:
     TrustedFile() {
@@ -36,7 +36,7 @@ class TrustedFile : public ::testing::Test {
         ASSERT_EQ(::chmod(in(name).c_str(), bits), 0);
     }
 
-    /// Why it is not opened; empty when it is.
+    /// Why the file is refused; empty if it is opened.
     std::string refusal(const std::string& path = "/lib/Resources/program") const {
         const auto opened = openTrusted(path, {owner, root.path().string()});
         return opened ? "" : opened.error();
@@ -147,7 +147,7 @@ TEST_F(TrustedFile, isRefusedWhenNotExecutable) {
 
 TEST_F(TrustedFile, isRefusedIfItIsNotARegularFile) {
     EXPECT_THAT(refusal("/lib/Resources"), HasSubstr("no regular file"));
-    // Nobody writes into the pipe: opening it for reading would wait for ever.
+    // The pipe has no writer, so opening it for reading would block forever.
     ASSERT_EQ(::mkfifo(in("lib/Resources/pipe").c_str(), 0755), 0);
     EXPECT_THAT(refusal("/lib/Resources/pipe"), HasSubstr("no regular file"));
     EXPECT_NE(refusal("/lib/Resources/program/below"), "");

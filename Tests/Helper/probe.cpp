@@ -1,4 +1,4 @@
-// What the tests of the helper have it run: tells how it was started, or misbehaves.
+// The program that the helper runs in tests: it prints how it was started, or misbehaves.
 
 #include <csignal>
 #include <cstdio>
@@ -12,11 +12,11 @@
 
 namespace {
 
-/// Everything that a process inherits, a line each.
+/// Prints everything that a process inherits, one item per line.
 int tellAll(int count, char** words) {
     for (int index = 0; index < count; ++index)
         std::printf("word %s\n", words[index]);
-    // What kernels before 6.14 name the process after.
+    // Kernels before 6.14 name the process after this.
     const std::string called = reinterpret_cast<const char*>(::getauxval(AT_EXECFN));
     std::printf("name %s\n", called.substr(called.rfind('/') + 1).c_str());
     for (char** variable = environ; *variable != nullptr; ++variable)
@@ -47,7 +47,7 @@ int tellAll(int count, char** words) {
     return 0;
 }
 
-/// Two mebibytes of two-byte characters, one byte after a first one.
+/// Writes two mebibytes of two-byte characters, shifted by one byte.
 int writeALot() {
     std::putchar('x');
     for (int count = 0; count < 1024 * 1024; ++count)
@@ -60,7 +60,7 @@ void waitFor(const std::string& file) {
         ::usleep(1000);
 }
 
-/// Ends and leaves another process behind, which writes when the file appears, and then a last one.
+/// Exits and leaves a child that writes once `go` exists, and then creates `done`.
 int leaveAWriter(const std::string& go, const std::string& done) {
     std::printf("before\n");
     std::fflush(stdout);
@@ -78,7 +78,7 @@ int leaveAWriter(const std::string& go, const std::string& done) {
 } // namespace
 
 int main(int count, char** words) {
-    // Both outputs in the order in which they are written.
+    // Line buffered, to keep the order of both outputs.
     std::setvbuf(stdout, nullptr, _IOLBF, 0);
     const std::string what = count > 1 ? words[1] : "";
     if (what == "lot")

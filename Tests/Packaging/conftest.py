@@ -1,4 +1,4 @@
-"""The installation that the tests look at, put into a folder of its own."""
+"""Installs the product into a temporary folder for the tests."""
 import dataclasses
 import os
 import pathlib
@@ -14,7 +14,7 @@ PROGRAMS = ("quoxelind", "quoxelin", "nm-quoxelin-service")
 
 
 def run(*command, **options):
-    """Runs a command that has to succeed, and answers what it printed."""
+    """Runs a command that must succeed, and returns its output."""
     done = subprocess.run(
         [str(part) for part in command],
         stdin=subprocess.DEVNULL, capture_output=True, text=True, timeout=120, **options)
@@ -24,17 +24,17 @@ def run(*command, **options):
 
 @dataclasses.dataclass
 class Installation:
-    """What `cmake --install` made of a build configured for `prefix`, below the folder `root`."""
+    """The result of `cmake --install` below the folder `root`, for a build with that prefix."""
 
     root: pathlib.Path
     prefix: str
 
     def at(self, path: str) -> pathlib.Path:
-        """Where an absolute path of the installation is."""
+        """The real path of an absolute path in the installation."""
         return self.root / path.lstrip("/")
 
     def below(self, path: str) -> pathlib.Path:
-        """Where a path relative to the prefix is."""
+        """The real path of a path relative to the prefix."""
         return self.at(f"{self.prefix}/{path}")
 
     @property
@@ -43,7 +43,7 @@ class Installation:
                           "com.quoxelin.desktop.PacketTunnel.systemextension/Contents")
 
     def texts(self) -> dict[pathlib.Path, str]:
-        """Every installed file that is not a binary one."""
+        """All installed text files."""
         found = {}
         for path in sorted(self.root.rglob("*")):
             if path.is_file():
@@ -58,7 +58,7 @@ def install(build, root, programs=None):
                    if name not in ("DESTDIR", "QUOXELIN_PROGRAMS_DIR")}
     environment["DESTDIR"] = str(root)
     environment["QUOXELIN_PROGRAMS_DIR"] = str(programs or "")
-    # Install with the strictest umask.
+    # The strictest umask must not matter.
     run("cmake", "--install", build, env=environment, umask=0o077)
 
 
@@ -72,7 +72,7 @@ def programs(tmp_path_factory):
 
 @pytest.fixture(scope="session")
 def installation(tmp_path_factory, programs):
-    """The build's own installation, with everything."""
+    """The complete installation of this build."""
     root = tmp_path_factory.mktemp("root")
     install(BUILD, root, programs)
     return Installation(root, "/usr")
@@ -80,7 +80,7 @@ def installation(tmp_path_factory, programs):
 
 @pytest.fixture(scope="session")
 def elsewhere(tmp_path_factory, programs):
-    """The same, configured for another prefix and with every value a release may set."""
+    """An installation with another prefix and with all values that a release may set."""
     build = tmp_path_factory.mktemp("build")
     run("cmake", "-S", ROOT, "-B", build, "-G", "Ninja", "-DBUILD_TESTING=OFF",
         "-DCMAKE_INSTALL_PREFIX=/opt/quoxelin-1.0", "-DQUOXELIN_BUILD=1234",

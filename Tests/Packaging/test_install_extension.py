@@ -1,5 +1,5 @@
-"""What runs as root for anybody whom polkit allows: it copies two files, and nothing else. The
-copy under test is configured for a folder of the test's own."""
+"""The program that runs as root for users whom polkit allows: it copies two files and does nothing
+else. The tests use a copy that is configured for a temporary folder."""
 import os
 import re
 import subprocess
@@ -13,7 +13,7 @@ NOBODY = 65534
 
 
 class Extension:
-    """A bundle with the extension, a root to install it in, and the program configured for both."""
+    """A bundle with the extension, a root folder for it, and the program configured for both."""
 
     def __init__(self, folder):
         self.top = folder / "top"
@@ -31,7 +31,7 @@ class Extension:
         self.program = folder / "install-extension"
         self.program.write_text(re.sub(r"@(\w+)@", lambda found: str(values[found[1]]), text))
         self.program.chmod(0o755)
-        # A plain user must be able to reach the program to be refused by it.
+        # The plain user must be able to run the program, which then refuses.
         for above in (folder, folder.parent, folder.parent.parent):
             above.chmod(0o755)
 
@@ -80,7 +80,7 @@ def test_a_newer_version_replaces_the_older_one_completely(extension):
     with plugin.open() as reader:
         extension.write(f"{NAME}.name", "[VPN Connection]\nname=newer\n", 0o644)
         assert extension.run().returncode == 0
-        # A process that has the old file open keeps reading it: the new one replaced it.
+        # The file was replaced, not overwritten: whoever has it open still reads the old one.
         assert reader.read() == "[VPN Connection]\n"
     assert plugin.read_text() == "[VPN Connection]\nname=newer\n"
 
@@ -191,7 +191,7 @@ def test_networkmanager_is_not_notified_if_the_bus_could_not_be(extension):
     extension.policies.parent.mkdir(parents=True)
     extension.policies.write_text("a file where a folder belongs")
     done = extension.run()
-    # 126 and 127 are pkexec's own exit codes.
+    # pkexec itself uses 126 and 127.
     assert done.returncode == 1
     assert not extension.plugins.exists()
 

@@ -1,5 +1,5 @@
-"""What is installed, where, and that the files agree with each other and with the system's own
-checks. A failure names the file."""
+"""The installed files: their places, whether they agree with each other, and whether they pass the
+official checks. A failure names the file."""
 import configparser
 import os
 import plistlib
@@ -22,8 +22,7 @@ def listed():
 
 
 def installed(root, prefix="usr/"):
-    """"MODE PATH" of every file, and of the folders that are nobody else's; for any prefix as if
-    it were /usr."""
+    """"MODE PATH" of every file and of our own folders. Other prefixes are replaced by /usr."""
     found = set()
     for path in root.rglob("*"):
         assert not path.is_symlink(), path
@@ -36,7 +35,7 @@ def installed(root, prefix="usr/"):
 
 
 def key_file(path):
-    """Strict: no key twice, no group twice."""
+    """Reads strictly: duplicate keys or groups are errors."""
     parser = configparser.ConfigParser(interpolation=None, delimiters="=", comment_prefixes="#")
     parser.optionxform = str
     parser.read_string(path.read_text("utf-8"), str(path))
@@ -182,7 +181,7 @@ def test_callback_urls_are_handed_to_the_application(installation):
     entry = key_file(installation.below(f"share/applications/{ID}.desktop"))["Desktop Entry"]
     assert entry["MimeType"] == "x-scheme-handler/quoxelin;"
     assert entry["Exec"].split()[1:] == ["%u"]
-    # Both would be wrong: the bus does not start the program, and a status icon opens no window.
+    # Both keys would be wrong: the bus does not start the program, and an icon opens no window.
     assert "DBusActivatable" not in entry
     assert entry["StartupNotify"] == "false"
 

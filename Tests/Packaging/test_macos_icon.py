@@ -1,4 +1,4 @@
-"""The icon of the macOS bundle holds the pictures that it is made of."""
+"""The icon of the macOS bundle contains the pictures that it is made from."""
 import pathlib
 import struct
 import subprocess
@@ -14,7 +14,7 @@ def make_icon(*arguments):
 
 
 def elements(icon):
-    """The elements of an icon file: four letters, the length with this heading, the content."""
+    """The elements of an icon file: four letters, the total length, the content."""
     assert icon[:4] == b"icns"
     assert struct.unpack(">I", icon[4:8]) == (len(icon),)
     found, at = {}, 8

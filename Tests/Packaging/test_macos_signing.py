@@ -1,5 +1,5 @@
-"""Packaging/macOS signs what a Mac starts: with stand-ins for Apple's tools, which write down how
-they were called, and programs that are nothing but their first bytes."""
+"""Signing with Packaging/macOS. Stand-ins for Apple's tools record their calls; the programs are
+only Mach-O headers."""
 import os
 import pathlib
 import plistlib
@@ -13,7 +13,7 @@ ARM, INTEL = 0x0100000C, 0x01000007
 
 
 def program(processor, major, minor=0):
-    """Of a Mach-O file what says for which Macs it is."""
+    """A Mach-O header for that processor and macOS version."""
     build = struct.pack("<6I", 0x32, 24, 1, major << 16 | minor << 8, 0, 0)
     return struct.pack("<8I", 0xFEEDFACF, processor, 0, 2, 1, len(build), 0, 0) + build
 
@@ -69,7 +69,7 @@ def test_a_library_for_fewer_macs_is_found(app, content, problem):
 
 
 class Signing:
-    """Runs `sign` and reads how it called codesign."""
+    """Runs `sign` and reads the recorded calls of codesign."""
 
     def __init__(self, folder, app):
         self.app, self.folder = app, folder

@@ -1,4 +1,4 @@
-"""Who may do what: the policies for the system bus and for polkit."""
+"""The policies for the system bus and for polkit."""
 import configparser
 import os
 import pathlib
@@ -62,7 +62,7 @@ def bus_policies(installation):
 
 
 class Bus:
-    """A message bus under the installation's policies; root's, but everybody may come."""
+    """A message bus with the installation's policies. It runs as root and accepts all users."""
 
     def __init__(self, folder: pathlib.Path, policies):
         self.address = f"unix:path={folder}/socket"
@@ -83,13 +83,13 @@ class Bus:
         assert "nknown" not in said, said
 
     def own(self, name, user):
-        """Asks for a name: a process that holds it, and the bus's answer."""
+        """Requests a name. Returns the process that requested it, and the bus's answer."""
         owner = subprocess.Popen([*as_user(user), sys.executable, "-c", OWNER, self.address, name],
                                  stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
         return owner, owner.stdout.readline().strip()
 
     def call(self, name, user, path, interface, member):
-        """Calls a method and answers the name of the error."""
+        """Calls a method and returns the name of the error."""
         done = subprocess.run(
             [*as_user(user), "dbus-send", f"--bus={self.address}", "--print-reply",
              "--reply-timeout=10000", f"--dest={name}", path, f"{interface}.{member}"],
@@ -178,7 +178,7 @@ def test_systemd_confines_the_helper_and_what_it_runs(either):
     unit = either.at("/usr/lib/systemd/system/quoxelin-helper.service")
     program = f"{either.prefix}/libexec/quoxelin-desktop/quoxelin-helper"
     lines = unit.read_text("utf-8").splitlines()
-    # The daemon stays when the helper ends.
+    # The daemon keeps running when the helper exits.
     assert {f"ExecStart={program}", f"BusName={HELPER[0]}", "KillMode=process", "OOMPolicy=continue",
             "MemoryMax=1G", "TasksMax=512", "NoNewPrivileges=yes"} <= set(lines)
     run("systemd-analyze", "security", "--offline=true", "--threshold=40", unit)
@@ -190,7 +190,7 @@ ANSWERS = {"no", "yes", "auth_self", "auth_admin", "auth_self_keep", "auth_admin
 
 
 def actions(installation):
-    """Every action with its file: polkit looks in /usr/share, whatever the prefix is."""
+    """All actions with their files. polkit reads /usr/share, whatever the prefix is."""
     return {action.get("id"): (path, action)
             for path in sorted(installation.at("/usr/share/polkit-1/actions").iterdir())
             for action in tree.parse(path).iter("action")}

@@ -1,4 +1,4 @@
-"""The checks of scripts/ notice what they are for. Each runs over a small tree made for it."""
+"""The checks in scripts/ find the errors that they look for. Each runs on a small tree."""
 import pathlib
 import subprocess
 import sys

@@ -1,5 +1,5 @@
-"""What an attacker sends over the system bus: messages that no library would. A program of the box,
-run by the user who attacks (attacks.py); its arguments are options of `main`, as JSON."""
+"""Attacks over the system bus with messages that libraries would not send. Runs in the box as the
+attacking user (helper.py); its arguments are options of `main`, as JSON."""
 
 import array
 import json
@@ -93,7 +93,7 @@ class Connection:
         self.socket.sendall(data[sent:])
 
     def error(self):
-        """The name of the error that comes next, "" for a reply, None when the bus hangs up."""
+        """The name of the next error, "" for a reply, None if the bus disconnects."""
         self.socket.settimeout(20)
         while True:
             try:
@@ -123,7 +123,7 @@ def shapes():
 
 
 def flood(connections, seconds, path, arguments, descriptors=False, size=0):
-    """As many calls as go out in that time, without waiting for an answer."""
+    """Sends as many calls as possible in that time, without waiting for answers."""
     peers = [Connection() for _ in range(connections)]
     body = run_go_tool(path, arguments + (["x" * size] if size else []))
     end = time.monotonic() + seconds
@@ -145,7 +145,7 @@ def flood(connections, seconds, path, arguments, descriptors=False, size=0):
 
 
 def huge():
-    """What comes of each of the largest messages."""
+    """The outcome of each of the largest messages."""
     outcomes = {}
     for name, signature, body in shapes():
         peer = Connection()
@@ -159,7 +159,7 @@ def huge():
 
 
 def call(count=1, descriptors=False, **options):
-    """The errors of calls of one connection, one after the other."""
+    """Makes calls over one connection, one by one, and returns their errors."""
     peer = Connection()
     body = run_go_tool(options.pop("program", "/bin/sh"), options.pop("arguments", []))
     outcomes = []
@@ -173,8 +173,8 @@ def call(count=1, descriptors=False, **options):
 
 
 def honest(seconds, program, arguments):
-    """Calls one after the other: what came of each, how long it took, and how long bus and polkit
-    took for an answer of their own at that time."""
+    """Makes calls one by one. Returns their outcomes, their times, and how long bus and polkit took
+    to answer at the same time."""
     outcomes, times, bus_times = {}, [], []
     peer = Connection()
     end = time.monotonic() + seconds

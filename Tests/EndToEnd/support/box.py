@@ -1,5 +1,5 @@
-"""A separate machine within this one, with the stock system bus, polkitd and NetworkManager, and
-the product installed; see Tests/EndToEnd/box."""
+"""A separate machine with the stock system bus, polkitd and NetworkManager, and with the product
+installed; see Tests/EndToEnd/box."""
 
 import contextlib
 import os

@@ -1,5 +1,5 @@
-"""Private message buses, and services on them that come and go; this machine's buses are not
-used."""
+"""Private message buses, and services that appear and disappear on them. Does not use this
+machine's buses."""
 
 import os
 import pathlib

@@ -1,4 +1,4 @@
-"""The privileged helper in the box: who calls it, who attacks it, and what its process takes."""
+"""Calls and attacks the privileged helper in the box, and measures its process."""
 
 import contextlib
 import json
@@ -19,7 +19,7 @@ ERROR = re.compile(r"org\.freedesktop\.DBus\.Error\.(\w+)")
 POLKITD = "/usr/lib/polkit-1/polkitd"
 ATTACKER = pathlib.Path(__file__).with_name("attacker.py").read_text()
 
-# A polkit that asks people who do not answer, except about "quoxelin status"; says what it is asked.
+# A polkit that never answers, except about "quoxelin status", and prints what it is asked.
 WAITING_POLKIT = """
 from gi.repository import Gio, GLib
 bus = Gio.bus_get_sync(Gio.BusType.SYSTEM)
@@ -48,7 +48,7 @@ Gio.bus_own_name_on_connection(bus, "org.freedesktop.PolicyKit1", Gio.BusNameOwn
 GLib.MainLoop().run()
 """
 
-# Takes the place of the system's log and writes what it gets, a line each.
+# Replaces the system's log and prints each entry as a line.
 SYSTEM_LOG = """
 import os, socket
 log = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)
@@ -61,7 +61,7 @@ while True:
 
 
 def run_go_tool(box, path, *arguments, user=TESTER):
-    """("replied", output) or the name of the D-Bus error and its text."""
+    """Returns ("replied", output), or the name of the D-Bus error and its text."""
     done = box.try_run(*CALL, f"{INTERFACE}.RunGoTool", path, json.dumps(arguments), user=user)
     if done.returncode == 0:
         return "replied", done.stdout
@@ -73,7 +73,7 @@ def outcome(box, *call, user=TESTER):
 
 
 def running_helper(box):
-    """The helper's process, which ends when it has had nothing to do for long."""
+    """Starts the helper, which exits after a while without work, and returns its process."""
     assert box.run(*CALL, f"{INTERFACE}.Ping", user=TESTER) == "(true,)\n"
     running = box.pids(f"^{HELPER}")
     assert len(running) == 1
@@ -82,7 +82,7 @@ def running_helper(box):
 
 @contextlib.contextmanager
 def without_polkit(box):
-    """The bus would start it again."""
+    """Stops polkit. Moves its program away, because the bus would start it again."""
     try:
         box.run("mv", POLKITD, f"{POLKITD}.away")
         box.process("polkit").end()
@@ -94,9 +94,9 @@ def without_polkit(box):
 
 @contextlib.contextmanager
 def waiting_polkit(box):
-    """While a polkit that waits for people has the real one's place; yields what it was asked."""
+    """Replaces polkit by the waiting one; yields what it was asked."""
     with without_polkit(box):
-        # The bus gives the name to polkit's own user alone.
+        # The bus gives the name only to polkit's user.
         polkit = box.start("waiting-polkit", "setpriv", "--reuid=polkitd", "--clear-groups",
                            "/usr/bin/python3", "-c", WAITING_POLKIT)
         try:
@@ -109,7 +109,7 @@ def waiting_polkit(box):
 
 @contextlib.contextmanager
 def system_log(box):
-    """Yields what the helper has written to the system's log meanwhile, a line each."""
+    """Yields the lines that the helper writes to the system's log meanwhile."""
     log = box.start("log", "/usr/bin/python3", "-c", SYSTEM_LOG)
     try:
         wait_until(lambda: "listening" in log.output.read_text(), "the system's log")
@@ -121,7 +121,7 @@ def system_log(box):
 
 
 class Attack:
-    """A program that attacks, while this runs it; see attacker.py."""
+    """Runs an attack in the background; see attacker.py."""
 
     def __init__(self, box, user, what, **options):
         self._process = box.start(f"attack-{user}-{what}-{id(self)}", "/usr/bin/python3", "-c", ATTACKER, what,
@@ -140,13 +140,13 @@ class Attack:
 
 
 def attack(box, user, what, **options):
-    """What an attack that runs by itself answers."""
+    """Runs an attack and returns its result."""
     done = box.run("/usr/bin/python3", "-c", ATTACKER, what, json.dumps(options), user=user, deadline=60.0)
     return json.loads(done.splitlines()[-1])
 
 
 def memory(pid):
-    """Resident MiB: now, and at most so far."""
+    """Resident memory in MiB: now, and its maximum so far."""
     status = pathlib.Path(f"/proc/{pid}/status").read_text()
     return [int(re.search(rf"^{name}:\s+(\d+) kB", status, re.MULTILINE)[1]) / 1024
             for name in ("VmRSS", "VmHWM")]

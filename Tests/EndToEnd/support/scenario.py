@@ -1,4 +1,4 @@
-"""An hour of a user's life in a few seconds: the demo shows it, a test checks it."""
+"""A user's actions from login to quitting. The demo shows them, and a test checks them."""
 
 from collections.abc import Callable
 

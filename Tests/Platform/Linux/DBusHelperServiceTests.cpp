@@ -9,7 +9,7 @@ namespace quoxelin::testing {
 
 using ::testing::HasSubstr;
 
-/// A private system bus with a polkit that the test plays.
+/// A private system bus with a simulated polkit.
 class DBusHelperServiceTest : public ::testing::Test {
   protected:
     void makeActivatable() {
@@ -121,7 +121,7 @@ TEST_F(DBusHelperServiceTest, isKnownByItsPropertyListOnly) {
     EXPECT_EQ(told, static_cast<int>(SMAppServiceStatus::notFound));
 }
 
-/// A question that is given up leaves nothing behind, however often.
+/// A canceled question leaks nothing.
 TEST_F(DBusHelperServiceTest, waitsForAHangingPolkitWithoutBlockingTheLoop) {
     makeActivatable();
     start();

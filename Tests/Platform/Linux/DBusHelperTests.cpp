@@ -16,7 +16,7 @@ using ::testing::IsEmpty;
 
 constexpr const char* busName = DBusHelper::service;
 
-/// A private system bus with a helper that the test plays.
+/// A private system bus with a simulated helper.
 class DBusHelperTest : public ::testing::Test {
   protected:
     void start() {
@@ -209,7 +209,7 @@ TEST_F(DBusHelperTest, deliversNoReplyOnceInvalidated) {
     EXPECT_THAT(told, ElementsAre("invalidated", "output: late"));
 }
 
-/// Repeats ten times what a start without a helper does.
+/// Repeats the requests of a start without a helper ten times.
 TEST_F(DBusHelperTest, neitherBlocksNorLeaksWhileTheBusHangs) {
     const HungBus hung;
     Bus silentBus(hung.address());

@@ -83,7 +83,7 @@ class NetworkManagerPluginTest : public ::testing::Test {
         return {kind, of, delegate};
     }
 
-    /// What the delegate hears about one request; it hears nothing from within the request.
+    /// The delegate's calls for one request. None may come before the request returns.
     Told told(const std::string& pkexec, Kind kind, const std::string& of = identifier) {
         NetworkManagerPlugin extensions(places(pkexec));
         extensions.submitRequest(request(kind, of));

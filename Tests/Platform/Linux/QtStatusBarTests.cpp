@@ -35,7 +35,7 @@ const QDBusArgument& operator>>(const QDBusArgument& argument, MenuItem& item) {
 
 } // namespace
 
-/// A StatusNotifierItem tray that the test plays.
+/// A simulated StatusNotifierItem tray.
 class QtStatusBarTest : public ::testing::Test {
   protected:
     QtStatusBarTest() {

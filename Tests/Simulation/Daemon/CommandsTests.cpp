@@ -14,7 +14,7 @@ class DaemonCommands : public ::testing::Test {
         addAnswerCommands(steering, script);
     }
 
-    /// Obeys a line that is owed one answer, and gives that.
+    /// Performs a command and returns its only answer.
     Tree obey(std::string_view line) {
         answers.clear();
         steering.take(line);
@@ -22,7 +22,7 @@ class DaemonCommands : public ::testing::Test {
         return Tree::parse(answers.empty() ? "{}" : answers.front());
     }
 
-    /// The error that a line is answered with; empty when there is none.
+    /// The error in the answer; empty on success.
     std::string errorOf(std::string_view line) {
         const auto answer = obey(line);
         return answer.at("ok") == true ? "" : answer.at("error").text();

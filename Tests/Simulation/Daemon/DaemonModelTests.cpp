@@ -107,7 +107,7 @@ TEST(DaemonModel, stopsAndStartsWithWantRunning) {
     world->model.setWantRunning(true);
     EXPECT_EQ(world->takeAnnounced(), Lines{R"({"State":"Starting"})"});
     world->runDelayed();
-    // The map is no news: it was sent before.
+    // The map was already sent.
     EXPECT_EQ(world->takeAnnounced(), Lines{R"({"State":"Running"})"});
 }
 

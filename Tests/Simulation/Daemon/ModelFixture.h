@@ -12,7 +12,7 @@
 
 namespace quoxelin::sim {
 
-/// A model in a world of which the test is the clock and the only observer of the bus.
+/// A model whose clock and only bus observer is the test.
 class ModelWorld {
   public:
     explicit ModelWorld(DaemonModel::Settings settings = {})
@@ -32,7 +32,7 @@ class ModelWorld {
         return std::make_unique<ModelWorld>(settings);
     }
 
-    /// Takes the lines announced since the last call, network maps shortened to true.
+    /// The lines announced since the last call, with network maps replaced by true.
     std::vector<std::string> takeAnnounced() {
         std::vector<std::string> taken;
         for (const auto& line : std::exchange(lines, {})) {
@@ -45,7 +45,7 @@ class ModelWorld {
         return taken;
     }
 
-    /// Runs the delayed work asked for so far; the longest delay among it.
+    /// Runs all delayed work and returns its longest delay.
     Duration runDelayed() {
         Duration longest{0};
         for (const auto& [delay, work] : std::exchange(delayed, {})) {

@@ -10,7 +10,7 @@ ScriptedAnswer replyWith(int status, std::string method, std::string path,
     return {std::move(method), std::move(path), times, CannedReply{status, ""}};
 }
 
-/// The status the script answers with; 0 when the daemon is to answer itself.
+/// The status of the scripted answer; 0 if the daemon answers.
 int statusOf(const std::optional<ScriptedReply>& reply) {
     return reply ? std::get<CannedReply>(*reply).status : 0;
 }

@@ -7,7 +7,7 @@
 
 namespace quoxelin::sim {
 
-/// A JSON value for a test to walk into; a part that is missing fails the test and reads as null.
+/// A JSON value for tests. A missing part fails the test and is read as null.
 class Tree {
   public:
     Tree(json::Value value) : value(std::make_shared<const json::Value>(std::move(value))) {}

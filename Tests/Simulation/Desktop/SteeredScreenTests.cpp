@@ -11,7 +11,7 @@ namespace quoxelin::testing {
 
 namespace {
 
-/// Remembers what is done to it.
+/// Records all calls.
 struct NotedScreen final : SteeredScreen {
     std::vector<std::string> texts() const override { return shown; }
     Press press(const std::string& label) override {

@@ -17,7 +17,7 @@ struct Steered {
         addDesktopCommands(steering, system);
     }
 
-    /// The answers to the line, the late ones included.
+    /// The answers to the line, including late ones.
     std::vector<std::string> take(const std::string& line) {
         answers.clear();
         steering.take(line);
@@ -39,14 +39,14 @@ struct Steered {
         [this](const std::string& line) { answers.push_back(line); }};
 };
 
-/// Whether the line is an answer: an object that says whether it went well, and if not, why.
+/// Whether the line is an answer: an object with "ok", and with "error" unless "ok" is true.
 bool isAnswer(const std::string& line) {
     const auto answer = json::parse(line);
     const auto* const ok = answer ? answer->find("ok") : nullptr;
     return ok != nullptr && ok->boolean() && *ok->boolean() == (answer->find("error") == nullptr);
 }
 
-/// A command that may be good: a name that is known with members that some command knows.
+/// A possibly valid command: a known name with members of any command.
 rc::Gen<std::string> command(const std::vector<std::string>& names) {
     using rc::gen::element;
     const auto member = rc::gen::map(
@@ -94,7 +94,7 @@ RC_GTEST_PROP(SteeringProperties, answersEveryCommandOnceWhateverItsMembers, ())
         *rc::gen::container<std::vector<std::string>>(command(steered.commandNames()));
     for (const auto& line : lines) {
         const auto answers = steered.take(line);
-        // A wait may be longer than the test's patience.
+        // A wait may take longer than the test waits.
         const auto isWait = line.rfind(R"({"do":"wait")", 0) == 0;
         RC_ASSERT(answers.size() == 1U || (isWait && answers.empty()));
         for (const auto& answer : answers)

@@ -28,7 +28,7 @@ class SteeringTest : public ::testing::Test {
         steering.addState("state", [this] { return state; });
     }
 
-    /// The answers to a line that come at once.
+    /// The immediate answers to a line.
     Lines answersTo(std::string_view line) {
         answers.clear();
         steering.take(line);

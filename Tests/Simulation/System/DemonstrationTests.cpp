@@ -1,4 +1,4 @@
-// The whole application on the simulated system and daemon as the demonstration has them.
+// The whole application on the simulated system and daemon, with the demonstration's delays.
 #include "Tests/Runner/AppDelegateFixture.h"
 
 namespace quoxelin::testing {

@@ -29,7 +29,7 @@ class SimulatedNetworkExtensionTest : public ::testing::Test {
         return managers;
     }
 
-    /// A new configuration, saved.
+    /// Saves a new configuration.
     Manager saveNew(const std::string& provider, const std::string& name) {
         const auto manager = network.makeTunnelProviderManager();
         auto protocol = std::make_shared<NETunnelProviderProtocol>();

@@ -8,7 +8,7 @@ namespace quoxelin::testing {
 
 namespace {
 
-/// Writes down what the system says.
+/// Records the delegate's calls.
 class Listener final : public OSSystemExtensionRequestDelegate {
   public:
     explicit Listener(const VirtualDispatch& dispatch) : dispatch(dispatch) {}
@@ -187,7 +187,7 @@ TEST_F(SimulatedSystemExtensions, dropsTheAnswerToADestroyedDelegate) {
     submit(Kind::activation);
     submit(Kind::properties);
     dispatch.runUntilIdle();
-    // Nobody said that it may be replaced.
+    // The delegate was gone, so the version was not replaced.
     EXPECT_EQ(extensions.extensions.at(0).bundleShortVersion, "1");
     EXPECT_EQ(extensions.outstandingActivations(), 0u);
 }
