@@ -10,9 +10,9 @@ namespace {
 
 using std::chrono::seconds;
 
-/// A bus answers in milliseconds.
+/// The bus normally answers in milliseconds.
 constexpr seconds patienceWithTheBus{10};
-/// A person may have to look for a password or for an administrator.
+/// The user may need time to find a password or an administrator.
 constexpr seconds patienceWithPeople{300};
 
 struct Method {
@@ -39,7 +39,7 @@ Owned<sd_bus_message> callOf(sd_bus* bus, const Method& method) {
 
 class Pending {
   public:
-    /// Gets the reply; null when there is none, and then the reason.
+    /// Receives the reply, or null and the reason.
     using Answer = std::function<void(sd_bus_message* reply, const std::string& why)>;
 
     explicit Pending(Answer answer) : answer(std::move(answer)) {}
@@ -57,7 +57,7 @@ class Pending {
     }
 
   private:
-    /// The answer may drop this.
+    /// The answer may destroy this object.
     static int replied(sd_bus_message* reply, void* self, sd_bus_error*) {
         const auto answer = std::exchange(static_cast<Pending*>(self)->answer, nullptr);
         const auto* error = sd_bus_message_get_error(reply);
@@ -72,7 +72,7 @@ class Pending {
     Owned<sd_bus_slot> slot;
 };
 
-/// A question to polkit, which is taken back unless it has been answered.
+/// A question to polkit. The destructor cancels it if it is unanswered.
 class Consent {
   public:
     Consent(sd_bus* bus, std::function<void(bool)> answer,
@@ -101,7 +101,7 @@ class Consent {
     Consent(const Consent&) = delete;
     Consent& operator=(const Consent&) = delete;
 
-    /// The caller by its name on the bus, which the bus vouches for and never gives to another.
+    /// Identifies the caller by its unique bus name, which the bus guarantees and never reuses.
     void ask(const Requests::Question& question) {
         constexpr std::uint32_t allowUserInteraction = 1;
         auto call = callOf(bus, polkit("CheckAuthorization"));

@@ -6,7 +6,7 @@
 
 namespace quoxelin::helper {
 
-/// What libsystemd hands over, owned.
+/// Releases libsystemd's objects.
 struct Unref {
     void operator()(sd_bus* bus) const { sd_bus_flush_close_unref(bus); }
     void operator()(sd_bus_message* message) const { sd_bus_message_unref(message); }
@@ -17,7 +17,7 @@ struct Unref {
 template <typename T>
 using Owned = std::unique_ptr<T, Unref>;
 
-/// The object that a function of libsystemd hands over through its first argument; null when the
+/// Calls a libsystemd function that returns an object through its first argument. Null if the
 /// function fails.
 template <typename T, typename Function, typename... Arguments>
 Owned<T> made(Function function, Arguments... arguments) {
@@ -25,17 +25,17 @@ Owned<T> made(Function function, Arguments... arguments) {
     return function(&object, arguments...) >= 0 ? Owned<T>(object) : nullptr;
 }
 
-// What the helper asks over the system bus, answered once by the bus's event loop, or before the
-// function returns. Every question has an end: a bus may lose an answer, and a person may never
-// give one. There is no answer when what the function returns is dropped before.
+// The helper's questions over the system bus. Each is answered once, from the event loop or before
+// the function returns. All have time-outs, because the bus may lose an answer and the user may
+// never give one. Destroying the returned object cancels the question.
 
-/// The user to whom a connection belongs; none when it has gone or the bus does not tell.
+/// Passes on the user of a connection; empty if it is closed or the bus does not answer.
 std::shared_ptr<void> identify(sd_bus* bus, const std::string& caller,
                                std::function<void(std::optional<uid_t>)> answer);
 
-/// Whether polkit lets the caller have the program run. A person may be asked. False also when
-/// there is no polkit, or when it fails, for which `log` gets the reason. Whatever ends the
-/// question before polkit answers removes its dialog.
+/// Passes on whether polkit allows the caller to run the program. polkit may ask the user. False if
+/// polkit is missing or fails; `log` then receives the reason. If the question ends before polkit
+/// answers, its dialog closes.
 std::shared_ptr<void> authorize(sd_bus* bus, const Requests::Question& question,
                                 std::function<void(bool)> answer,
                                 std::function<void(const std::string&)> log);

@@ -5,7 +5,7 @@
 
 namespace quoxelin::helper {
 
-/// The one owner of a descriptor.
+/// Owns a descriptor.
 class FileDescriptor {
   public:
     FileDescriptor() = default;

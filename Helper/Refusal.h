@@ -4,11 +4,11 @@
 
 namespace quoxelin::helper {
 
-/// Why a request is not carried out.
+/// Why a request is refused.
 struct Refusal {
     enum class Reason { invalidArguments, notAuthorized, limitsExceeded, failed };
     Reason reason;
-    /// For the caller; says nothing about the system that the caller could not find out anyway.
+    /// For the caller. Reveals nothing about the system that the caller cannot see anyway.
     std::string text;
     /// For the log.
     std::string detail = {};

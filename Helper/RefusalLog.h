@@ -8,8 +8,8 @@
 
 namespace quoxelin::helper {
 
-/// Writes what was refused to the log, and of each user only as much as people can read: a flood
-/// of calls must neither fill the disk nor hide what another user tried. One thread.
+/// Logs refusals, with a limit for each user: a flood of calls must neither fill the disk nor hide
+/// another user's attempts. One thread.
 class RefusalLog {
   public:
     using Clock = std::chrono::steady_clock;
@@ -19,7 +19,7 @@ class RefusalLog {
                std::function<Clock::time_point()> now)
         : write(std::move(write)), now(std::move(now)) {}
 
-    /// At most 20 lines of a user in a minute; the others are not made, but counted.
+    /// Writes at most 20 lines per user and minute, and counts the others.
     template <typename MakeLine>
     void operator()(uid_t user, MakeLine line) {
         auto& own = currentMinuteOf(user);
@@ -34,12 +34,12 @@ class RefusalLog {
     /// Counts refusals without a line.
     void count(uid_t user, unsigned long refusals) { currentMinuteOf(user).omitted += refusals; }
 
-    /// Writes how many lines were left out in the minutes that are over.
+    /// Writes the counts of the minutes that are over.
     void writeCounts() {
         forget([this](const Minute& minute) { return isOver(minute); });
     }
 
-    /// Writes all counts, at the end.
+    /// Writes all counts. Call it at the end.
     void finish() {
         forget([](const Minute&) { return true; });
     }

@@ -6,7 +6,7 @@ namespace quoxelin::helper {
 
 using enum Refusal::Reason;
 
-/// Nothing in here is larger than an allowed command line or a line of the log.
+/// A small object: no member is larger than an allowed command line or a log line.
 struct Requests::Request {
     std::string caller;
     Reply reply;
@@ -113,7 +113,8 @@ void Requests::identified(const std::string& caller, std::optional<uid_t> user) 
 }
 
 void Requests::remember(const std::string& caller, uid_t user, unsigned long turnedAway) {
-    // The bus may lose the signal that a connection has ended. Its name comes to no other.
+    // Limited, because the bus may lose the signal that a connection has ended. Names are never
+    // reused.
     if (users.size() == mostUsers)
         users.clear();
     users[caller] = user;
@@ -180,7 +181,7 @@ void Requests::start(const Shared& request, Turns::Turn turn) {
 void Requests::callerHasGone(const std::string& caller) {
     users.erase(caller);
     arrivals.erase(caller);
-    // The next ones in line begin when the turns end, which is after all of this caller's are gone.
+    // Keep the turns until all of this caller's requests are removed: ending one starts the next.
     std::vector<Turns::Turn> turns;
     std::erase_if(requests, [&](const auto& one) {
         const bool goes = one->caller == caller && !one->isRunning;
@@ -203,7 +204,7 @@ void Requests::refuse(const Shared& request, const Refusal& refusal) {
     request->reply(tl::unexpected(outcome));
 }
 
-/// Gives back what the request has of limited things.
+/// Releases the request's question and turn.
 void Requests::forget(const Shared& request) {
     requests.erase(request);
     request->question.reset();

@@ -12,23 +12,23 @@
 
 namespace quoxelin::helper {
 
-/// Decides on requests to run a program. Whatever is not allowed explicitly is refused. The cheap
-/// questions come first and a person is asked last: is the command line one of the known ones, does
-/// polkit allow it, is the file to be trusted. One thread.
+/// Decides on requests to run a program. Everything that is not explicitly allowed is refused. The
+/// checks, cheapest first: is the command line known, does polkit allow it, can the file be
+/// trusted. One thread.
 ///
-/// Users do not get in each other's way: each has a number of questions and of programs at once,
-/// and a line of requests that wait. Root has as many as it likes.
+/// Users do not affect each other: each has a limited number of simultaneous questions and
+/// programs, and a separate queue of waiting requests. Root has no limits.
 class Requests {
   public:
-    /// Of one connection whose user is not known yet.
+    /// Requests of one connection whose user is not known yet.
     static constexpr std::size_t mostArrivals = 8;
-    /// Of one user: questions that are not answered yet (polkit takes one after the other, so
-    /// others wait for them), programs that run, and requests that wait for either.
+    /// Limits for each user: unanswered questions (polkit handles them one by one), running
+    /// programs, and requests that wait for either.
     static constexpr std::size_t mostQuestions = 2;
     static constexpr std::size_t mostPrograms = 8;
     static constexpr std::size_t longestLine = 64;
 
-    /// What polkit is asked about.
+    /// A question to polkit.
     struct Question {
         std::string caller; ///< the connection
         std::string program;
@@ -38,16 +38,16 @@ class Requests {
 
     struct Dependencies {
         std::string bundleRoot;
-        /// Answers once with the user to whom a connection belongs; none when it has gone.
+        /// Answers once with the user of a connection; empty if it is closed.
         std::function<void(const std::string& caller, std::function<void(std::optional<uid_t>)>)>
             identify;
-        /// Answers once; false also when polkit cannot be asked. Dropping what this returns takes
-        /// the question back.
+        /// Answers once; false if polkit cannot be asked. Destroying the returned object cancels
+        /// the question.
         std::function<std::shared_ptr<void>(const Question&, std::function<void(bool)>)> authorize;
-        /// The text of the bundle's Info.plist.
+        /// Reads the bundle's Info.plist.
         std::function<tl::expected<std::string, std::string>(const std::string& path)> read;
         std::function<tl::expected<TrustedFile, std::string>(const std::string& path)> open;
-        /// Starts a program and answers its process; calls back once, when it has ended.
+        /// Starts a program and returns its process. Calls back once, when it has ended.
         std::function<tl::expected<pid_t, std::string>(const TrustedFile& executable,
                                                        const Arguments& words, Finished)>
             run;
@@ -62,20 +62,20 @@ class Requests {
     Requests(const Requests&) = delete;
     Requests& operator=(const Requests&) = delete;
 
-    /// Replies once, possibly before it returns, unless the caller goes before.
+    /// Replies once, possibly before it returns, unless the caller disconnects first.
     void runGoTool(const std::string& caller, const std::string& path, const Arguments& arguments,
                    Reply reply);
 
-    /// For a request that is too large to be looked at.
+    /// For a request that is too large to read.
     void refuseUnread(const std::string& caller, Reply reply);
 
-    /// The connection has ended. What waits for it is dropped; programs that run go on.
+    /// The connection has ended. Drops its waiting requests; running programs continue.
     void callerHasGone(const std::string& caller);
 
-    /// To be called now and then: writes how many refusals the log left out.
+    /// Writes how many refusals the log left out. Call it from time to time.
     void writeCounts() { refusals.writeCounts(); }
 
-    /// A request has not been replied to yet, or a program runs.
+    /// Whether there are unanswered requests or running programs.
     bool isBusy() const { return !arrivals.empty() || !requests.empty(); }
 
   private:

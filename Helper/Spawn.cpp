@@ -16,7 +16,7 @@ namespace quoxelin::helper {
 
 namespace {
 
-/// All that the new process needs, made ready before it is forked off.
+/// Everything that the new process needs, prepared before the fork.
 struct Plan {
     int directory;
     const char* name;
@@ -31,8 +31,7 @@ bool redirect(int output) {
            ::dup2(output, STDOUT_FILENO) >= 0 && ::dup2(output, STDERR_FILENO) >= 0;
 }
 
-/// Closes all but standard input and outputs and these two, which close themselves when the program
-/// begins.
+/// Closes all descriptors except the standard ones and these two, which are closed on exec.
 bool closeOthers(unsigned one, unsigned other) {
     const auto closeRange = [](unsigned first, unsigned last) {
         return first > last || ::close_range(first, last, 0) == 0;
@@ -45,7 +44,7 @@ bool closeOthers(unsigned one, unsigned other) {
 void resetSignals() {
     struct sigaction standard = {};
     standard.sa_handler = SIG_DFL;
-    // Some numbers cannot be set, and need not be.
+    // Ignore failures: some signals cannot be set.
     for (int number = 1; number <= SIGRTMAX; ++number)
         ::sigaction(number, &standard, nullptr);
     sigset_t none;
@@ -53,15 +52,15 @@ void resetSignals() {
     ::sigprocmask(SIG_SETMASK, &none, nullptr);
 }
 
-/// The new process. Other threads may have held any lock when it was forked off, so nothing here
-/// allocates or locks.
+/// Runs in the new process. Other threads may have held locks during the fork, so this must not
+/// allocate or lock.
 [[noreturn]] void become(const Plan& plan) {
     static char path[] = "PATH=/usr/sbin:/usr/bin:/sbin:/bin";
     static char language[] = "LANG=C.UTF-8";
     static char* const environment[] = {path, language, nullptr};
     resetSignals();
     ::umask(022);
-    // By name, so that this is the process's name under every kernel.
+    // Executed by name, because every kernel names the process after it.
     if (::setsid() >= 0 && ::chdir("/") == 0 && redirect(plan.output) &&
         closeOthers(static_cast<unsigned>(plan.directory), static_cast<unsigned>(plan.failure)))
         ::execveat(plan.directory, plan.name, plan.words.data(), environment, AT_SYMLINK_NOFOLLOW);
@@ -70,7 +69,7 @@ void resetSignals() {
     ::_exit(127);
 }
 
-/// Forks with all signals blocked, so that no handler of ours runs in the new process.
+/// Forks with all signals blocked, so that our handlers do not run in the new process.
 pid_t forkInto(const Plan& plan) {
     sigset_t all;
     sigset_t before;
@@ -97,7 +96,7 @@ tl::expected<Pipe, std::string> makePipe() {
     return Pipe{FileDescriptor(ends[0]), FileDescriptor(ends[1])};
 }
 
-/// Why the program could not be run; 0 when it runs.
+/// The error number if the program could not be run, otherwise 0.
 int failureOf(const FileDescriptor& reading) {
     int reason = 0;
     ssize_t count = -1;
@@ -107,7 +106,7 @@ int failureOf(const FileDescriptor& reading) {
     return count == sizeof reason ? reason : 0;
 }
 
-/// Memory that is written to like a file and cannot grow.
+/// A memory file of fixed size.
 tl::expected<FileDescriptor, std::string> makeOutput() {
     FileDescriptor output(::memfd_create("quoxelin-output", MFD_CLOEXEC | MFD_ALLOW_SEALING));
     if (!output || ::ftruncate(output.get(), longestOutput) != 0 ||
@@ -146,7 +145,7 @@ tl::expected<Spawned, std::string> spawn(const TrustedFile& executable,
 }
 
 std::string outputOf(const Spawned& spawned) {
-    // All writers share the place in the file with us.
+    // All writers share the file position with us.
     const auto written = std::clamp<off_t>(::lseek(spawned.output.get(), 0, SEEK_CUR), 0,
                                            static_cast<off_t>(longestOutput));
     std::string text(static_cast<std::size_t>(written), '\0');

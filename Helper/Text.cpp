@@ -26,8 +26,8 @@ Shape shapeOf(std::uint8_t first) {
     return {4, 0x07, 0x10000};
 }
 
-/// How many bytes the first character has; 0 when it is none. `isHalf` says that it could become
-/// one if more bytes followed.
+/// The length of the first character in bytes; 0 if it is invalid. Sets `isHalf` if more bytes
+/// could make it valid.
 std::size_t lengthOfCharacter(std::string_view bytes, bool& isHalf) {
     const auto byte = [&](std::size_t index) { return static_cast<std::uint8_t>(bytes[index]); };
     const auto shape = shapeOf(byte(0));
@@ -63,7 +63,7 @@ std::string asUtf8(std::string_view bytes) {
 std::string forLog(std::string_view text) {
     constexpr std::size_t longest = 200;
     std::string line;
-    // One more than fits shows that there was more.
+    // One character more than fits shows that the text was longer.
     for (const char c : text.substr(0, longest + 1)) {
         if (c >= ' ' && c <= '~' && c != '\\') {
             line += c;

@@ -5,12 +5,12 @@
 
 namespace quoxelin::helper {
 
-/// The bytes as a text that may travel over the bus: bytes that are not UTF-8, and NUL, become
-/// U+FFFD. Half a character at the end is left out: an output may have been cut there.
+/// Converts bytes to text that the bus accepts: NUL and bytes that are not UTF-8 become U+FFFD.
+/// Half a character at the end is dropped, because an output may be cut there.
 std::string asUtf8(std::string_view bytes);
 
-/// The text for one line of a log: ASCII without control characters, which could fake another
-/// line, and not longer than 200 characters.
+/// Converts text for one line of a log: at most 200 ASCII characters, without control characters,
+/// which could fake another line.
 std::string forLog(std::string_view text);
 
 } // namespace quoxelin::helper

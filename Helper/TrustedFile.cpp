@@ -12,11 +12,10 @@ namespace quoxelin::helper {
 
 namespace {
 
-// Opening for the path alone has no side effect, whatever stands there: no device wakes up, no
-// pipe blocks.
+// Opening with O_PATH has no side effects: it wakes no device and blocks on no pipe.
 constexpr int forPathAlone = O_PATH | O_NOFOLLOW | O_CLOEXEC;
 
-/// The names between the slashes; none when the path is not written plainly.
+/// The names between the slashes; empty if the path is not absolute and normalized.
 std::optional<std::vector<std::string>> namesIn(std::string_view path) {
     std::vector<std::string> names;
     if (path.empty() || path.front() != '/')
@@ -33,7 +32,7 @@ std::optional<std::vector<std::string>> namesIn(std::string_view path) {
     return names;
 }
 
-/// Access control lists show here, too: their mask stands where the group's bits are.
+/// Also detects access control lists, because their mask replaces the group's bits.
 std::optional<std::string> whyNotKept(const struct stat& status, const Trust& trust) {
     if (status.st_uid != trust.owner)
         return "belongs to somebody else";
@@ -75,7 +74,7 @@ tl::unexpected<std::string> no(const std::string& path, const std::string& reaso
     return tl::unexpected(path + " " + reason);
 }
 
-/// A file that has been found, and what was checked: good for nothing but looking at it.
+/// A checked file, opened only for its path.
 struct Found {
     TrustedFile place;
     FileDescriptor file;

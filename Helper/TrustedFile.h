@@ -13,25 +13,25 @@ struct Trust {
     std::string root = "/";
 };
 
-/// A file by its name in an opened directory. Only the trusted user can put another in its place.
+/// A file, identified by its name in an opened directory. Only the trusted user can replace it.
 struct TrustedFile {
     FileDescriptor directory;
     std::string name;
 };
 
-/// Finds an executable that only the trusted user can have put there and can change. A failure is a
-/// text for the log. `path` is absolute, with neither "." nor ".." nor empty names in it.
+/// Finds an executable that only the trusted user can have installed and can change. A failure is a
+/// text for the log. `path` must be absolute, without ".", ".." and empty names.
 ///
-/// The walk begins at `root` and goes down one name of `path` at a time. Each is opened relative to
-/// the directory before it, and symbolic links are not followed. Every directory, `root` included,
-/// has to belong to the trusted user and be writable by no other. The file has to be an executable
-/// regular file of the trusted user, writable by no other, without set-id bits. All of this is read
-/// from opened descriptors, so nothing can be exchanged between check and use, except for the file
-/// by the trusted user. Other names of the same file do no harm: it stays the trusted user's.
+/// Starts at `root` and opens one name of `path` at a time, relative to the directory before it,
+/// without following symbolic links. All directories, including `root`, must belong to the trusted
+/// user and be writable by no other. The file must be an executable regular file of the trusted
+/// user, writable by no other, without set-id bits. All checks use opened descriptors, so only the
+/// trusted user can exchange the file between check and use. Hard links are harmless, because the
+/// file still belongs to the trusted user.
 tl::expected<TrustedFile, std::string> openTrusted(const std::string& path,
                                                    const Trust& trust = {});
 
-/// The text of a file that is trusted in the same way but need not be executable; at most 64 KiB.
+/// The text of a file that passes the same checks but need not be executable. At most 64 KiB.
 tl::expected<std::string, std::string> readTrusted(const std::string& path,
                                                    const Trust& trust = {});
 

@@ -8,11 +8,11 @@
 
 namespace quoxelin::helper {
 
-/// A user has so many things going on at once. More of them wait in that user's own line, which
-/// does not keep other users waiting. Root is not limited. One thread.
+/// Limits how many things each user can do at once. More of them wait in the user's own queue, so
+/// they do not delay other users. Root is not limited. One thread.
 class Turns {
   public:
-    /// The turn ends when its last copy goes.
+    /// The turn ends when its last copy is destroyed.
     using Turn = std::shared_ptr<void>;
     using Begin = std::function<void(Turn)>;
 
@@ -22,7 +22,7 @@ class Turns {
     Turns(const Turns&) = delete;
     Turns& operator=(const Turns&) = delete;
 
-    /// Calls `begin`, now or when it is its turn. False when the user's line is full.
+    /// Calls `begin`, now or when a turn is free. False if the user's queue is full.
     bool take(uid_t user, Begin begin) {
         if (user == 0) {
             begin(std::make_shared<char>());
