@@ -107,12 +107,12 @@ TEST_F(DBusHelperTest, carriesAPing) {
 TEST_F(DBusHelperTest, reportsARefusalInTheHelpersWords) {
     start();
     FakeService helper(daemon, busName, [](const auto& call) {
-        return call.createErrorReply(QDBusError::AccessDenied, "Not authorised.");
+        return call.createErrorReply(QDBusError::AccessDenied, "Not authorized.");
     });
     const auto connection = connect();
     run(*proxyOf(*connection));
     waitForNotes(1);
-    EXPECT_THAT(told, ElementsAre("error: Not authorised."));
+    EXPECT_THAT(told, ElementsAre("error: Not authorized."));
 }
 
 TEST_F(DBusHelperTest, reportsAReplyThatIsNotAString) {

@@ -119,7 +119,7 @@ TEST(AppViewStateLifetime, doesNotContinueAnUninstall) {
         AppFixture app;
         app.run();
         if (!succeeds)
-            app.system.appleScript.setOutcome("cancelled");
+            app.system.appleScript.setOutcome("canceled");
         app.system.appleScript.waitForPassword();
         app.appState->uninstall();
         app.run();

@@ -102,7 +102,7 @@ class Walk {
             return "refreshProfiles";
         case 10:
             store.uninstall();
-            return "uninstall, cancelled";
+            return "uninstall, canceled";
         default:
             // Several operations at once.
             store.connect();

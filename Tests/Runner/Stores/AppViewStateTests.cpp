@@ -73,7 +73,7 @@ TEST(AppViewState, handlesABusMessageATurnLater) {
     notify.state = HashiBusState::running;
     notify.interactiveLoginUrl = "https://login.example.com/a";
     app.appState->hashiBusDidReceiveNotify(notify);
-    notify.interactiveLoginUrl = "changed afterwards";
+    notify.interactiveLoginUrl = "changed afterward";
     EXPECT_EQ(app.stateLines(), Lines{});
     EXPECT_EQ(app.appState->login->interactiveLoginUrl, "");
     app.run();

@@ -172,7 +172,7 @@ TEST(AppViewStateUninstall, continuesWhenNoScriptCanBeMade) {
 
 TEST(AppViewStateUninstall, canBeTriedAgainAfterItWasCanceled) {
     Installed app;
-    app.system.appleScript.setOutcome("cancelled");
+    app.system.appleScript.setOutcome("canceled");
     app.appState->uninstall();
     app.run();
     app.system.appleScript.setOutcome(std::nullopt);

@@ -30,7 +30,7 @@ class PanelFixture : public ::testing::Test, protected PanelScene {
         row->onHover(isHovering);
     }
 
-    std::vector<std::string> logAfterwards() {
+    std::vector<std::string> logAfterward() {
         dispatch.runUntilIdle();
         return log();
     }

@@ -24,7 +24,7 @@ TEST_F(QuoxelinMenuBarContentTests, ignoresASecondClickWhileConnecting) {
     logIn();
     appState->vpn = VpnViewState{VPNConnectionStatus::connecting};
     click("Connect");
-    EXPECT_THAT(logAfterwards(), IsEmpty());
+    EXPECT_THAT(logAfterward(), IsEmpty());
     EXPECT_THAT(daemon.requestLines(), IsEmpty());
 }
 
@@ -57,7 +57,7 @@ TEST_F(QuoxelinMenuBarContentTests, opensTheLoginPageAndPollsForItsCompletion) {
 TEST_F(QuoxelinMenuBarContentTests, logsALoginThatTheDaemonRefuses) {
     daemon.refuseConnections();
     click("Login Quoxelin");
-    EXPECT_THAT(logAfterwards(), Contains(StartsWith("[UI] LocalAPI login failed: ")));
+    EXPECT_THAT(logAfterward(), Contains(StartsWith("[UI] LocalAPI login failed: ")));
     EXPECT_THAT(system.workspace.openedURLs(), IsEmpty());
     dispatch.advance(seconds(5));
     EXPECT_EQ(daemon.count("GET /localapi/v0/status"), 0u);
@@ -228,7 +228,7 @@ TEST_F(QuoxelinMenuBarContentTests, doesNotSwitchToTheCurrentAccount) {
     content->isHoveringMore = true;
     const auto shown = tree();
     testing::click(findRow(shown, "More")->popover->content, "haru@example.com");
-    EXPECT_THAT(logAfterwards(), IsEmpty());
+    EXPECT_THAT(logAfterward(), IsEmpty());
     EXPECT_TRUE(content->isMorePopoverPresented);
 }
 
@@ -353,7 +353,7 @@ TEST_F(QuoxelinMenuBarContentTests, uninstallsOnlyAfterConfirmation) {
 
     asked.alert->buttons.at(1).action();
     EXPECT_EQ(tree().alert, nullptr);
-    EXPECT_THAT(logAfterwards(), IsEmpty());
+    EXPECT_THAT(logAfterward(), IsEmpty());
 
     click("Uninstall Quoxelin");
     tree().alert->buttons.at(0).action();

@@ -146,7 +146,7 @@ struct AnyCourse : ExtensionUnderTest {
     }
 
     /// Makes the system behave correctly from now on.
-    void mend() {
+    void repair() {
         for (const auto step : {Step::accept, Step::answer, Step::answerProbes, Step::answerSoon,
                                 Step::finish, Step::approve})
             perform(step);
@@ -174,7 +174,7 @@ RC_GTEST_PROP(SystemExtensionServiceProperties, alwaysFreesTheGuardOnceTheSystem
             course.perform(step);
     }
     // Requests without an answer end as superseded, which blocks activations for thirty seconds.
-    course.mend();
+    course.repair();
     course.perform(Step::supersede);
     course.dispatch.advance(seconds(120));
     course.checkAtRest();
@@ -225,7 +225,7 @@ RC_GTEST_PROP(SystemExtensionServiceProperties, reportsNothingAfterDestruction, 
         course.perform(step);
     course.destroy();
     course.trace.take();
-    course.mend();
+    course.repair();
     course.perform(Step::becomeActive);
     course.dispatch.advance(seconds(120));
     RC_ASSERT(course.trace.take().empty());

@@ -25,7 +25,7 @@ enum class Step {
     failSave,
     failRemove,
     failStarts,
-    mend,
+    repair,
     answerBeforeReturning,
     answerOnMainThread,
     answerOnAnotherThread,
@@ -158,7 +158,7 @@ void AnyCourse::performOnTunnel(Step step) {
         network.tunnels.comeUp = false;
     } else if (step == Step::takeConnectionsAway) {
         network.hasConnections = false;
-    } else if (step == Step::mend) {
+    } else if (step == Step::repair) {
         network.errors.clear();
         network.tunnels.startError.reset();
         network.tunnels.comeUp = true;
@@ -231,7 +231,7 @@ RC_GTEST_PROP(VPNTunnelServiceProperties, losesNoStartThatHasNotSucceeded, ()) {
     }
     // Let everything settle with the last start refused ...
     auto& network = course.network;
-    course.perform(Step::mend);
+    course.perform(Step::repair);
     course.dispatch.advance(seconds(60));
     if (auto* const tunnel = course.someTunnel())
         tunnel->drop();
@@ -241,7 +241,7 @@ RC_GTEST_PROP(VPNTunnelServiceProperties, losesNoStartThatHasNotSucceeded, ()) {
     course.dispatch.advance(seconds(60));
     RC_ASSERT(course.service->connectionStatus.get() == VPNConnectionStatus::error);
     // ... until the user allows it. Then the tunnel starts without another request.
-    course.perform(Step::mend);
+    course.perform(Step::repair);
     network.allow();
     course.dispatch.advance(seconds(60));
     network.allow(); // a configuration saved only now has to be allowed again
