@@ -1,8 +1,8 @@
 # Warnings and sanitizers for our own code.
 set(QUOXELIN_SANITIZERS "" CACHE STRING "Sanitizers for the whole build: address,undefined or thread")
-option(QUOXELIN_SHELL "Build this operating system's adapter and with it the program" ON)
+option(QUOXELIN_SHELL "Build this operating system's shell, and with it the program" ON)
 set(QUOXELIN_STAGE "" CACHE PATH
-    "Away from a Mac: where GNUstep is installed, on which the macOS adapter is built and tested")
+    "Without a Mac: the folder of GNUstep, on which the macOS shell is built and tested")
 option(QUOXELIN_BENCHMARKS "Build Benchmarks/" OFF)
 option(QUOXELIN_FUZZERS "Build Fuzz/ (clang only)" OFF)
 
