@@ -1,6 +1,7 @@
 #include "Platform/Linux/ClickWatch.h"
 
 #include "Platform/Linux/FloatingWindow.h"
+#include "Platform/Linux/ScreenGeometry.h"
 #include "Platform/Linux/X11Desktop.h"
 #include "Platform/NSPanel.h"
 
@@ -18,6 +19,10 @@ constexpr std::chrono::seconds longestClick{1};
 
 /// How far the pointer may move during a click.
 constexpr int longestSlip = 24;
+
+bool isNear(const QPoint& a, const QPoint& b) {
+    return (a - b).manhattanLength() <= longestSlip;
+}
 
 bool holds(const QWidget& window, const QPoint& point) {
     if (const auto* floating = dynamic_cast<const FloatingWindow*>(&window))
@@ -62,11 +67,18 @@ Subscription ClickWatch::add(unsigned long long mask, std::function<void()> hand
     });
 }
 
+std::optional<QPoint> ClickWatch::placeOfClick(const QPoint& reported) const {
+    if (lastPress && std::chrono::steady_clock::now() - lastPress->at < longestClick)
+        return lastPress->place;
+    if (isNear(QCursor::pos(), reported) || isOnBar(reported))
+        return reported;
+    return std::nullopt;
+}
+
 bool ClickWatch::takeClickOnStatusItem() {
     const auto now = std::chrono::steady_clock::now();
     const auto press = std::exchange(lastPress, std::nullopt);
-    if (press && now - press->at < longestClick &&
-        (QCursor::pos() - press->place).manhattanLength() <= longestSlip)
+    if (press && now - press->at < longestClick && isNear(QCursor::pos(), press->place))
         return press->hidWindow;
     clickBeforePress = now;
     return false;

@@ -24,6 +24,10 @@ class ClickWatch final : public QObject {
     /// Where the status item is; empty if unknown.
     void setStatusItemArea(std::function<QRect()> area) { statusItemArea = std::move(area); }
 
+    /// Where the user has clicked the status item, given what the tray reports, which may be
+    /// useless. Empty if it is unknown, for example because it was not a mouse's click.
+    std::optional<QPoint> placeOfClick(const QPoint& reported) const;
+
     /// For a status item at an unknown place. The tray usually reports the click after the X server
     /// reports the press, which we first mistake for a press elsewhere. Returns true if that press
     /// has just hidden our window: the click has then had its effect. A press that is reported

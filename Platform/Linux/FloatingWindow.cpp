@@ -20,11 +20,21 @@ constexpr int inset = 6;
 
 constexpr int shadowReach = 18;
 constexpr int shadowDrop = 6;
-constexpr int distanceToScreenEdge = 4;
 
 bool desktopBlendsWindows() {
     const auto* x11 = X11Desktop::instance();
     return x11 == nullptr || x11->hasCompositor();
+}
+
+/// A hidden widget does not notice that what it contains has changed.
+void updateLayouts(QWidget& widget) {
+    for (auto* child : widget.findChildren<QWidget*>(QString(), Qt::FindDirectChildrenOnly))
+        if (!child->isWindow())
+            updateLayouts(*child);
+    if (auto* layout = widget.layout()) {
+        layout->invalidate();
+        layout->activate();
+    }
 }
 
 } // namespace
@@ -88,13 +98,22 @@ QSize FloatingWindow::wantedCardSize() const {
         std::clamp(content->sizeHint().width(), content->minimumWidth(), content->maximumWidth());
     const int height = content->hasHeightForWidth() ? content->heightForWidth(width)
                                                     : content->sizeHint().height();
-    const int room = usableScreenAt(pos()).height() - 2 * (inset + distanceToScreenEdge);
+    // A window manager moves a window that does not fit, its shadow included.
+    const auto margins = shadowMargins();
+    const int around = std::max(2 * distanceToScreenEdge, margins.top() + margins.bottom());
+    const int room = usableScreenAt(screenPoint).height() - 2 * inset - around;
     if (height > room)
         width += scrollArea->verticalScrollBar()->sizeHint().width();
     return QSize(width, std::min(height, room)) + QSize(2 * inset, 2 * inset);
 }
 
 void FloatingWindow::fitContent() {
+    if (!isVisible()) {
+        isBlended = desktopBlendsWindows();
+        updateShape();
+        if (auto* content = scrollArea->widget())
+            updateLayouts(*content);
+    }
     const auto size = wantedCardSize().grownBy(shadowMargins());
     if (size == this->size())
         return;
@@ -134,8 +153,6 @@ void FloatingWindow::keyPressEvent(QKeyEvent* event) {
 }
 
 void FloatingWindow::showEvent(QShowEvent* event) {
-    isBlended = desktopBlendsWindows();
-    updateShape();
     setFocus();
     QWidget::showEvent(event);
 }

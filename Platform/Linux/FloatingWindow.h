@@ -22,7 +22,10 @@ class FloatingWindow : public QWidget {
     QRect card() const;
     void moveCard(const QPoint& topLeft);
 
-    /// Resizes the window to what the content needs now.
+    /// The card will be on the screen that holds this point, and no higher than that.
+    void setScreenPoint(const QPoint& point) { screenPoint = point; }
+
+    /// Resizes the window to what the content needs now, also while it is hidden.
     void fitContent();
 
     /// The handler is called after the visible card has changed its size.
@@ -48,6 +51,7 @@ class FloatingWindow : public QWidget {
     int cornerRadius = 10;
     bool hasShadow = true;
     bool isBlended = true;
+    QPoint screenPoint;
     std::function<void()> resized, escapePressed;
 };
 

@@ -35,6 +35,7 @@ Popover PopoverWindow::readBack() const {
 void PopoverWindow::present() {
     if (isVisible() || !anchor.isVisible())
         return;
+    setScreenPoint(anchor.mapToGlobal(anchor.rect().center()));
     fitContent();
     moveBesideAnchor();
     show();

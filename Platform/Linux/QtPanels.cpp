@@ -11,6 +11,9 @@ namespace quoxelin {
 
 namespace {
 
+/// What the application leaves between the icon and the panel.
+constexpr int gapBelowIcon = 5;
+
 class PanelWindow final : public FloatingWindow {
   public:
     explicit PanelWindow(Qt::WindowFlags flags) : FloatingWindow(nullptr, flags) {}
@@ -46,7 +49,7 @@ class QtPanel final : public NSPanel {
         window.resize(static_cast<int>(std::lround(bounds.width)),
                       static_cast<int>(std::lround(bounds.height)));
         window.setEscapePressed([this] { orderOut(); });
-        window.setResized([this] { window.moveCard(placeOnScreen(window.card().topLeft())); });
+        window.setResized([this] { moveToPlace(); });
     }
 
     std::optional<NSRect> contentViewBounds() const override { return bounds; }
@@ -64,7 +67,10 @@ class QtPanel final : public NSPanel {
 
     void setFrameOrigin(double x, double y) override {
         window.fitContent();
-        window.moveCard(placeOnScreen(topLeftOnScreen(x, y, window.card().height())));
+        wanted = topLeftOnScreen(x, y, window.card().height());
+        window.setScreenPoint(iconPlace());
+        window.fitContent();
+        moveToPlace();
     }
 
     bool isVisible() const override { return window.isVisible(); }
@@ -82,14 +88,19 @@ class QtPanel final : public NSPanel {
     }
 
   private:
-    /// Uses the screen at the requested upper edge.
-    QPoint placeOnScreen(const QPoint& topLeft) const {
-        const QRect wanted(topLeft, window.card().size());
-        const QPoint edge(wanted.center().x(), wanted.top());
-        return movedOntoScreen(wanted, edge).topLeft();
+    QPoint iconPlace() const {
+        return wanted + QPoint(window.card().width() / 2, -gapBelowIcon - 1);
+    }
+
+    /// Not from the window's present place, which a window manager may be changing.
+    void moveToPlace() {
+        const QRect card(wanted, window.card().size());
+        window.moveCard(movedOntoScreen(card, iconPlace()).topLeft());
     }
 
     NSRect bounds;
+    /// The requested upper left corner.
+    QPoint wanted;
     mutable PanelWindow window;
 };
 

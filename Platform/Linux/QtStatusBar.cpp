@@ -40,10 +40,11 @@ class QtStatusBar::Button final : public QObject, public NSStatusBarButton {
 
     void setAction(std::function<void()> newAction) override { action = std::move(newAction); }
 
-    /// StatusNotifierItem trays do not report where the icon is, but it has just been clicked.
+    /// StatusNotifierItem trays do not report where the icon is, only where it was clicked.
     std::optional<NSRect> frameOnScreen() const override {
         const auto known = area();
-        return fromScreen(known.isEmpty() ? QRect(QCursor::pos(), QSize(0, 0)) : known);
+        return fromScreen(known.isEmpty() ? QRect(lastClick.value_or(trayCorner()), QSize(1, 1))
+                                          : known);
     }
 
     void click() {
@@ -57,7 +58,7 @@ class QtStatusBar::Button final : public QObject, public NSStatusBarButton {
         if (bar.watcher.isPresent()) {
             embedded.reset();
             if (!item)
-                item.emplace(bar.bus, bar.contextMenu, [this] { activate(); });
+                item.emplace(bar.bus, bar.contextMenu, [this](QPoint place) { activate(place); });
         } else {
             item.reset();
             if (!embedded && bar.hasTray())
@@ -85,7 +86,7 @@ class QtStatusBar::Button final : public QObject, public NSStatusBarButton {
                     // Qt reports the second of two quick clicks as a double click.
                     if (reason == QSystemTrayIcon::Trigger ||
                         reason == QSystemTrayIcon::DoubleClick)
-                        activate();
+                        activate(QCursor::pos());
                 });
         refresh();
         embedded->show();
@@ -102,9 +103,13 @@ class QtStatusBar::Button final : public QObject, public NSStatusBarButton {
             embedded->setIcon(icon);
     }
 
-    void activate() {
-        if (area().isEmpty() && bar.clicks.takeClickOnStatusItem())
-            return;
+    void activate(const QPoint& reported) {
+        if (area().isEmpty()) {
+            if (const auto place = bar.clicks.placeOfClick(reported))
+                lastClick = place;
+            if (bar.clicks.takeClickOnStatusItem())
+                return;
+        }
         click();
     }
 
@@ -112,6 +117,7 @@ class QtStatusBar::Button final : public QObject, public NSStatusBarButton {
     std::shared_ptr<TemplateImage> image;
     std::string title;
     std::function<void()> action;
+    std::optional<QPoint> lastClick;
     std::optional<StatusNotifierItem> item;
     std::unique_ptr<QSystemTrayIcon> embedded;
 };

@@ -1,6 +1,9 @@
 #include "Platform/Linux/ScreenGeometry.h"
 
+#include "Platform/Linux/X11Desktop.h"
+
 #include <QGuiApplication>
+#include <QMarginsF>
 #include <QScreen>
 #include <algorithm>
 #include <cmath>
@@ -20,6 +23,27 @@ int distance(const QRect& area, const QPoint& point) {
     return (nearest - point).manhattanLength();
 }
 
+/// Null without a screen.
+const QScreen* screenAt(const QPoint& point) {
+    const auto screens = QGuiApplication::screens();
+    const auto nearest =
+        std::min_element(screens.begin(), screens.end(), [&](const auto* a, const auto* b) {
+            return distance(a->geometry(), point) < distance(b->geometry(), point);
+        });
+    return nearest == screens.end() ? nullptr : *nearest;
+}
+
+QRect usablePart(const QScreen& screen) {
+    const auto* x11 = X11Desktop::instance();
+    // With several screens Qt does not know where the bars are.
+    if (x11 == nullptr || QGuiApplication::screens().size() == 1)
+        return screen.availableGeometry();
+    const auto ratio = screen.devicePixelRatio();
+    const auto whole = screen.geometry();
+    const auto bars = x11->barsOn(QRect(whole.topLeft(), whole.size() * ratio));
+    return whole.marginsRemoved((QMarginsF(bars) / ratio).toMargins());
+}
+
 } // namespace
 
 NSRect fromScreen(const QRect& rectangle) {
@@ -34,21 +58,33 @@ QPoint topLeftOnScreen(double x, double y, int height) {
 }
 
 QRect usableScreenAt(const QPoint& point) {
-    const auto screens = QGuiApplication::screens();
-    const auto nearest =
-        std::min_element(screens.begin(), screens.end(), [&](const auto* a, const auto* b) {
-            return distance(a->geometry(), point) < distance(b->geometry(), point);
-        });
-    return nearest == screens.end() ? QRect() : (*nearest)->availableGeometry();
+    const auto* screen = screenAt(point);
+    return screen == nullptr ? QRect() : usablePart(*screen);
 }
 
 QRect movedOntoScreen(const QRect& rectangle, const QPoint& point) {
-    const auto area = usableScreenAt(point);
+    constexpr int edge = distanceToScreenEdge;
+    const auto area = usableScreenAt(point).adjusted(edge, edge, -edge, -edge);
     QRect moved = rectangle;
-    // If the rectangle is larger than the screen, its upper left corner stays visible.
     moved.moveLeft(std::max(area.left(), std::min(moved.left(), area.right() + 1 - moved.width())));
     moved.moveTop(std::max(area.top(), std::min(moved.top(), area.bottom() + 1 - moved.height())));
     return moved;
+}
+
+bool isOnBar(const QPoint& point) {
+    const auto* screen = screenAt(point);
+    return screen != nullptr && screen->geometry().contains(point) &&
+           !usablePart(*screen).contains(point);
+}
+
+QPoint trayCorner() {
+    const auto* screen = QGuiApplication::primaryScreen();
+    if (screen == nullptr)
+        return {};
+    const auto whole = screen->geometry();
+    const auto usable = usablePart(*screen);
+    const bool isBarBelow = usable.top() == whole.top() && usable.bottom() < whole.bottom();
+    return isBarBelow ? whole.bottomRight() : whole.topRight();
 }
 
 } // namespace quoxelin

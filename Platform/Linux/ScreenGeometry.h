@@ -14,11 +14,21 @@ NSRect fromScreen(const QRect& rectangle);
 /// The upper left corner of a rectangle, given its lower left corner and its height.
 QPoint topLeftOnScreen(double x, double y, int height);
 
-/// Moves the rectangle onto the screen that holds the point, or the nearest one, clear of the
-/// desktop's bars.
+/// Between a card and the desktop's bars, and between a card and the screen's edges.
+inline constexpr int distanceToScreenEdge = 5;
+
+/// The part of the screen that windows may use: without the desktop's bars. Takes the screen that
+/// holds the point, or the nearest one.
+QRect usableScreenAt(const QPoint& point);
+
+/// Moves the rectangle onto the usable part of that screen, not quite to its edges. If it is too
+/// large, its upper left corner stays visible.
 QRect movedOntoScreen(const QRect& rectangle, const QPoint& point);
 
-/// The part of that screen that windows may use.
-QRect usableScreenAt(const QPoint& point);
+/// Whether the point is on a bar at the screen's edge.
+bool isOnBar(const QPoint& point);
+
+/// Where trays usually are: at the right end of the primary screen's bar.
+QPoint trayCorner();
 
 } // namespace quoxelin

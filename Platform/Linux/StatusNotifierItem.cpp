@@ -40,7 +40,9 @@ const sd_bus_vtable StatusNotifierItem::table[] = {
     SD_BUS_METHOD(
         "Activate", "ii", "",
         [](sd_bus_message* message, void* self, sd_bus_error*) {
-            static_cast<StatusNotifierItem*>(self)->activated();
+            QPoint place;
+            sd_bus_message_read(message, "ii", &place.rx(), &place.ry());
+            static_cast<StatusNotifierItem*>(self)->activated(place);
             return sd_bus_reply_method_return(message, nullptr);
         },
         SD_BUS_VTABLE_UNPRIVILEGED),
@@ -94,7 +96,7 @@ int StatusNotifierItem::property(sd_bus*, const char*, const char*, const char* 
     return asked.ends_with("Pixmap") ? sd_bus_message_append(reply, pictures, 0) : text("");
 }
 
-StatusNotifierItem::StatusNotifierItem(Bus& bus, QMenu& menu, std::function<void()> activated)
+StatusNotifierItem::StatusNotifierItem(Bus& bus, QMenu& menu, std::function<void(QPoint)> activated)
     : bus(bus), activated(std::move(activated)), menu(bus, menu) {
     object = bus.serveObject(itemPath, itemInterface, table, this);
     watcherObservation = bus.match("type='signal',sender='org.freedesktop.DBus',"

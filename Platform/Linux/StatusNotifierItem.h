@@ -12,8 +12,9 @@ class StatusNotifierItem {
     static constexpr const char* watcher = "org.kde.StatusNotifierWatcher";
 
     /// Registers with the tray, and with any that replaces it. The tray's other mouse button opens
-    /// the menu. The bus and the menu must outlive this object.
-    StatusNotifierItem(Bus& bus, QMenu& menu, std::function<void()> activated);
+    /// the menu. `activated` gets the place of the click as the tray reports it. The bus and the
+    /// menu must outlive this object.
+    StatusNotifierItem(Bus& bus, QMenu& menu, std::function<void(QPoint)> activated);
 
     void setIcon(const QIcon& newIcon);
 
@@ -24,7 +25,7 @@ class StatusNotifierItem {
     void enroll();
 
     Bus& bus;
-    std::function<void()> activated;
+    std::function<void(QPoint)> activated;
     QIcon icon;
     DBusMenu menu;
     Subscription object;

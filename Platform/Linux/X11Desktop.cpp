@@ -1,6 +1,7 @@
 #include "Platform/Linux/X11Desktop.h"
 
 #include <QGuiApplication>
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <xcb/xcb.h>
@@ -34,6 +35,7 @@ X11Desktop* X11Desktop::instance() {
 
 X11Desktop::X11Desktop(xcb_connection_t* connection)
     : connection(connection), root(xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root),
+      clientList(atom("_NET_CLIENT_LIST")), strut(atom("_NET_WM_STRUT_PARTIAL")),
       manager(atom("MANAGER")), traySelection(atom("_NET_SYSTEM_TRAY_S0")),
       compositorSelection(atom("_NET_WM_CM_S0")) {
     const auto* extension = xcb_get_extension_data(connection, &xcb_input_id);
@@ -63,6 +65,51 @@ bool X11Desktop::isOwned(std::uint32_t selection) const {
 
 bool X11Desktop::hasCompositor() const {
     return isOwned(compositorSelection);
+}
+
+std::vector<std::uint32_t> X11Desktop::numbers(std::uint32_t window, std::uint32_t property) const {
+    constexpr std::uint32_t longest = 4096;
+    const Reply<xcb_get_property_reply_t> reply(xcb_get_property_reply(
+        connection, xcb_get_property(connection, false, window, property, XCB_ATOM_ANY, 0, longest),
+        nullptr));
+    if (!reply || reply->format != 32)
+        return {};
+    const auto* first = static_cast<const std::uint32_t*>(xcb_get_property_value(reply.get()));
+    return {first, first + reply->value_len};
+}
+
+/// Every bar says how far it reaches from each edge of the whole X screen, and between which
+/// coordinates.
+QMargins X11Desktop::barsOn(const QRect& part) const {
+    const Reply<xcb_get_geometry_reply_t> whole(
+        xcb_get_geometry_reply(connection, xcb_get_geometry(connection, root), nullptr));
+    if (!whole)
+        return {};
+    QMargins bars;
+    // A bar that seems to cover most of this part is at an edge of another one.
+    const auto reach = [](int present, int wanted, int length) {
+        return wanted < length / 2 ? std::max(present, wanted) : present;
+    };
+    const auto isBeside = [](std::uint32_t first, std::uint32_t last, int low, int high) {
+        return static_cast<int>(first) <= high && static_cast<int>(last) >= low;
+    };
+    for (const auto window : numbers(root, clientList)) {
+        const auto edges = numbers(window, strut);
+        if (edges.size() != 12)
+            continue;
+        const auto edge = [&](std::size_t place) { return static_cast<int>(edges[place]); };
+        if (edge(0) > 0 && isBeside(edges[4], edges[5], part.top(), part.bottom()))
+            bars.setLeft(reach(bars.left(), edge(0) - part.left(), part.width()));
+        if (edge(1) > 0 && isBeside(edges[6], edges[7], part.top(), part.bottom()))
+            bars.setRight(
+                reach(bars.right(), part.right() + 1 - (whole->width - edge(1)), part.width()));
+        if (edge(2) > 0 && isBeside(edges[8], edges[9], part.left(), part.right()))
+            bars.setTop(reach(bars.top(), edge(2) - part.top(), part.height()));
+        if (edge(3) > 0 && isBeside(edges[10], edges[11], part.left(), part.right()))
+            bars.setBottom(
+                reach(bars.bottom(), part.bottom() + 1 - (whole->height - edge(3)), part.height()));
+    }
+    return bars;
 }
 
 bool X11Desktop::hasTray() const {

@@ -1,9 +1,11 @@
 #pragma once
 
 #include <QAbstractNativeEventFilter>
-#include <QPoint>
+#include <QMargins>
+#include <QRect>
 #include <functional>
 #include <memory>
+#include <vector>
 
 struct xcb_connection_t;
 
@@ -20,6 +22,9 @@ class X11Desktop final : public QAbstractNativeEventFilter {
 
     /// Whether a compositor shows translucent windows and shadows.
     bool hasCompositor() const;
+
+    /// How far the desktop's bars reach into that part of the X screen, in device pixels.
+    QMargins barsOn(const QRect& part) const;
 
     /// Whether there is an XEmbed tray.
     bool hasTray() const;
@@ -38,9 +43,12 @@ class X11Desktop final : public QAbstractNativeEventFilter {
 
     std::uint32_t atom(const char* name) const;
     bool isOwned(std::uint32_t selection) const;
+    std::vector<std::uint32_t> numbers(std::uint32_t window, std::uint32_t property) const;
 
     xcb_connection_t* connection;
     std::uint32_t root;
+    std::uint32_t clientList;
+    std::uint32_t strut;
     std::uint32_t manager;
     std::uint32_t traySelection;
     std::uint32_t compositorSelection;

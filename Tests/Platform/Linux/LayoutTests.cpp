@@ -68,6 +68,31 @@ TEST(Layout, keepsTheTopEdgeInPlaceWhileTheContentGrowsAndShrinks) {
     }
 }
 
+TEST(Layout, knowsTheSizeOfWhatItWillShowWhileItIsHidden) {
+    for (const auto& state : panelStates()) {
+        SCOPED_TRACE(state.name);
+        PanelOnScreen panel(panelStates().front().scene()->tree());
+        panel.nsPanel().orderOut();
+        panel.show(state.scene()->tree());
+        const auto size = panel.nsPanel().frame();
+        panel.nsPanel().makeKeyAndOrderFront();
+        for (int turn = 0; turn < 10; ++turn)
+            runLoopUntilIdle();
+        EXPECT_EQ(panel.nsPanel().frame(), size);
+    }
+}
+
+TEST(Layout, isInPlaceWhereverAWindowManagerHasMovedTheWindowMeanwhile) {
+    PanelOnScreen panel(panelStates().front().scene()->tree());
+    panel.nsPanel().setFrameOrigin(100, 300);
+    const auto place = static_cast<FloatingWindow&>(panel.window()).card().topLeft();
+    panel.window().move(0, 0);
+    panel.show(panelStates().back().scene()->tree());
+    for (int turn = 0; turn < 10; ++turn)
+        runLoopUntilIdle();
+    EXPECT_EQ(static_cast<FloatingWindow&>(panel.window()).card().topLeft(), place);
+}
+
 TEST(Layout, growsAndShrinksWithItsContent) {
     PanelOnScreen panel(panelStates().front().scene()->tree());
     for (const auto& state : panelStates()) {
@@ -103,6 +128,7 @@ TEST(Layout, scrollsContentThatIsTallerThanTheScreen) {
     const auto screen = QGuiApplication::primaryScreen()->availableGeometry();
     auto* card = panel.cards().front();
     EXPECT_TRUE(screen.contains(card->card()));
+    EXPECT_LE(card->height(), screen.height()) << "a window manager would move it";
     // Moving to the last row scrolls it into view.
     auto* last = panel.row("row 199");
     ASSERT_NE(last, nullptr);
