@@ -10,7 +10,7 @@ INSTALLER = "/usr/libexec/quoxelin-desktop/install-extension"
 EXTENSION = ("/usr/lib/quoxelin-desktop/Contents/Library/SystemExtensions/"
              "com.quoxelin.desktop.PacketTunnel.systemextension/Contents")
 INSTALLED = ("/etc/dbus-1/system.d/nm-quoxelin-service.conf",
-             "/etc/NetworkManager/VPN/nm-quoxelin-service.name")
+             "/usr/lib/NetworkManager/VPN/nm-quoxelin-service.name")
 
 
 def pkexec(box, *arguments, user=TESTER):

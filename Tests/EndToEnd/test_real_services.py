@@ -16,7 +16,7 @@ from support.steered import SteeringError
 INSTALL = "com.quoxelin.desktop.install-extension"
 REMOVE = "org.freedesktop.policykit.exec"
 CONTROL = "org.freedesktop.NetworkManager.network-control"
-PLUGIN = "/etc/NetworkManager/VPN/nm-quoxelin-service.name"
+PLUGIN = "/usr/lib/NetworkManager/VPN/nm-quoxelin-service.name"
 POLICY = "/etc/dbus-1/system.d/nm-quoxelin-service.conf"
 LOG = f"/home/{TESTER}/.local/share/Quoxelin/app.log"
 UP = {"quoxelin0": ["100.64.0.1"]}
