@@ -84,7 +84,7 @@ TEST_F(SteeringTest, answersABadLineWithAnErrorAndDoesNothing) {
 }
 
 TEST_F(SteeringTest, reportsWhatIsWrongWithAMember) {
-    EXPECT_EQ(errorOf(R"("color":"red")"), R"("color" is not understood here)");
+    EXPECT_EQ(errorOf(R"("shade":"red")"), R"("shade" is not understood here)");
     EXPECT_EQ(errorOf(R"("color":"green")"), R"("color" must be one of red, blue)");
     EXPECT_EQ(errorOf(R"("color":1)"), R"("color" must be a string)");
     EXPECT_EQ(errorOf(R"("flag":1)"), R"("flag" must be true or false)");
