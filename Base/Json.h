@@ -2,7 +2,6 @@
 
 #include "Base/Result.h"
 
-#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <map>
@@ -10,6 +9,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <utility>
 #include <variant>
 #include <vector>
@@ -50,8 +50,8 @@ class Value {
   public:
     Value(std::nullptr_t = nullptr) {}
     Value(bool value) : data(value) {}
-    template <std::integral T>
-    Value(T value) : data(static_cast<std::int64_t>(value)) {}
+    template <typename T>
+    requires std::is_integral_v<T> Value(T value) : data(static_cast<std::int64_t>(value)) {}
     Value(double value) : data(value) {}
     Value(const char* value) : data(std::string(value)) {}
     Value(std::string_view value) : data(std::string(value)) {}

@@ -86,7 +86,7 @@ class MacPopoverTest : public ::testing::Test {
                                           clickCount:1
                                             pressure:1]
                  atStart:YES];
-        [NSApp sendEvent:[NSApp nextEventMatchingMask:NSAnyEventMask
+        [NSApp sendEvent:[NSApp nextEventMatchingMask:NSEventMaskAny
                                             untilDate:[NSDate date]
                                                inMode:NSDefaultRunLoopMode
                                               dequeue:YES]];

@@ -80,7 +80,8 @@ TEST_F(MacScreenTest, savesAPictureOfThePanel) {
     const TemporaryDirectory directory;
     const auto file = directory.path() / "panel.png";
     ASSERT_EQ(screen.savePicture(file), SteeredScreen::Picture::saved);
-    NSBitmapImageRep* const picture = [NSBitmapImageRep imageRepWithContentsOfFile:@(file.c_str())];
+    NSBitmapImageRep* const picture =
+        [NSBitmapImageRep imageRepWithData:[NSData dataWithContentsOfFile:@(file.c_str())]];
     NSMutableSet<NSColor*>* const colors = [NSMutableSet set];
     for (NSInteger y = 0; y < picture.pixelsHigh; ++y)
         [colors addObject:[picture colorAtX:picture.pixelsWide / 10 y:y]];

@@ -31,6 +31,7 @@ static const NSAlertStyle NSAlertStyleWarning = NSWarningAlertStyle;
 enum : unsigned long long {
     NSEventMaskLeftMouseDown = 1ULL << 1,
     NSEventMaskRightMouseDown = 1ULL << 3,
+    NSEventMaskAny = 0xffffffffULL,
 };
 
 typedef NS_ENUM(NSInteger, NSWindowTitleVisibility) {

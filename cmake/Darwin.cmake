@@ -1,0 +1,26 @@
+# Builds for macOS on another system, with clang, lld and LLVM's tools. scripts/check-macos uses it.
+#   MACOS_SDK    the SDK's folder
+#   MACOS_ARCH   arm64 or x86_64
+set(CMAKE_SYSTEM_NAME Darwin)
+set(CMAKE_SYSTEM_PROCESSOR ${MACOS_ARCH})
+set(CMAKE_TRY_COMPILE_PLATFORM_VARIABLES MACOS_SDK MACOS_ARCH)
+set(CMAKE_OSX_SYSROOT ${MACOS_SDK})
+set(CMAKE_OSX_ARCHITECTURES ${MACOS_ARCH})
+set(CMAKE_FIND_ROOT_PATH ${MACOS_SDK})
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
+
+find_program(CMAKE_CXX_COMPILER NAMES clang++-14 clang++ REQUIRED)
+find_program(CMAKE_C_COMPILER NAMES clang-14 clang REQUIRED)
+foreach(tool AR RANLIB NM INSTALL_NAME_TOOL)
+    string(TOLOWER ${tool} name)
+    string(REPLACE _ - name llvm-${name})
+    find_program(CMAKE_${tool} NAMES ${name}-14 ${name} REQUIRED)
+endforeach()
+set(CMAKE_C_COMPILER_TARGET ${MACOS_ARCH}-apple-macos${CMAKE_OSX_DEPLOYMENT_TARGET})
+set(CMAKE_CXX_COMPILER_TARGET ${CMAKE_C_COMPILER_TARGET})
+set(CMAKE_OBJCXX_COMPILER_TARGET ${CMAKE_C_COMPILER_TARGET})
+set(CMAKE_EXE_LINKER_FLAGS_INIT -fuse-ld=lld)
+set(CMAKE_CXX_FLAGS_INIT -stdlib=libc++)
+set(CMAKE_OBJCXX_FLAGS_INIT -stdlib=libc++)
