@@ -1,8 +1,9 @@
 #include "Platform/macOS/MacXPC.h"
 
+#include "Helper/macOS/CodeSigning.h"
+#include "Helper/macOS/QXHelperToolProtocol.h"
 #include "Platform/ServiceManagement.h"
 #include "Platform/macOS/ObjC.h"
-#include "Platform/macOS/QXHelperToolProtocol.h"
 #include "Platform/macOS/SMAppServiceDeclaration.h"
 
 namespace quoxelin {
@@ -146,6 +147,10 @@ std::shared_ptr<NSXPCConnection> MacXPC::privilegedConnection(const std::string&
                                                    options:NSXPCConnectionPrivileged];
     connection.remoteObjectInterface =
         [NSXPCInterface interfaceWithProtocol:@protocol(HelperToolProtocol)];
+    // A build that is signed by no team has nothing that the helper's signature could be held to.
+    if (const auto team = helper::teamOfThisProgram())
+        [connection
+            setCodeSigningRequirement:toNSString(helper::requirementFor(machServiceName, *team))];
     return std::make_shared<Connection>(connection);
 }
 

@@ -2,7 +2,7 @@
 #include "Platform/macOS/MacXPC.h"
 #include "Tests/Platform/macOS/Services/ServiceFixture.h"
 
-#import "Platform/macOS/QXHelperToolProtocol.h"
+#import "Helper/macOS/QXHelperToolProtocol.h"
 
 /// A helper that replies with the command line, unless it is silent.
 @interface QXTestHelper : NSObject <HelperToolProtocol>

@@ -1,23 +1,30 @@
 #import <Foundation/Foundation.h>
 #import <objc/runtime.h>
+#include <unistd.h>
 
-#import "Platform/macOS/QXHelperToolProtocol.h"
+#import "Helper/macOS/QXHelperToolProtocol.h"
 #import "Tests/Platform/macOS/Stage/Stage.h"
 #import "Tests/Platform/macOS/Stage/StageServices.h"
 
 using quoxelin::stage::machServices;
 
-enum { connectionInterrupted = 4097, connectionInvalid = 4099 };
+enum { connectionInterrupted = 4097, connectionInvalid = 4099, requirementFailed = 4102 };
 
 static NSError* connectionError(NSInteger code) {
     return [NSError errorWithDomain:NSCocoaErrorDomain code:code userInfo:nil];
 }
 
-static const char stateKey = 0;
+static const char stateKey = 0, delegateKey = 0;
 
-/// The connection's state. Messages in flight retain it.
+/// The connection's state. Messages in flight retain it. The two ends of a connection to a listener
+/// know each other.
 @interface StageConnection : NSObject
 @property(copy) NSString* service;
+@property(strong) NSXPCConnection* serverEnd;
+@property(weak) StageConnection* clientEnd;
+@property(strong) id exportedObject;
+@property(strong) NSXPCInterface* exportedInterface;
+@property(copy) NSString* requirement;
 @property(strong) Protocol* protocol;
 @property(copy) void (^interruptionHandler)(void);
 @property(copy) void (^invalidationHandler)(void);
@@ -35,7 +42,48 @@ static NSHashTable<StageConnection*>* connections() {
     return all;
 }
 
+static StageConnection* stageOf(NSXPCConnection* connection);
+
+/// A listener while it is resumed.
+@interface StageListener : NSObject
+@property(weak) NSXPCListener* listener;
+@end
+
+@implementation StageListener
+@end
+
 @implementation StageConnection
+
+/// The object behind the service, or why there is none.
+- (id)receiver:(NSInteger*)code {
+    id const service = machServices()[self.service];
+    *code = service == nil ? connectionInvalid : 0;
+    const auto& signatures = quoxelin::stage::signatures();
+    if (self.requirement != nil &&
+        !quoxelin::stage::satisfies(signatures.byService[self.service], self.requirement))
+        *code = requirementFailed;
+    if (*code != 0 || ![service isKindOfClass:[StageListener class]])
+        return service;
+    if (self.serverEnd == nil) {
+        NSXPCListener* const listener = static_cast<StageListener*>(service).listener;
+        NSXPCConnection* const end = [[NSXPCConnection alloc] initWithMachServiceName:@""
+                                                                              options:0];
+        stageOf(end).clientEnd = self;
+        if (![listener.delegate listener:listener shouldAcceptNewConnection:end]) {
+            *code = connectionInvalid;
+            return nil;
+        }
+        self.serverEnd = end;
+    }
+    StageConnection* const far = stageOf(self.serverEnd);
+    if (!far.isResumed)
+        [NSException raise:NSInternalInconsistencyException format:@"it was not resumed"];
+    if (far.requirement != nil && !quoxelin::stage::satisfies(signatures.own, far.requirement)) {
+        [self.serverEnd invalidate];
+        *code = connectionInterrupted;
+    }
+    return far.exportedObject;
+}
 
 - (instancetype)init {
     if ((self = [super init])) {
@@ -56,10 +104,12 @@ static NSHashTable<StageConnection*>* connections() {
         [NSException raise:NSInternalInconsistencyException format:@"it was not resumed"];
     void (^const failed)(NSError*) = [errorHandler copy];
     dispatch_async(self.queue, ^{
-        id const receiver = machServices()[self.service];
-        if (self.isInvalid || receiver == nil) {
-            failed(connectionError(connectionInvalid));
-            [self becomeInvalid];
+        NSInteger code = connectionInvalid;
+        id const receiver = self.isInvalid ? nil : [self receiver:&code];
+        if (code != 0) {
+            failed(connectionError(code));
+            if (code != connectionInterrupted)
+                [self becomeInvalid];
             return;
         }
         NSUUID* const message = [NSUUID UUID];
@@ -90,6 +140,15 @@ static NSHashTable<StageConnection*>* connections() {
     if (handler != nil)
         handler();
     self.isClosed = YES;
+    [self.serverEnd invalidate];
+    self.serverEnd = nil;
+    StageConnection* const client = self.clientEnd;
+    if (client != nil)
+        dispatch_async(client.queue, ^{
+            client.serverEnd = nil;
+            if (!client.isInvalid)
+                [client serviceDidEnd];
+        });
 }
 
 - (void)serviceDidEnd {
@@ -151,6 +210,13 @@ static NSHashTable<StageConnection*>* connections() {
 
 @implementation NSXPCInterface (Stage)
 
+- (void)setClasses:(NSSet*)classes
+       forSelector:(SEL)selector
+     argumentIndex:(NSUInteger)argument
+           ofReply:(BOOL)isOfReply {
+    // What a client sends reaches its receiver unchecked, which has to bear it.
+}
+
 + (NSXPCInterface*)interfaceWithProtocol:(Protocol*)protocol {
     NSXPCInterface* const made = [[self alloc] init];
     objc_setAssociatedObject(made, &stateKey, protocol, OBJC_ASSOCIATION_RETAIN);
@@ -196,6 +262,32 @@ static StageConnection* stageOf(NSXPCConnection* connection) {
     stageOf(self).protocol = objc_getAssociatedObject(interface, &stateKey);
 }
 
+- (void)setExportedInterface:(NSXPCInterface*)interface {
+    stageOf(self).exportedInterface = interface;
+}
+
+- (NSXPCInterface*)exportedInterface {
+    return stageOf(self).exportedInterface;
+}
+
+- (void)setExportedObject:(id)object {
+    stageOf(self).exportedObject = object;
+}
+
+- (id)exportedObject {
+    return stageOf(self).exportedObject;
+}
+
+- (void)setCodeSigningRequirement:(NSString*)requirement {
+    if (stageOf(self).isResumed)
+        [NSException raise:NSInternalInconsistencyException format:@"it was resumed before"];
+    stageOf(self).requirement = requirement;
+}
+
+- (uid_t)effectiveUserIdentifier {
+    return geteuid();
+}
+
 - (void (^)(void))interruptionHandler {
     return stageOf(self).interruptionHandler;
 }
@@ -230,6 +322,36 @@ static StageConnection* stageOf(NSXPCConnection* connection) {
     dispatch_async(connection.queue, ^{
         [connection becomeInvalid];
     });
+}
+
+@end
+
+@implementation NSXPCListener (Stage)
+
+- (instancetype)initWithMachServiceName:(NSString*)name {
+    if ((self = [super init]))
+        objc_setAssociatedObject(self, &stateKey, name, OBJC_ASSOCIATION_COPY);
+    return self;
+}
+
+- (void)setDelegate:(id<NSXPCListenerDelegate>)delegate {
+    NSHashTable* const held = [NSHashTable weakObjectsHashTable];
+    [held addObject:delegate];
+    objc_setAssociatedObject(self, &delegateKey, held, OBJC_ASSOCIATION_RETAIN);
+}
+
+- (id<NSXPCListenerDelegate>)delegate {
+    return static_cast<NSHashTable*>(objc_getAssociatedObject(self, &delegateKey)).anyObject;
+}
+
+- (void)resume {
+    StageListener* const entry = [[StageListener alloc] init];
+    entry.listener = self;
+    machServices()[objc_getAssociatedObject(self, &stateKey)] = entry;
+}
+
+- (void)invalidate {
+    quoxelin::stage::endMachService(objc_getAssociatedObject(self, &stateKey));
 }
 
 @end

@@ -2,7 +2,7 @@
 
 #include "Platform/macOS/ObjC.h"
 
-#import "Platform/macOS/QXHelperToolProtocol.h"
+#import "Helper/macOS/QXHelperToolProtocol.h"
 #import "Tests/Platform/macOS/Stage/StageAppKit.h"
 #import "Tests/Platform/macOS/Stage/StageServices.h"
 #include <cstdio>

@@ -56,6 +56,11 @@ typedef struct {
 @property(readonly, copy) NSURL* temporaryDirectory;
 @end
 
+@interface NSXPCConnection (Stage)
+@property(strong) NSXPCInterface* exportedInterface;
+@property(strong) id exportedObject;
+@end
+
 typedef uint32_t AEEventClass, AEEventID, AEKeyword;
 enum : uint32_t {
     kInternetEventClass = 'GURL',

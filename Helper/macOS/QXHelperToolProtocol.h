@@ -2,7 +2,7 @@
 
 #import <Foundation/Foundation.h>
 
-/// The NSXPCConnection interface of the privileged helper, which declares the same protocol.
+/// What the privileged helper answers to, over NSXPCConnection. The application compiles it, too.
 @protocol HelperToolProtocol
 
 - (void)runGoToolWithPath:(NSString*)path
