@@ -14,6 +14,9 @@ endif()
 add_library(quoxelin_warnings INTERFACE)
 target_compile_options(quoxelin_warnings INTERFACE -Wall -Wextra -Wpedantic -Werror)
 
+# The same sources give the same bytes in every folder.
+add_compile_options($<$<CONFIG:Release>:-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.>)
+
 if(QUOXELIN_SANITIZERS)
     add_compile_options(-fsanitize=${QUOXELIN_SANITIZERS} -fno-sanitize-recover=all
         -fno-omit-frame-pointer)

@@ -1,4 +1,5 @@
 """The checks in scripts/ find the errors that they look for. Each runs on a small tree."""
+import hashlib
 import pathlib
 import subprocess
 import sys
@@ -103,7 +104,7 @@ def test_a_heading_that_a_link_names_must_exist(tmp_path):
         tmp_path,
         {
             "README.md": "# A title\n[this](#a-title), [that](docs/guide.md#two-words), [no](#two-words)",
-            "docs/guide.md": "## Two words!\n\n    # no title\n\n[no](../README.md#no-title)",
+            "docs/guide.md": "    # no title\n\n## Two words!\n\n[no](../README.md#no-title)",
         },
     )
     code, errors = check("check-docs", tmp_path)
@@ -149,6 +150,17 @@ def test_every_state_of_the_panel_has_a_picture(tmp_path):
                      "docs/pictures/states/more.png": ""})
     assert check("check-docs", tmp_path) == (
         1, "Tests/Golden/error.txt: error: no picture: docs/pictures/states/error.png\n")
+
+
+def test_a_diagram_has_a_current_picture_and_names_folders_that_exist(tmp_path):
+    text = 'runner [label="Runner\\nrules"] gone [label="Runner/Gone"] other [label="quoxelind"]\n'
+    write(tmp_path, {"docs/boxes.dot": text.rstrip()})
+    assert check("check-docs", tmp_path) == (
+        1, "docs/boxes.dot: error: its picture is not current; run scripts/draw\n"
+        "docs/boxes.dot: error: no such folder: Runner/Gone\n")
+    sum_ = hashlib.sha256(text.encode()).hexdigest()
+    write(tmp_path, {"docs/boxes.svg": f"<!-- boxes.dot {sum_} -->", "Runner/Gone/a": ""})
+    assert check("check-docs", tmp_path) == (0, "")
 
 
 SOURCES = {
