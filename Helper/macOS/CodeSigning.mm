@@ -17,7 +17,7 @@ NSString* toText(const std::string& text) {
     return converted != nil ? converted : @"";
 }
 
-/// Owned by the caller; nil with `status` set if the text is not valid.
+/// The caller owns the result. Nil, with `status` set, if the text is invalid.
 id requirementOf(const std::string& text, OSStatus& status) {
     SecRequirementRef requirement = nullptr;
     status = SecRequirementCreateWithString((__bridge CFStringRef)toText(text), kSecCSDefaultFlags,
@@ -84,7 +84,7 @@ tl::expected<std::string, std::string> signedPropertyList(const std::string& bun
     SecStaticCodeRef found = nullptr;
     status = SecStaticCodeCreateWithPath((__bridge CFURLRef)place, kSecCSDefaultFlags, &found);
     const id code = (__bridge_transfer id)found;
-    // What the bundle contains besides is verified when it runs.
+    // The bundle's programs are verified when they run.
     if (status == errSecSuccess)
         status = SecStaticCodeCheckValidity((__bridge SecStaticCodeRef)code,
                                             kSecCSDoNotValidateResources,

@@ -12,12 +12,12 @@ struct ListenerState;
 inline constexpr const char* machServiceName = "com.quoxelin.desktop.Helper";
 inline constexpr const char* applicationIdentifier = "com.quoxelin.desktop";
 
-/// The helper on XPC. It listens from construction to destruction; programs that run go on without
-/// it. On the main thread; `write` is called there, too, and gets the lines for the system's log.
+/// The helper on XPC. Listens until destroyed; running programs continue without it. Main thread
+/// only; `write` is called there with the lines for the system's log.
 ///
-/// Only programs of the application's identifier that `team` signed are let in, and only the two
-/// programs of the bundle are run, once their processes prove to be signed by `team` as well. A
-/// refused request ends its connection: the protocol has no reply for it.
+/// Accepts only clients with the application's identifier that `team` signed, and runs only the two
+/// programs of the bundle, after verifying that `team` signed their processes too. A refused
+/// request ends its connection, because the protocol has no reply for it.
 class Listener {
   public:
     Listener(std::string bundleRoot, std::string team,

@@ -31,7 +31,7 @@ struct Call {
     Arguments arguments;
 };
 
-/// None when it is no such call or larger than anything that could be allowed.
+/// Empty if it is another call or exceeds the limits.
 std::optional<Call> unpack(NSString* path, NSArray* arguments) {
     const auto isText = [](id value, std::size_t longest) {
         return [value isKindOfClass:[NSString class]] &&
@@ -55,10 +55,10 @@ struct ListenerState {
     ListenerState(std::string bundleRoot, std::string team,
                   std::function<void(const std::string&)> write);
 
-    /// Lets a connection in and names it.
+    /// Accepts a connection and gives it a name.
     std::string admit(uid_t user);
     void end(const std::string& caller);
-    /// Tells how many refusals the log left out, a minute after one may have been.
+    /// Logs a minute later how many refusals the log left out.
     void countLater();
     tl::expected<pid_t, std::string> start(const Arguments& words, Requests::Finished finished);
 
@@ -149,8 +149,8 @@ tl::expected<pid_t, std::string> ListenerState::start(const Arguments& words,
 
 using quoxelin::helper::ListenerState;
 
-/// What one connection talks to. Messages come on a queue of the connection's and are answered on
-/// the main thread.
+/// The exported object of one connection. Messages arrive on the connection's queue and are
+/// answered on the main thread.
 @interface QXHelperClient : NSObject <HelperToolProtocol> {
   @public
     std::weak_ptr<ListenerState> state;

@@ -2,7 +2,7 @@
 
 #import <Foundation/Foundation.h>
 
-/// What the privileged helper answers to, over NSXPCConnection. The application compiles it, too.
+/// The NSXPCConnection interface of the privileged helper, also compiled into the application.
 @protocol HelperToolProtocol
 
 - (void)runGoToolWithPath:(NSString*)path

@@ -59,7 +59,7 @@ spawnVerified(const std::vector<std::string>& words,
     ::posix_spawn_file_actions_addchdir_np(&actions.value, "/");
 
     Attributes attributes;
-    // Macros on a Mac.
+    // These are macros on a Mac.
     sigset_t all;
     sigset_t none;
     sigfillset(&all);

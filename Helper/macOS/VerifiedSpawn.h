@@ -6,14 +6,13 @@
 
 namespace quoxelin::helper {
 
-/// Starts the program that the first of `words` names, and lets it run once `verify` has no
-/// objection to its process: until then it is suspended, before its first instruction. Otherwise it
-/// is killed.
+/// Starts the program named by the first of `words`, suspended before its first instruction. Lets
+/// it run if `verify` accepts the process, and kills it otherwise.
 ///
-/// The process gets nothing of ours: its environment is PATH and LANG, its directory "/", its
-/// standard input empty; every other descriptor is closed, signals do what they do by default, and
-/// it leads a new session. It writes to a file of its own that has no name, which needs no reader:
-/// neither it nor what it leaves behind needs this process to go on.
+/// The process inherits nothing: its environment is PATH and LANG, its directory "/", its standard
+/// input empty. All other descriptors are closed, signals have their default actions, and it leads
+/// a new session. The output goes to an unnamed file, which needs no reader, so the program and its
+/// children can outlive this process.
 tl::expected<Spawned, std::string>
 spawnVerified(const std::vector<std::string>& words,
               const std::function<tl::expected<void, std::string>(pid_t)>& verify);

@@ -147,7 +147,7 @@ std::shared_ptr<NSXPCConnection> MacXPC::privilegedConnection(const std::string&
                                                    options:NSXPCConnectionPrivileged];
     connection.remoteObjectInterface =
         [NSXPCInterface interfaceWithProtocol:@protocol(HelperToolProtocol)];
-    // A build that is signed by no team has nothing that the helper's signature could be held to.
+    // A build without a team has no signature to compare the helper's with.
     if (const auto team = helper::teamOfThisProgram())
         [connection
             setCodeSigningRequirement:toNSString(helper::requirementFor(machServiceName, *team))];

@@ -81,7 +81,7 @@ class MacHelperTest : public ServiceTest {
         return farEnd;
     }
 
-    /// What comes of running it.
+    /// Runs the program and returns the outcome.
     std::string run(const std::string& path, const std::vector<std::string>& arguments) {
         const auto before = events.get().size();
         helper()->runGoToolWithPath(path, arguments,

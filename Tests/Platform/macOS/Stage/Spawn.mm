@@ -28,14 +28,14 @@ std::string programOf(pid_t process) {
 
 } // namespace quoxelin::stage
 
-/// The callers here ask for all of them.
+/// Assumes that callers set all flags.
 int stage_posix_spawnattr_setflags(posix_spawnattr_t* attributes, short flags) {
     if ((flags & foreignFlags) != foreignFlags)
         return EINVAL;
     return ::posix_spawnattr_setflags(attributes, static_cast<short>(flags & ~foreignFlags));
 }
 
-/// A shell that stops and becomes the program when it goes on.
+/// A shell that stops itself and, when continued, executes the program.
 int stage_posix_spawn(pid_t* process, const char* path, const posix_spawn_file_actions_t* actions,
                       const posix_spawnattr_t* attributes, char* const arguments[],
                       char* const environment[]) {

@@ -35,20 +35,20 @@ void endMachService(NSString* name);
 /// The number of live connections.
 NSUInteger countOfConnections();
 
-/// Who signed a program: its identifier and its team; nil stands for an unsigned program.
+/// A signature: the program's identifier and its team. Nil for an unsigned program.
 using Signature = NSArray<NSString*>*;
 struct SignatureState {
-    /// Of this process.
+    /// This process's signature.
     Signature own = nil;
-    /// Of other programs and of bundles, by path.
+    /// The signatures of other programs and of bundles, by path.
     NSMutableDictionary<NSString*, Signature>* byPath = [NSMutableDictionary dictionary];
-    /// Of the process behind a Mach service, when it is not this one.
+    /// The signature of the process behind a Mach service, if it is not this one.
     NSMutableDictionary<NSString*, Signature>* byService = [NSMutableDictionary dictionary];
-    /// The Info.plist that bundles were signed with, by path.
+    /// The signed Info.plist of bundles, by path.
     NSMutableDictionary<NSString*, NSDictionary*>* propertyLists = [NSMutableDictionary dictionary];
 };
 SignatureState& signatures();
-/// Whether a signature satisfies a requirement of an identifier and a team.
+/// Whether a signature satisfies a requirement for an identifier and a team.
 bool satisfies(Signature signature, NSString* requirement);
 
 struct UpdaterState {

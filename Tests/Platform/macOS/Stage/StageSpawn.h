@@ -5,7 +5,7 @@
 
 namespace quoxelin::stage {
 
-/// The path of the program that was started as that process; empty if none was.
+/// The path of the program started as that process; empty if there is none.
 std::string programOf(pid_t process);
 
 } // namespace quoxelin::stage

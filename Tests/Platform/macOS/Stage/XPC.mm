@@ -44,7 +44,7 @@ static NSHashTable<StageConnection*>* connections() {
 
 static StageConnection* stageOf(NSXPCConnection* connection);
 
-/// A listener while it is resumed.
+/// A resumed listener.
 @interface StageListener : NSObject
 @property(weak) NSXPCListener* listener;
 @end
@@ -54,7 +54,7 @@ static StageConnection* stageOf(NSXPCConnection* connection);
 
 @implementation StageConnection
 
-/// The object behind the service, or why there is none.
+/// The service's object, or the reason why there is none.
 - (id)receiver:(NSInteger*)code {
     id const service = machServices()[self.service];
     *code = service == nil ? connectionInvalid : 0;
@@ -214,7 +214,7 @@ static StageConnection* stageOf(NSXPCConnection* connection);
        forSelector:(SEL)selector
      argumentIndex:(NSUInteger)argument
            ofReply:(BOOL)isOfReply {
-    // What a client sends reaches its receiver unchecked, which has to bear it.
+    // Messages reach the receiver unchecked, so it must tolerate anything.
 }
 
 + (NSXPCInterface*)interfaceWithProtocol:(Protocol*)protocol {

@@ -2,7 +2,7 @@
 
 #include_next <spawn.h>
 
-// The flags that macOS has besides.
+// macOS's additional flags.
 #define POSIX_SPAWN_START_SUSPENDED 0x0080
 #define POSIX_SPAWN_CLOEXEC_DEFAULT 0x4000
 
@@ -13,7 +13,7 @@ extern "C"
     stage_posix_spawn(pid_t* process, const char* path, const posix_spawn_file_actions_t* actions,
                       const posix_spawnattr_t* attributes, char* const arguments[],
                       char* const environment[]);
-/// Where the flags are kept: the library refuses what it does not know.
+/// Keeps the flags separately, because the library refuses unknown ones.
 #ifdef __cplusplus
 extern "C"
 #endif

@@ -2,7 +2,7 @@
 
 #import <Foundation/Foundation.h>
 
-// Code signatures. On the stage they are what a test says that they are (StageServices.h).
+// Code signatures. On the stage, tests set them (StageServices.h).
 
 typedef const struct StageString* CFStringRef;
 typedef const struct StageDictionary* CFDictionaryRef;
