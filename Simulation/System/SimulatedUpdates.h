@@ -2,8 +2,7 @@
 
 #include "Base/Dispatch.h"
 #include "Base/Lifetime.h"
-#include "Base/ObserverList.h"
-#include "Platform/Updater.h"
+#include "Platform/CheckingUpdates.h"
 
 #include <optional>
 #include <string>
@@ -11,19 +10,13 @@
 
 namespace quoxelin {
 
-/// A software-update framework whose feed has at most one newer version. Main thread only.
-///
-/// Checks are possible once an updater was started, one at a time.
-class SimulatedUpdates final : public Updates {
+/// A software-update framework whose feed has at most one newer version. It checks one at a time.
+/// Main thread only.
+class SimulatedUpdates final : public CheckingUpdates {
   public:
-    explicit SimulatedUpdates(Dispatch& dispatch) : dispatch(dispatch) {}
-
-    std::unique_ptr<SPUStandardUpdaterController>
-    makeStandardUpdaterController(bool startingUpdater) override {
-        started = started || startingUpdater;
-        changed();
-        return std::make_unique<Controller>(*this);
-    }
+    explicit SimulatedUpdates(Dispatch& dispatch)
+        : CheckingUpdates([this] { return allowed && !checking; }, [this] { check(); }),
+          dispatch(dispatch) {}
 
     /// Allows or forbids checks.
     void setCanCheckForUpdates(bool value) {
@@ -44,26 +37,6 @@ class SimulatedUpdates final : public Updates {
     int requests() const { return asked; }
 
   private:
-    class Controller final : public SPUStandardUpdaterController, public SPUUpdater {
-      public:
-        explicit Controller(SimulatedUpdates& updates) : updates(updates) {}
-
-        SPUUpdater& updater() override { return *this; }
-        void checkForUpdates() override { updates.check(); }
-        bool canCheckForUpdates() const override { return updates.canCheck(); }
-
-        Subscription observeCanCheckForUpdates(std::function<void(bool)> observer) override {
-            auto subscription = updates.observers.add(observer);
-            observer(updates.canCheck());
-            return subscription;
-        }
-
-      private:
-        SimulatedUpdates& updates;
-    };
-
-    bool canCheck() const { return started && allowed && !checking; }
-
     void check() {
         ++asked;
         if (!canCheck())
@@ -77,23 +50,13 @@ class SimulatedUpdates final : public Updates {
         }));
     }
 
-    void changed() {
-        if (const bool now = canCheck(); now != lastTold) {
-            lastTold = now;
-            observers.notify(now);
-        }
-    }
-
     Dispatch& dispatch;
-    bool started = false;
     bool allowed = true;
     bool checking = false;
     int asked = 0;
     Duration checkDuration = seconds(1);
     std::optional<std::string> available;
     std::vector<std::optional<std::string>> finished;
-    ObserverList<bool> observers;
-    bool lastTold = false;
     Lifetime lifetime;
 };
 

@@ -19,26 +19,10 @@ QString versionOf(const std::string& packageId) {
 
 } // namespace
 
-class PackageKitUpdates::Controller final : public SPUStandardUpdaterController, public SPUUpdater {
-  public:
-    explicit Controller(PackageKitUpdates& updates) : updates(updates) {}
-
-    SPUUpdater& updater() override { return *this; }
-    void checkForUpdates() override { updates.check(); }
-    bool canCheckForUpdates() const override { return updates.canCheck(); }
-
-    Subscription observeCanCheckForUpdates(std::function<void(bool)> observer) override {
-        auto subscription = updates.observers.add(observer);
-        observer(updates.canCheck());
-        return subscription;
-    }
-
-  private:
-    PackageKitUpdates& updates;
-};
-
 PackageKitUpdates::PackageKitUpdates(Bus& bus)
-    : bus(bus),
+    : CheckingUpdates([this] { return packageKit.isPresent() && !transaction; },
+                      [this] { check(); }),
+      bus(bus),
       packageKit(bus, PackageKitTransaction::service, ServicePresence::Counts::runningOrActivatable,
                  [this] { presenceChanged(); }) {}
 
@@ -47,20 +31,6 @@ void PackageKitUpdates::presenceChanged() {
     if (transaction && !packageKit.isPresent())
         transaction->serviceEnded();
     changed();
-}
-
-std::unique_ptr<SPUStandardUpdaterController>
-PackageKitUpdates::makeStandardUpdaterController(bool startingUpdater) {
-    started = started || startingUpdater;
-    changed();
-    return std::make_unique<Controller>(*this);
-}
-
-void PackageKitUpdates::changed() {
-    if (const bool now = canCheck(); now != lastTold) {
-        lastTold = now;
-        observers.notify(now);
-    }
 }
 
 void PackageKitUpdates::check() {
@@ -85,9 +55,8 @@ void PackageKitUpdates::lookForUpdate() {
 void PackageKitUpdates::install(const std::string& packageId) {
     // PackageKit may have gone meanwhile.
     if (!canCheck()) {
-        window->show({.text = QStringLiteral("The update could not be installed."),
-                      .details = QStringLiteral("The package service is not there."),
-                      .dismissal = QStringLiteral("Close")});
+        showEnd(QStringLiteral("The update could not be installed."),
+                QStringLiteral("The package service is not there."));
         return;
     }
     const auto version = versionOf(packageId);
@@ -99,9 +68,8 @@ void PackageKitUpdates::install(const std::string& packageId) {
         },
         [this, version](const Outcome&) {
             endTask();
-            window->show({.text = QStringLiteral("Version %1 is installed.").arg(version),
-                          .details = QStringLiteral("It is used from the next start on."),
-                          .dismissal = QStringLiteral("Close")});
+            showEnd(QStringLiteral("Version %1 is installed.").arg(version),
+                    QStringLiteral("It is used from the next start on."));
         });
 }
 
@@ -119,9 +87,7 @@ void PackageKitUpdates::run(const char* method, const Bus::Writer& arguments,
             return;
         case Outcome::Kind::failed:
             endTask();
-            window->show({.text = QStringLiteral("The update failed."),
-                          .details = QString::fromStdString(outcome.error),
-                          .dismissal = QStringLiteral("Close")});
+            showEnd(QStringLiteral("The update failed."), QString::fromStdString(outcome.error));
             return;
         }
     };
@@ -143,13 +109,16 @@ void PackageKitUpdates::showProgress(const QString& text) {
                   }});
 }
 
+void PackageKitUpdates::showEnd(const QString& text, const QString& details) {
+    window->show({.text = text, .details = details, .dismissal = QStringLiteral("Close")});
+}
+
 void PackageKitUpdates::showOutcome(const Outcome& listed) {
     const auto found =
         std::find_if(listed.packages.begin(), listed.packages.end(),
                      [](const auto& packageId) { return packageId.starts_with(packagePrefix); });
     if (found == listed.packages.end()) {
-        window->show({.text = QStringLiteral("Quoxelin is up to date."),
-                      .dismissal = QStringLiteral("Close")});
+        showEnd(QStringLiteral("Quoxelin is up to date."));
         return;
     }
     window->show({.text = QStringLiteral("Version %1 is available.").arg(versionOf(*found)),
