@@ -9,22 +9,14 @@
 
 namespace quoxelin {
 
-/// A running application without a screen. Main thread only.
-///
-/// The owner of the main loop either calls `launch` and runs the loop, or sets `runLoop` and lets
-/// `run` do both.
+/// A running application without a screen. Its owner runs the main loop. Main thread only.
 class SimulatedApplication final : public NSApplication {
   public:
     SimulatedApplication(Dispatch& dispatch, NotificationCenter& notificationCenter)
         : dispatch(dispatch), notificationCenter(notificationCenter) {}
 
-    /// One turn of the main loop, which `run` repeats until the application has terminated.
-    std::function<void()> runLoop;
-
     int run(NSApplicationDelegate& newDelegate) override {
         launch(newDelegate);
-        while (!terminated && runLoop)
-            runLoop();
         return 0;
     }
     void terminate() override {
@@ -57,7 +49,6 @@ class SimulatedApplication final : public NSApplication {
         notificationCenter.post(NSApplicationDidBecomeActiveNotification);
     }
     void resignActive() { active = false; }
-    bool isActive() const { return active; }
 
     bool isTerminating() const { return terminating; }
     bool hasTerminated() const { return terminated; }
@@ -65,8 +56,8 @@ class SimulatedApplication final : public NSApplication {
 
     const std::vector<NSMenuItem>& mainMenu() const { return menu; }
 
-    /// Chooses the first item with that title; false if there is none. "terminate:" ends the
-    /// application; other standard actions are only recorded.
+    /// Chooses the first item with that title; false if there is none. Of the standard actions only
+    /// "terminate:" has an effect.
     bool chooseMenuItem(const std::string& title) {
         const auto found = std::find_if(menu.begin(), menu.end(),
                                         [&](const auto& item) { return item.title == title; });
@@ -77,11 +68,8 @@ class SimulatedApplication final : public NSApplication {
             item.target();
         else if (item.action == "terminate:")
             terminate();
-        else
-            performed.push_back(item.action);
         return true;
     }
-    const std::vector<std::string>& performedActions() const { return performed; }
 
   private:
     Dispatch& dispatch;
@@ -92,7 +80,6 @@ class SimulatedApplication final : public NSApplication {
     bool terminated = false;
     int activated = 0;
     std::vector<NSMenuItem> menu;
-    std::vector<std::string> performed;
     Lifetime lifetime;
 };
 

@@ -4,6 +4,7 @@
 #include "Base/Lifetime.h"
 #include "Platform/SystemExtensions.h"
 
+#include <algorithm>
 #include <optional>
 
 namespace quoxelin {
@@ -16,7 +17,22 @@ class SimulatedSystemExtensions final : public OSSystemExtensionManager {
   public:
     explicit SimulatedSystemExtensions(Dispatch& dispatch) : dispatch(dispatch) {}
 
-    void submitRequest(const OSSystemExtensionRequest& request) override;
+    void submitRequest(const OSSystemExtensionRequest& request) override {
+        submitted.push_back(request);
+        if (request.kind == OSSystemExtensionRequest::Kind::properties) {
+            if (answersProperties)
+                later([this, request] { answerProperties(request); });
+            return;
+        }
+        for (const auto& activation : outstanding)
+            if (activation->request.identifier == request.identifier)
+                failLater(activation, systemError(OSSystemExtensionError::requestSuperseded,
+                                                  "The request was superseded."));
+        const auto activation = std::make_shared<Activation>(Activation{request});
+        outstanding.push_back(activation);
+        if (answersActivations)
+            later([this, activation] { work(activation); });
+    }
 
     // Settings
 
@@ -40,11 +56,19 @@ class SimulatedSystemExtensions final : public OSSystemExtensionManager {
     void requireApproval() { approvalRequired = true; }
 
     /// The user allows all extensions, now and later. Finishes the waiting requests.
-    void approve();
+    void approve() {
+        approvalRequired = false;
+        for (const auto& activation : outstanding)
+            if (activation->waitsForApproval)
+                later([this, activation] { finish(activation); });
+    }
 
     /// Ends all outstanding activations with the error, for example canceled (11) or superseded
     /// (12).
-    void failActivations(const Error& error);
+    void failActivations(const Error& error) {
+        for (const auto& activation : outstanding)
+            failLater(activation, error);
+    }
 
     // State
 
@@ -53,7 +77,10 @@ class SimulatedSystemExtensions final : public OSSystemExtensionManager {
 
     /// All submitted requests, in order.
     const std::vector<OSSystemExtensionRequest>& requests() const { return submitted; }
-    std::size_t submissions(OSSystemExtensionRequest::Kind kind) const;
+    std::size_t submissions(OSSystemExtensionRequest::Kind kind) const {
+        return std::count_if(submitted.begin(), submitted.end(),
+                             [kind](const auto& request) { return request.kind == kind; });
+    }
 
     /// The number of activations that have neither finished nor failed.
     std::size_t outstandingActivations() const { return outstanding.size(); }
@@ -64,15 +91,90 @@ class SimulatedSystemExtensions final : public OSSystemExtensionManager {
         bool waitsForApproval = false;
     };
 
-    void later(std::function<void()> work);
-    void answerProperties(const OSSystemExtensionRequest& request);
-    void supersede(const std::string& identifier);
-    void work(const std::shared_ptr<Activation>& activation);
-    bool mayReplace(const Activation& activation);
-    void finish(const std::shared_ptr<Activation>& activation);
-    void fail(const std::shared_ptr<Activation>& activation, const Error& error);
-    bool take(const std::shared_ptr<Activation>& activation);
-    void install(const std::string& identifier, bool isEnabled, bool isAwaitingUserApproval);
+    static Error systemError(OSSystemExtensionError code, const std::string& description) {
+        return {OSSystemExtensionErrorDomain, static_cast<int>(code), description};
+    }
+
+    void later(Work work) {
+        if (answerDelay == Duration::zero())
+            dispatch.main().async(lifetime.weakly(std::move(work)));
+        else
+            dispatch.main().asyncAfter(answerDelay, lifetime.weakly(std::move(work)));
+    }
+
+    void answerProperties(const OSSystemExtensionRequest& request) {
+        const auto delegate = request.delegate.lock();
+        if (!delegate)
+            return;
+        if (propertiesError)
+            return delegate->didFailWithError(request, *propertiesError);
+        auto found = extensions;
+        std::erase_if(found,
+                      [&](const auto& one) { return one.bundleIdentifier != request.identifier; });
+        delegate->foundProperties(request, found);
+    }
+
+    void work(const std::shared_ptr<Activation>& activation) {
+        const auto& request = activation->request;
+        if (std::find(outstanding.begin(), outstanding.end(), activation) == outstanding.end())
+            return;
+        if (activationError)
+            return fail(activation, *activationError);
+        if (!mayReplace(request))
+            return fail(activation, systemError(OSSystemExtensionError::requestCanceled,
+                                                "The request was canceled."));
+        if (!approvalRequired)
+            return finish(activation);
+        activation->waitsForApproval = true;
+        install(request.identifier, false);
+        if (const auto delegate = request.delegate.lock())
+            delegate->requestNeedsUserApproval(request);
+    }
+
+    bool mayReplace(const OSSystemExtensionRequest& request) {
+        const auto installed =
+            std::find_if(extensions.begin(), extensions.end(), [&](const auto& one) {
+                return one.bundleIdentifier == request.identifier && !one.isAwaitingUserApproval;
+            });
+        if (installed == extensions.end() || installed->bundleShortVersion == bundledVersion)
+            return true;
+        const auto delegate = request.delegate.lock();
+        // Copied, because the answer may change the list.
+        const auto existing = *installed;
+        return delegate && delegate->actionForReplacingExtension(
+                               request, existing,
+                               {request.identifier, bundledVersion, existing.isEnabled, false}) ==
+                               OSSystemExtensionReplacementAction::replace;
+    }
+
+    // Both do nothing if the activation has already ended.
+    void finish(const std::shared_ptr<Activation>& activation) {
+        const auto& request = activation->request;
+        if (std::erase(outstanding, activation) == 0)
+            return;
+        if (result == static_cast<int>(OSSystemExtensionRequestResult::completed))
+            install(request.identifier, true);
+        if (const auto delegate = request.delegate.lock())
+            delegate->didFinishWithResult(request, result);
+    }
+    void fail(const std::shared_ptr<Activation>& activation, const Error& error) {
+        if (std::erase(outstanding, activation) == 0)
+            return;
+        if (const auto delegate = activation->request.delegate.lock())
+            delegate->didFailWithError(activation->request, error);
+    }
+
+    void failLater(const std::shared_ptr<Activation>& activation, const Error& error) {
+        later([this, activation, error] { fail(activation, error); });
+    }
+
+    /// The bundled version replaces one that waits for approval. If enabled, it replaces all others.
+    void install(const std::string& identifier, bool isEnabled) {
+        std::erase_if(extensions, [&](const auto& one) {
+            return one.bundleIdentifier == identifier && (isEnabled || one.isAwaitingUserApproval);
+        });
+        extensions.push_back({identifier, bundledVersion, isEnabled, !isEnabled});
+    }
 
     Dispatch& dispatch;
     bool approvalRequired = false;

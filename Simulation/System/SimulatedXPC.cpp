@@ -1,40 +1,23 @@
 #include "Simulation/System/SimulatedXPC.h"
 
-#include <algorithm>
 #include <utility>
 
 namespace quoxelin {
 
 namespace {
 
-constexpr const char* cocoaErrorDomain = "NSCocoaErrorDomain";
-
 Error interrupted(const std::string& service) {
-    return {cocoaErrorDomain, 4097,
+    return {"NSCocoaErrorDomain", 4097,
             "Couldn’t communicate with a helper application: connection to service named " +
                 service};
 }
 
 Error invalid(const std::string& service) {
-    return {cocoaErrorDomain, 4099,
+    return {"NSCocoaErrorDomain", 4099,
             "The connection to service named " + service + " was invalidated."};
 }
 
 } // namespace
-
-struct SimulatedXPC::State {
-    explicit State(Dispatch& dispatch) : dispatch(dispatch) {}
-
-    Dispatch& dispatch;
-    mutable std::mutex mutex;
-    Helper helper = Helper::answering;
-    bool launchAllowed = true;
-    Duration replyDelay{0};
-    std::map<std::string, std::string> outputs;
-    std::vector<Message> messages;
-    std::vector<std::shared_ptr<Connection>> open;
-    std::size_t made = 0;
-};
 
 /// The state's mutex guards all members. Handlers and replies are called without it.
 class SimulatedXPC::Connection final : public NSXPCConnection,
@@ -66,15 +49,18 @@ class SimulatedXPC::Connection final : public NSXPCConnection,
 
     void remoteObjectProxyWithErrorHandler(
         std::function<void(const Error&)> handler,
-        std::function<void(std::shared_ptr<HelperToolProtocol>)> completion) override;
+        std::function<void(std::shared_ptr<HelperToolProtocol>)> completion) override {
+        std::unique_lock lock(state->mutex);
+        const bool isThere = state->launchAllowed && state->helper != Helper::incompatible;
+        lock.unlock();
+        completion(isThere ? std::make_shared<Proxy>(shared_from_this(), std::move(handler))
+                           : nullptr);
+    }
 
     void invalidate() override {
         const std::lock_guard lock(state->mutex);
         close();
     }
-
-    void send(Message message, std::function<void(const std::string& output)> reply,
-              std::function<void(const Error&)> errorHandler);
 
     /// Requires the mutex. Unanswered messages fail first.
     void interrupt(bool alsoConnection) {
@@ -102,25 +88,64 @@ class SimulatedXPC::Connection final : public NSXPCConnection,
         drop();
         if (told)
             queue->async(std::move(told));
-        auto& open = state->open;
         // Safe even if the list holds the last reference but the caller's.
-        open.erase(std::remove(open.begin(), open.end(), shared_from_this()), open.end());
+        std::erase(state->open, shared_from_this());
     }
 
   private:
-    friend class SimulatedXPC;
     struct Pending {
         std::function<void(const std::string& output)> reply;
         std::function<void(const Error&)> errorHandler;
     };
 
+    struct Proxy final : HelperToolProtocol {
+        Proxy(std::shared_ptr<Connection> connection, std::function<void(const Error&)> handler)
+            : connection(std::move(connection)), errorHandler(std::move(handler)) {}
+
+        void runGoToolWithPath(const std::string& path, const std::vector<std::string>& arguments,
+                               std::function<void(std::string)> reply) override {
+            connection->send({connection->service, path, arguments, false},
+                             {std::move(reply), errorHandler});
+        }
+        void pingWithReply(std::function<void(bool)> reply) override {
+            connection->send(
+                {connection->service, {}, {}, true},
+                {[reply = std::move(reply)](const std::string&) { reply(true); }, errorHandler});
+        }
+
+        std::shared_ptr<Connection> connection;
+        std::function<void(const Error&)> errorHandler;
+    };
+
+    void send(Message message, Pending answered) {
+        const std::lock_guard lock(state->mutex);
+        if (!resumed || closed || state->helper == Helper::missing) {
+            queue->async([handler = std::move(answered.errorHandler), error = invalid(service)] {
+                handler(error);
+            });
+            return;
+        }
+        const auto found = message.arguments.empty() ? state->outputs.end()
+                                                     : state->outputs.find(message.arguments[0]);
+        auto output = found == state->outputs.end() ? std::string() : found->second;
+        state->messages.push_back(std::move(message));
+        const auto id = nextMessage++;
+        pending.emplace(id, std::move(answered));
+        if (state->helper != Helper::answering)
+            return;
+        auto answering = [self = shared_from_this(), id, output = std::move(output)] {
+            self->answer(id, output);
+        };
+        if (state->replyDelay > Duration::zero())
+            state->dispatch.main().asyncAfter(state->replyDelay, std::move(answering));
+        else
+            state->dispatch.global(QualityOfService::standard).async(std::move(answering));
+    }
+
     void answer(std::uint64_t id, const std::string& output) {
         const std::lock_guard lock(state->mutex);
-        const auto found = pending.find(id);
-        if (found == pending.end())
-            return;
-        queue->async([reply = std::move(found->second.reply), output] { reply(output); });
-        pending.erase(found);
+        if (auto answered = pending.extract(id))
+            queue->async([reply = std::move(answered.mapped().reply), output] { reply(output); });
     }
 
     std::shared_ptr<State> state;
@@ -133,71 +158,6 @@ class SimulatedXPC::Connection final : public NSXPCConnection,
     std::uint64_t nextMessage = 0;
     std::map<std::uint64_t, Pending> pending;
 };
-
-class SimulatedXPC::Proxy final : public HelperToolProtocol {
-  public:
-    Proxy(std::shared_ptr<Connection> connection, std::string service,
-          std::function<void(const Error&)> errorHandler)
-        : connection(std::move(connection)), service(std::move(service)),
-          errorHandler(std::move(errorHandler)) {}
-
-    void runGoToolWithPath(const std::string& path, const std::vector<std::string>& arguments,
-                           std::function<void(std::string)> reply) override {
-        connection->send(
-            {service, path, arguments, false},
-            [reply = std::move(reply)](const std::string& output) { reply(output); }, errorHandler);
-    }
-
-    void pingWithReply(std::function<void(bool)> reply) override {
-        connection->send(
-            {service, {}, {}, true},
-            [reply = std::move(reply)](const std::string&) { reply(true); }, errorHandler);
-    }
-
-  private:
-    std::shared_ptr<Connection> connection;
-    std::string service;
-    std::function<void(const Error&)> errorHandler;
-};
-
-void SimulatedXPC::Connection::remoteObjectProxyWithErrorHandler(
-    std::function<void(const Error&)> handler,
-    std::function<void(std::shared_ptr<HelperToolProtocol>)> completion) {
-    std::unique_lock lock(state->mutex);
-    const bool isThere = state->launchAllowed && state->helper != Helper::incompatible;
-    lock.unlock();
-    completion(isThere ? std::make_shared<Proxy>(shared_from_this(), service, std::move(handler))
-                       : nullptr);
-}
-
-void SimulatedXPC::Connection::send(Message message,
-                                    std::function<void(const std::string& output)> reply,
-                                    std::function<void(const Error&)> errorHandler) {
-    const std::lock_guard lock(state->mutex);
-    if (!resumed || closed || state->helper == Helper::missing) {
-        queue->async([errorHandler = std::move(errorHandler), error = invalid(service)] {
-            errorHandler(error);
-        });
-        return;
-    }
-    const auto found = message.arguments.empty() ? state->outputs.end()
-                                                 : state->outputs.find(message.arguments[0]);
-    auto output = found == state->outputs.end() ? std::string() : found->second;
-    state->messages.push_back(std::move(message));
-    const auto id = nextMessage++;
-    pending.emplace(id, Pending{std::move(reply), std::move(errorHandler)});
-    if (state->helper != Helper::answering)
-        return;
-    auto answering = [self = shared_from_this(), id, output = std::move(output)] {
-        self->answer(id, output);
-    };
-    if (state->replyDelay > Duration::zero())
-        state->dispatch.main().asyncAfter(state->replyDelay, std::move(answering));
-    else
-        state->dispatch.global(QualityOfService::standard).async(std::move(answering));
-}
-
-SimulatedXPC::SimulatedXPC(Dispatch& dispatch) : state(std::make_shared<State>(dispatch)) {}
 
 SimulatedXPC::~SimulatedXPC() {
     // Drops open connections without calling their handlers.
@@ -213,26 +173,6 @@ SimulatedXPC::privilegedConnection(const std::string& machServiceName) {
     return std::make_shared<Connection>(state, machServiceName);
 }
 
-void SimulatedXPC::setHelper(Helper helper) {
-    const std::lock_guard lock(state->mutex);
-    state->helper = helper;
-}
-
-void SimulatedXPC::setLaunchAllowed(bool allowed) {
-    const std::lock_guard lock(state->mutex);
-    state->launchAllowed = allowed;
-}
-
-void SimulatedXPC::setReplyDelay(Duration delay) {
-    const std::lock_guard lock(state->mutex);
-    state->replyDelay = delay;
-}
-
-void SimulatedXPC::setOutput(const std::string& firstArgument, const std::string& output) {
-    const std::lock_guard lock(state->mutex);
-    state->outputs[firstArgument] = output;
-}
-
 void SimulatedXPC::killHelper() {
     const std::lock_guard lock(state->mutex);
     for (const auto& connection : state->open)
@@ -246,21 +186,6 @@ void SimulatedXPC::invalidateConnections() {
         connection->interrupt(false);
         connection->close();
     }
-}
-
-std::vector<SimulatedXPC::Message> SimulatedXPC::messages() const {
-    const std::lock_guard lock(state->mutex);
-    return state->messages;
-}
-
-std::size_t SimulatedXPC::connectionsMade() const {
-    const std::lock_guard lock(state->mutex);
-    return state->made;
-}
-
-std::size_t SimulatedXPC::openConnections() const {
-    const std::lock_guard lock(state->mutex);
-    return state->open.size();
 }
 
 } // namespace quoxelin
