@@ -109,9 +109,7 @@ void DaemonModel::switchToEmptyProfile() {
 void DaemonModel::enterProfile() {
     login.reset();
     networkMapIsNews = true;
-    json::Object changes;
-    liftJail(changes);
-    settle(std::move(changes));
+    settle(jailed ? liftJail() : json::Object());
 }
 
 void DaemonModel::settle(json::Object changes) {
@@ -205,10 +203,6 @@ void DaemonModel::setLoginPageAddress(std::string address) {
     loginPageAddress = std::move(address);
 }
 
-std::optional<std::string> DaemonModel::pendingLogin() const {
-    return login;
-}
-
 std::optional<std::string> DaemonModel::pendingLoginUrl() const {
     return login ? std::optional(loginPageAddress + "/login/" + *login) : std::nullopt;
 }
@@ -229,17 +223,13 @@ void DaemonModel::jail(std::optional<std::string> reason) {
 }
 
 void DaemonModel::unjail() {
-    jailed = false;
-    jailReason.reset();
-    outside.announce(line({{"Jailed", false}}, false));
+    outside.announce(line(liftJail(), false));
 }
 
-void DaemonModel::liftJail(json::Object& changes) {
-    if (jailed) {
-        jailed = false;
-        jailReason.reset();
-        changes.push_back({"Jailed", false});
-    }
+json::Object DaemonModel::liftJail() {
+    jailed = false;
+    jailReason.reset();
+    return {{"Jailed", false}};
 }
 
 void DaemonModel::setBackendState(BackendState state) {

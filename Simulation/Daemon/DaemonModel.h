@@ -71,8 +71,6 @@ class DaemonModel {
 
     /// The page's address, such as "http://127.0.0.1:40123". Login URLs start with it.
     void setLoginPageAddress(std::string address);
-    /// The secret in the URL of the pending login; empty if there is none.
-    std::optional<std::string> pendingLogin() const;
     /// The URL of the pending login; empty if there is none.
     std::optional<std::string> pendingLoginUrl() const;
     /// The name and e-mail address of the user who would be logged in.
@@ -95,7 +93,6 @@ class DaemonModel {
     std::size_t peerCount() const { return settings.peers; }
     const std::vector<Account>& accounts() const { return known; }
     const std::string& currentId() const { return current; }
-    bool isJailed() const { return jailed; }
 
   private:
     Account* currentAccount();
@@ -106,7 +103,7 @@ class DaemonModel {
     void enterStarting(json::Object changes);
     void announce(json::Object changes);
     std::string line(const json::Object& members, bool withNetworkMap);
-    void liftJail(json::Object& changes);
+    json::Object liftJail();
 
     Settings settings;
     Outside outside;

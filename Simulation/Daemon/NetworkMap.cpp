@@ -30,12 +30,9 @@ class Scramble {
 
 constexpr std::array systems{"linux", "macOS", "windows", "iOS", "android"};
 
-struct Colleague {
-    const char* login;
-    const char* displayName;
-};
-constexpr std::array<Colleague, 2> colleagues{
-    {{"zeynep", "Zeynep Yıldız"}, {"build-bot", "Build Bot"}}};
+/// Login names and display names.
+constexpr std::array colleagues{std::pair("zeynep", "Zeynep Yıldız"),
+                                std::pair("build-bot", "Build Bot")};
 
 std::uint64_t seedOf(const Account& account) {
     return static_cast<std::uint64_t>(account.nodeId);
@@ -104,10 +101,9 @@ json::Object userProfiles(const Account& account) {
              json::Object{{"LoginName", login}, {"DisplayName", display}, {"ProfileURL", url}}});
     };
     add(account.userId, account.email, account.displayName);
-    for (std::size_t i = 0; i < colleagues.size(); ++i) {
-        add(account.userId + static_cast<std::int64_t>(i) + 1,
-            fmt::format("{}@{}", colleagues[i].login, account.network), colleagues[i].displayName);
-    }
+    auto userId = account.userId;
+    for (const auto& [login, displayName] : colleagues)
+        add(++userId, fmt::format("{}@{}", login, account.network), displayName);
     return profiles;
 }
 

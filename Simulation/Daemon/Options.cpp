@@ -32,13 +32,6 @@ bool read(const std::string& text, Number& into, double highest) {
     return !stream.fail() && stream.peek() == EOF && number >= 0 && number <= highest;
 }
 
-bool readSeconds(const std::string& text, std::optional<Duration>& into) {
-    double number = 0;
-    const bool good = read(text, number, 86400);
-    into = seconds(number);
-    return good;
-}
-
 PrintAndExit misuse(const std::string& what) {
     return {2, fmt::format("quoxelind-sim: {}\n{}", what, usage)};
 }
@@ -55,8 +48,12 @@ std::variant<Options, PrintAndExit> readOptions(const std::vector<std::string>& 
              return !value.empty();
          }},
         {"--peers", [&](const auto& value) { return read(value, options.model.peers, 1e6); }},
-        {"--auto-login",
-         [&](const auto& value) { return readSeconds(value, options.model.autoLogin); }}};
+        {"--auto-login", [&](const auto& value) {
+             double number = 0;
+             const bool good = read(value, number, 86400);
+             options.model.autoLogin = seconds(number);
+             return good;
+         }}};
     for (std::size_t i = 0; i < arguments.size(); ++i) {
         const auto& name = arguments[i];
         if (name == "--help")

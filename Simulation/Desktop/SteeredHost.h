@@ -34,6 +34,10 @@ class SteeredHost final : public PlatformHost {
         if (!desktop.isAttended())
             addDesktopCommands(steering, system);
         addScreenCommands(steering, screen, services);
+        // A browser hands the URL over.
+        steering.add("open-url", [this](SteeringReader& reader) {
+            return doing([this, url = reader.text("url")] { desktop.appleEventManager.send(url); });
+        });
     }
 
     const Platform& platform() const override { return services; }

@@ -82,10 +82,6 @@ void addScreenCommands(Steering& steering, SteeredScreen& screen, const Platform
         center.post(NSApplicationDidBecomeActiveNotification);
     });
     steering.addAction("quit", [&application = platform.application] { application.terminate(); });
-    steering.add("open-url", [&](SteeringReader& reader) {
-        const auto url = reader.text("url");
-        return doing([url, &screen] { screen.openURL(url); });
-    });
 }
 
 } // namespace quoxelin

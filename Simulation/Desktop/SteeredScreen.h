@@ -37,9 +37,6 @@ class SteeredScreen {
 
     /// Acts like a press of the left button outside of the application's windows.
     virtual void pressElsewhere() = 0;
-
-    /// Acts like a browser that passes on the URL.
-    virtual void openURL(const std::optional<std::string>& url) = 0;
 };
 
 /// Adds the commands that act like a user of the real windows. docs/simulation.md lists them.

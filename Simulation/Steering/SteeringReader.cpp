@@ -1,5 +1,7 @@
 #include "Simulation/Steering/SteeringReader.h"
 
+#include <functional>
+
 namespace quoxelin {
 
 namespace {
@@ -42,12 +44,16 @@ std::optional<std::string> bytesFromText(std::string_view text) {
     return bytes;
 }
 
-template <typename T>
-std::optional<T> SteeringReader::wellTyped(std::string_view name, std::optional<T> value,
-                                           const char* kind) {
-    if (!value)
+template <typename Read>
+auto SteeringReader::typed(std::string_view name, const char* kind, Read read)
+    -> decltype(read(std::declval<const json::Value&>())) {
+    const auto* const found = value(name);
+    if (found == nullptr)
+        return std::nullopt;
+    const auto result = read(*found);
+    if (!result)
         fail('"' + std::string(name) + "\" must be " + kind);
-    return value;
+    return result;
 }
 
 const json::Value* SteeringReader::value(std::string_view name) {
@@ -64,11 +70,10 @@ const json::Value* SteeringReader::object(std::string_view name) {
 }
 
 std::optional<std::string> SteeringReader::text(std::string_view name) {
-    const auto* const found = value(name);
-    if (found == nullptr)
-        return std::nullopt;
-    const auto text = wellTyped(name, found->string(), "a string");
-    return text ? std::optional(std::string(*text)) : std::nullopt;
+    return typed(name, "a string", [](const json::Value& value) {
+        const auto text = value.string();
+        return text ? std::optional(std::string(*text)) : std::nullopt;
+    });
 }
 
 std::string SteeringReader::requiredText(std::string_view name) {
@@ -78,13 +83,11 @@ std::string SteeringReader::requiredText(std::string_view name) {
 }
 
 std::optional<bool> SteeringReader::flag(std::string_view name) {
-    const auto* const found = value(name);
-    return found != nullptr ? wellTyped(name, found->boolean(), "true or false") : std::nullopt;
+    return typed(name, "true or false", std::mem_fn(&json::Value::boolean));
 }
 
 std::optional<std::int64_t> SteeringReader::integer(std::string_view name) {
-    const auto* const found = value(name);
-    return found != nullptr ? wellTyped(name, found->integer(), "an integer") : std::nullopt;
+    return typed(name, "an integer", std::mem_fn(&json::Value::integer));
 }
 
 std::int64_t SteeringReader::requiredInteger(std::string_view name) {
@@ -94,9 +97,7 @@ std::int64_t SteeringReader::requiredInteger(std::string_view name) {
 }
 
 std::optional<std::size_t> SteeringReader::count(std::string_view name) {
-    const auto* const found = value(name);
-    return found != nullptr ? wellTyped(name, countOf(*found), "a whole number, 0 or more")
-                            : std::nullopt;
+    return typed(name, "a whole number, 0 or more", countOf);
 }
 
 std::vector<std::size_t> SteeringReader::counts(std::string_view name) {
@@ -117,14 +118,11 @@ std::vector<std::size_t> SteeringReader::counts(std::string_view name) {
 
 std::optional<Duration> SteeringReader::duration(std::string_view name) {
     constexpr double aDay = 86400;
-    const auto* const found = value(name);
-    if (found == nullptr)
-        return std::nullopt;
-    auto number = found->number();
-    if (number && !(*number >= 0 && *number <= aDay))
-        number.reset();
-    const auto inRange = wellTyped(name, number, "a number of seconds from 0 to 86400");
-    return inRange ? std::optional(seconds(*inRange)) : std::nullopt;
+    return typed(name, "a number of seconds from 0 to 86400", [](const json::Value& value) {
+        const auto number = value.number();
+        return number && *number >= 0 && *number <= aDay ? std::optional(seconds(*number))
+                                                         : std::nullopt;
+    });
 }
 
 std::optional<Error> SteeringReader::error(std::string_view name, const std::string& domain) {

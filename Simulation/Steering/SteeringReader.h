@@ -81,8 +81,9 @@ class SteeringReader {
     std::optional<std::string> problem() const;
 
   private:
-    template <typename T>
-    std::optional<T> wellTyped(std::string_view name, std::optional<T> value, const char* kind);
+    template <typename Read>
+    auto typed(std::string_view name, const char* kind, Read read)
+        -> decltype(read(std::declval<const json::Value&>()));
 
     const json::Value& command;
     std::set<std::string, std::less<>> taken = {"do", "id"};

@@ -9,8 +9,8 @@
 
 namespace quoxelin {
 
-/// Connections to one privileged helper, and the helper itself. Any thread; each connection has its
-/// queue for replies and handlers.
+/// Connections to one privileged helper, and the helper itself. Any thread. Replies and handlers
+/// run on the connection's queue.
 class SimulatedXPC final : public XPC {
   public:
     /// How the helper behaves.
@@ -45,21 +45,21 @@ class SimulatedXPC final : public XPC {
 
     void setHelper(Helper helper) { set(&State::helper, helper); }
 
-    /// While the system may not launch the helper, because it is not registered or not approved,
-    /// there is no proxy, whatever `setHelper` says. Allowed at first.
+    /// If false, there is no proxy, as for a helper that is not registered or approved. Initially
+    /// true.
     void setLaunchAllowed(bool allowed) { set(&State::launchAllowed, allowed); }
 
-    /// How long an answer takes; at first none.
+    /// How long an answer takes; initially no time.
     void setReplyDelay(Duration delay) { set(&State::replyDelay, delay); }
 
-    /// The tool's output for a first argument ("up", "--help"); empty for the others.
+    /// Sets the tool's output for a first argument ("up", "--help"). Other outputs are empty.
     void setOutput(const std::string& firstArgument, const std::string& output) {
         const std::lock_guard lock(state->mutex);
         state->outputs[firstArgument] = output;
     }
 
-    /// The helper dies: messages that wait are answered by the error handler, and every open
-    /// connection is interrupted. The next connection starts it again.
+    /// The helper exits: unanswered messages fail and open connections are interrupted. The next
+    /// connection starts it again.
     void killHelper();
 
     /// The helper closes all open connections.
@@ -68,7 +68,7 @@ class SimulatedXPC final : public XPC {
     /// The messages that reached the helper, in order.
     std::vector<Message> messages() const { return get(&State::messages); }
 
-    /// Connections so far, and those that were resumed and not invalidated.
+    /// The number of all connections so far, and of those resumed and not invalidated.
     std::size_t connectionsMade() const { return get(&State::made); }
     std::size_t openConnections() const { return get(&State::open).size(); }
 

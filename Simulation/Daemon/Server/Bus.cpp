@@ -7,14 +7,8 @@ namespace quoxelin::sim {
 
 namespace {
 
-constexpr const char* plainHeader = "HTTP/1.1 200 OK\r\n"
-                                    "Content-Type: application/json\r\n"
-                                    "Cache-Control: no-store\r\n"
-                                    "\r\n";
-constexpr const char* chunkedHeader = "HTTP/1.1 200 OK\r\n"
-                                      "Content-Type: application/json\r\n"
-                                      "Transfer-Encoding: chunked\r\n"
-                                      "\r\n";
+constexpr const char* usualHeader =
+    "HTTP/1.1 200 OK\r\nContent-Type: application/json\r\n{}\r\n\r\n";
 
 std::shared_ptr<const std::string> share(std::string bytes) {
     return std::make_shared<const std::string>(std::move(bytes));
@@ -30,7 +24,8 @@ Bus::Bus(Outside outside) : outside(std::move(outside)) {}
 
 void Bus::observe(std::shared_ptr<Channel> channel) {
     channel->setStalled(stalled);
-    const char* usual = opening.chunked ? chunkedHeader : plainHeader;
+    const auto usual = fmt::format(usualHeader, opening.chunked ? "Transfer-Encoding: chunked"
+                                                                : "Cache-Control: no-store");
     channel->send({share(opening.header.value_or(usual)), {}});
     channel->send({share(framed(outside.greeting(), opening.chunked)), {}});
     streams.push_back({channel, opening.chunked});

@@ -28,14 +28,6 @@ void Channel::waitUntilReadable(std::function<void()> handler) {
                       });
 }
 
-void Channel::wait(Duration delay, std::function<void()> handler) {
-    const auto timer = std::make_shared<asio::steady_timer>(socket.get_executor(), delay);
-    timer->async_wait([self = shared_from_this(), timer, handler = std::move(handler)](ErrorCode) {
-        if (self->isOpen())
-            handler();
-    });
-}
-
 void Channel::send(Delivery delivery, SentHandler handler) {
     const std::string_view all = *delivery.bytes;
     std::size_t from = 0;

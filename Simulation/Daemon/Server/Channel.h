@@ -44,8 +44,6 @@ class Channel : public std::enable_shared_from_this<Channel> {
     void read(ReadHandler handler);
     /// Waits, without reading, until there is something to read or the client disconnects.
     void waitUntilReadable(std::function<void()> handler);
-    /// Calls the handler after `delay`, unless the channel is closed by then.
-    void wait(Duration delay, std::function<void()> handler);
     /// Appends the bytes to the queue.
     void send(Delivery delivery, SentHandler handler = {});
     /// Whether to hold back the queue from the next piece on.

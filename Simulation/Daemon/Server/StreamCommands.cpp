@@ -27,19 +27,15 @@ SteeringEffect sendRaw(Bus& bus, SteeringReader& reader) {
         };
 }
 
-SteeringEffect setOpening(Bus& bus, SteeringReader& reader) {
-    StreamOpening opening;
-    opening.header = reader.bytes();
-    opening.chunked = reader.flag("chunked").value_or(false);
-    return doing([&bus, opening] { bus.setOpening(opening); });
-}
-
 } // namespace
 
 void addStreamCommands(Steering& steering, Bus& bus) {
     steering.add("notify", [&](SteeringReader& reader) { return notify(bus, reader); });
     steering.add("raw", [&](SteeringReader& reader) { return sendRaw(bus, reader); });
-    steering.add("stream", [&](SteeringReader& reader) { return setOpening(bus, reader); });
+    steering.add("stream", [&](SteeringReader& reader) {
+        const StreamOpening opening = {reader.bytes(), reader.flag("chunked").value_or(false)};
+        return doing([&bus, opening] { bus.setOpening(opening); });
+    });
     steering.addAction("stall", [&] { bus.setStalled(true); });
     steering.addAction("resume", [&] { bus.setStalled(false); });
     steering.addReport("close-streams", [&]() -> json::Object {

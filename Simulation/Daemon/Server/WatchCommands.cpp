@@ -8,13 +8,6 @@ namespace quoxelin::sim {
 
 namespace {
 
-/// A condition that a count is exactly the number.
-void addExactly(Steering& steering, const char* name, std::function<std::size_t()> count) {
-    steering.addCondition(name, [name, count = std::move(count)](SteeringReader& reader) {
-        return [count, wanted = reader.count(name)] { return count() == wanted; };
-    });
-}
-
 void addWaits(Steering& steering, const Watched& watched) {
     steering.addCondition("requests", [watched](SteeringReader& reader) {
         return
@@ -23,8 +16,8 @@ void addWaits(Steering& steering, const Watched& watched) {
                 return watched.requests.count(method, path) >= wanted;
             };
     });
-    addExactly(steering, "observers", [watched] { return watched.bus.observers(); });
-    addExactly(steering, "connections", [watched] { return watched.server.connections(); });
+    steering.addState("observers", [watched] { return watched.bus.observers(); });
+    steering.addState("connections", [watched] { return watched.server.connections(); });
     steering.addCondition("state", [watched](SteeringReader& reader) {
         const auto state = reader.named<BackendState>("state", backendStates());
         return [watched, state] { return watched.model.state() == state; };

@@ -102,8 +102,4 @@ void QtScreen::pressElsewhere() {
     desktop.clicks.pressElsewhere();
 }
 
-void QtScreen::openURL(const std::optional<std::string>& url) {
-    desktop.appleEventManager.send(url);
-}
-
 } // namespace quoxelin

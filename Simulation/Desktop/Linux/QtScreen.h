@@ -17,7 +17,6 @@ class QtScreen final : public SteeredScreen {
     std::optional<NSRect> panel() const override;
     Picture savePicture(const std::string& path) const override;
     void pressElsewhere() override;
-    void openURL(const std::optional<std::string>& url) override;
 
   private:
     Desktop& desktop;

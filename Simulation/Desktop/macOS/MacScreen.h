@@ -4,7 +4,6 @@
 
 namespace quoxelin {
 
-class MacAppleEventManager;
 class MacPanels;
 struct MacDesktop;
 
@@ -12,7 +11,7 @@ struct MacDesktop;
 class MacScreen final : public SteeredScreen {
   public:
     explicit MacScreen(MacDesktop& desktop);
-    MacScreen(MacPanels& panels, MacAppleEventManager& events) : panels(panels), events(events) {}
+    explicit MacScreen(MacPanels& panels) : panels(panels) {}
 
     std::vector<std::string> texts() const override;
     Press press(const std::string& label) override;
@@ -20,11 +19,9 @@ class MacScreen final : public SteeredScreen {
     std::optional<NSRect> panel() const override;
     Picture savePicture(const std::string& path) const override;
     void pressElsewhere() override;
-    void openURL(const std::optional<std::string>& url) override;
 
   private:
     MacPanels& panels;
-    MacAppleEventManager& events;
 };
 
 } // namespace quoxelin

@@ -133,7 +133,7 @@ NSBitmapImageRep* pictureOf(const std::vector<NSWindow*>& windows) {
 
 } // namespace
 
-MacScreen::MacScreen(MacDesktop& desktop) : MacScreen(desktop.panels, desktop.appleEventManager) {}
+MacScreen::MacScreen(MacDesktop& desktop) : MacScreen(desktop.panels) {}
 
 std::vector<std::string> MacScreen::texts() const {
     std::vector<std::string> texts;
@@ -188,10 +188,6 @@ MacScreen::Picture MacScreen::savePicture(const std::string& path) const {
 
 void MacScreen::pressElsewhere() {
     panels.pressElsewhere();
-}
-
-void MacScreen::openURL(const std::optional<std::string>& url) {
-    events.send(url);
 }
 
 } // namespace quoxelin

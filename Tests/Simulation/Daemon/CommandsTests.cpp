@@ -37,9 +37,9 @@ class DaemonCommands : public ::testing::Test {
 
 TEST_F(DaemonCommands, jailsAndUnjails) {
     EXPECT_EQ(errorOf(R"({"do":"jail","reason":"no disk encryption"})"), "");
-    EXPECT_TRUE(world->model.isJailed());
+    EXPECT_EQ(Tree(world->model.status()).at("jailed"), true);
     EXPECT_EQ(errorOf(R"({"do":"unjail"})"), "");
-    EXPECT_FALSE(world->model.isJailed());
+    EXPECT_EQ(Tree(world->model.status()).at("jailed"), false);
 }
 
 TEST_F(DaemonCommands, putsTheDaemonInAState) {

@@ -25,9 +25,6 @@ struct NotedScreen final : SteeredScreen {
         return picture;
     }
     void pressElsewhere() override { done += "elsewhere; "; }
-    void openURL(const std::optional<std::string>& url) override {
-        done += "open " + url.value_or("nothing") + "; ";
-    }
 
     std::vector<std::string> shown;
     std::optional<NSRect> place;
@@ -111,10 +108,8 @@ TEST_F(SteeredScreenTest, simulatesTheUserOutsideTheWindows) {
     const auto observer = notificationCenter.addObserver(
         NSApplicationDidBecomeActiveNotification, [&](const Notification&) { ++activations; });
     answerTo(R"({"do":"click-elsewhere"})");
-    answerTo(R"({"do":"open-url","url":"quoxelin://login?token=1"})");
-    answerTo(R"({"do":"open-url"})");
     answerTo(R"({"do":"become-active"})");
-    EXPECT_EQ(screen.done, "elsewhere; open quoxelin://login?token=1; open nothing; ");
+    EXPECT_EQ(screen.done, "elsewhere; ");
     EXPECT_EQ(activations, 1);
     EXPECT_FALSE(system.application.isTerminating());
     answerTo(R"({"do":"quit"})");

@@ -114,8 +114,7 @@ void addReports(Steering& steering, QXStagedHelper* helper) {
 } // namespace
 
 StagedHost::StagedHost(const LaunchOptions& options)
-    : host(options), screen(static_cast<MacPanels&>(host.platform().panels),
-                            static_cast<MacAppleEventManager&>(host.platform().appleEventManager)),
+    : host(options), screen(static_cast<MacPanels&>(host.platform().panels)),
       steering(
           [this](Duration delay, Work work) {
               host.platform().dispatch.main().asyncAfter(delay, std::move(work));
