@@ -7,11 +7,10 @@ import signal
 
 import pytest
 
-from support.application import LINE, LogLine
+from support.application import LogLine, log_lines
 from support.box import TESTER, wait_until
 from support.order import assert_in_order
 from support.stand_ins import (FOLDER, Daemon, calls, fail_tunnel, tunnel_devices)
-from support.steered import SteeringError
 
 INSTALL = "com.quoxelin.desktop.install-extension"
 REMOVE = "org.freedesktop.policykit.exec"
@@ -62,24 +61,14 @@ class Product:
         self.wait(*changed(3)[1:])
 
     def log(self) -> list[LogLine]:
-        """The log's entries; output of several lines is one entry."""
-        entries = []
-        for line in self.box.read(self.kept_log).split("\n")[:-1]:
-            if LINE.fullmatch(line) or not entries:
-                entries.append(line)
-            else:
-                entries[-1] += "\n" + line
-        return [LogLine(entry) for entry in entries]
+        return log_lines(self.box.read(self.kept_log))
 
     def wait(self, text: str, since: int = 0) -> None:
         """Waits for "[Category] message" among the entries from that place on."""
-        def is_there():
-            return any(line == text for line in self.log()[since:])
-        try:
-            wait_until(is_there, text)
-        except SteeringError as error:
-            lines = "\n".join(line.text for line in self.log()[since:])
-            raise SteeringError(f"{error} in:\n{lines}") from None
+        def failure() -> str:
+            return f"{text} in:\n" + "\n".join(line.text for line in self.log()[since:])
+
+        wait_until(lambda: text in self.log()[since:], failure)
 
     def vpn(self, since: int) -> list[str]:
         """The messages about the tunnel from that place on."""

@@ -11,7 +11,7 @@ import tempfile
 import time
 
 from .sim import build_directory
-from .steered import DEADLINE, SteeredProcess, SteeringError
+from .steered import DEADLINE, SteeredProcess, SteeringError, wait_until
 
 # scripts/run-macos names the one on the stage.
 PROGRAM = os.environ.get("QUOXELIN_PROGRAM", "quoxelin-desktop-sim")
@@ -54,6 +54,17 @@ def assert_documented(log: list[LogLine]) -> None:
         if not any(re.fullmatch(pattern, line.message, re.DOTALL)
                    for pattern in patterns.get(line.category, ())):
             raise AssertionError(f"not in docs/log.md: {line.text}")
+
+
+def log_lines(text: str) -> list[LogLine]:
+    """The log's entries; a last line that is still being written is left out."""
+    entries = []
+    for line in text.split("\n")[:-1]:
+        if LINE.fullmatch(line) or not entries:
+            entries.append(line)
+        else:
+            entries[-1] += "\n" + line
+    return [LogLine(entry) for entry in entries]
 
 
 def surroundings(home: pathlib.Path) -> dict[str, str]:
@@ -129,16 +140,9 @@ class Application(SteeredProcess):
     # The log
 
     def log(self) -> list[LogLine]:
-        """The log's entries; a last line that is still being written is left out."""
         if not self.log_path.exists():
             return []
-        entries = []
-        for line in self.log_path.read_text("utf-8").split("\n")[:-1]:
-            if LINE.fullmatch(line) or not entries:
-                entries.append(line)
-            else:
-                entries[-1] += "\n" + line
-        return [LogLine(entry) for entry in entries]
+        return log_lines(self.log_path.read_text("utf-8"))
 
     def log_count(self, text: str) -> int:
         return sum(line == text for line in self.log())
@@ -176,15 +180,13 @@ class Application(SteeredProcess):
 
     def wait_text(self, *parts: str, without: tuple[str, ...] = (), deadline: float = DEADLINE) -> str:
         """Waits until the panel shows all of `parts` and none of `without`."""
-        end = time.monotonic() + deadline
-        while True:
-            over = time.monotonic() > end
+        def find() -> str:
             shown = self.text()
-            if all(part in shown for part in parts) and not any(part in shown for part in without):
-                return shown
-            if over:
-                raise SteeringError(f"not {parts} without {without} in the panel:\n{shown}")
-            time.sleep(0.01)
+            missed = any(part not in shown for part in parts) or any(part in shown for part in without)
+            return "" if missed else shown
+
+        return wait_until(
+            find, lambda: f"{parts} without {without} in the panel:\n{self.text()}", deadline)
 
     def press(self, label: str) -> None:
         """Clicks the element with this accessibility label."""

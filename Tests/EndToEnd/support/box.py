@@ -10,10 +10,8 @@ import shutil
 import signal
 import socket
 import subprocess
-import time
 
-from .sim import build_directory
-from .steered import DEADLINE, SteeredProcess, SteeringError
+from .steered import DEADLINE, SteeredProcess, SteeringError, wait_until
 
 HERE = pathlib.Path(__file__).resolve().parents[1] / "box"
 TESTER, STRANGER = "tester", "stranger"
@@ -44,19 +42,6 @@ def why_not() -> str | None:
         ["unshare", "--net", "--mount", "--pid", "--ipc", "--uts", "--fork", "--mount-proc", "true"],
         capture_output=True, text=True)
     return tried.stderr.strip() or None if tried.returncode else None
-
-
-def wait_until(condition, what: str, deadline: float = DEADLINE):
-    """Waits until `condition` returns a true value, and returns it."""
-    end = time.monotonic() + deadline
-    while True:
-        over = time.monotonic() > end
-        found = condition()
-        if found:
-            return found
-        if over:
-            raise SteeringError(f"not within {deadline} s: {what}")
-        time.sleep(0.01)
 
 
 def program_pid(process: subprocess.Popen) -> int:
@@ -221,13 +206,10 @@ class Box:
             *(f"{name}={value}" for name, value in variables.items()),
             *([] if user == "root" else groups), *(str(part) for part in command)]
 
-    def run(self, *command: str | os.PathLike, user: str = "root", check: bool = True,
-            environment: dict[str, str] | None = None, stdin: str = "",
-            deadline: float = DEADLINE) -> str:
-        """Runs a command and returns its output; raises SteeringError if it fails."""
-        done = self.try_run(*command, user=user, environment=environment, stdin=stdin,
-                            deadline=deadline)
-        if check and done.returncode != 0:
+    def run(self, *command: str | os.PathLike, **options) -> str:
+        """Runs a command like `try_run` and returns its output; raises SteeringError if it fails."""
+        done = self.try_run(*command, **options)
+        if done.returncode != 0:
             raise SteeringError(f"{command}: exit code {done.returncode}: {done.stdout}{done.stderr}")
         return done.stdout
 

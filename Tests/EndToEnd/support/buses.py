@@ -8,9 +8,8 @@ import socket
 import subprocess
 import sys
 import tempfile
-import time
 
-from .steered import DEADLINE, SteeringError
+from .steered import DEADLINE, SteeringError, end_process, wait_until
 
 CONFIGURATION = """<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
  "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
@@ -51,7 +50,7 @@ class Bus:
         for name in list(self._mocks):
             self.end_mock(name)
         if self._daemon:
-            _end(self._daemon)
+            end_process(self._daemon)
         shutil.rmtree(self._home, ignore_errors=True)
 
     @property
@@ -78,14 +77,14 @@ class Bus:
             env=os.environ | self.environment, stdin=subprocess.DEVNULL, stdout=log,
             stderr=subprocess.DEVNULL)
         log.close()
-        self._await(lambda: self._call("org.freedesktop.DBus", "/", "org.freedesktop.DBus.NameHasOwner",
-                                       name).endswith("true"), f"owner of {name}")
+        wait_until(lambda: self._call("org.freedesktop.DBus", "/", "org.freedesktop.DBus.NameHasOwner",
+                                      name).endswith("true"), f"owner of {name}")
         for method, (takes, returns, code) in (methods or {}).items():
             self._call(name, path, "org.freedesktop.DBus.Mock.AddMethod", interface, method, takes,
                        returns, code)
 
     def end_mock(self, name: str):
-        _end(self._mocks.pop(name))
+        end_process(self._mocks.pop(name))
 
     def calls(self, name: str) -> list[str]:
         """The calls that the service has received, one per line."""
@@ -93,13 +92,10 @@ class Bus:
 
     def wait_call(self, name: str, *parts: str) -> str:
         """Waits for a call of that service whose line contains all parts."""
-        found = []
+        def arrived() -> str | None:
+            return next((line for line in self.calls(name) if all(part in line for part in parts)), None)
 
-        def arrived():
-            found[:] = [line for line in self.calls(name) if all(part in line for part in parts)]
-            return found
-        self._await(arrived, f"call {parts} of {name} among {self.calls(name)}")
-        return found[0]
+        return wait_until(arrived, lambda: f"call {parts} of {name} among {self.calls(name)}")
 
     def _call(self, name: str, path: str, method: str, *arguments: str) -> str:
         asked = subprocess.run(
@@ -109,13 +105,6 @@ class Bus:
         if asked.returncode:
             raise SteeringError(f"{method} of {name}: {asked.stderr}")
         return asked.stdout.strip()
-
-    def _await(self, holds, what: str):
-        end = time.monotonic() + DEADLINE
-        while not holds():
-            if time.monotonic() > end:
-                raise SteeringError(f"no {what} within {DEADLINE} s")
-            time.sleep(0.02)
 
 
 class HungBus(Bus):
@@ -130,12 +119,3 @@ class HungBus(Bus):
     def __exit__(self, *_):
         self._listener.close()
         super().__exit__()
-
-
-def _end(process: subprocess.Popen):
-    process.terminate()
-    try:
-        process.wait(5)
-    except subprocess.TimeoutExpired:
-        process.kill()
-        process.wait()

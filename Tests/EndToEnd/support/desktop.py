@@ -8,7 +8,7 @@ import subprocess
 import tempfile
 import time
 
-from .steered import DEADLINE, SteeringError
+from .steered import DEADLINE, SteeringError, end_process, wait_until
 
 WIDTH, HEIGHT = 1024, 700
 
@@ -64,35 +64,10 @@ class Screen:
             ctypes.c_uint, ctypes.c_uint, ctypes.c_ulong, ctypes.c_int]
         self._x11.XGetImage.restype = ctypes.POINTER(_Image)
         self._x11.XFree.argtypes = [ctypes.c_void_p]
-        self._x11.XCreateSimpleWindow.argtypes = [
-            ctypes.c_void_p, ctypes.c_ulong, ctypes.c_int, ctypes.c_int, ctypes.c_uint,
-            ctypes.c_uint, ctypes.c_uint, ctypes.c_ulong, ctypes.c_ulong]
-        self._x11.XCreateSimpleWindow.restype = ctypes.c_ulong
-        self._x11.XMapWindow.argtypes = [ctypes.c_void_p, ctypes.c_ulong]
-        self._x11.XDestroyWindow.argtypes = [ctypes.c_void_p, ctypes.c_ulong]
-        self._x11.XQueryTree.argtypes = [ctypes.c_void_p, ctypes.c_ulong, *[ctypes.c_void_p] * 4]
-        self._x11.XFlush.argtypes = [ctypes.c_void_p]
         self._display = self._x11.XOpenDisplay(display.encode())
         if not self._display:
             raise SteeringError(f"no X server answers at {display}")
         self._root = self._x11.XDefaultRootWindow(self._display)
-
-    def new_window(self) -> int:
-        """A small window that is not shown."""
-        return self._x11.XCreateSimpleWindow(self._display, self._root, 0, 0, 1, 1, 0, 0, 0)
-
-    def is_framed(self, window: int) -> bool:
-        """Tries to show the window; returns whether a window manager did so."""
-        self._x11.XMapWindow(self._display, window)
-        root, parent, children = ctypes.c_ulong(), ctypes.c_ulong(), ctypes.c_void_p()
-        self._x11.XQueryTree(self._display, window, ctypes.byref(root), ctypes.byref(parent),
-                             ctypes.byref(children), ctypes.byref(ctypes.c_uint()))
-        self._x11.XFree(children)
-        return parent.value != self._root
-
-    def destroy(self, window: int):
-        self._x11.XDestroyWindow(self._display, window)
-        self._x11.XFlush(self._display)
 
     def close(self):
         self._x11.XCloseDisplay.argtypes = [ctypes.c_void_p]
@@ -139,7 +114,7 @@ class Desktop:
         if hasattr(self, "screen"):
             self.screen.close()
         for process in reversed(self._processes):
-            _end(process)
+            end_process(process)
         shutil.rmtree(self.home, ignore_errors=True)
 
     def _start(self):
@@ -180,10 +155,9 @@ class Desktop:
                          ["dbus-daemon", "--session", "--nofork", "--print-address={}"])
         self.screen = Screen(self.environment["DISPLAY"])
         self._spawn(["openbox"])
-        # A window that is shown while the window manager starts may stay invisible for good.
-        window = self.screen.new_window()
-        self.await_that(lambda: self.screen.is_framed(window), "window manager")
-        self.screen.destroy(window)
+        # A window that is shown while the window manager starts may stay invisible for good. Only
+        # window managers know about desktops.
+        self.await_that(lambda: self._succeeds(["xdotool", "get_desktop"]), "window manager")
 
     def _spawn(self, command: list[str], **popen) -> subprocess.Popen:
         process = subprocess.Popen(command, env=self.environment, cwd=self.home,
@@ -219,7 +193,7 @@ class Desktop:
                               timeout=DEADLINE).returncode == 0
 
     def end_tray(self, kind: str):
-        _end(self._trays.pop(kind))
+        end_process(self._trays.pop(kind))
 
     def icon_pixels(self, kind: str) -> set[bytes]:
         """The colors at the first item's icon."""
@@ -287,21 +261,7 @@ class Desktop:
         """Whether the light background of a card is painted there."""
         return min(self.screen.pixels(x, y, 1, 1)[:3]) > 0xF0
 
-    def await_that(self, holds, what: str, deadline: float = DEADLINE):
-        end = time.monotonic() + deadline
-        while not holds():
-            if time.monotonic() > end:
-                raise SteeringError(f"no {what} within {deadline} s")
-            time.sleep(0.005)
+    await_that = staticmethod(wait_until)
 
     def opened_urls(self) -> list[str]:
         return self.opened.read_text().split("\n")[:-1] if self.opened.exists() else []
-
-
-def _end(process: subprocess.Popen):
-    process.terminate()
-    try:
-        process.wait(5)
-    except subprocess.TimeoutExpired:
-        process.kill()
-        process.wait()

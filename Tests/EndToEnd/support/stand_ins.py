@@ -6,8 +6,8 @@ import os
 import signal
 from typing import TextIO
 
-from .box import Box, wait_until
-from .steered import DEADLINE, SteeringError
+from .box import Box
+from .steered import DEADLINE, SteeringError, command_of, wait_until
 
 FOLDER = "/run/stand-ins"
 DAEMON = r"^/usr/libexec/stand-ins/quoxelind "
@@ -33,8 +33,7 @@ class Daemon:
         """Sends a steering command and returns its answer."""
         self._commands += 1
         number = f"{os.getpid()}-{id(self)}-{self._commands}"
-        command = {"do": do.replace("_", "-"), "id": number} | {
-            name.replace("_", "-"): value for name, value in members.items() if value is not None}
+        command = command_of(do, number, members)
         with wait_until(self._commands_pipe, f"a daemon to tell {command}") as pipe:
             pipe.write(json.dumps(command) + "\n")
         answer = wait_until(

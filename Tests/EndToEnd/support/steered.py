@@ -13,6 +13,35 @@ class SteeringError(AssertionError):
     """A steering command was refused, or something awaited did not happen."""
 
 
+def wait_until(condition, what, deadline: float = DEADLINE):
+    """Waits until `condition` returns a true value, and returns it. `what` is awaited: a text, or a
+    function that returns one after the deadline."""
+    end = time.monotonic() + deadline
+    while True:
+        over = time.monotonic() > end
+        found = condition()
+        if found:
+            return found
+        if over:
+            raise SteeringError(f"not within {deadline} s: {what() if callable(what) else what}")
+        time.sleep(0.005)
+
+
+def end_process(process: subprocess.Popen) -> None:
+    process.terminate()
+    try:
+        process.wait(5)
+    except subprocess.TimeoutExpired:
+        process.kill()
+        process.wait()
+
+
+def command_of(do: str, number: int | str, members: dict) -> dict:
+    """A steering command. "_" stands for "-" in names; a member that is None is left out."""
+    return {"do": do.replace("_", "-"), "id": number} | {
+        name.replace("_", "-"): value for name, value in members.items() if value is not None}
+
+
 class SteeredProcess:
     """Runs a program, sends it commands and collects its output. Every wait has a deadline."""
 
@@ -96,15 +125,10 @@ class SteeredProcess:
         return command in self._answers
 
     def start_command(self, do: str, **members) -> int:
-        """Sends a command and returns its id, for `answer`. Write "_" for a "-" in a name; a member
-        that is None is left out."""
+        """Sends a command and returns its id, for `answer`."""
         self._commands += 1
-        command = {"do": do.replace("_", "-"), "id": self._commands}
-        command |= {
-            name.replace("_", "-"): value for name, value in members.items() if value is not None
-        }
         try:
-            self.send_line(json.dumps(command))
+            self.send_line(json.dumps(command_of(do, self._commands, members)))
         except (BrokenPipeError, ValueError):
             raise SteeringError(f"{self.name} ended before {do}: {self.standard_error}") from None
         return self._commands
