@@ -35,13 +35,6 @@ def test_what_is_written_in_the_box_does_not_reach_this_machine(box):
     assert pathlib.Path("/proc/self/ns/net").readlink() != box.path("/proc/1/ns/net").readlink()
 
 
-def test_a_program_in_the_box_can_be_started_and_ended(box):
-    sleeper = box.start("sleeper", "sleep", "4321", user=TESTER)
-    assert box.pids("^sleep 4321") == [sleeper.pid]
-    sleeper.end()
-    assert box.pids("^sleep 4321") == []
-
-
 def test_the_daemon_in_the_box_is_the_simulated_one(box):
     daemon = Daemon(box)
     quoxelind = "/usr/lib/quoxelin-desktop/Contents/Resources/quoxelind"

@@ -51,52 +51,6 @@ def test_logs_in_through_the_browser_and_connects(daemon, application):
     assert wire.WANT_RUNNING in bytes_of(daemon)
 
 
-def test_the_token_of_the_callback_is_nowhere_in_the_log(daemon, application):
-    scenario.log_in(daemon, application)
-    application.wait_log("[State] Authenticate called with token")
-    application.wait_text('"Connected"')
-    callback = daemon.wait_event("logged-in")["callback"]
-    token = callback.partition("token=")[2]
-    assert len(token) > 4
-    assert token not in application.log_path.read_text("utf-8")
-
-
-@pytest.mark.parametrize(
-    "url",
-    [
-        "quoxelin://login/callback",
-        "quoxelin://login/callback?token=",
-        "quoxelin://login/callback?nonce=5",
-        "https://login/callback?token=5",
-    ],
-)
-def test_a_callback_without_a_token_does_nothing(daemon, application, url):
-    application.wait_log("[State] Received HashiBus state: needsLogin")
-    application.open_url(url)
-    # Events are handled in order: this one comes after the callback.
-    daemon.do("state", state="Stopped")
-    application.wait_log("[State] Received HashiBus state: stopped")
-    assert application.log_count("[State] Authenticate called with token") == 0
-    assert bytes_of(daemon) == [wire.OBSERVE]
-
-
-def test_a_callback_alone_asks_the_daemon_every_second(daemon, application):
-    daemon.do("stall")
-    application.open_url("quoxelin://login/callback?token=5")
-    daemon.wait(requests=1, path="/localapi/v0/login")
-    asked = bytes_of(daemon)
-    # Every third poll reminds the daemon of the login before it asks for the status.
-    assert asked[:3] == [wire.OBSERVE, wire.STATUS, wire.STATUS]
-    daemon.wait(requests=3, path="/localapi/v0/status")
-    times = [request.at for request in daemon.requests(path="/localapi/v0/status")]
-    for first, second in zip(times, times[1:]):
-        assert 0.95 <= second - first < 2.0
-    # The answer alone logs in, without a notification.
-    daemon.do("login")
-    application.wait_text('"Connected"')
-    assert application.log_count("[State] connect") == 1
-
-
 def test_disconnects_and_connects_again(logged_in):
     daemon, application = logged_in
     before = last_index(daemon)
@@ -150,44 +104,6 @@ def test_adds_an_account(daemon, application):
         "[State] connect",
         "[State] Got 3 profiles",
     )
-
-
-def test_is_jailed_with_one_notification_and_released(logged_in):
-    daemon, application = logged_in
-    daemon.jail("  disk not encrypted\n")
-    application.wait_text('"Blocked by Device Policy"', '"disk not encrypted"')
-    application.wait(notifications=1)
-    daemon.jail("  disk not encrypted\n")
-    daemon.unjail()
-    application.wait_text('"Connected"', without=("disk not encrypted",))
-    delivered = application.do("notifications")["delivered"]
-    assert [(one["title"], one["body"]) for one in delivered] == [
-        ("Quoxelin", "デバイスポリシーを満たしていないため、通信がブロックされています")
-    ]
-    assert application.log_count("[State] node jailed: disk not encrypted") == 1
-
-
-def test_logs_out_and_stays_logged_out(logged_in):
-    daemon, application = logged_in
-    before = last_index(daemon)
-    application.press("More")
-    application.wait_text('"Logout"')
-    application.press("Logout")
-    application.wait_text('"Login Quoxelin"')
-    application.wait_log("[State] Received HashiBus state: needsLogin")
-    called = application.wait_log("[State] logout called")
-    refreshed = application.wait_log("[State] refreshProfiles called", after=called)
-    application.wait_log("[State] Got 2 profiles", after=refreshed)
-    asked = bytes_of(daemon, before)
-    assert sorted(asked[:2]) == sorted([wire.WANT_STOPPED, wire.LOGOUT])
-    assert wire.PROFILES in asked
-    assert_in_order(
-        application.log(),
-        "[State] logout called",
-        "[State] disconnect",
-        f"[HashiBus] Logout request sent, bytes: {len(wire.LOGOUT)}",
-    )
-    application.wait_text('"Login Quoxelin"', without=("Email: ",))
 
 
 def test_the_demo_scenario_completes(daemon, application, tmp_path):

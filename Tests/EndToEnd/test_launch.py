@@ -6,34 +6,6 @@ from support.application import Application
 from support.order import assert_in_order
 from support.sim import Sim
 
-def test_the_log_shows_the_launch_in_order(application):
-    lines = application.log()
-    assert_in_order(
-        lines,
-        "[App] Quoxelin Desktop App Launching...",
-        "[App] Setting up Menu Bar...",
-        "[App] Registered app as login item (status: 1)",
-        "[App] Helper is ready and reachable. Starting daemon...",
-        "[SysExt] Activating extension com.quoxelin.desktop.PacketTunnel",
-        "[SysExt] Completed",
-        "[App] System Extension activated, ensuring VPN configuration...",
-        "[App] VPN configuration ready, starting app state...",
-        "[State] start() called",
-        "[HashiBus] Connected to socket",
-        "[State] HashiBus connected",
-    )
-    assert lines[0] == "[App] Quoxelin Desktop App Launching..."
-    for once in ("[State] start() called", "[HashiBus] Connected to socket"):
-        assert application.log_count(once) == 1
-
-
-def test_every_line_of_the_log_has_the_local_time(application):
-    lines = application.log()
-    times = [line.at for line in lines]
-    now = datetime.datetime.now(datetime.timezone.utc).replace(tzinfo=None)
-    assert abs(now - times[-1]) < datetime.timedelta(seconds=30)
-    assert max(times) - min(times) < datetime.timedelta(seconds=30)
-
 
 def test_local_time_follows_the_time_zone(daemon):
     with Application(daemon.socket, environment={"TZ": "Asia/Tokyo"}) as application:
@@ -68,17 +40,3 @@ def test_connects_when_the_daemon_is_logged_in():
             "[VPN] Tunnel start initiated successfully",
             "[VPN] Status changed: NEVPNStatus(rawValue: 3)",
         )
-
-
-def test_an_existing_log_is_continued(daemon):
-    with Application(daemon.socket) as application:
-        application.wait_log("[State] HashiBus connected")
-        first = application.log_path.read_bytes()
-        application.wait_log("[State] Received HashiBus state: needsLogin")
-        with open(application.log_path, "a", encoding="utf-8") as log:
-            log.write("[Other] 2020-01-01 00:00:00.000 another process\n")
-        daemon.do("close-streams")
-        application.wait_log("[State] HashiBus disconnected: nil")
-        assert application.log_path.read_bytes().startswith(first)
-        assert_in_order(application.log(), "[Other] another process", "[HashiBus] EOF",
-                        "[State] HashiBus disconnected: nil")

@@ -1,6 +1,4 @@
 """The link to the daemon comes and goes, in real seconds."""
-import pytest
-
 from support import wire
 from support.application import Application
 from support.order import assert_in_order
@@ -57,20 +55,6 @@ def test_a_restarted_daemon_is_found_again(tmp_path):
         with Sim(socket=path):
             application.wait_log("[State] Received HashiBus state: needsLogin")
             application.wait_text('"Login Quoxelin"')
-
-
-def test_notifications_in_pieces_arrive_whole(daemon, application):
-    line = b'{"State":4,"Jailed":true}\n'
-    daemon.raw(line + b"\r\n" + line[:9] + b"\n" + line, split=[1, 7, 20, 27, 30], pause=0.01)
-    application.wait_log("[State] Received HashiBus state: running", count=2)
-
-
-@pytest.mark.parametrize("greeting", ["HTTP/1.1 500 No\r\nContent-Length: 0\r\n\r\n", "nonsense\r\n\r\n"])
-def test_the_streams_header_is_ignored(greeting):
-    with Sim() as daemon:
-        daemon.do("stream", text=greeting)
-        with Application(daemon.socket) as application:
-            application.wait_log("[State] Received HashiBus state: needsLogin")
 
 
 def test_a_chunked_stream_is_read_line_by_line():

@@ -155,15 +155,6 @@ def test_holds_everything_back_while_stalled(daemon, observer):
     assert told == [1, 2, 0]
 
 
-def test_carries_twenty_thousand_peers():
-    with Sim("--logged-in", "--peers", "20000") as daemon:
-        observer = Client(daemon, OBSERVE)
-        observer.read_through(b"\r\n\r\n")
-        assert len(observer.read_through(b"\n")) > 7_000_000
-        daemon.do("peers", count=3)
-        assert len(observer.notification()["NetMap"]["Peers"]) == 3
-
-
 # The login page
 
 
@@ -182,34 +173,7 @@ def test_logs_in_through_the_web_page(daemon, observer):
         assert refused.value.code == code
 
 
-def test_completes_a_login_by_itself():
-    with Sim("--auto-login", "0.2") as daemon:
-        Client(daemon, b"POST /localapi/v0/login HTTP/1.0\r\n\r\n").read_all()
-        daemon.wait(state="Running")
-
-
 # The process
-
-
-def test_takes_commands_in_any_pieces_and_answers_bad_ones(daemon):
-    daemon.send(b'{"do":"jail","id":901}\n\r\n\xff\n{"do":')
-    daemon.answer(901)
-    assert daemon.wait_event("answer")["ok"] is False
-    daemon.send(b'"unjail","id":902}\n{"do":"status","id":903}\n')
-    assert daemon.answer(903)["status"]["jailed"] is False
-    with pytest.raises(SimError, match="wait: waited in vain"):
-        daemon.wait(observers=1, timeout=0.1)
-
-
-def test_explains_itself():
-    def run(*arguments):
-        return subprocess.run([PROGRAM, *arguments], capture_output=True, text=True, timeout=DEADLINE)
-
-    assert run("--version").stdout.startswith("quoxelind-sim ")
-    assert run("--help").stdout.startswith("Usage: quoxelind-sim")
-    refused = run("--socket", "/tmp/x", "y")
-    assert (refused.returncode, refused.stdout) == (2, "")
-    assert "Usage: quoxelind-sim" in refused.stderr
 
 
 @pytest.mark.parametrize("number", [signal.SIGTERM, signal.SIGINT, None])
