@@ -168,7 +168,8 @@ class SimulatedSystemExtensions final : public OSSystemExtensionManager {
         later([this, activation, error] { fail(activation, error); });
     }
 
-    /// The bundled version replaces one that waits for approval. If enabled, it replaces all others.
+    /// The bundled version replaces one that waits for approval. If enabled, it replaces all
+    /// others.
     void install(const std::string& identifier, bool isEnabled) {
         std::erase_if(extensions, [&](const auto& one) {
             return one.bundleIdentifier == identifier && (isEnabled || one.isAwaitingUserApproval);
