@@ -64,6 +64,15 @@ def started(daemon, environment):
         yield application
 
 
+@pytest.fixture
+def session(started, buses):
+    """The session bus, started after the application."""
+    started.wait_log(MISSING[0])
+    buses[0].start()
+    started.wait_log("[App] The session bus is available")
+    return buses[0]
+
+
 def start_again(application, *arguments):
     """A second start in the same session: its exit code and all its output."""
     second = subprocess.run([*application.command, *arguments], env=application.environment,
@@ -126,11 +135,7 @@ def test_works_as_soon_as_the_helper_and_the_notification_server_appear(
     assert not recorded.exists()
 
 
-def test_a_second_start_hands_over_and_exits(started, buses):
-    session, _ = buses
-    started.wait_log(MISSING[0])
-    session.start()
-    started.wait_log("[App] The session bus is available")
+def test_a_second_start_hands_over_and_exits(started, session):
     assert start_again(started, "quoxelin://callback?token=abc") == (0, "")
     started.wait_log("[State] Authenticate called with token")
     assert start_again(started) == (0, "")
@@ -153,11 +158,7 @@ def test_without_a_tray_a_second_start_opens_the_panel(daemon, buses, recorded):
             desktop.wait_icon("trayer")
 
 
-def test_simulated_instances_are_independent_of_each_other_and_of_it(started, buses, daemon):
-    session, _ = buses
-    started.wait_log(MISSING[0])
-    session.start()
-    started.wait_log("[App] The session bus is available")
+def test_simulated_instances_are_independent_of_each_other_and_of_it(session, daemon):
     with Application(daemon.socket, environment=session.environment) as first, \
             Application(daemon.socket, environment=session.environment) as second:
         for application in (first, second):
@@ -165,11 +166,7 @@ def test_simulated_instances_are_independent_of_each_other_and_of_it(started, bu
             assert application.log_count("[App] The system bus is available") == 0
 
 
-def test_a_first_instance_that_does_not_answer_is_ignored(started, buses):
-    session, _ = buses
-    started.wait_log(MISSING[0])
-    session.start()
-    started.wait_log("[App] The session bus is available")
+def test_a_first_instance_that_does_not_answer_is_ignored(started, session):
     started.send_signal(signal.SIGSTOP)
     try:
         code, said = start_again(started, "quoxelin://callback?token=abc")

@@ -1,6 +1,9 @@
 """The installation on a machine with the real services: polkit knows its actions, and pkexec
 registers the tunnel with NetworkManager as root."""
 
+import os
+import pathlib
+
 from support.box import STRANGER, TESTER, wait_until
 
 ACTION = "com.quoxelin.desktop.install-extension"
@@ -19,6 +22,15 @@ def pkexec(box, *arguments, user=TESTER):
 
 def installed(box):
     return [path for path in INSTALLED if box.path(path).exists()]
+
+
+def test_what_is_written_in_the_box_does_not_reach_this_machine(box):
+    for directory in ("/etc", "/home", "/root", "/run", "/tmp", "/usr", "/var"):
+        name = f"{directory}/box-test-{os.getpid()}"
+        box.run("touch", name)
+        assert box.path(name).exists()
+        assert not pathlib.Path(name).exists()
+    assert pathlib.Path("/proc/self/ns/net").readlink() != box.path("/proc/1/ns/net").readlink()
 
 
 def test_a_user_without_authorization_installs_nothing(box):

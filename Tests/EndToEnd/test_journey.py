@@ -84,28 +84,6 @@ def test_switches_profiles_at_once_and_confirms_it(logged_in):
     )
 
 
-def test_adds_an_account(daemon, application):
-    application.wait_text('"Login Quoxelin"')
-    application.press("Switch Account")
-    application.wait_text('"Add Account"')
-    application.press("Add Account")
-    application.wait(urls=1)
-    assert application.opened_urls() == [daemon.login_url()]
-    asked = bytes_of(daemon)
-    assert asked.index(wire.SWITCH_TO_EMPTY) < asked.index(wire.START_LOGIN)
-    application.open_url(daemon.visit_login())
-    application.wait_text('"Connected"')
-    application.wait_log("[State] Got 3 profiles")
-    assert_in_order(
-        application.log(),
-        "[State] addNewAccount called",
-        "[State] Switched to empty profile, starting login flow",
-        "[State] Got login URL for new account",
-        "[State] connect",
-        "[State] Got 3 profiles",
-    )
-
-
 def test_the_demo_scenario_completes(daemon, application, tmp_path):
     shown = []
 

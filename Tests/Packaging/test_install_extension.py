@@ -129,40 +129,24 @@ def test_a_plain_user_is_refused(extension):
     extension.assert_refused(done, "only root can install")
 
 
-@pytest.mark.parametrize("part", ["policy", "plugin", "service"])
-@pytest.mark.parametrize("mode", [0o775, 0o757, 0o4777])
-def test_a_file_that_others_can_write_is_refused(extension, part, mode):
-    path = getattr(extension, part)
-    path.chmod(mode)
-    extension.assert_refused(extension.run(), f"{path} can be written by others than root")
-
-
-@pytest.mark.parametrize("part", ["policy", "plugin", "service"])
-def test_a_file_of_another_user_is_refused(extension, part):
-    path = getattr(extension, part)
-    os.chown(path, NOBODY, 0)
-    extension.assert_refused(extension.run(), f"{path} does not belong to root")
-
-
-@pytest.mark.parametrize("part", ["policy", "plugin", "service"])
-def test_a_link_in_place_of_a_file_is_refused(extension, part):
-    path = getattr(extension, part)
+def make_link(path):
     path.rename(path.with_suffix(".real"))
     path.symlink_to(path.with_suffix(".real"))
-    extension.assert_refused(extension.run(), f"{path} is a symbolic link")
 
 
 @pytest.mark.parametrize("part", ["policy", "plugin", "service"])
-def test_a_missing_file_is_reported(extension, part):
+@pytest.mark.parametrize("spoil, reason", [
+    *((lambda path, mode=mode: path.chmod(mode), "can be written by others than root")
+      for mode in (0o775, 0o757, 0o4777)),
+    (lambda path: os.chown(path, NOBODY, 0), "does not belong to root"),
+    (make_link, "is a symbolic link"),
+    (lambda path: path.unlink(), "is missing"),
+    (lambda path: path.unlink() or path.mkdir(), "is missing"),
+])
+def test_a_file_that_is_not_a_plain_one_of_root_alone_is_refused(extension, part, spoil, reason):
     path = getattr(extension, part)
-    path.unlink()
-    extension.assert_refused(extension.run(), f"{path} is missing")
-
-
-def test_a_folder_in_place_of_a_file_is_refused(extension):
-    extension.plugin.unlink()
-    extension.plugin.mkdir()
-    extension.assert_refused(extension.run(), f"{extension.plugin} is missing")
+    spoil(path)
+    extension.assert_refused(extension.run(), f"{path} {reason}")
 
 
 @pytest.mark.parametrize("up", range(6))
@@ -177,8 +161,7 @@ def test_a_folder_on_the_way_that_others_can_change_is_refused(extension, up):
 
 def test_a_folder_of_the_bundle_that_is_a_link_is_refused(extension):
     folder = extension.files.parent
-    folder.rename(folder.with_suffix(".real"))
-    folder.symlink_to(folder.with_suffix(".real"))
+    make_link(folder)
     extension.assert_refused(extension.run(), f"{folder} is a symbolic link")
 
 

@@ -6,7 +6,6 @@ _EMPTY = b"Content-Length: 0\r\nConnection: close\r\n\r\n"
 START_LOGIN = b"POST /localapi/v0/login HTTP/1.1\r\nHost: local-quoxelind.sock\r\n" + _EMPTY
 PROFILES = b"GET /localapi/v0/profiles HTTP/1.1\r\nHost: local-quoxelind.sock\r\n" + _EMPTY
 STATUS = PROFILES.replace(b"profiles", b"status")
-SWITCH_TO_EMPTY = START_LOGIN.replace(b"login", b"profiles/switch-to-empty")
 WANT_RUNNING = (
     b"PATCH /localapi/v0/hatago HTTP/1.1\r\n"
     b"Host: local-quoxelind.sock\r\n"

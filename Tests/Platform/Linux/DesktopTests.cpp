@@ -19,17 +19,6 @@
 
 namespace quoxelin::testing {
 
-TEST(QuitSignals, turnSignalsIntoEventsOfTheMainLoop) {
-    int quits = 0;
-    const QuitSignals quitSignals([&] { ++quits; });
-    for (const int number : {SIGTERM, SIGINT}) {
-        const int before = quits;
-        std::raise(number);
-        EXPECT_EQ(quits, before);
-        runLoopUntil([&] { return quits > before; });
-    }
-}
-
 TEST(QuitSignals, quitOnceForSignalsThatArriveTogether) {
     int quits = 0;
     const QuitSignals quitSignals([&] { ++quits; });

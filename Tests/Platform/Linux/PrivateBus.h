@@ -105,11 +105,15 @@ class HungBus {
     const int listener = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
 };
 
-/// The number of entries in a directory: threads in /proc/self/task, descriptors in /proc/self/fd.
-inline std::size_t entriesOf(const char* directory) {
-    const std::filesystem::directory_iterator begin(directory), end;
-    return static_cast<std::size_t>(std::distance(begin, end));
-}
+/// The number of threads and descriptors of this process.
+struct Resources {
+    static std::size_t entriesOf(const char* directory) {
+        const std::filesystem::directory_iterator begin(directory), end;
+        return static_cast<std::size_t>(std::distance(begin, end));
+    }
+    std::size_t threads = entriesOf("/proc/self/task"), descriptors = entriesOf("/proc/self/fd");
+    bool operator==(const Resources&) const = default;
+};
 
 /// The program's own bus connection, served by the event loop.
 class ServedBus final : public Bus {

@@ -2,9 +2,7 @@
 #include "Tests/Platform/Linux/EventLoop.h"
 #include "Tests/Platform/Linux/PrivateBus.h"
 
-#include <QThread>
-#include <thread>
-
+// Tests/EndToEnd/test_absent_services.py starts second instances.
 namespace quoxelin::testing {
 
 namespace {
@@ -17,13 +15,11 @@ constexpr std::chrono::milliseconds patience{10000};
 struct Instance {
     explicit Instance(const QString& address) : bus(address.toStdString()) {
         bus.serveUntil([this] { return bus.isConnected(); }, patience);
-        if (QThread::currentThread() == qApp->thread())
-            bus.serve();
+        bus.serve();
     }
 
-    auto claim(const std::optional<std::string>& url = std::nullopt,
-               std::chrono::milliseconds wait = patience) {
-        return single.claim(url, wait);
+    auto claim(const std::optional<std::string>& url = std::nullopt) {
+        return single.claim(url, patience);
     }
 
     Bus bus;
@@ -39,59 +35,16 @@ struct Instance {
 
 } // namespace
 
-class SingleInstanceTest : public ::testing::Test {
-  protected:
-    /// Looks to the first instance like a start of another process.
-    Result<Role, std::string> startAnother(const std::optional<std::string>& url = std::nullopt) {
-        std::optional<Result<Role, std::string>> outcome;
-        std::thread other([&] {
-            Instance second(daemon.address());
-            outcome = second.claim(url);
-            EXPECT_TRUE(second.asked.empty());
-            QMetaObject::invokeMethod(
-                qApp, [] {}, Qt::QueuedConnection);
-        });
-        pollUntil([&] { return outcome.has_value(); });
-        other.join();
-        return *outcome;
-    }
-
+TEST(SingleInstance, theFirstInstanceOwnsTheName) {
     RunningBus daemon;
-};
-
-TEST_F(SingleInstanceTest, theFirstInstanceOwnsTheName) {
     Instance first(daemon.address());
     EXPECT_EQ(first.claim("quoxelin://x?token=1"), Role::first);
     EXPECT_TRUE(daemon.connect().interface()->isServiceRegistered(applicationName));
     EXPECT_TRUE(first.asked.empty());
 }
 
-TEST_F(SingleInstanceTest, aSecondInstanceHandsItsUrlOver) {
-    Instance first(daemon.address());
-    ASSERT_EQ(first.claim(), Role::first);
-    EXPECT_EQ(startAnother("quoxelin://callback?token=a%20b"), Role::follower);
-    EXPECT_EQ(first.asked, std::vector<std::string>{"open quoxelin://callback?token=a%20b"});
-}
-
-TEST_F(SingleInstanceTest, aSecondInstanceWithoutAUrlBringsTheFirstToTheFront) {
-    Instance first(daemon.address());
-    ASSERT_EQ(first.claim(), Role::first);
-    EXPECT_EQ(startAnother(), Role::follower);
-    EXPECT_EQ(first.asked, std::vector<std::string>{"activate"});
-}
-
-TEST_F(SingleInstanceTest, aFirstInstanceThatDoesNotAnswerIsIgnored) {
-    Instance first(daemon.address());
-    ASSERT_EQ(first.claim(), Role::first);
-    // The first instance's loop does not run meanwhile.
-    Instance second(daemon.address());
-    const auto outcome = second.claim("quoxelin://x", std::chrono::milliseconds(50));
-    ASSERT_FALSE(outcome);
-    EXPECT_TRUE(outcome.error().starts_with("the running application does not answer: "))
-        << outcome.error();
-}
-
-TEST_F(SingleInstanceTest, theNextInstanceOwnsTheNameOnceTheFirstHasExited) {
+TEST(SingleInstance, theNextInstanceOwnsTheNameOnceTheFirstHasExited) {
+    RunningBus daemon;
     {
         Instance first(daemon.address());
         ASSERT_EQ(first.claim(), Role::first);
@@ -100,17 +53,8 @@ TEST_F(SingleInstanceTest, theNextInstanceOwnsTheNameOnceTheFirstHasExited) {
     EXPECT_EQ(next.claim(), Role::first);
 }
 
-TEST_F(SingleInstanceTest, startsWithoutABusAndOwnsTheNameOnceThereIsOne) {
-    daemon.stop();
-    Instance first(daemon.address());
-    EXPECT_EQ(first.claim("quoxelin://x"), Role::first);
-    daemon.start();
-    runLoopUntil([&] { return first.bus.isConnected(); });
-    EXPECT_EQ(startAnother("quoxelin://y"), Role::follower);
-    EXPECT_EQ(first.asked, std::vector<std::string>{"open quoxelin://y"});
-}
-
-TEST_F(SingleInstanceTest, answersTheCallsOfTheDesktop) {
+TEST(SingleInstance, answersTheCallsOfTheDesktop) {
+    RunningBus daemon;
     Instance first(daemon.address());
     ASSERT_EQ(first.claim(), Role::first);
     auto connection = daemon.connect();

@@ -11,13 +11,10 @@
 
 #include <chrono>
 #include <cstring>
-#include <fcntl.h>
-#include <fstream>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
 #include <thread>
-#include <vector>
 
 namespace {
 
@@ -37,32 +34,15 @@ bool isServed() {
     return served;
 }
 
-std::vector<std::string> commandLine() {
-    std::vector<std::string> words{program, "--socket", socketPath};
-    std::ifstream options(std::string(stand_ins::folder) + "/sim-options");
-    for (std::string word; options >> word;)
-        words.push_back(word);
-    return words;
-}
-
 [[noreturn]] void becomeSimulation() {
     ::setsid();
     // Everyone may connect, as to the daemon.
     ::umask(0);
-    const std::string folder = stand_ins::folder;
-    // Also open for writing, so that it does not reach its end between two tests.
-    const int commands = ::open((folder + "/sim.in").c_str(), O_RDWR);
-    const int answers = ::open((folder + "/sim.out").c_str(), O_WRONLY | O_CREAT | O_APPEND, 0644);
-    ::dup2(commands, STDIN_FILENO);
-    ::dup2(answers, STDOUT_FILENO);
-    ::dup2(answers, STDERR_FILENO);
-    auto words = commandLine();
-    std::vector<char*> arguments;
-    arguments.reserve(words.size() + 1);
-    for (auto& word : words)
-        arguments.push_back(word.data());
-    arguments.push_back(nullptr);
-    ::execv(program, arguments.data());
+    // The pipe is also open for writing, so that it does not reach its end between two tests.
+    const auto command = std::string("exec ") + program + " --socket " + socketPath +
+                         " $(cat /run/stand-ins/sim-options 2>/dev/null)"
+                         " <>/run/stand-ins/sim.in >>/run/stand-ins/sim.out 2>&1";
+    ::execl("/bin/sh", "sh", "-c", command.c_str(), nullptr);
     ::_exit(127);
 }
 
