@@ -5,11 +5,11 @@
 
 namespace quoxelin {
 
-/// Updates where there is no framework's controller. Nothing can be checked before an updater was
-/// started. Main thread only.
+/// The part of an updater that needs no framework. Checks are possible once an updater was started.
+/// Main thread only.
 class CheckingUpdates : public Updates {
   public:
-    /// `isReady` says whether a check is possible now; `check` is the user's request.
+    /// `isReady` returns whether a check is possible now; `check` is called when the user asks.
     CheckingUpdates(std::function<bool()> isReady, std::function<void()> check)
         : isReady(std::move(isReady)), check(std::move(check)) {}
 
@@ -23,7 +23,7 @@ class CheckingUpdates : public Updates {
   protected:
     bool canCheck() const { return started && isReady(); }
 
-    /// Tells the observers whether a check is possible, if that is news. Call it after a change.
+    /// Notifies the observers if checks have become possible or impossible. Call after a change.
     void changed() {
         if (const bool now = canCheck(); now != lastTold) {
             lastTold = now;
