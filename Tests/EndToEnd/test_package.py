@@ -11,7 +11,7 @@ from support.box import TESTER, wait_until
 from support.package import make_packages, newer
 from support.sim import build_directory
 from support.stand_ins import calls, tunnel_devices
-from test_real_services import (INSTALL, LOG, PLUGIN, POLICY, UP, changed, display,  # noqa: F401
+from test_real_services import (LOG, PLUGIN, POLICY, UP, changed, display,  # noqa: F401
                                 product)
 
 CONNECTED = changed(3)[1]

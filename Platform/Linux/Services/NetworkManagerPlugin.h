@@ -23,7 +23,8 @@ class NetworkManagerPlugin final : public QObject, public OSSystemExtensionManag
         /// Holds Contents/Library/SystemExtensions.
         std::filesystem::path bundle;
         /// The file that registers a VPN plugin with NetworkManager.
-        std::filesystem::path installedName = "/usr/lib/NetworkManager/VPN/nm-quoxelin-service.name";
+        std::filesystem::path installedName =
+            "/usr/lib/NetworkManager/VPN/nm-quoxelin-service.name";
         /// A path, or a name to look up in PATH.
         std::string pkexec = "pkexec";
         std::filesystem::path installer;

@@ -7,14 +7,24 @@ namespace quoxelin {
 
 namespace {
 
-const std::string packagePrefix = "quoxelin-desktop;";
+constexpr const char* packageName = "quoxelin-desktop";
 
 // PackageKit's bit fields.
 constexpr std::uint64_t noFilter = 1ULL << 1;
+constexpr std::uint64_t onlyInstalled = 1ULL << 2;
 constexpr std::uint64_t onlyTrusted = 1ULL << 1;
 
 QString versionOf(const std::string& packageId) {
     return QString::fromStdString(packageId).section(';', 1, 1);
+}
+
+/// The identifier of this program's package; empty if it is not among them.
+std::string ownPackage(const std::vector<std::string>& packageIds) {
+    const auto found =
+        std::find_if(packageIds.begin(), packageIds.end(), [](const auto& packageId) {
+            return packageId.starts_with(packageName + std::string(";"));
+        });
+    return found == packageIds.end() ? std::string() : *found;
 }
 
 } // namespace
@@ -47,8 +57,30 @@ void PackageKitUpdates::lookForUpdate() {
     run(
         "GetUpdates", [](auto* message) { return sd_bus_message_append(message, "t", noFilter); },
         [this](const Outcome& listed) {
+            const auto update = ownPackage(listed.packages);
+            if (update.empty()) {
+                lookForInstallation();
+                return;
+            }
             endTask();
-            showOutcome(listed);
+            offer(update);
+        });
+}
+
+/// Without an update the program is up to date, or did not come from a package.
+void PackageKitUpdates::lookForInstallation() {
+    run(
+        "Resolve",
+        [](auto* message) {
+            return sd_bus_message_append(message, "tas", onlyInstalled, 1, packageName);
+        },
+        [this](const Outcome& listed) {
+            endTask();
+            if (ownPackage(listed.packages).empty())
+                showEnd(QStringLiteral("Quoxelin was installed from its sources."),
+                        QStringLiteral("The package manager does not update it."));
+            else
+                showEnd(QStringLiteral("Quoxelin is up to date."));
         });
 }
 
@@ -113,17 +145,10 @@ void PackageKitUpdates::showEnd(const QString& text, const QString& details) {
     window->show({.text = text, .details = details, .dismissal = QStringLiteral("Close")});
 }
 
-void PackageKitUpdates::showOutcome(const Outcome& listed) {
-    const auto found =
-        std::find_if(listed.packages.begin(), listed.packages.end(),
-                     [](const auto& packageId) { return packageId.starts_with(packagePrefix); });
-    if (found == listed.packages.end()) {
-        showEnd(QStringLiteral("Quoxelin is up to date."));
-        return;
-    }
-    window->show({.text = QStringLiteral("Version %1 is available.").arg(versionOf(*found)),
+void PackageKitUpdates::offer(const std::string& packageId) {
+    window->show({.text = QStringLiteral("Version %1 is available.").arg(versionOf(packageId)),
                   .action = QStringLiteral("Install"),
-                  .onAction = [this, packageId = *found] { install(packageId); },
+                  .onAction = [this, packageId] { install(packageId); },
                   .dismissal = QStringLiteral("Later")});
 }
 

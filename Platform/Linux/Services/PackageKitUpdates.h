@@ -21,6 +21,7 @@ class PackageKitUpdates final : public CheckingUpdates {
     void check();
     void presenceChanged();
     void lookForUpdate();
+    void lookForInstallation();
     void install(const std::string& packageId);
     using Outcome = PackageKitTransaction::Outcome;
     void run(const char* method, const Bus::Writer& arguments,
@@ -28,7 +29,7 @@ class PackageKitUpdates final : public CheckingUpdates {
     void endTask();
     void showProgress(const QString& text);
     void showEnd(const QString& text, const QString& details = {});
-    void showOutcome(const Outcome& listed);
+    void offer(const std::string& packageId);
 
     Bus& bus;
     ServicePresence packageKit;

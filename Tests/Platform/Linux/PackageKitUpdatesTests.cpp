@@ -44,11 +44,15 @@ class PackageKitUpdatesTest : public ::testing::Test {
         if (call.member() == "GetUpdates")
             for (const auto& id : updates)
                 signal("Package", {5U, id, "summary"});
+        if (call.member() == "Resolve")
+            for (const auto& id : installed)
+                signal("Package", {1U, id, "summary"});
         if (call.member() == failing)
             signal("ErrorCode", {2U, "no network"});
         if (call.member() == "Cancel")
             signal("Finished", {canceled, 5U});
-        if (QStringList{"RefreshCache", "GetUpdates", "UpdatePackages"}.contains(call.member()) &&
+        if (QStringList{"RefreshCache", "GetUpdates", "Resolve", "UpdatePackages"}.contains(
+                call.member()) &&
             call.member() != hanging)
             signal("Finished", {call.member() == failing ? failed : success, 5U});
         return call.createReply();
@@ -100,6 +104,7 @@ class PackageKitUpdatesTest : public ::testing::Test {
     int transactions = 0;
     QString path, refused, failing, hanging;
     QStringList updates{"quoxelin-desktop-extras;9;all;x", "other;1;all;x"};
+    QStringList installed{"quoxelin-desktop;2.0;amd64;installed"};
 };
 
 TEST_F(PackageKitUpdatesTest, canCheckWhileThePackageServiceIsThere) {
@@ -129,13 +134,25 @@ TEST_F(PackageKitUpdatesTest, saysWhenThereIsNothingNewer) {
     awaitText("Quoxelin is up to date.");
     EXPECT_EQ(buttons(), QStringList{"Close"});
     EXPECT_EQ(told, (std::vector{false, true, false, true}));
-    ASSERT_EQ(packageKit->calls("SetHints").size(), 2u);
+    ASSERT_EQ(packageKit->calls("SetHints").size(), 3u);
     EXPECT_EQ(packageKit->calls("SetHints")[0].arguments(),
               QVariantList{QStringList{"interactive=true"}});
     EXPECT_EQ(packageKit->calls("RefreshCache")[0].arguments(), QVariantList{false});
     EXPECT_EQ(packageKit->calls("GetUpdates")[0].arguments(), QVariantList{qulonglong(2)});
+    EXPECT_EQ(packageKit->calls("Resolve")[0].arguments(),
+              (QVariantList{qulonglong(4), QStringList{"quoxelin-desktop"}}));
     press("Close");
     EXPECT_EQ(window(), nullptr);
+}
+
+TEST_F(PackageKitUpdatesTest, saysThatAnInstallationFromTheSourcesIsOne) {
+    installed = QStringList{"quoxelin-desktop-extras;9;all;installed"};
+    startPackageKit();
+    check();
+    awaitText("Quoxelin was installed from its sources.");
+    EXPECT_EQ(window()->informativeText(), "The package manager does not update it.");
+    EXPECT_EQ(buttons(), QStringList{"Close"});
+    EXPECT_TRUE(told.back());
 }
 
 TEST_F(PackageKitUpdatesTest, installsTheNewerVersionIfTheUserWantsIt) {
@@ -165,7 +182,7 @@ TEST_F(PackageKitUpdatesTest, installsNothingIfTheUserDoesNotWantIt) {
 }
 
 TEST_F(PackageKitUpdatesTest, saysWhatFailedAndCanCheckAgain) {
-    for (const char* step : {"RefreshCache", "GetUpdates"}) {
+    for (const char* step : {"RefreshCache", "GetUpdates", "Resolve"}) {
         failing = step;
         if (!packageKit)
             startPackageKit();
@@ -234,7 +251,7 @@ TEST_F(PackageKitUpdatesTest, runsOneCheckAtATime) {
     check();
     check();
     awaitText("Quoxelin is up to date.");
-    EXPECT_EQ(packageKit->calls("CreateTransaction").size(), 2u);
+    EXPECT_EQ(packageKit->calls("CreateTransaction").size(), 3u);
 }
 
 } // namespace quoxelin::testing
