@@ -44,64 +44,53 @@ inline constexpr const char* NEVPNConfigurationChange =
 /// Receives the platform's error, or nothing on success.
 using PreferencesCompletion = std::function<void(std::optional<Error>)>;
 
-/// The protocol part of a VPN configuration.
-class NEVPNProtocol {
-  public:
-    virtual ~NEVPNProtocol() = default;
-
+/// The protocol of a tunnel that is provided by an extension.
+struct NETunnelProviderProtocol {
+    std::optional<std::string> providerBundleIdentifier;
     std::optional<std::string> serverAddress;
     bool disconnectOnSleep = false;
+
+    friend bool operator==(const NETunnelProviderProtocol&,
+                           const NETunnelProviderProtocol&) = default;
 };
 
-/// The protocol of a tunnel that is provided by an extension.
-class NETunnelProviderProtocol final : public NEVPNProtocol {
-  public:
-    std::optional<std::string> providerBundleIdentifier;
+/// The content of a VPN configuration.
+struct VPNConfiguration {
+    std::optional<std::string> localizedDescription;
+    bool isEnabled = false;
+    /// Absent if there is none, or one of another kind.
+    std::optional<NETunnelProviderProtocol> protocol;
+
+    friend bool operator==(const VPNConfiguration&, const VPNConfiguration&) = default;
 };
 
-/// The tunnel of a configuration.
-class NEVPNConnection {
-  public:
-    virtual ~NEVPNConnection() = default;
-
-    /// A raw `NEVPNStatus`.
-    virtual int status() const = 0;
-
-    /// Starts the tunnel without options. Success means that the attempt began;
-    /// `NEVPNStatusDidChange` reports its progress.
-    virtual Result<void, Error> startVPNTunnel() = 0;
-
-    /// Stops the tunnel. `NEVPNStatusDidChange` reports its progress.
-    virtual void stopVPNTunnel() = 0;
-};
-
-/// A VPN configuration, kept in memory until it is saved.
+/// A VPN configuration of the system, and its tunnel.
 class NETunnelProviderManager {
   public:
     virtual ~NETunnelProviderManager() = default;
+
+    /// The content when it was last loaded or saved.
+    virtual VPNConfiguration configuration() const = 0;
 
     /// Reads the saved configuration again. A configuration that was never saved becomes empty
     /// without an error.
     virtual void loadFromPreferences(PreferencesCompletion completion) = 0;
 
-    /// Saves the configuration. The system may ask the user to allow a new one.
-    virtual void saveToPreferences(PreferencesCompletion completion) = 0;
+    /// Saves this content. The system may ask the user to allow a new configuration.
+    virtual void saveToPreferences(const VPNConfiguration& configuration,
+                                   PreferencesCompletion completion) = 0;
 
     virtual void removeFromPreferences(PreferencesCompletion completion) = 0;
 
-    /// Null if there is none. Assign the object after changing it: not every platform applies the
-    /// changes otherwise.
-    virtual std::shared_ptr<NEVPNProtocol> protocolConfiguration() const = 0;
-    virtual void setProtocolConfiguration(std::shared_ptr<NEVPNProtocol> protocol) = 0;
+    /// A raw `NEVPNStatus`. Absent if the platform has no connection for this configuration.
+    virtual std::optional<int> status() const = 0;
 
-    virtual std::optional<std::string> localizedDescription() const = 0;
-    virtual void setLocalizedDescription(const std::string& description) = 0;
+    /// Starts the tunnel without options. Success means that the attempt began;
+    /// `NEVPNStatusDidChange` reports its progress. Call this only with a status.
+    virtual Result<void, Error> startVPNTunnel() = 0;
 
-    virtual bool isEnabled() const = 0;
-    virtual void setEnabled(bool enabled) = 0;
-
-    /// Null if the platform has no connection for this configuration.
-    virtual std::shared_ptr<NEVPNConnection> connection() const = 0;
+    /// Stops the tunnel. `NEVPNStatusDidChange` reports its progress.
+    virtual void stopVPNTunnel() = 0;
 };
 
 /// Access to the saved configurations.
@@ -116,6 +105,10 @@ class NetworkExtension {
 
     /// Makes an empty configuration.
     virtual std::shared_ptr<NETunnelProviderManager> makeTunnelProviderManager() = 0;
+
+    /// True if the platform hands out its own protocol object, false if it hands out copies. A
+    /// value set on its own object counts as present before the object is assigned.
+    virtual bool sharesProtocolObjects() const = 0;
 };
 
 } // namespace quoxelin

@@ -15,6 +15,7 @@ class MacNetworkExtension final : public NetworkExtension {
 
     void loadAllFromPreferences(Completion<Managers, Error> completion) override;
     std::shared_ptr<NETunnelProviderManager> makeTunnelProviderManager() override;
+    bool sharesProtocolObjects() const override { return true; }
 
   private:
     std::unique_ptr<FrameworkNotifications> notifications;

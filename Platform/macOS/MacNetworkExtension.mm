@@ -31,70 +31,55 @@ template <typename Call> void answering(PreferencesCompletion completion, Call c
         completion(called.error());
 }
 
-class Connection final : public NEVPNConnection {
-  public:
-    explicit Connection(::NEVPNConnection* connection) : connection(connection) {}
-
-    int status() const override { return static_cast<int>(connection.status); }
-
-    Result<void, Error> startVPNTunnel() override {
-        return withError([&](NSError** error) {
-            return [connection startVPNTunnelWithOptions:nil andReturnError:error];
-        });
-    }
-
-    void stopVPNTunnel() override { [connection stopVPNTunnel]; }
-
-  private:
-    ::NEVPNConnection* connection;
-};
-
-std::shared_ptr<NEVPNProtocol> recordOf(::NEVPNProtocol* shown) {
-    if (shown == nil)
-        return nullptr;
-    std::shared_ptr<NEVPNProtocol> record;
-    if ([shown isKindOfClass:[::NETunnelProviderProtocol class]]) {
-        const auto tunnel = std::make_shared<NETunnelProviderProtocol>();
-        NSString* identifier =
-            static_cast<::NETunnelProviderProtocol*>(shown).providerBundleIdentifier;
-        if (identifier != nil)
-            tunnel->providerBundleIdentifier = toString(identifier);
-        record = tunnel;
-    } else {
-        record = std::make_shared<NEVPNProtocol>();
-    }
-    if (shown.serverAddress != nil)
-        record->serverAddress = toString(shown.serverAddress);
-    record->disconnectOnSleep = shown.disconnectOnSleep;
-    return record;
+std::optional<std::string> optionalString(NSString* text) {
+    return text == nil ? std::nullopt : std::optional(toString(text));
 }
 
 NSString* optionalNSString(const std::optional<std::string>& text) {
     return text ? toNSString(*text) : nil;
 }
 
-/// Leaves properties that the record does not have unchanged.
-void write(const NEVPNProtocol& record, ::NEVPNProtocol* shown) {
-    if (const auto* tunnel = dynamic_cast<const NETunnelProviderProtocol*>(&record))
-        static_cast<::NETunnelProviderProtocol*>(shown).providerBundleIdentifier =
-            optionalNSString(tunnel->providerBundleIdentifier);
-    shown.serverAddress = optionalNSString(record.serverAddress);
-    shown.disconnectOnSleep = record.disconnectOnSleep;
+/// Nil if the manager has none, or one of another kind.
+::NETunnelProviderProtocol* tunnelProtocolOf(::NETunnelProviderManager* manager) {
+    ::NEVPNProtocol* const protocol = manager.protocolConfiguration;
+    return [protocol isKindOfClass:[::NETunnelProviderProtocol class]]
+               ? static_cast<::NETunnelProviderProtocol*>(protocol)
+               : nil;
 }
 
 class Manager final : public NETunnelProviderManager {
   public:
     explicit Manager(::NETunnelProviderManager* manager) : manager(manager) {}
 
+    VPNConfiguration configuration() const override {
+        VPNConfiguration result{optionalString(manager.localizedDescription),
+                                static_cast<bool>(manager.enabled), std::nullopt};
+        if (::NETunnelProviderProtocol* const protocol = tunnelProtocolOf(manager))
+            result.protocol = {optionalString(protocol.providerBundleIdentifier),
+                               optionalString(protocol.serverAddress),
+                               static_cast<bool>(protocol.disconnectOnSleep)};
+        return result;
+    }
+
     void loadFromPreferences(PreferencesCompletion completion) override {
-        protocol = {};
         answering(completion,
                   [&](auto block) { [manager loadFromPreferencesWithCompletionHandler:block]; });
     }
 
-    void saveToPreferences(PreferencesCompletion completion) override {
-        if (protocol.record && protocol.shown == manager.protocolConfiguration)
-            write(*protocol.record, protocol.shown);
+    /// Leaves properties that the record does not have unchanged.
+    void saveToPreferences(const VPNConfiguration& configuration,
+                           PreferencesCompletion completion) override {
+        manager.localizedDescription = optionalNSString(configuration.localizedDescription);
+        manager.enabled = configuration.isEnabled;
+        if (const auto& record = configuration.protocol) {
+            ::NETunnelProviderProtocol* protocol = tunnelProtocolOf(manager);
+            if (protocol == nil)
+                protocol = [[::NETunnelProviderProtocol alloc] init];
+            protocol.providerBundleIdentifier = optionalNSString(record->providerBundleIdentifier);
+            protocol.serverAddress = optionalNSString(record->serverAddress);
+            protocol.disconnectOnSleep = record->disconnectOnSleep;
+            manager.protocolConfiguration = protocol;
+        }
         answering(completion,
                   [&](auto block) { [manager saveToPreferencesWithCompletionHandler:block]; });
     }
@@ -104,54 +89,22 @@ class Manager final : public NETunnelProviderManager {
                   [&](auto block) { [manager removeFromPreferencesWithCompletionHandler:block]; });
     }
 
-    /// The framework returns its live object rather than a copy, so this returns the same record
-    /// until that object is replaced. Changes to the record are saved without an assignment.
-    std::shared_ptr<NEVPNProtocol> protocolConfiguration() const override {
-        ::NEVPNProtocol* const current = manager.protocolConfiguration;
-        if (!protocol.record || protocol.shown != current)
-            protocol = {recordOf(current), current};
-        return protocol.record;
+    std::optional<int> status() const override {
+        return manager.connection == nil
+                   ? std::nullopt
+                   : std::optional(static_cast<int>(manager.connection.status));
     }
 
-    void setProtocolConfiguration(std::shared_ptr<NEVPNProtocol> record) override {
-        ::NEVPNProtocol* shown = record ? manager.protocolConfiguration : nil;
-        const bool isTunnel = dynamic_cast<NETunnelProviderProtocol*>(record.get()) != nullptr;
-        if (isTunnel && ![shown isKindOfClass:[::NETunnelProviderProtocol class]])
-            shown = [[::NETunnelProviderProtocol alloc] init];
-        if (record)
-            write(*record, shown);
-        manager.protocolConfiguration = shown;
-        protocol = {std::move(record), shown};
+    Result<void, Error> startVPNTunnel() override {
+        return withError([&](NSError** error) {
+            return [manager.connection startVPNTunnelWithOptions:nil andReturnError:error];
+        });
     }
 
-    std::optional<std::string> localizedDescription() const override {
-        if (manager.localizedDescription == nil)
-            return std::nullopt;
-        return toString(manager.localizedDescription);
-    }
-
-    void setLocalizedDescription(const std::string& description) override {
-        manager.localizedDescription = toNSString(description);
-    }
-
-    bool isEnabled() const override { return manager.enabled; }
-    void setEnabled(bool enabled) override { manager.enabled = enabled; }
-
-    std::shared_ptr<NEVPNConnection> connection() const override {
-        if (manager.connection == nil)
-            return nullptr;
-        return std::make_shared<Connection>(manager.connection);
-    }
+    void stopVPNTunnel() override { [manager.connection stopVPNTunnel]; }
 
   private:
-    /// The record returned last, and the framework's object that it was made from.
-    struct Protocol {
-        std::shared_ptr<NEVPNProtocol> record;
-        ::NEVPNProtocol* shown = nil;
-    };
-
     ::NETunnelProviderManager* manager;
-    mutable Protocol protocol;
 };
 
 } // namespace

@@ -24,13 +24,13 @@ std::int64_t firstStatus(Vpn& vpn) {
 json::Object stateOf(Vpn& vpn) {
     json::Array configurations;
     for (const auto& configuration : vpn.configurations()) {
-        const auto* const tunnel = configuration.tunnel();
+        const auto& protocol = configuration.protocol;
         const auto place = configurations.size();
-        configurations.emplace_back(
-            json::Object{{"provider", tunnel ? tunnel->providerBundleIdentifier.value_or("") : ""},
-                         {"description", configuration.localizedDescription.value_or("")},
-                         {"enabled", configuration.isEnabled},
-                         {"status", vpn.tunnel(place).status()}});
+        configurations.emplace_back(json::Object{
+            {"provider", protocol ? protocol->providerBundleIdentifier.value_or("") : ""},
+            {"description", configuration.localizedDescription.value_or("")},
+            {"enabled", configuration.isEnabled},
+            {"status", vpn.tunnel(place).status()}});
     }
     return {{"configurations", configurations},
             {"requests", json::Array(vpn.requests.begin(), vpn.requests.end())}};
@@ -91,9 +91,7 @@ void addEvents(Steering& steering, Vpn& vpn) {
     steering.add("add-vpn-configuration", [&](SteeringReader& reader) {
         const auto provider = reader.requiredText("provider");
         const auto description = reader.requiredText("description");
-        return doing([=, &vpn] {
-            vpn.addConfiguration(Vpn::Configuration::ofTunnel(provider, description));
-        });
+        return doing([=, &vpn] { vpn.addConfiguration(Vpn::ofTunnel(provider, description)); });
     });
     steering.add("remove-vpn-configuration", [&](SteeringReader& reader) {
         return doing([&vpn, place = placeIn(reader, vpn)] { vpn.removeConfiguration(place); });

@@ -10,57 +10,32 @@ Error vpnError(NEVPNError code, const std::string& description) {
     return {NEVPNErrorDomain, static_cast<int>(code), description};
 }
 
-bool isSame(const SimulatedNetworkExtension::Configuration& one,
-            const SimulatedNetworkExtension::Configuration& other) {
-    if (one.localizedDescription != other.localizedDescription ||
-        one.isEnabled != other.isEnabled || !one.protocol != !other.protocol)
-        return false;
-    if (!one.protocol)
-        return true;
-    if (one.protocol->serverAddress != other.protocol->serverAddress ||
-        one.protocol->disconnectOnSleep != other.protocol->disconnectOnSleep ||
-        !one.tunnel() != !other.tunnel())
-        return false;
-    return !one.tunnel() ||
-           one.tunnel()->providerBundleIdentifier == other.tunnel()->providerBundleIdentifier;
-}
-
 } // namespace
 
-SimulatedNetworkExtension::Configuration
-SimulatedNetworkExtension::Configuration::ofTunnel(const std::string& providerBundleIdentifier,
-                                                   const std::string& localizedDescription) {
-    auto protocol = std::make_shared<NETunnelProviderProtocol>();
-    protocol->serverAddress = "localhost";
-    protocol->providerBundleIdentifier = providerBundleIdentifier;
-    return {localizedDescription, true, std::move(protocol)};
-}
-
-SimulatedNetworkExtension::Configuration SimulatedNetworkExtension::Configuration::copy() const {
-    auto result = *this;
-    if (tunnel() != nullptr)
-        result.protocol = std::make_shared<NETunnelProviderProtocol>(*tunnel());
-    else if (protocol)
-        result.protocol = std::make_shared<NEVPNProtocol>(*protocol);
-    return result;
-}
-
-/// The application's object: a working copy of a configuration and a reference to the saved one.
+/// The application's object: the content it loaded, and a reference to the saved configuration.
 class SimulatedNetworkExtension::Manager final : public NETunnelProviderManager,
                                                  public std::enable_shared_from_this<Manager> {
   public:
-    /// The working copy is empty until it is loaded or set.
     Manager(SimulatedNetworkExtension& system, std::shared_ptr<Saved> saved)
-        : system(system), saved(std::move(saved)) {}
+        : system(system), saved(std::move(saved)), loaded(this->saved->configuration) {}
+
+    VPNConfiguration configuration() const override { return loaded; }
 
     void loadFromPreferences(PreferencesCompletion completion) override {
         system.perform(
-            Operation::load, [self = shared_from_this()] { self->read(); }, std::move(completion));
+            Operation::load,
+            [self = shared_from_this()] {
+                const auto& saved = *self->saved;
+                self->loaded = saved.isSaved ? saved.configuration : VPNConfiguration();
+            },
+            std::move(completion));
     }
-    void saveToPreferences(PreferencesCompletion completion) override {
+    void saveToPreferences(const VPNConfiguration& configuration,
+                           PreferencesCompletion completion) override {
         system.perform(
             Operation::save,
-            [self = shared_from_this(), configuration = working.copy()] {
+            [self = shared_from_this(), configuration] {
+                self->loaded = configuration;
                 self->system.save(self->saved, configuration);
             },
             std::move(completion));
@@ -71,37 +46,21 @@ class SimulatedNetworkExtension::Manager final : public NETunnelProviderManager,
             std::move(completion));
     }
 
-    std::shared_ptr<NEVPNProtocol> protocolConfiguration() const override {
-        return system.protocolAccess == ProtocolAccess::byReference ? working.protocol
-                                                                    : working.copy().protocol;
+    std::optional<int> status() const override {
+        return system.hasConnections ? std::optional(saved->tunnel.status()) : std::nullopt;
     }
-    void setProtocolConfiguration(std::shared_ptr<NEVPNProtocol> protocol) override {
-        working.protocol = std::move(protocol);
-        if (system.protocolAccess == ProtocolAccess::byCopy)
-            working = working.copy();
+    Result<void, Error> startVPNTunnel() override { return system.start(*saved); }
+    void stopVPNTunnel() override {
+        if (!system.hasConnections)
+            return;
+        system.note("stop");
+        saved->tunnel.stop();
     }
-
-    std::optional<std::string> localizedDescription() const override {
-        return working.localizedDescription;
-    }
-    void setLocalizedDescription(const std::string& description) override {
-        working.localizedDescription = description;
-    }
-
-    bool isEnabled() const override { return working.isEnabled; }
-    void setEnabled(bool enabled) override { working.isEnabled = enabled; }
-
-    std::shared_ptr<NEVPNConnection> connection() const override {
-        return system.hasConnections ? saved->connection : nullptr;
-    }
-
-    /// Copies the saved configuration to the working copy; clears it if there is none.
-    void read() { working = saved->isSaved ? saved->configuration.copy() : Configuration{}; }
 
   private:
     SimulatedNetworkExtension& system;
     std::shared_ptr<Saved> saved;
-    Configuration working;
+    VPNConfiguration loaded;
 };
 
 SimulatedNetworkExtension::SimulatedNetworkExtension(Dispatch& dispatch,
@@ -115,11 +74,8 @@ void SimulatedNetworkExtension::loadAllFromPreferences(Completion<Managers, Erro
     perform(
         Operation::loadAll,
         [this, managers] {
-            for (const auto& one : saved) {
-                auto manager = std::make_shared<Manager>(*this, one);
-                manager->read();
-                managers->push_back(std::move(manager));
-            }
+            for (const auto& one : saved)
+                managers->push_back(std::make_shared<Manager>(*this, one));
         },
         [managers, completion = std::move(completion)](std::optional<Error> error) {
             if (error)
@@ -130,7 +86,7 @@ void SimulatedNetworkExtension::loadAllFromPreferences(Completion<Managers, Erro
 }
 
 std::shared_ptr<NETunnelProviderManager> SimulatedNetworkExtension::makeTunnelProviderManager() {
-    return std::make_shared<Manager>(*this, makeSaved());
+    return std::make_shared<Manager>(*this, std::make_shared<Saved>(*this));
 }
 
 void SimulatedNetworkExtension::perform(Operation operation, std::function<void()> effect,
@@ -172,32 +128,19 @@ void SimulatedNetworkExtension::answer(std::function<void()> completion) {
 
 // Saved configurations
 
-std::shared_ptr<SimulatedNetworkExtension::Saved> SimulatedNetworkExtension::makeSaved() {
-    auto one = std::make_shared<Saved>();
-    one->connection =
-        std::make_shared<SimulatedNEVPNConnection>(SimulatedNEVPNConnection::Dependencies{
-            dispatch, notificationCenter, tunnels, [this](const char* request) { note(request); },
-            [this, weak = std::weak_ptr(one)] {
-                const auto self = weak.lock();
-                return self ? refusal(*self) : refusal(Saved{});
-            }});
-    return one;
-}
-
-void SimulatedNetworkExtension::addConfiguration(Configuration configuration) {
-    auto one = makeSaved();
-    one->configuration = configuration.copy();
+void SimulatedNetworkExtension::addConfiguration(const VPNConfiguration& configuration) {
+    auto one = std::make_shared<Saved>(*this);
+    one->configuration = configuration;
     one->isSaved = true;
     one->isAllowed = true;
-    one->connection->setStatusSilently(NEVPNStatus::disconnected);
+    one->tunnel.setStatusSilently(NEVPNStatus::disconnected);
     saved.push_back(std::move(one));
 }
 
-std::vector<SimulatedNetworkExtension::Configuration>
-SimulatedNetworkExtension::configurations() const {
-    std::vector<Configuration> copies;
+std::vector<VPNConfiguration> SimulatedNetworkExtension::configurations() const {
+    std::vector<VPNConfiguration> copies;
     for (const auto& one : saved)
-        copies.push_back(one->configuration.copy());
+        copies.push_back(one->configuration);
     return copies;
 }
 
@@ -208,19 +151,19 @@ void SimulatedNetworkExtension::removeConfiguration(std::size_t place) {
 }
 
 void SimulatedNetworkExtension::changeConfiguration(std::size_t place,
-                                                    const Configuration& configuration) {
-    save(saved.at(place), configuration.copy());
+                                                    const VPNConfiguration& configuration) {
+    save(saved.at(place), configuration);
 }
 
 void SimulatedNetworkExtension::save(const std::shared_ptr<Saved>& one,
-                                     const Configuration& configuration) {
-    if (one->isSaved && isSame(one->configuration, configuration))
+                                     const VPNConfiguration& configuration) {
+    if (one->isSaved && one->configuration == configuration)
         return;
-    one->configuration = configuration.copy();
+    one->configuration = configuration;
     if (!one->isSaved) {
         one->isSaved = true;
         one->isAllowed = !refusalUntilAllowed;
-        one->connection->setStatusSilently(NEVPNStatus::disconnected);
+        one->tunnel.setStatusSilently(NEVPNStatus::disconnected);
         saved.push_back(one);
     }
     tellConfigurationChange();
@@ -231,7 +174,7 @@ void SimulatedNetworkExtension::remove(const std::shared_ptr<Saved>& one) {
     if (place == saved.end())
         return;
     one->isSaved = false;
-    one->connection->setStatusSilently(NEVPNStatus::invalid);
+    one->tunnel.setStatusSilently(NEVPNStatus::invalid);
     saved.erase(place);
     tellConfigurationChange();
 }
@@ -255,6 +198,18 @@ void SimulatedNetworkExtension::allow() {
 
 void SimulatedNetworkExtension::decline() {
     tellConfigurationChange();
+}
+
+Result<void, Error> SimulatedNetworkExtension::start(Saved& one) {
+    note("start");
+    if (one.tunnel.isUpOrComingUp()) {
+        ++tunnels.needlessStarts;
+        return {};
+    }
+    if (auto error = tunnels.startError ? tunnels.startError : refusal(one))
+        return tl::unexpected(*std::move(error));
+    one.tunnel.start();
+    return {};
 }
 
 std::optional<Error> SimulatedNetworkExtension::refusal(const Saved& one) const {

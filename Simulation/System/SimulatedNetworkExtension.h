@@ -4,7 +4,7 @@
 #include "Base/Lifetime.h"
 #include "Base/NotificationCenter.h"
 #include "Platform/NetworkExtension.h"
-#include "Simulation/System/SimulatedNEVPNConnection.h"
+#include "Simulation/System/SimulatedTunnel.h"
 
 #include <map>
 
@@ -17,31 +17,14 @@ namespace quoxelin {
 /// queue. The public fields may be changed at any time.
 class SimulatedNetworkExtension final : public NetworkExtension {
   public:
-    /// One configuration. The provider's identifier determines its owner.
-    struct Configuration {
-        std::optional<std::string> localizedDescription;
-        bool isEnabled = false;
-        /// Null if there is none. Of the base class if it is not a tunnel.
-        std::shared_ptr<NEVPNProtocol> protocol;
-
-        /// A tunnel's configuration as an application would save it.
-        static Configuration ofTunnel(const std::string& providerBundleIdentifier,
-                                      const std::string& localizedDescription);
-
-        /// The copy has a separate protocol object.
-        Configuration copy() const;
-
-        /// Null if it is not a tunnel.
-        NETunnelProviderProtocol* tunnel() const {
-            return dynamic_cast<NETunnelProviderProtocol*>(protocol.get());
-        }
-    };
+    /// A tunnel's configuration as an application would save it.
+    static VPNConfiguration ofTunnel(const std::string& providerBundleIdentifier,
+                                     const std::string& localizedDescription) {
+        return {localizedDescription, true, {{providerBundleIdentifier, "localhost"}}};
+    }
 
     /// The application's requests.
     enum class Operation { loadAll, load, save, remove };
-
-    /// Whether a manager returns its protocol object or a copy.
-    enum class ProtocolAccess { byReference, byCopy };
 
     /// Where completions are called.
     enum class Answers {
@@ -55,10 +38,12 @@ class SimulatedNetworkExtension final : public NetworkExtension {
 
     void loadAllFromPreferences(Completion<Managers, Error> completion) override;
     std::shared_ptr<NETunnelProviderManager> makeTunnelProviderManager() override;
+    bool sharesProtocolObjects() const override { return sharesProtocols; }
 
     // Settings
 
-    ProtocolAccess protocolAccess = ProtocolAccess::byReference;
+    /// The answer of `sharesProtocolObjects`.
+    bool sharesProtocols = true;
     Answers answers = Answers::onMainThread;
     /// Simulates a faulty platform that answers everything twice.
     bool answersTwice = false;
@@ -73,17 +58,17 @@ class SimulatedNetworkExtension final : public NetworkExtension {
     // Saved configurations
 
     /// Adds a configuration that was saved and allowed earlier. Posts no notification.
-    void addConfiguration(Configuration configuration);
+    void addConfiguration(const VPNConfiguration& configuration);
 
-    /// Copies of the configurations, in the system's order.
-    std::vector<Configuration> configurations() const;
+    /// The configurations, in the system's order.
+    std::vector<VPNConfiguration> configurations() const;
 
     /// The tunnel of the configuration at the index.
-    SimulatedNEVPNConnection& tunnel(std::size_t place = 0) { return *saved.at(place)->connection; }
+    SimulatedTunnel& tunnel(std::size_t place = 0) { return saved.at(place)->tunnel; }
 
     /// The user removes or changes a configuration in the settings. Posts a notification.
     void removeConfiguration(std::size_t place);
-    void changeConfiguration(std::size_t place, const Configuration& configuration);
+    void changeConfiguration(std::size_t place, const VPNConfiguration& configuration);
 
     /// Posts `NEVPNConfigurationChange` on the next turn of the main queue.
     void tellConfigurationChange();
@@ -112,19 +97,22 @@ class SimulatedNetworkExtension final : public NetworkExtension {
 
     /// The system's record of one configuration.
     struct Saved {
-        Configuration configuration;
+        explicit Saved(SimulatedNetworkExtension& system)
+            : tunnel(system.dispatch, system.notificationCenter, system.tunnels) {}
+
+        SimulatedTunnel tunnel;
+        VPNConfiguration configuration;
         bool isSaved = false;
         bool isAllowed = false;
-        std::shared_ptr<SimulatedNEVPNConnection> connection;
     };
 
     /// Performs `effect` and answers according to the settings.
     void perform(Operation operation, std::function<void()> effect,
                  PreferencesCompletion completion);
-    void save(const std::shared_ptr<Saved>& one, const Configuration& configuration);
+    void save(const std::shared_ptr<Saved>& one, const VPNConfiguration& configuration);
     void remove(const std::shared_ptr<Saved>& one);
-    std::shared_ptr<Saved> makeSaved();
     void note(const char* request);
+    Result<void, Error> start(Saved& one);
     std::optional<Error> refusal(const Saved& one) const;
     void answer(std::function<void()> completion);
 

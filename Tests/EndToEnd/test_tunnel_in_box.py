@@ -65,8 +65,7 @@ class Adapter(SteeredInBox):
 
     def save_new(self, **members) -> None:
         self.do("new")
-        self.do("set", **(SAVED | members))
-        assert self.call("save") == {}
+        assert self.call("save", **(SAVED | members)) == {}
         assert self.call("load") == {}
         self.expect("configuration")
 
@@ -128,15 +127,13 @@ def test_a_configuration_is_saved_found_changed_and_removed(box, adapter):
     assert adapter.call("read") == {"enabled": False, "status": INVALID}
     assert adapter.call("start") | {"error-text": ""} == {
         "domain": DOMAIN, "code": 1, "error-text": "", "status": INVALID}
-    adapter.do("set", **SAVED)
-    assert adapter.call("save") == {}
+    assert adapter.call("save", **SAVED) == {}
     assert adapter.call("load") == {}
     adapter.expect("configuration")
     assert adapter.call("read") == SAVED | {"status": DISCONNECTED}
     with Adapter(box) as another:
         assert another.call("load-all") == {"managers": [SAVED | {"status": DISCONNECTED}]}
-        adapter.do("set", description="Qu\u00f6xelin", sleep=True)
-        assert adapter.call("save") == {}
+        assert adapter.call("save", description="Qu\u00f6xelin", sleep=True) == {}
         assert adapter.call("load") == {}
         adapter.expect("configuration")
         another.expect("configuration")
@@ -170,8 +167,7 @@ def test_a_configuration_belongs_to_its_user_and_starts_on_demand_only(box, adap
 def test_saving_an_unchanged_configuration_reports_no_change(adapter):
     adapter.save_new()
     assert adapter.call("save") == {}
-    adapter.do("set", description="Another name")
-    assert adapter.call("save") == {}
+    assert adapter.call("save", description="Another name") == {}
     adapter.expect("configuration")
 
 
@@ -181,8 +177,7 @@ def test_settings_that_the_application_does_not_know_are_kept(box, adapter):
             "+vpn.data", "another=item", user=TESTER)
     adapter.expect("configuration")
     adapter.do("load")
-    adapter.do("set", description="Renamed")
-    assert adapter.call("save") == {}
+    assert adapter.call("save", description="Renamed") == {}
     shown = box.run("nmcli", "-t", "-f", "ipv4.never-default,vpn.data", "connection", "show",
                     "Renamed", user=TESTER)
     assert shown.startswith("ipv4.never-default:yes\nvpn.data:another = item, ")
@@ -225,8 +220,7 @@ def test_a_disabled_configuration_does_not_start(adapter):
     assert adapter.call("start") == {
         "domain": DOMAIN, "code": 2, "error-text": "The VPN connection is disabled",
         "status": DISCONNECTED}
-    adapter.do("set", enabled=True)
-    assert adapter.call("save") == {}
+    assert adapter.call("save", enabled=True) == {}
     # What was saved takes effect at once.
     assert adapter.call("start") == {"status": CONNECTING}
     wait_until(lambda: adapter.call("read")["status"] == CONNECTED, "the tunnel")
@@ -288,17 +282,15 @@ def test_a_refused_start_ends_disconnected_and_a_refused_change_is_an_error(box,
     adapter.expect(CONNECTING, DISCONNECTED)
     box.refuse(MODIFY)
     refusal = {"domain": DOMAIN, "code": 5, "error-text": "Insufficient privileges"}
-    adapter.do("set", description="Refused")
-    assert adapter.call("save") == refusal
+    assert adapter.call("save", description="Refused") == refusal
     assert adapter.call("remove") == refusal
     assert adapter.call("load") == {} and adapter.call("read")["description"] == "Quoxelin"
     adapter.do("new")
-    adapter.do("set", place=1, **SAVED)
-    assert adapter.call("save", place=1) == refusal
+    assert adapter.call("save", place=1, **SAVED) == refusal
     assert adapter.call("read", place=1)["status"] == INVALID
     box.allow(CONTROL)
     box.allow(MODIFY)
-    assert adapter.call("save", place=1) == {}
+    assert adapter.call("save", place=1, **SAVED) == {}
     adapter.expect("configuration")
     adapter.connect()
 
@@ -327,14 +319,13 @@ def test_network_manager_stops_and_starts_again(box, adapter):
 @pytest.mark.parametrize("operation", ["save", "remove", "start", "new"])
 def test_network_manager_dies_before_it_has_answered(box, adapter, operation):
     adapter.save_new()
-    place = 0
+    members = {"description": "Another name"} if operation == "save" else {}
     if operation == "new":
         adapter.do("new")
-        place, operation = 1, "save"
-        adapter.do("set", place=1, **SAVED)
+        operation, members = "save", SAVED | {"place": 1}
     box.process("NetworkManager").send_signal(signal.SIGSTOP)
     try:
-        command = adapter.start_command(operation, place=place)
+        command = adapter.start_command(operation, **members)
         # Comes after the command, so the command has been sent.
         adapter.do("read")
     finally:

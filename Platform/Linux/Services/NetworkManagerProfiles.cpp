@@ -52,11 +52,10 @@ void forEachTunnel(NMClient* client, const Function& function) {
 }
 
 /// A connection that belongs to this user, so that saving it needs no administrator.
-GPtr<NMConnection> makeConnection() {
+GPtr<NMConnection> makeConnection(const std::string& uuid) {
     GPtr<NMConnection> connection(nm_simple_connection_new());
     auto* general = nm_setting_connection_new();
-    const GText uuid(nm_utils_uuid_generate());
-    g_object_set(general, NM_SETTING_CONNECTION_UUID, uuid.get(), NM_SETTING_CONNECTION_TYPE,
+    g_object_set(general, NM_SETTING_CONNECTION_UUID, uuid.c_str(), NM_SETTING_CONNECTION_TYPE,
                  NM_SETTING_VPN_SETTING_NAME, NM_SETTING_CONNECTION_AUTOCONNECT, FALSE, nullptr);
     nm_setting_connection_add_permission(NM_SETTING_CONNECTION(general), "user", g_get_user_name(),
                                          nullptr);
@@ -122,42 +121,72 @@ Result<NMRemoteConnection*, Error> NetworkManagerProfiles::saved(const std::stri
     return connection;
 }
 
-Result<VPNProfile, Error> NetworkManagerProfiles::read(const std::string& uuid) const {
+Result<VPNConfiguration, Error> NetworkManagerProfiles::read(const std::string& uuid) const {
+    if (unsaved.contains(uuid))
+        return {};
     return saved(uuid).map(
-        [](auto* connection) { return VPNProfile::of(NM_CONNECTION(connection)); });
+        [](auto* connection) { return configurationOf(NM_CONNECTION(connection)); });
 }
 
-void NetworkManagerProfiles::add(const VPNProfile& profile, Added completion) {
-    networkManager.whenReady(
-        [self = shared_from_this(), profile, completion] { self->addNow(profile, completion); });
+std::string NetworkManagerProfiles::makeNew() {
+    const GText uuid(nm_utils_uuid_generate());
+    return unsaved.try_emplace(uuid.get()).first->first;
 }
 
-void NetworkManagerProfiles::addNow(const VPNProfile& profile, Added completion) {
+void NetworkManagerProfiles::save(const std::string& uuid, const VPNConfiguration& configuration,
+                                  PreferencesCompletion completion) {
+    const auto found = unsaved.find(uuid);
+    if (found == unsaved.end()) {
+        update(uuid, configuration, std::move(completion));
+    } else if (std::exchange(found->second.isBeingAdded, true)) {
+        found->second.waiting.emplace_back(
+            [this, uuid, configuration, completion] { save(uuid, configuration, completion); });
+    } else {
+        networkManager.whenReady([self = shared_from_this(), uuid, configuration, completion] {
+            self->add(uuid, configuration, completion);
+        });
+    }
+}
+
+void NetworkManagerProfiles::add(const std::string& uuid, const VPNConfiguration& configuration,
+                                 PreferencesCompletion completion) {
     auto* client = networkManager.running();
     if (client == nullptr) {
-        completion(tl::unexpected(notRunning(readWriteFailed)));
+        added(uuid, notRunning(readWriteFailed), completion);
         return;
     }
-    const auto connection = makeConnection();
-    profile.writeTo(connection.get());
+    const auto connection = makeConnection(uuid);
+    write(configuration, connection.get());
     nm_client_add_connection2(
         client, settingsOf(connection.get()),
         static_cast<NMSettingsAddConnection2Flags>(
             NM_SETTINGS_ADD_CONNECTION2_FLAG_TO_DISK |
             NM_SETTINGS_ADD_CONNECTION2_FLAG_BLOCK_AUTOCONNECT),
         nullptr, TRUE, nullptr, answered,
-        passing([completion = std::move(completion)](GObject* source, GAsyncResult* result) {
+        passing([self = shared_from_this(), uuid,
+                 completion = std::move(completion)](GObject* source, GAsyncResult* result) {
             GFailure failure;
-            const GPtr<NMRemoteConnection> added(nm_client_add_connection2_finish(
+            const GPtr<NMRemoteConnection> made(nm_client_add_connection2_finish(
                 NM_CLIENT(source), result, nullptr, failure.out()));
-            if (added)
-                completion(std::string(nm_connection_get_uuid(NM_CONNECTION(added.get()))));
-            else
-                completion(tl::unexpected(vpnError(readWriteFailed, failure.text())));
+            self->added(uuid,
+                        made ? std::nullopt
+                             : std::optional(vpnError(readWriteFailed, failure.text())),
+                        completion);
         }));
 }
 
-void NetworkManagerProfiles::update(const std::string& uuid, const VPNProfile& profile,
+void NetworkManagerProfiles::added(const std::string& uuid, const std::optional<Error>& error,
+                                   const PreferencesCompletion& completion) {
+    const auto found = unsaved.find(uuid);
+    const auto waiting = std::exchange(found->second, {}).waiting;
+    if (!error)
+        unsaved.erase(found);
+    completion(error);
+    for (const auto& save : waiting)
+        save();
+}
+
+void NetworkManagerProfiles::update(const std::string& uuid, const VPNConfiguration& configuration,
                                     PreferencesCompletion completion) {
     const auto found = saved(uuid);
     if (!found) {
@@ -166,7 +195,7 @@ void NetworkManagerProfiles::update(const std::string& uuid, const VPNProfile& p
     }
     std::shared_ptr<NMConnection> changed(nm_simple_connection_new_clone(NM_CONNECTION(*found)),
                                           GObjectUnref());
-    profile.writeTo(changed.get());
+    write(configuration, changed.get());
     nm_remote_connection_update2(
         *found, settingsOf(changed.get()),
         static_cast<NMSettingsUpdate2Flags>(NM_SETTINGS_UPDATE2_FLAG_TO_DISK |
@@ -193,6 +222,10 @@ void NetworkManagerProfiles::update(const std::string& uuid, const VPNProfile& p
 }
 
 void NetworkManagerProfiles::remove(const std::string& uuid, PreferencesCompletion completion) {
+    if (unsaved.contains(uuid)) {
+        completion(std::nullopt);
+        return;
+    }
     const auto found = saved(uuid);
     if (!found) {
         completion(found.error());
@@ -225,11 +258,15 @@ NEVPNStatus NetworkManagerProfiles::tunnelStatus(const std::string& uuid) const 
 }
 
 int NetworkManagerProfiles::status(const std::string& uuid) const {
-    const bool isGone = networkManager.running() != nullptr && find(uuid) == nullptr;
+    const bool isGone =
+        unsaved.contains(uuid) || (networkManager.running() != nullptr && find(uuid) == nullptr);
     return static_cast<int>(isGone ? NEVPNStatus::invalid : tunnelStatus(uuid));
 }
 
 Result<void, Error> NetworkManagerProfiles::start(const std::string& uuid) {
+    if (unsaved.contains(uuid))
+        return tl::unexpected(
+            vpnError(NEVPNError::configurationInvalid, "The VPN configuration is not saved"));
     auto* client = networkManager.running();
     if (client == nullptr)
         return tl::unexpected(notRunning(NEVPNError::connectionFailed));
@@ -237,7 +274,7 @@ Result<void, Error> NetworkManagerProfiles::start(const std::string& uuid) {
     if (connection == nullptr)
         return tl::unexpected(
             vpnError(NEVPNError::configurationInvalid, "The VPN connection is no longer there"));
-    if (!VPNProfile::of(NM_CONNECTION(connection)).isEnabled)
+    if (!configurationOf(NM_CONNECTION(connection)).isEnabled)
         return tl::unexpected(
             vpnError(NEVPNError::configurationDisabled, "The VPN connection is disabled"));
     const auto status = tunnelStatus(uuid);

@@ -13,8 +13,6 @@ namespace quoxelin {
 /// if this object or NetworkManager is gone by then. Main thread only.
 class NetworkManagerProfiles final : public std::enable_shared_from_this<NetworkManagerProfiles> {
   public:
-    using Added = Completion<std::string, Error>;
-
     /// Both functions are called from the event loop.
     static std::shared_ptr<NetworkManagerProfiles> make(std::function<void()> statusChanged,
                                                         std::function<void()> configurationChanged);
@@ -25,19 +23,22 @@ class NetworkManagerProfiles final : public std::enable_shared_from_this<Network
     /// NetworkManager is not running.
     void all(Completion<std::vector<std::string>, Error> completion);
 
-    /// An error if the connection does not exist.
-    Result<VPNProfile, Error> read(const std::string& uuid) const;
+    /// The UUID of a connection that does not exist until it is saved. It belongs to this user then
+    /// and is only started on demand.
+    std::string makeNew();
 
-    /// Adds a connection that belongs to this user and is only started on demand.
-    void add(const VPNProfile& profile, Added completion);
-    void update(const std::string& uuid, const VPNProfile& profile,
-                PreferencesCompletion completion);
+    /// A new connection is empty. An error if the connection no longer exists.
+    Result<VPNConfiguration, Error> read(const std::string& uuid) const;
+
+    void save(const std::string& uuid, const VPNConfiguration& configuration,
+              PreferencesCompletion completion);
+    /// Removing a new connection succeeds.
     void remove(const std::string& uuid, PreferencesCompletion completion);
 
     /// A raw `NEVPNStatus`.
     int status(const std::string& uuid) const;
 
-    /// Like `NEVPNConnection`.
+    /// Like those of `NETunnelProviderManager`.
     Result<void, Error> start(const std::string& uuid);
     void stop(const std::string& uuid);
 
@@ -47,6 +48,13 @@ class NetworkManagerProfiles final : public std::enable_shared_from_this<Network
     void waitForStops(Duration longest) const;
 
   private:
+    /// A connection that is not saved yet.
+    struct New {
+        bool isBeingAdded = false;
+        /// Saves that wait until it is added.
+        std::vector<std::function<void()>> waiting;
+    };
+
     /// A start that NetworkManager has not answered yet.
     struct Start {
         unsigned number = 0;
@@ -57,7 +65,12 @@ class NetworkManagerProfiles final : public std::enable_shared_from_this<Network
     NetworkManagerProfiles(std::function<void()> statusChanged,
                            std::function<void()> configurationChanged);
 
-    void addNow(const VPNProfile& profile, Added completion);
+    void add(const std::string& uuid, const VPNConfiguration& configuration,
+             PreferencesCompletion completion);
+    void added(const std::string& uuid, const std::optional<Error>& error,
+               const PreferencesCompletion& completion);
+    void update(const std::string& uuid, const VPNConfiguration& configuration,
+                PreferencesCompletion completion);
     void changed(const NetworkManagerClient::Changes& changes);
     void startAnswered(const std::string& uuid, unsigned number, NMActiveConnection* active);
     void endStart(const std::string& uuid, unsigned number);
@@ -71,6 +84,7 @@ class NetworkManagerProfiles final : public std::enable_shared_from_this<Network
     NetworkManagerClient networkManager;
     std::function<void()> statusChanged;
     std::function<void()> configurationChanged;
+    std::map<std::string, New> unsaved;
     std::map<std::string, Start> starts;
     unsigned startCount = 0;
     /// D-Bus paths of the connections that NetworkManager was asked to stop, until it answers.

@@ -2,9 +2,47 @@
 
 #include "Base/NotificationCenter.h"
 #include "Platform/Linux/Services/Bus.h"
-#include "Platform/Linux/Services/NetworkManagerConfiguration.h"
+#include "Platform/Linux/Services/NetworkManagerProfiles.h"
 
 namespace quoxelin {
+
+namespace {
+
+/// A NetworkManager connection, read whenever it is asked for. It is known by its UUID, so this
+/// survives a restart of NetworkManager. Completions may be called before a request returns.
+class Manager final : public NETunnelProviderManager {
+  public:
+    Manager(std::shared_ptr<NetworkManagerProfiles> profiles, std::string uuid)
+        : profiles(std::move(profiles)), uuid(std::move(uuid)) {}
+
+    VPNConfiguration configuration() const override {
+        return profiles->read(uuid).value_or(VPNConfiguration());
+    }
+
+    void loadFromPreferences(PreferencesCompletion completion) override {
+        const auto read = profiles->read(uuid);
+        completion(read ? std::nullopt : std::optional(read.error()));
+    }
+
+    void saveToPreferences(const VPNConfiguration& configuration,
+                           PreferencesCompletion completion) override {
+        profiles->save(uuid, configuration, std::move(completion));
+    }
+
+    void removeFromPreferences(PreferencesCompletion completion) override {
+        profiles->remove(uuid, std::move(completion));
+    }
+
+    std::optional<int> status() const override { return profiles->status(uuid); }
+    Result<void, Error> startVPNTunnel() override { return profiles->start(uuid); }
+    void stopVPNTunnel() override { profiles->stop(uuid); }
+
+  private:
+    std::shared_ptr<NetworkManagerProfiles> profiles;
+    const std::string uuid;
+};
+
+} // namespace
 
 NetworkManagerVPN::NetworkManagerVPN(NotificationCenter& notificationCenter, Bus& systemBus)
     : systemBus(systemBus),
@@ -33,11 +71,8 @@ void NetworkManagerVPN::loadAllFromPreferences(Completion<Managers, Error> compl
             return;
         }
         Managers managers;
-        for (const auto& uuid : *uuids) {
-            if (auto profile = profiles->read(uuid))
-                managers.push_back(std::make_shared<NetworkManagerConfiguration>(
-                    profiles, uuid, *std::move(profile)));
-        }
+        for (const auto& uuid : *uuids)
+            managers.push_back(std::make_shared<Manager>(profiles, uuid));
         completion(std::move(managers));
     });
 }
@@ -47,7 +82,7 @@ void NetworkManagerVPN::waitForStops(Duration longest) const {
 }
 
 std::shared_ptr<NETunnelProviderManager> NetworkManagerVPN::makeTunnelProviderManager() {
-    return std::make_shared<NetworkManagerConfiguration>(profiles);
+    return std::make_shared<Manager>(profiles, profiles->makeNew());
 }
 
 } // namespace quoxelin

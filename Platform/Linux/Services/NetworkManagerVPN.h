@@ -25,6 +25,7 @@ class NetworkManagerVPN final : public NetworkExtension {
 
     void loadAllFromPreferences(Completion<Managers, Error> completion) override;
     std::shared_ptr<NETunnelProviderManager> makeTunnelProviderManager() override;
+    bool sharesProtocolObjects() const override { return false; }
 
     /// Call this before the process ends: waits at most `longest` for NetworkManager to accept the
     /// stop requests, which would otherwise be lost.

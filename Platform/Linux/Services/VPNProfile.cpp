@@ -35,45 +35,34 @@ bool says(NMSettingVpn* vpn, const char* key, const char* value) {
 
 } // namespace
 
-VPNProfile VPNProfile::copy() const {
-    auto result = *this;
-    if (const auto* tunnel = dynamic_cast<const NETunnelProviderProtocol*>(protocol.get()))
-        result.protocol = std::make_shared<NETunnelProviderProtocol>(*tunnel);
-    else if (protocol)
-        result.protocol = std::make_shared<NEVPNProtocol>(*protocol);
+VPNConfiguration configurationOf(NMConnection* connection) {
+    VPNConfiguration result{.localizedDescription = toOptional(nm_connection_get_id(connection)),
+                            .isEnabled = false,
+                            .protocol = std::nullopt};
+    auto* vpn = nm_connection_get_setting_vpn(connection);
+    if (vpn == nullptr)
+        return result;
+    result.isEnabled = !says(vpn, enabledKey, "no");
+    result.protocol = {toOptional(nm_setting_vpn_get_service_type(vpn)),
+                       toOptional(nm_setting_vpn_get_data_item(vpn, serverAddressKey)),
+                       says(vpn, disconnectOnSleepKey, "yes")};
     return result;
 }
 
-VPNProfile VPNProfile::of(NMConnection* connection) {
-    VPNProfile profile;
-    profile.localizedDescription = toOptional(nm_connection_get_id(connection));
-    auto* vpn = nm_connection_get_setting_vpn(connection);
-    if (vpn == nullptr)
-        return profile;
-    profile.isEnabled = !says(vpn, enabledKey, "no");
-    const auto tunnel = std::make_shared<NETunnelProviderProtocol>();
-    tunnel->providerBundleIdentifier = toOptional(nm_setting_vpn_get_service_type(vpn));
-    tunnel->serverAddress = toOptional(nm_setting_vpn_get_data_item(vpn, serverAddressKey));
-    tunnel->disconnectOnSleep = says(vpn, disconnectOnSleepKey, "yes");
-    profile.protocol = tunnel;
-    return profile;
-}
-
-void VPNProfile::writeTo(NMConnection* connection) const {
+void write(const VPNConfiguration& configuration, NMConnection* connection) {
     auto* general = nm_connection_get_setting_connection(connection);
     auto* vpn = nm_connection_get_setting_vpn(connection);
     if (general == nullptr || vpn == nullptr)
         return;
     g_object_set(general, NM_SETTING_CONNECTION_ID,
-                 valid(localizedDescription.value_or("")).c_str(), nullptr);
-    setItem(vpn, enabledKey, isEnabled ? "yes" : "no");
-    if (!protocol)
-        return;
-    setItem(vpn, serverAddressKey, protocol->serverAddress);
-    setItem(vpn, disconnectOnSleepKey, protocol->disconnectOnSleep ? "yes" : "no");
-    if (const auto* tunnel = dynamic_cast<const NETunnelProviderProtocol*>(protocol.get()))
+                 valid(configuration.localizedDescription.value_or("")).c_str(), nullptr);
+    setItem(vpn, enabledKey, configuration.isEnabled ? "yes" : "no");
+    if (const auto& protocol = configuration.protocol) {
+        setItem(vpn, serverAddressKey, protocol->serverAddress);
+        setItem(vpn, disconnectOnSleepKey, protocol->disconnectOnSleep ? "yes" : "no");
         g_object_set(vpn, NM_SETTING_VPN_SERVICE_TYPE,
-                     valid(tunnel->providerBundleIdentifier.value_or("")).c_str(), nullptr);
+                     valid(protocol->providerBundleIdentifier.value_or("")).c_str(), nullptr);
+    }
 }
 
 Error vpnError(NEVPNError code, const std::string& description) {

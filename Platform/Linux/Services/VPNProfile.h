@@ -6,24 +6,16 @@
 
 namespace quoxelin {
 
-/// A VPN configuration as the application sees it. NetworkManager stores the localized description
-/// as the connection's id, the provider's bundle identifier as its VPN service, and the rest as
-/// items of the VPN's data.
-struct VPNProfile {
-    std::optional<std::string> localizedDescription;
-    bool isEnabled = false;
-    std::shared_ptr<NEVPNProtocol> protocol;
+// A VPN configuration as a NetworkManager connection: its localized description is the connection's
+// id, the provider's bundle identifier is the VPN service, and the rest are items of the VPN's
+// data.
 
-    /// A copy with a separate protocol object.
-    VPNProfile copy() const;
+/// Reads a connection of type VPN. Enabled unless marked otherwise: other programs can start it
+/// anyway.
+VPNConfiguration configurationOf(NMConnection* connection);
 
-    /// Reads a connection of type VPN. Enabled unless marked otherwise: other programs can start it
-    /// anyway.
-    static VPNProfile of(NMConnection* connection);
-
-    /// Writes this to a connection of type VPN. Everything else in it stays as it is.
-    void writeTo(NMConnection* connection) const;
-};
+/// Writes to a connection of type VPN. Everything else in it stays as it is.
+void write(const VPNConfiguration& configuration, NMConnection* connection);
 
 /// An error of the VPN preferences or of a tunnel.
 Error vpnError(NEVPNError code, const std::string& description);

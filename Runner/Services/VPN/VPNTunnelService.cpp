@@ -14,11 +14,6 @@ namespace quoxelin {
 
 namespace {
 
-std::shared_ptr<NETunnelProviderProtocol>
-tunnelProtocolOf(const NETunnelProviderManager& candidate) {
-    return std::dynamic_pointer_cast<NETunnelProviderProtocol>(candidate.protocolConfiguration());
-}
-
 bool isBlank(const std::string& text) {
     return trimmingWhitespacesAndNewlines(text).empty();
 }
@@ -77,17 +72,13 @@ void VPNTunnelService::start() {
 void VPNTunnelService::stop() {
     if (mainThread.takesOver([this] { stop(); }))
         return;
-    const auto stopConnection = [this] {
-        if (const auto connection = manager->connection())
-            connection->stopVPNTunnel();
-    };
     if (manager) {
-        stopConnection();
+        manager->stopVPNTunnel();
         return;
     }
-    adoptExistingManager(mainThread.weakly([this, stopConnection] {
+    adoptExistingManager(mainThread.weakly([this] {
         if (manager) {
-            stopConnection();
+            manager->stopVPNTunnel();
             updateStatus();
             return;
         }
@@ -153,7 +144,7 @@ std::string VPNTunnelService::expectedLocalizedDescription() const {
 
 bool VPNTunnelService::matches(const NETunnelProviderManager& candidate) const {
     const auto expected = expectedProviderBundleIdentifier();
-    const auto protocol = tunnelProtocolOf(candidate);
+    const auto protocol = candidate.configuration().protocol;
     return protocol && protocol->providerBundleIdentifier == expected;
 }
 
@@ -222,48 +213,47 @@ void VPNTunnelService::configureAndSave(bool forceSave, Done completion) {
         completion();
         return;
     }
-    const bool changed = ensureConfigured(*manager);
+    auto configuration = manager->configuration();
+    const bool changed = ensureConfigured(configuration);
     if (!changed && !forceSave) {
         completion();
         return;
     }
-    manager->saveToPreferences(mainThread.completion(
-        [this, completion, saved = manager](const std::optional<Error>& error) {
-            if (error) {
-                log("Failed to save configuration: " + error->localizedDescription);
-                completion();
-                return;
-            }
-            // A saved manager must be loaded again before use.
-            saved->loadFromPreferences(mainThread.completion(
-                [completion](const std::optional<Error>&) { completion(); }, completion));
-        },
-        completion));
+    manager->saveToPreferences(
+        configuration,
+        mainThread.completion(
+            [this, completion, saved = manager](const std::optional<Error>& error) {
+                if (error) {
+                    log("Failed to save configuration: " + error->localizedDescription);
+                    completion();
+                    return;
+                }
+                // A saved manager must be loaded again before use.
+                saved->loadFromPreferences(mainThread.completion(
+                    [completion](const std::optional<Error>&) { completion(); }, completion));
+            },
+            completion));
 }
 
-/// Sets the required values. True if the manager has to be saved.
-bool VPNTunnelService::ensureConfigured(NETunnelProviderManager& candidate) const {
-    auto protocol = tunnelProtocolOf(candidate);
-    if (!protocol)
-        protocol = std::make_shared<NETunnelProviderProtocol>();
-    protocol->serverAddress = "localhost";
-    protocol->providerBundleIdentifier = expectedProviderBundleIdentifier();
-    protocol->disconnectOnSleep = false;
-
-    // Read again: some platforms apply changes to the object directly and need no assignment,
-    // others return copies.
-    const auto current = tunnelProtocolOf(candidate);
+/// Sets the required values. True if the configuration has to be saved.
+bool VPNTunnelService::ensureConfigured(VPNConfiguration& candidate) const {
+    const NETunnelProviderProtocol required{.providerBundleIdentifier =
+                                                expectedProviderBundleIdentifier(),
+                                            .serverAddress = "localhost",
+                                            .disconnectOnSleep = false};
+    auto& current = candidate.protocol;
+    // On the platform's own object the values are set before they are compared.
+    if (current && dependencies.networkExtension.sharesProtocolObjects())
+        current = required;
     const bool replace = !current || !current->providerBundleIdentifier ||
                          *current->providerBundleIdentifier != expectedProviderBundleIdentifier() ||
-                         current->serverAddress != protocol->serverAddress;
-    const bool enabledByItsName =
-        candidate.localizedDescription() == expectedLocalizedDescription() && candidate.isEnabled();
+                         current->serverAddress != required.serverAddress;
     if (replace)
-        candidate.setProtocolConfiguration(protocol);
-    if (enabledByItsName)
+        current = required;
+    if (candidate.localizedDescription == expectedLocalizedDescription() && candidate.isEnabled)
         return replace;
-    candidate.setLocalizedDescription(expectedLocalizedDescription());
-    candidate.setEnabled(true);
+    candidate.localizedDescription = expectedLocalizedDescription();
+    candidate.isEnabled = true;
     return true;
 }
 
@@ -300,24 +290,28 @@ void VPNTunnelService::removeAll(const Managers& managers, Done completion) {
 
 // The tunnel
 
+std::optional<int> VPNTunnelService::heldStatus() const {
+    return manager ? manager->status() : std::nullopt;
+}
+
 void VPNTunnelService::startVPNTunnel() {
-    const auto connection = manager ? manager->connection() : nullptr;
-    if (!connection) {
+    const auto rawStatus = heldStatus();
+    if (!rawStatus) {
         log("Error: VPN manager is nil");
         connectionStatus = VPNConnectionStatus::error;
         return;
     }
-    const int rawStatus = connection->status();
     if (rawStatus == static_cast<int>(NEVPNStatus::connected) ||
         rawStatus == static_cast<int>(NEVPNStatus::connecting)) {
-        log(fmt::format("Already connected or connecting (status: {}), skipping start", rawStatus));
+        log(fmt::format("Already connected or connecting (status: {}), skipping start",
+                        *rawStatus));
         pendingStartAfterApproval = false;
         updateStatus();
         return;
     }
-    log(fmt::format("Starting VPN tunnel (current status: {})", rawStatus));
+    log(fmt::format("Starting VPN tunnel (current status: {})", *rawStatus));
     connectionStatus = VPNConnectionStatus::connecting;
-    const auto started = connection->startVPNTunnel();
+    const auto started = manager->startVPNTunnel();
     if (!started) {
         reportStartFailure(started.error());
         return;
@@ -339,15 +333,14 @@ void VPNTunnelService::reportStartFailure(const Error& error) {
 }
 
 void VPNTunnelService::updateStatus() {
-    const auto connection = manager ? manager->connection() : nullptr;
-    if (!connection) {
+    const auto rawStatus = heldStatus();
+    if (!rawStatus) {
         log("updateStatus: manager or connection is nil");
         return;
     }
-    const int rawStatus = connection->status();
-    log(fmt::format("raw status: {}", rawStatus));
-    connectionStatus = connectionStatusOf(rawStatus);
-    log(fmt::format("Status changed: NEVPNStatus(rawValue: {})", rawStatus));
+    log(fmt::format("raw status: {}", *rawStatus));
+    connectionStatus = connectionStatusOf(*rawStatus);
+    log(fmt::format("Status changed: NEVPNStatus(rawValue: {})", *rawStatus));
 }
 
 // Notifications from the platform

@@ -66,8 +66,9 @@ class VPNTunnelService final : public ObservableObject {
     void adoptExistingManager(Done completion);
     void loadManager(bool forceSave, Done completion);
     void configureAndSave(bool forceSave, Done completion);
-    bool ensureConfigured(NETunnelProviderManager& candidate) const;
+    bool ensureConfigured(VPNConfiguration& candidate) const;
     void removeAll(const Managers& managers, Done completion);
+    std::optional<int> heldStatus() const;
     void startVPNTunnel();
     void reportStartFailure(const Error& error);
     void updateStatus();

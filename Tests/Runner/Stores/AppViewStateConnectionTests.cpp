@@ -12,8 +12,8 @@ using Lines = std::vector<std::string>;
 struct Approved : AppFixture {
     Approved() {
         systemExtension->isApproved = true;
-        system.networkExtension.addConfiguration(SimulatedNetworkExtension::Configuration::ofTunnel(
-            "com.quoxelin.desktop.PacketTunnel", "Quoxelin"));
+        system.networkExtension.addConfiguration(
+            SimulatedNetworkExtension::ofTunnel("com.quoxelin.desktop.PacketTunnel", "Quoxelin"));
         run();
         forget();
     }

@@ -16,8 +16,8 @@ class Walk {
   public:
     explicit Walk(std::uint64_t seed) : dice(seed), watch(app) {
         auto& tunnels = app.system.networkExtension;
-        tunnels.addConfiguration(SimulatedNetworkExtension::Configuration::ofTunnel(
-            "com.quoxelin.desktop.PacketTunnel", "Quoxelin"));
+        tunnels.addConfiguration(
+            SimulatedNetworkExtension::ofTunnel("com.quoxelin.desktop.PacketTunnel", "Quoxelin"));
         app.system.appleScript.setOutcome("User canceled.");
         app.systemExtension->isApproved = true;
         app.appState->start();

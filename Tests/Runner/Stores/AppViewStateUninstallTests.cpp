@@ -18,8 +18,8 @@ constexpr const char* canceledByTheUser =
 struct Installed : AppFixture {
     Installed() {
         systemExtension->isApproved = true;
-        system.networkExtension.addConfiguration(SimulatedNetworkExtension::Configuration::ofTunnel(
-            "com.quoxelin.desktop.PacketTunnel", "Quoxelin"));
+        system.networkExtension.addConfiguration(
+            SimulatedNetworkExtension::ofTunnel("com.quoxelin.desktop.PacketTunnel", "Quoxelin"));
         system.userDefaults.set("loginItemRegisteredBuild", "1");
         system.userDefaults.setBool("loginItemRegistered", true);
         EXPECT_TRUE(system.serviceManagement.mainAppRegistration().registerService());

@@ -6,7 +6,6 @@
 namespace quoxelin::testing {
 
 using Network = quoxelin::SimulatedNetworkExtension;
-using Configuration = Network::Configuration;
 using Manager = std::shared_ptr<NETunnelProviderManager>;
 using Names = std::vector<std::string>;
 
@@ -18,7 +17,7 @@ class SimulatedNetworkExtensionTest : public ::testing::Test {
         subscriptions.push_back(
             notificationCenter.addObserver(NEVPNStatusDidChange, [this](const Notification&) {
                 if (held)
-                    statuses.emplace_back(dispatch.now(), held->connection()->status());
+                    statuses.emplace_back(dispatch.now(), held->status().value());
             }));
     }
 
@@ -32,17 +31,13 @@ class SimulatedNetworkExtensionTest : public ::testing::Test {
     /// Saves a new configuration.
     Manager saveNew(const std::string& provider, const std::string& name) {
         const auto manager = network.makeTunnelProviderManager();
-        auto protocol = std::make_shared<NETunnelProviderProtocol>();
-        protocol->providerBundleIdentifier = provider;
-        manager->setProtocolConfiguration(protocol);
-        manager->setLocalizedDescription(name);
-        manager->setEnabled(true);
-        EXPECT_EQ(save(manager), std::nullopt);
+        EXPECT_EQ(save(manager, Network::ofTunnel(provider, name)), std::nullopt);
         return manager;
     }
 
-    std::optional<Error> save(const Manager& manager) {
-        return outcome([&](auto completion) { manager->saveToPreferences(completion); });
+    std::optional<Error> save(const Manager& manager, const VPNConfiguration& configuration) {
+        return outcome(
+            [&](auto completion) { manager->saveToPreferences(configuration, completion); });
     }
     std::optional<Error> load(const Manager& manager) {
         return outcome([&](auto completion) { manager->loadFromPreferences(completion); });
@@ -75,57 +70,37 @@ TEST_F(SimulatedNetworkExtension, keepsConfigurationsInTheOrderOfSaving) {
     saveNew("two", "Second");
     const auto managers = loadAll();
     ASSERT_EQ(managers.size(), 2u);
-    EXPECT_EQ(managers[0]->localizedDescription(), "First");
-    EXPECT_EQ(managers[1]->localizedDescription(), "Second");
-    EXPECT_TRUE(managers[1]->isEnabled());
+    EXPECT_EQ(managers[0]->configuration().localizedDescription, "First");
+    EXPECT_EQ(managers[1]->configuration().localizedDescription, "Second");
+    EXPECT_TRUE(managers[1]->configuration().isEnabled);
     EXPECT_EQ(configurationChanges, 2);
 }
 
-TEST_F(SimulatedNetworkExtension, keepsWorkingCopiesApartUntilTheyAreSaved) {
+TEST_F(SimulatedNetworkExtension, showsAChangeToAManagerOnceItIsLoaded) {
     const auto first = saveNew("one", "First");
     const auto second = loadAll().at(0);
-    first->setLocalizedDescription("Changed");
-    first->protocolConfiguration()->serverAddress = "changed";
-    EXPECT_EQ(second->localizedDescription(), "First");
-    EXPECT_EQ(network.configurations()[0].localizedDescription, "First");
-    EXPECT_EQ(network.configurations()[0].protocol->serverAddress, std::nullopt);
-    EXPECT_EQ(save(first), std::nullopt);
+    const auto changed = Network::ofTunnel("one", "Changed");
+    EXPECT_EQ(save(first, changed), std::nullopt);
+    EXPECT_EQ(first->configuration(), changed);
+    EXPECT_EQ(second->configuration().localizedDescription, "First");
     EXPECT_EQ(load(second), std::nullopt);
-    EXPECT_EQ(second->localizedDescription(), "Changed");
-    EXPECT_EQ(second->protocolConfiguration()->serverAddress, "changed");
+    EXPECT_EQ(second->configuration(), changed);
 }
 
 TEST_F(SimulatedNetworkExtension, readsAnUnsavedConfigurationAsEmpty) {
     const auto manager = network.makeTunnelProviderManager();
-    manager->setLocalizedDescription("Forgotten");
-    manager->setEnabled(true);
-    manager->setProtocolConfiguration(std::make_shared<NEVPNProtocol>());
     EXPECT_EQ(load(manager), std::nullopt);
-    EXPECT_EQ(manager->localizedDescription(), std::nullopt);
-    EXPECT_FALSE(manager->isEnabled());
-    EXPECT_EQ(manager->protocolConfiguration(), nullptr);
+    EXPECT_EQ(manager->configuration(), VPNConfiguration());
     EXPECT_TRUE(loadAll().empty());
 }
 
-TEST_F(SimulatedNetworkExtension, returnsProtocolsByReferenceOrAsCopies) {
-    const auto manager = saveNew("one", "First");
-    manager->protocolConfiguration()->serverAddress = "by reference";
-    EXPECT_EQ(manager->protocolConfiguration()->serverAddress, "by reference");
-    network.protocolAccess = Network::ProtocolAccess::byCopy;
-    manager->protocolConfiguration()->serverAddress = "by copy";
-    EXPECT_EQ(manager->protocolConfiguration()->serverAddress, "by reference");
-    const auto protocol = std::make_shared<NETunnelProviderProtocol>();
-    manager->setProtocolConfiguration(protocol);
-    protocol->serverAddress = "too late";
-    EXPECT_EQ(manager->protocolConfiguration()->serverAddress, std::nullopt);
-}
-
 TEST_F(SimulatedNetworkExtension, reportsNoChangeIfNothingChanged) {
+    auto configuration = Network::ofTunnel("one", "First");
     const auto manager = saveNew("one", "First");
-    EXPECT_EQ(save(manager), std::nullopt);
+    EXPECT_EQ(save(manager, configuration), std::nullopt);
     EXPECT_EQ(configurationChanges, 1);
-    manager->protocolConfiguration()->disconnectOnSleep = true;
-    EXPECT_EQ(save(manager), std::nullopt);
+    configuration.protocol->disconnectOnSleep = true;
+    EXPECT_EQ(save(manager, configuration), std::nullopt);
     EXPECT_EQ(configurationChanges, 2);
 }
 
@@ -134,9 +109,9 @@ TEST_F(SimulatedNetworkExtension, removesAConfigurationForAllManagers) {
     const auto other = loadAll().at(0);
     EXPECT_EQ(remove(manager), std::nullopt);
     EXPECT_TRUE(loadAll().empty());
-    EXPECT_EQ(other->connection()->status(), 0);
+    EXPECT_EQ(other->status(), 0);
     EXPECT_EQ(load(other), std::nullopt);
-    EXPECT_EQ(other->localizedDescription(), std::nullopt);
+    EXPECT_EQ(other->configuration(), VPNConfiguration());
     EXPECT_EQ(remove(other), std::nullopt);
     EXPECT_EQ(configurationChanges, 2);
 }
@@ -148,11 +123,9 @@ TEST_F(SimulatedNetworkExtension, failsWhenTheAnswerIsDueAndWithoutEffect) {
     for (const auto operation : {Network::Operation::loadAll, Network::Operation::load,
                                  Network::Operation::save, Network::Operation::remove})
         network.errors[operation] = error;
-    manager->setLocalizedDescription("Changed");
-    EXPECT_EQ(save(manager), error);
+    EXPECT_EQ(save(manager, Network::ofTunnel("one", "Changed")), error);
     EXPECT_EQ(load(manager), error);
     EXPECT_EQ(remove(manager), error);
-    EXPECT_EQ(manager->localizedDescription(), "Changed");
     EXPECT_EQ(network.configurations().at(0).localizedDescription, "First");
     std::optional<Error> failure;
     network.loadAllFromPreferences([&](auto loaded) { failure = loaded.error(); });
@@ -191,25 +164,25 @@ TEST_F(SimulatedNetworkExtension, answersOnTheChosenThread) {
 
 TEST_F(SimulatedNetworkExtension, bringsATunnelUpAndDownAfterADelay) {
     held = saveNew("one", "First");
-    EXPECT_EQ(held->connection()->status(), 1);
-    EXPECT_TRUE(held->connection()->startVPNTunnel().has_value());
-    EXPECT_EQ(held->connection()->status(), 2);
+    EXPECT_EQ(held->status(), 1);
+    EXPECT_TRUE(held->startVPNTunnel().has_value());
+    EXPECT_EQ(held->status(), 2);
     dispatch.advance(seconds(5));
-    held->connection()->stopVPNTunnel();
-    held->connection()->stopVPNTunnel();
+    held->stopVPNTunnel();
+    held->stopVPNTunnel();
     dispatch.advance(seconds(5));
     EXPECT_EQ(statuses, (std::vector<std::pair<Duration, int>>{
                             {seconds(0), 2}, {seconds(1), 3}, {seconds(5), 5}, {seconds(5.5), 1}}));
-    held->connection()->stopVPNTunnel();
+    held->stopVPNTunnel();
     dispatch.runUntilIdle();
     EXPECT_EQ(statuses.size(), 4u);
 }
 
 TEST_F(SimulatedNetworkExtension, takesATunnelDownThatWasComingUp) {
     held = saveNew("one", "First");
-    EXPECT_TRUE(held->connection()->startVPNTunnel().has_value());
+    EXPECT_TRUE(held->startVPNTunnel().has_value());
     dispatch.advance(seconds(0.5));
-    held->connection()->stopVPNTunnel();
+    held->stopVPNTunnel();
     dispatch.advance(seconds(5));
     EXPECT_EQ(statuses, (std::vector<std::pair<Duration, int>>{
                             {seconds(0), 2}, {seconds(0.5), 5}, {seconds(1), 1}}));
@@ -218,35 +191,35 @@ TEST_F(SimulatedNetworkExtension, takesATunnelDownThatWasComingUp) {
 TEST_F(SimulatedNetworkExtension, letsATunnelFailReassertAndDrop) {
     held = saveNew("one", "First");
     network.tunnels.comeUp = false;
-    EXPECT_TRUE(held->connection()->startVPNTunnel().has_value());
+    EXPECT_TRUE(held->startVPNTunnel().has_value());
     dispatch.advance(seconds(2));
-    EXPECT_EQ(held->connection()->status(), 1);
+    EXPECT_EQ(held->status(), 1);
     network.tunnel().report(3);
     network.tunnel().reassert(seconds(2));
     dispatch.advance(seconds(1));
-    EXPECT_EQ(held->connection()->status(), 4);
+    EXPECT_EQ(held->status(), 4);
     dispatch.advance(seconds(1));
-    EXPECT_EQ(held->connection()->status(), 3);
+    EXPECT_EQ(held->status(), 3);
     network.tunnel().drop();
-    EXPECT_EQ(held->connection()->status(), 1);
+    EXPECT_EQ(held->status(), 1);
     network.tunnel().report(-1);
-    EXPECT_EQ(held->connection()->status(), -1);
+    EXPECT_EQ(held->status(), -1);
 }
 
 TEST_F(SimulatedNetworkExtension, countsUnnecessaryStarts) {
     held = saveNew("one", "First");
-    EXPECT_TRUE(held->connection()->startVPNTunnel().has_value());
+    EXPECT_TRUE(held->startVPNTunnel().has_value());
     EXPECT_EQ(network.tunnels.needlessStarts, 0);
-    EXPECT_TRUE(held->connection()->startVPNTunnel().has_value());
+    EXPECT_TRUE(held->startVPNTunnel().has_value());
     dispatch.advance(seconds(2));
-    EXPECT_TRUE(held->connection()->startVPNTunnel().has_value());
+    EXPECT_TRUE(held->startVPNTunnel().has_value());
     EXPECT_EQ(network.tunnels.needlessStarts, 2);
-    EXPECT_EQ(held->connection()->status(), 3);
+    EXPECT_EQ(held->status(), 3);
 }
 
 TEST_F(SimulatedNetworkExtension, refusesToStartUnsavedForbiddenOrDisabledConfigurations) {
     const auto codeOf = [](const Manager& manager) {
-        const auto started = manager->connection()->startVPNTunnel();
+        const auto started = manager->startVPNTunnel();
         return started ? 0 : started.error().code;
     };
     EXPECT_EQ(codeOf(network.makeTunnelProviderManager()), 1);
@@ -263,8 +236,7 @@ TEST_F(SimulatedNetworkExtension, refusesToStartUnsavedForbiddenOrDisabledConfig
     EXPECT_EQ(configurationChanges, 2);
     EXPECT_EQ(codeOf(manager), 0);
     network.tunnel().drop();
-    manager->setEnabled(false);
-    EXPECT_EQ(save(manager), std::nullopt);
+    EXPECT_EQ(save(manager, {"First", false, std::nullopt}), std::nullopt);
     EXPECT_EQ(codeOf(manager), 2);
     network.tunnels.startError = Error{"domain", 42, "no"};
     EXPECT_EQ(codeOf(manager), 42);
@@ -273,18 +245,18 @@ TEST_F(SimulatedNetworkExtension, refusesToStartUnsavedForbiddenOrDisabledConfig
 TEST_F(SimulatedNetworkExtension, removesConnections) {
     const auto manager = saveNew("one", "First");
     network.hasConnections = false;
-    EXPECT_EQ(manager->connection(), nullptr);
+    EXPECT_EQ(manager->status(), std::nullopt);
 }
 
 TEST_F(SimulatedNetworkExtension, letsTheUserChangeAndRemoveConfigurations) {
-    network.addConfiguration(Configuration::ofTunnel("one", "First"));
+    network.addConfiguration(Network::ofTunnel("one", "First"));
     dispatch.runUntilIdle();
     EXPECT_EQ(configurationChanges, 0);
-    network.changeConfiguration(0, {"Renamed", false, std::make_shared<NEVPNProtocol>()});
+    network.changeConfiguration(0, {"Renamed", false, std::nullopt});
     dispatch.runUntilIdle();
     EXPECT_EQ(configurationChanges, 1);
-    EXPECT_EQ(loadAll().at(0)->localizedDescription(), "Renamed");
-    EXPECT_EQ(network.configurations().at(0).tunnel(), nullptr);
+    EXPECT_EQ(loadAll().at(0)->configuration().localizedDescription, "Renamed");
+    EXPECT_FALSE(network.configurations().at(0).protocol);
     network.removeConfiguration(0);
     dispatch.runUntilIdle();
     EXPECT_EQ(configurationChanges, 2);
@@ -294,8 +266,8 @@ TEST_F(SimulatedNetworkExtension, letsTheUserChangeAndRemoveConfigurations) {
 TEST_F(SimulatedNetworkExtension, recordsRequests) {
     const auto manager = saveNew("one", "First");
     load(manager);
-    EXPECT_TRUE(manager->connection()->startVPNTunnel().has_value());
-    manager->connection()->stopVPNTunnel();
+    EXPECT_TRUE(manager->startVPNTunnel().has_value());
+    manager->stopVPNTunnel();
     loadAll();
     remove(manager);
     EXPECT_EQ(network.requests, (Names{"save", "load", "start", "stop", "loadAll", "remove"}));

@@ -3,8 +3,9 @@
 //
 //   load-all                    the managers; they replace all earlier ones, at places 0, 1, ...
 //   new                         a new manager takes the next place
-//   set                         description, server, provider, enabled, sleep of the one at "place"
-//   read, load, save, remove    of the one at "place"
+//   read, load, remove          the one at "place"
+//   save                        the one at "place", changed by description, server, provider,
+//                               enabled and sleep where they are present
 //   start, stop                 the tunnel of the one at "place"
 //   stop-and-exit               stops it and exits, like the application at its end
 //   end                         destroys the adapter and keeps the managers
@@ -32,26 +33,31 @@ void writeLine(const std::string& line) {
 }
 
 json::Object stateOf(const NETunnelProviderManager& manager) {
-    json::Object members = {{"enabled", manager.isEnabled()},
-                            {"status", manager.connection()->status()}};
+    const auto configuration = manager.configuration();
+    json::Object members = {{"enabled", configuration.isEnabled},
+                            {"status", manager.status().value()}};
     const auto add = [&](const char* name, const std::optional<std::string>& text) {
         if (text)
             members.push_back({name, *text});
     };
-    add("description", manager.localizedDescription());
-    const auto protocol =
-        std::dynamic_pointer_cast<NETunnelProviderProtocol>(manager.protocolConfiguration());
-    if (!protocol)
-        return members;
-    add("provider", protocol->providerBundleIdentifier);
-    add("server", protocol->serverAddress);
-    members.push_back({"sleep", protocol->disconnectOnSleep});
+    add("description", configuration.localizedDescription);
+    if (const auto& protocol = configuration.protocol) {
+        add("provider", protocol->providerBundleIdentifier);
+        add("server", protocol->serverAddress);
+        members.push_back({"sleep", protocol->disconnectOnSleep});
+    }
     return members;
 }
 
 json::Object membersOf(const Error& error) {
     return {
         {"domain", error.domain}, {"code", error.code}, {"error-text", error.localizedDescription}};
+}
+
+PreferencesCompletion answering(const SteeringReply& reply) {
+    return [reply](const std::optional<Error>& error) {
+        reply.ok(error ? membersOf(*error) : json::Object());
+    };
 }
 
 class Driver {
@@ -74,7 +80,7 @@ class Driver {
     void tell(const std::string& what) {
         std::string status;
         if (!managers.empty())
-            status = ",\"status\":" + std::to_string(managers.front()->connection()->status());
+            status = ",\"status\":" + std::to_string(managers.front()->status().value());
         writeLine("{\"event\":\"" + what + '"' + status + '}');
     }
 
@@ -103,30 +109,6 @@ class Driver {
         });
         steering.addAction("new",
                            [this] { managers.push_back(adapter->makeTunnelProviderManager()); });
-        steering.add("set", [this](SteeringReader& reader) {
-            const auto manager = at(reader);
-            const auto description = reader.text("description");
-            const auto server = reader.text("server");
-            const auto provider = reader.text("provider");
-            const auto enabled = reader.flag("enabled");
-            const auto sleep = reader.flag("sleep");
-            return doing([=] {
-                if (description)
-                    manager->setLocalizedDescription(*description);
-                if (enabled)
-                    manager->setEnabled(*enabled);
-                auto protocol = std::dynamic_pointer_cast<NETunnelProviderProtocol>(
-                    manager->protocolConfiguration());
-                if (!protocol)
-                    protocol = std::make_shared<NETunnelProviderProtocol>();
-                if (server)
-                    protocol->serverAddress = server;
-                if (provider)
-                    protocol->providerBundleIdentifier = provider;
-                protocol->disconnectOnSleep = sleep.value_or(protocol->disconnectOnSleep);
-                manager->setProtocolConfiguration(protocol);
-            });
-        });
         steering.add("read", [this](SteeringReader& reader) {
             const auto manager = at(reader);
             return [manager](const SteeringReply& reply) { reply.ok(stateOf(*manager)); };
@@ -134,18 +116,36 @@ class Driver {
     }
 
     void addPreferences() {
+        steering.add("save", [this](SteeringReader& reader) {
+            const auto manager = at(reader);
+            const auto description = reader.text("description");
+            const auto server = reader.text("server");
+            const auto provider = reader.text("provider");
+            const auto enabled = reader.flag("enabled");
+            const auto sleep = reader.flag("sleep");
+            return [=](const SteeringReply& reply) {
+                auto changed = manager->configuration();
+                if (description)
+                    changed.localizedDescription = description;
+                changed.isEnabled = enabled.value_or(changed.isEnabled);
+                auto protocol = changed.protocol.value_or(NETunnelProviderProtocol());
+                if (server)
+                    protocol.serverAddress = server;
+                if (provider)
+                    protocol.providerBundleIdentifier = provider;
+                protocol.disconnectOnSleep = sleep.value_or(protocol.disconnectOnSleep);
+                changed.protocol = protocol;
+                manager->saveToPreferences(changed, answering(reply));
+            };
+        });
         using Operation = void (NETunnelProviderManager::*)(PreferencesCompletion);
         const std::map<std::string, Operation> operations = {
             {"load", &NETunnelProviderManager::loadFromPreferences},
-            {"save", &NETunnelProviderManager::saveToPreferences},
             {"remove", &NETunnelProviderManager::removeFromPreferences}};
         for (const auto& [name, operation] : operations) {
             steering.add(name, [this, operation = operation](SteeringReader& reader) {
-                const auto manager = at(reader);
-                return [manager, operation](const SteeringReply& reply) {
-                    ((*manager).*operation)([reply](const std::optional<Error>& error) {
-                        reply.ok(error ? membersOf(*error) : json::Object());
-                    });
+                return [manager = at(reader), operation](const SteeringReply& reply) {
+                    ((*manager).*operation)(answering(reply));
                 };
             });
         }
@@ -155,20 +155,20 @@ class Driver {
         steering.add("start", [this](SteeringReader& reader) {
             const auto manager = at(reader);
             return [manager](const SteeringReply& reply) {
-                const auto started = manager->connection()->startVPNTunnel();
+                const auto started = manager->startVPNTunnel();
                 auto members = started ? json::Object() : membersOf(started.error());
-                members.push_back({"status", manager->connection()->status()});
+                members.push_back({"status", manager->status().value()});
                 reply.ok(members);
             };
         });
         steering.add("stop", [this](SteeringReader& reader) {
             const auto manager = at(reader);
-            return doing([manager] { manager->connection()->stopVPNTunnel(); });
+            return doing([manager] { manager->stopVPNTunnel(); });
         });
         steering.add("stop-and-exit", [this](SteeringReader& reader) {
             const auto manager = at(reader);
             return [this, manager](const SteeringReply&) {
-                manager->connection()->stopVPNTunnel();
+                manager->stopVPNTunnel();
                 adapter->waitForStops(seconds(5));
                 std::_Exit(0);
             };

@@ -1,5 +1,6 @@
 #include "Base/NotificationCenter.h"
 #include "Platform/macOS/MacNetworkExtension.h"
+#include "Platform/macOS/ObjC.h"
 #include "Tests/Platform/macOS/Services/ServiceFixture.h"
 
 #import <NetworkExtension/NetworkExtension.h>
@@ -28,26 +29,21 @@ class MacNetworkExtensionTest : public ServiceTest {
         });
     }
 
-    std::shared_ptr<NETunnelProviderManager> configured() {
-        auto manager = extension.makeTunnelProviderManager();
-        auto protocol = std::make_shared<NETunnelProviderProtocol>();
-        protocol->providerBundleIdentifier = "com.quoxelin.desktop.PacketTunnel";
-        protocol->serverAddress = "Quoxelin";
-        manager->setProtocolConfiguration(protocol);
-        manager->setLocalizedDescription("Quoxelin");
-        manager->setEnabled(true);
-        return manager;
+    void save(NETunnelProviderManager& manager, const VPNConfiguration& configuration) {
+        Failures failures;
+        manager.saveToPreferences(configuration, into(failures));
+        EXPECT_TRUE(failures.arrive());
+        EXPECT_EQ(failures.get().front(), std::nullopt);
     }
 
     std::shared_ptr<NETunnelProviderManager> saved() {
-        auto manager = configured();
-        Failures failures;
-        manager->saveToPreferences(into(failures));
-        EXPECT_TRUE(failures.arrive());
-        EXPECT_EQ(failures.get().front(), std::nullopt);
+        auto manager = extension.makeTunnelProviderManager();
+        save(*manager, configuration);
         return manager;
     }
 
+    const VPNConfiguration configuration{
+        "Quoxelin", true, {{"com.quoxelin.desktop.PacketTunnel", "Quoxelin"}}};
     NotificationCenter center;
     MacNetworkExtension extension{center};
     Answers<Result<Managers, Error>> loaded;
@@ -69,10 +65,7 @@ TEST_F(MacNetworkExtensionTest, findsSavedConfigurations) {
     ASSERT_TRUE(loaded.arrive());
     const auto found = loaded.get().front();
     ASSERT_TRUE(found && found->size() == 1);
-    const auto manager = found->front();
-    EXPECT_EQ(manager->localizedDescription(), "Quoxelin");
-    EXPECT_TRUE(manager->isEnabled());
-    EXPECT_EQ(manager->protocolConfiguration()->serverAddress, "Quoxelin");
+    EXPECT_EQ(found->front()->configuration(), configuration);
 }
 
 TEST_F(MacNetworkExtensionTest, reportsWhyLoadingFailed) {
@@ -89,13 +82,13 @@ TEST_F(MacNetworkExtensionTest, reportsAnExceptionAsAFailure) {
     ASSERT_EQ(loaded.get().size(), 1u);
     EXPECT_EQ(loaded.get().front().error().domain, "NSInternalInconsistencyException");
 
-    const auto manager = configured();
+    const auto manager = extension.makeTunnelProviderManager();
     Failures failures;
     for (NSString* operation in
          @[ @"loadFromPreferences", @"saveToPreferences", @"removeFromPreferences" ])
         stage::raiseNext(operation, NSGenericException);
     manager->loadFromPreferences(into(failures));
-    manager->saveToPreferences(into(failures));
+    manager->saveToPreferences(configuration, into(failures));
     manager->removeFromPreferences(into(failures));
     ASSERT_EQ(failures.get().size(), 3u);
     for (const auto& each : failures.get())
@@ -117,9 +110,9 @@ TEST_F(MacNetworkExtensionTest, answersAfterTheManagerIsDestroyed) {
     {
         const stage::Held loading(@"loadFromPreferences"), saving(@"saveToPreferences"),
             removing(@"removeFromPreferences");
-        const auto manager = configured();
+        const auto manager = extension.makeTunnelProviderManager();
         manager->loadFromPreferences(into(failures));
-        manager->saveToPreferences(into(failures));
+        manager->saveToPreferences(configuration, into(failures));
         manager->removeFromPreferences(into(failures));
     }
     EXPECT_TRUE(failures.arrive(3));
@@ -127,31 +120,43 @@ TEST_F(MacNetworkExtensionTest, answersAfterTheManagerIsDestroyed) {
 
 TEST_F(MacNetworkExtensionTest, reportsWhySavingFailed) {
     Failures failures;
-    extension.makeTunnelProviderManager()->saveToPreferences(into(failures));
+    extension.makeTunnelProviderManager()->saveToPreferences({}, into(failures));
     ASSERT_TRUE(failures.arrive());
     EXPECT_EQ(failures.get().front()->code, NEVPNErrorConfigurationInvalid);
 }
 
-TEST_F(MacNetworkExtensionTest, savesChangesToTheRecord) {
+TEST_F(MacNetworkExtensionTest, savesAChangeAndReadsItAgain) {
     const auto manager = saved();
-    manager->protocolConfiguration()->disconnectOnSleep = true;
+    loadAll();
+    ASSERT_TRUE(loaded.arrive());
+    const auto another = loaded.get().front()->front();
+    auto changed = configuration;
+    changed.protocol->disconnectOnSleep = true;
+    changed.protocol->serverAddress = "elsewhere";
+    save(*manager, changed);
+    EXPECT_EQ(manager->configuration(), changed);
+    EXPECT_EQ(another->configuration(), configuration);
     Failures failures;
-    manager->saveToPreferences(into(failures));
+    another->loadFromPreferences(into(failures));
+    ASSERT_TRUE(failures.arrive());
+    EXPECT_EQ(another->configuration(), changed);
+}
+
+TEST_F(MacNetworkExtensionTest, showsNoProtocolOfAnotherKindAndReplacesIt) {
+    ::NETunnelProviderManager* const other = [[::NETunnelProviderManager alloc] init];
+    other.protocolConfiguration = [[::NEVPNProtocol alloc] init];
+    Failures failures;
+    const auto completion = into(failures);
+    [other saveToPreferencesWithCompletionHandler:^(NSError* error) {
+        completion(toOptionalError(error));
+    }];
     ASSERT_TRUE(failures.arrive());
     loadAll();
     ASSERT_TRUE(loaded.arrive());
-    EXPECT_TRUE(loaded.get().front()->front()->protocolConfiguration()->disconnectOnSleep);
-}
-
-TEST_F(MacNetworkExtensionTest, readsTheSavedConfigurationAgain) {
-    const auto manager = saved();
-    manager->setEnabled(false);
-    manager->protocolConfiguration()->serverAddress = "elsewhere";
-    Failures failures;
-    manager->loadFromPreferences(into(failures));
-    ASSERT_TRUE(failures.arrive());
-    EXPECT_TRUE(manager->isEnabled());
-    EXPECT_EQ(manager->protocolConfiguration()->serverAddress, "Quoxelin");
+    const auto manager = loaded.get().front()->front();
+    EXPECT_EQ(manager->configuration().protocol, std::nullopt);
+    save(*manager, configuration);
+    EXPECT_EQ(manager->configuration(), configuration);
 }
 
 TEST_F(MacNetworkExtensionTest, removesAConfiguration) {
@@ -168,32 +173,29 @@ TEST_F(MacNetworkExtensionTest, startsAndStopsTheTunnelAndReportsItsStatus) {
     const auto manager = saved();
     std::vector<int> seen;
     const auto observer = center.addObserver(NEVPNStatusDidChange, [&](const Notification&) {
-        seen.push_back(manager->connection()->status());
+        seen.push_back(manager->status().value());
     });
-    ASSERT_TRUE(manager->connection()->startVPNTunnel());
-    ASSERT_TRUE(comesTrue([&] { return manager->connection()->status() == 3; }));
-    manager->connection()->stopVPNTunnel();
-    ASSERT_TRUE(comesTrue([&] { return manager->connection()->status() == 1; }));
+    ASSERT_TRUE(manager->startVPNTunnel());
+    ASSERT_TRUE(comesTrue([&] { return manager->status() == 3; }));
+    manager->stopVPNTunnel();
+    ASSERT_TRUE(comesTrue([&] { return manager->status() == 1; }));
     EXPECT_EQ(seen, (std::vector<int>{2, 3, 5, 1}));
 }
 
 TEST_F(MacNetworkExtensionTest, reportsWhyATunnelDoesNotStart) {
-    const auto unsaved = configured()->connection()->startVPNTunnel();
+    const auto unsaved = extension.makeTunnelProviderManager()->startVPNTunnel();
     ASSERT_FALSE(unsaved);
     EXPECT_EQ(unsaved.error().code, NEVPNErrorConfigurationInvalid);
 
     const auto manager = saved();
-    manager->setEnabled(false);
-    Failures failures;
-    manager->saveToPreferences(into(failures));
-    ASSERT_TRUE(failures.arrive());
-    const auto disabled = manager->connection()->startVPNTunnel();
+    save(*manager, {configuration.localizedDescription, false, configuration.protocol});
+    const auto disabled = manager->startVPNTunnel();
     ASSERT_FALSE(disabled);
     EXPECT_EQ(disabled.error().domain, NEVPNErrorDomain);
     EXPECT_EQ(disabled.error().code, NEVPNErrorConfigurationDisabled);
 
     stage::raiseNext(@"startVPNTunnel", NSGenericException);
-    EXPECT_EQ(manager->connection()->startVPNTunnel().error().domain, "NSGenericException");
+    EXPECT_EQ(manager->startVPNTunnel().error().domain, "NSGenericException");
 }
 
 TEST_F(MacNetworkExtensionTest, reportsAChangedConfiguration) {

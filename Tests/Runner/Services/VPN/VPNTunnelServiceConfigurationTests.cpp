@@ -7,13 +7,12 @@ using VPNTunnelService = VPNTunnelServiceTest;
 namespace {
 
 using Network = SimulatedNetworkExtension;
-using Configuration = Network::Configuration;
 
 /// A configuration of this application with one change.
 template <typename Change>
-Configuration oursBut(Change change) {
-    auto configuration = Configuration::ofTunnel(ourProvider, "Quoxelin");
-    change(configuration, *configuration.tunnel());
+VPNConfiguration oursBut(Change change) {
+    auto configuration = Network::ofTunnel(ourProvider, "Quoxelin");
+    change(configuration, *configuration.protocol);
     return configuration;
 }
 
@@ -23,7 +22,7 @@ Configuration oursBut(Change change) {
 
 TEST_F(VPNTunnelService, doesNotChangeTheConfigurationOfAnotherApplication) {
     // The name does not make it ours.
-    network.addConfiguration(Configuration::ofTunnel(foreignProvider, "Quoxelin"));
+    network.addConfiguration(network.ofTunnel(foreignProvider, "Quoxelin"));
     createAndSettle();
     service->ensureConfigurationSaved(noting("saved"));
     const auto lines = settleAndTake();
@@ -32,27 +31,25 @@ TEST_F(VPNTunnelService, doesNotChangeTheConfigurationOfAnotherApplication) {
     EXPECT_EQ(std::count(lines.begin(), lines.end(), lines.front()), 1);
     const auto saved = network.configurations();
     ASSERT_EQ(saved.size(), 2u);
-    EXPECT_EQ(saved[0].tunnel()->providerBundleIdentifier, foreignProvider);
-    EXPECT_EQ(saved[1].tunnel()->providerBundleIdentifier, ourProvider);
+    EXPECT_EQ(saved[0].protocol->providerBundleIdentifier, foreignProvider);
+    EXPECT_EQ(saved[1].protocol->providerBundleIdentifier, ourProvider);
 }
 
 TEST_F(VPNTunnelService, matchesOnlyTunnelsWithExactlyItsProvider) {
-    network.addConfiguration({"Quoxelin", true, nullptr});
-    network.addConfiguration({"Quoxelin", true, std::make_shared<NEVPNProtocol>()});
+    network.addConfiguration({"Quoxelin", true, std::nullopt});
     network.addConfiguration(
         oursBut([](auto&, auto& tunnel) { tunnel.providerBundleIdentifier.reset(); }));
-    network.addConfiguration(Configuration::ofTunnel("", "Quoxelin"));
-    network.addConfiguration(Configuration::ofTunnel("com.quoxelin.desktop.packettunnel", "Q"));
-    network.addConfiguration(
-        Configuration::ofTunnel(std::string(ourProvider) + ".Extra", "Quoxelin"));
+    network.addConfiguration(network.ofTunnel("", "Quoxelin"));
+    network.addConfiguration(network.ofTunnel("com.quoxelin.desktop.packettunnel", "Q"));
+    network.addConfiguration(network.ofTunnel(std::string(ourProvider) + ".Extra", "Quoxelin"));
     create();
     EXPECT_EQ(settleAndTake().front(), "[VPN] No saved Quoxelin VPN configuration");
 }
 
 TEST_F(VPNTunnelService, adoptsTheFirstOfSeveralMatches) {
-    network.addConfiguration(Configuration::ofTunnel(foreignProvider, "Other"));
-    network.addConfiguration(Configuration::ofTunnel(ourProvider, "First"));
-    network.addConfiguration(Configuration::ofTunnel(ourProvider, "Second"));
+    network.addConfiguration(network.ofTunnel(foreignProvider, "Other"));
+    network.addConfiguration(network.ofTunnel(ourProvider, "First"));
+    network.addConfiguration(network.ofTunnel(ourProvider, "Second"));
     network.tunnel(1).report(3);
     network.tunnel(2).report(5);
     dispatch.runUntilIdle();
@@ -66,10 +63,10 @@ TEST_F(VPNTunnelService, asksForTheBundleIdentifierForEachManagerItLooksAt) {
     const std::string fallback =
         "[VPN] Missing host bundle identifier; falling back to default PacketTunnel id";
     system.mainBundle.identifier.reset();
-    network.addConfiguration(Configuration::ofTunnel(foreignProvider, "Other"));
-    network.addConfiguration({"None", true, nullptr});
-    network.addConfiguration(Configuration::ofTunnel(ourProvider, "Quoxelin"));
-    network.addConfiguration(Configuration::ofTunnel(foreignProvider, "Never looked at"));
+    network.addConfiguration(network.ofTunnel(foreignProvider, "Other"));
+    network.addConfiguration({"None", true, std::nullopt});
+    network.addConfiguration(network.ofTunnel(ourProvider, "Quoxelin"));
+    network.addConfiguration(network.ofTunnel(foreignProvider, "Never looked at"));
     create();
     EXPECT_EQ(settleAndTake(),
               (Lines{fallback, fallback, fallback, "[VPN] Adopted existing VPN configuration",
@@ -84,7 +81,7 @@ TEST_F(VPNTunnelService, configuresTheDefaultProviderWithoutABundleIdentifier) {
         service->ensureConfigurationSaved(noting("saved"));
         dispatch.runUntilIdle();
         ASSERT_EQ(network.configurations().size(), 1u);
-        EXPECT_EQ(network.configurations()[0].tunnel()->providerBundleIdentifier, ourProvider);
+        EXPECT_EQ(network.configurations()[0].protocol->providerBundleIdentifier, ourProvider);
         destroy();
     }
 }
@@ -94,7 +91,7 @@ TEST_F(VPNTunnelService, takesTheProviderFromTheBundleIdentifier) {
     createAndSettle();
     service->ensureConfigurationSaved(noting("saved"));
     dispatch.runUntilIdle();
-    EXPECT_EQ(network.configurations().at(0).tunnel()->providerBundleIdentifier,
+    EXPECT_EQ(network.configurations().at(0).protocol->providerBundleIdentifier,
               "org.example.white-label.PacketTunnel");
 }
 
@@ -145,7 +142,7 @@ TEST_F(VPNTunnelService, savesAndReloadsACorrectConfigurationOnlyWhenForced) {
 
 struct Deviation {
     const char* what;
-    Configuration configuration;
+    VPNConfiguration configuration;
     /// Whether it is saved without force: on a platform that returns the protocol itself, and on
     /// one that returns copies.
     bool savedByReference;
@@ -155,8 +152,8 @@ struct Deviation {
 class DeviatingConfiguration : public VPNTunnelServiceTest,
                                public ::testing::WithParamInterface<Deviation> {
   public:
-    void change(Network::ProtocolAccess access, bool isSaved) {
-        network.protocolAccess = access;
+    void change(bool sharesProtocols, bool isSaved) {
+        network.sharesProtocols = sharesProtocols;
         network.addConfiguration(GetParam().configuration);
         createAndSettle();
         network.tellConfigurationChange();
@@ -168,18 +165,18 @@ class DeviatingConfiguration : public VPNTunnelServiceTest,
             EXPECT_EQ(now.localizedDescription, "Quoxelin");
             EXPECT_TRUE(now.isEnabled);
         } else {
-            EXPECT_EQ(now.tunnel()->serverAddress,
+            EXPECT_EQ(now.protocol->serverAddress,
                       GetParam().configuration.protocol->serverAddress);
         }
     }
 };
 
 TEST_P(DeviatingConfiguration, isCorrectedByReference) {
-    change(Network::ProtocolAccess::byReference, GetParam().savedByReference);
+    change(true, GetParam().savedByReference);
 }
 
 TEST_P(DeviatingConfiguration, isCorrectedByCopy) {
-    change(Network::ProtocolAccess::byCopy, GetParam().savedByCopy);
+    change(false, GetParam().savedByCopy);
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -214,9 +211,8 @@ TEST_F(VPNTunnelService, correctsEverythingWhenForcedToSave) {
         tunnel.serverAddress = "elsewhere";
         tunnel.disconnectOnSleep = true;
     });
-    for (const auto access :
-         {Network::ProtocolAccess::byReference, Network::ProtocolAccess::byCopy}) {
-        network.protocolAccess = access;
+    for (const bool sharesProtocols : {true, false}) {
+        network.sharesProtocols = sharesProtocols;
         network.addConfiguration(deviating);
         createAndSettle();
         service->ensureConfigurationSaved(noting("saved"));
@@ -224,8 +220,8 @@ TEST_F(VPNTunnelService, correctsEverythingWhenForcedToSave) {
         const auto saved = network.configurations().at(0);
         EXPECT_EQ(saved.localizedDescription, "Quoxelin");
         EXPECT_TRUE(saved.isEnabled);
-        EXPECT_EQ(saved.tunnel()->serverAddress, "localhost");
-        EXPECT_FALSE(saved.tunnel()->disconnectOnSleep);
+        EXPECT_EQ(saved.protocol->serverAddress, "localhost");
+        EXPECT_FALSE(saved.protocol->disconnectOnSleep);
         destroy();
         network.removeConfiguration(0);
         dispatch.runUntilIdle();

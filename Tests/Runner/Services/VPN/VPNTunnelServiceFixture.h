@@ -36,7 +36,6 @@ inline const char* nameOf(VPNConnectionStatus status) {
 /// `connectionStatus` ("= connecting").
 struct TunnelUnderTest {
     using Lines = std::vector<std::string>;
-    using Configuration = SimulatedNetworkExtension::Configuration;
 
     VirtualDispatch dispatch;
     NotificationCenter notificationCenter;
@@ -93,7 +92,7 @@ struct TunnelUnderTest {
         dispatch.runUntilIdle();
     }
 
-    void saveOurs() { network.addConfiguration(Configuration::ofTunnel(ourProvider, "Quoxelin")); }
+    void saveOurs() { network.addConfiguration(network.ofTunnel(ourProvider, "Quoxelin")); }
 
     Lines settleAndTake() {
         dispatch.runUntilIdle();

@@ -7,7 +7,6 @@ namespace quoxelin::testing {
 namespace {
 
 using Network = SimulatedNetworkExtension;
-using Configuration = Network::Configuration;
 
 /// Events that can happen to the tunnel service, in any order.
 enum class Step {
@@ -62,10 +61,10 @@ struct AnyCourse : TunnelUnderTest {
     }
 
     /// The tunnel of our first configuration, otherwise of the first one.
-    SimulatedNEVPNConnection* someTunnel() {
+    SimulatedTunnel* someTunnel() {
         const auto saved = network.configurations();
         const auto ours = std::find_if(saved.begin(), saved.end(), [](const auto& one) {
-            return one.tunnel()->providerBundleIdentifier == ourProvider;
+            return one.protocol->providerBundleIdentifier == ourProvider;
         });
         if (saved.empty())
             return nullptr;
@@ -181,11 +180,11 @@ void AnyCourse::performOnPreferences(Step step) {
     } else if (step == Step::decline) {
         network.decline();
     } else if (step == Step::handOutCopies) {
-        network.protocolAccess = Network::ProtocolAccess::byCopy;
+        network.sharesProtocols = false;
     } else if (step == Step::changeNothingButTell) {
         network.tellConfigurationChange();
     } else if (step == Step::anotherApplicationSaves) {
-        network.addConfiguration(Configuration::ofTunnel(foreignProvider, "Other"));
+        network.addConfiguration(network.ofTunnel(foreignProvider, "Other"));
         network.tellConfigurationChange();
     } else if (!network.configurations().empty()) {
         if (step == Step::aPersonRemoves) {
@@ -252,7 +251,7 @@ RC_GTEST_PROP(VPNTunnelServiceProperties, losesNoStartThatHasNotSucceeded, ()) {
 RC_GTEST_PROP(VPNTunnelServiceProperties, touchesNoOtherApplicationsConfiguration, ()) {
     AnyCourse course;
     for (const char* name : {"One", "Two"})
-        course.network.addConfiguration(Configuration::ofTunnel(foreignProvider, name));
+        course.network.addConfiguration(Network::ofTunnel(foreignProvider, name));
     course.create();
     for (const auto step : anyCourse()) {
         if (step != Step::aPersonRemoves && step != Step::aPersonDisables &&
@@ -265,7 +264,7 @@ RC_GTEST_PROP(VPNTunnelServiceProperties, touchesNoOtherApplicationsConfiguratio
     RC_ASSERT(saved[0].localizedDescription == "One");
     RC_ASSERT(saved[1].localizedDescription == "Two");
     for (std::size_t place = 2; place < saved.size(); ++place)
-        RC_ASSERT(*saved[place].tunnel()->providerBundleIdentifier == ourProvider);
+        RC_ASSERT(*saved[place].protocol->providerBundleIdentifier == ourProvider);
 }
 
 } // namespace quoxelin::testing

@@ -7,14 +7,13 @@ using VPNTunnelService = VPNTunnelServiceTest;
 namespace {
 
 using Network = SimulatedNetworkExtension;
-using Configuration = Network::Configuration;
 
 } // namespace
 
 TEST_F(VPNTunnelService, removesOnlyItsConfigurations) {
     saveOurs();
-    network.addConfiguration(Configuration::ofTunnel(foreignProvider, "Other"));
-    network.addConfiguration(Configuration::ofTunnel(ourProvider, "Second"));
+    network.addConfiguration(network.ofTunnel(foreignProvider, "Other"));
+    network.addConfiguration(network.ofTunnel(ourProvider, "Second"));
     createAndSettle();
     service->removeConfiguration(noting("removed"));
     dispatch.runUntilIdle();
@@ -23,12 +22,12 @@ TEST_F(VPNTunnelService, removesOnlyItsConfigurations) {
     EXPECT_EQ(network.requests[2], "remove");
     const auto saved = network.configurations();
     ASSERT_EQ(saved.size(), 1u);
-    EXPECT_EQ(saved.at(0).tunnel()->providerBundleIdentifier, foreignProvider);
+    EXPECT_EQ(saved.at(0).protocol->providerBundleIdentifier, foreignProvider);
 }
 
 TEST_F(VPNTunnelService, clearsPublishesAndLogsBeforeItCompletesARemoval) {
     saveOurs();
-    network.addConfiguration(Configuration::ofTunnel(ourProvider, "Second"));
+    network.addConfiguration(network.ofTunnel(ourProvider, "Second"));
     createAndSettle();
     network.answerDelay = seconds(1);
     service->removeConfiguration([this] {
@@ -80,7 +79,7 @@ TEST_F(VPNTunnelService, ignoresASecondAnswerOfThePlatform) {
 
 TEST_F(VPNTunnelService, countsTheConfigurationsThatCouldNotBeRemoved) {
     saveOurs();
-    network.addConfiguration(Configuration::ofTunnel(ourProvider, "Second"));
+    network.addConfiguration(network.ofTunnel(ourProvider, "Second"));
     createAndSettle();
     network.errors[Network::Operation::remove] = ioError;
     service->removeConfiguration(noting("removed"));
@@ -94,7 +93,7 @@ TEST_F(VPNTunnelService, countsTheConfigurationsThatCouldNotBeRemoved) {
 TEST_F(VPNTunnelService, clearsEvenIfNoSavedConfigurationIsItsOwn) {
     saveOurs();
     createAndSettle();
-    network.changeConfiguration(0, Configuration::ofTunnel(foreignProvider, "Other"));
+    network.changeConfiguration(0, network.ofTunnel(foreignProvider, "Other"));
     service->removeConfiguration(noting("removed"));
     dispatch.runUntilIdle();
     const auto lines = trace.take();
@@ -106,7 +105,7 @@ TEST_F(VPNTunnelService, clearsEvenIfNoSavedConfigurationIsItsOwn) {
 }
 
 TEST_F(VPNTunnelService, completesARemovalWithoutMatchesOnALaterTurn) {
-    network.addConfiguration(Configuration::ofTunnel(foreignProvider, "Other"));
+    network.addConfiguration(network.ofTunnel(foreignProvider, "Other"));
     createAndSettle();
     service->removeConfiguration(noting("removed"));
     // Runs right after the turn in which the service handles the loaded list.

@@ -42,10 +42,10 @@ TEST_F(VPNTunnelService, configuresANewTunnelCompletely) {
     ASSERT_EQ(saved.size(), 1u);
     EXPECT_EQ(saved[0].localizedDescription, "Quoxelin");
     EXPECT_TRUE(saved[0].isEnabled);
-    ASSERT_NE(saved[0].tunnel(), nullptr);
-    EXPECT_EQ(saved[0].tunnel()->providerBundleIdentifier, ourProvider);
-    EXPECT_EQ(saved[0].tunnel()->serverAddress, "localhost");
-    EXPECT_FALSE(saved[0].tunnel()->disconnectOnSleep);
+    ASSERT_TRUE(saved[0].protocol);
+    EXPECT_EQ(saved[0].protocol->providerBundleIdentifier, ourProvider);
+    EXPECT_EQ(saved[0].protocol->serverAddress, "localhost");
+    EXPECT_FALSE(saved[0].protocol->disconnectOnSleep);
 }
 
 TEST_F(VPNTunnelService, startsTheTunnelItHoldsAtOnce) {

@@ -5,7 +5,6 @@
 #include "Base/NotificationCenter.h"
 #include "Platform/NetworkExtension.h"
 
-#include <functional>
 #include <optional>
 
 namespace quoxelin {
@@ -28,45 +27,29 @@ struct SimulatedTunnels {
 
 /// The tunnel of one configuration; reloading the configuration keeps it. Every change of the
 /// status posts `NEVPNStatusDidChange` on a later turn of the main queue. Main thread only.
-class SimulatedNEVPNConnection final : public NEVPNConnection {
+class SimulatedTunnel {
   public:
-    struct Dependencies {
-        Dispatch& dispatch;
-        NotificationCenter& notificationCenter;
-        SimulatedTunnels& tunnels;
-        /// Called with "start" and "stop".
-        std::function<void(const char*)> onRequest;
-        /// Why the tunnel cannot start now; empty if it can.
-        std::function<std::optional<Error>()> refusal;
-    };
+    SimulatedTunnel(Dispatch& dispatch, NotificationCenter& notificationCenter,
+                    const SimulatedTunnels& behavior)
+        : dispatch(dispatch), notificationCenter(notificationCenter), behavior(behavior) {}
 
-    explicit SimulatedNEVPNConnection(Dependencies dependencies)
-        : dependencies(std::move(dependencies)) {}
+    int status() const { return rawStatus; }
 
-    int status() const override { return rawStatus; }
+    bool isUpOrComingUp() const {
+        return is(NEVPNStatus::connecting) || is(NEVPNStatus::connected);
+    }
 
-    Result<void, Error> startVPNTunnel() override {
-        dependencies.onRequest("start");
-        if (is(NEVPNStatus::connecting) || is(NEVPNStatus::connected)) {
-            ++dependencies.tunnels.needlessStarts;
-            return {};
-        }
-        if (dependencies.tunnels.startError)
-            return tl::unexpected(*dependencies.tunnels.startError);
-        if (auto refusal = dependencies.refusal())
-            return tl::unexpected(*std::move(refusal));
+    void start() {
         become(NEVPNStatus::connecting);
-        becomeLater(dependencies.tunnels.connectDuration, [this] {
-            if (dependencies.tunnels.comeUp)
+        becomeLater(behavior.connectDuration, [this] {
+            if (behavior.comeUp)
                 become(NEVPNStatus::connected);
             else
                 goDown();
         });
-        return {};
     }
 
-    void stopVPNTunnel() override {
-        dependencies.onRequest("stop");
+    void stop() {
         if (!is(NEVPNStatus::invalid) && !is(NEVPNStatus::disconnected) &&
             !is(NEVPNStatus::disconnecting))
             goDown();
@@ -84,8 +67,8 @@ class SimulatedNEVPNConnection final : public NEVPNConnection {
     /// The system reports this status, even an unknown one.
     void report(int status) {
         takeSilently(status);
-        dependencies.dispatch.main().async(lifetime.weakly(
-            [this] { dependencies.notificationCenter.post(NEVPNStatusDidChange); }));
+        dispatch.main().async(
+            lifetime.weakly([this] { notificationCenter.post(NEVPNStatusDidChange); }));
     }
 
     /// Changes the status without a notification, because saving and removing a configuration post
@@ -103,17 +86,17 @@ class SimulatedNEVPNConnection final : public NEVPNConnection {
     }
 
     void becomeLater(Duration delay, Work change) {
-        transition =
-            dependencies.dispatch.main().asyncAfter(delay, lifetime.weakly(std::move(change)));
+        transition = dispatch.main().asyncAfter(delay, lifetime.weakly(std::move(change)));
     }
 
     void goDown() {
         become(NEVPNStatus::disconnecting);
-        becomeLater(dependencies.tunnels.disconnectDuration,
-                    [this] { become(NEVPNStatus::disconnected); });
+        becomeLater(behavior.disconnectDuration, [this] { become(NEVPNStatus::disconnected); });
     }
 
-    Dependencies dependencies;
+    Dispatch& dispatch;
+    NotificationCenter& notificationCenter;
+    const SimulatedTunnels& behavior;
     int rawStatus = static_cast<int>(NEVPNStatus::invalid);
     std::optional<WorkItem> transition;
     Lifetime lifetime;
