@@ -1,8 +1,7 @@
 #include "Runner/Stores/AppViewState.h"
 
-#include "Base/Url.h"
-#include "Platform/NSWorkspace.h"
 #include "Runner/Services/State/LocalAPIClient.h"
+#include "Runner/Shared/OpenURL.h"
 
 #include <utility>
 
@@ -123,7 +122,7 @@ void AppViewState::switchProfileAndLogin(std::string id) {
             dependencies.localAPI.startLogin(
                 mainThread.callback([this](const Result<std::string, LocalAPIError>& page) {
                     if (page)
-                        openLoginPage(*page);
+                        openWebPage(dependencies.workspace, *page);
                     else
                         log("startLogin after switch failed: " + page.error().errorDescription());
                 }));
@@ -148,14 +147,9 @@ void AppViewState::addNewAccount() {
                         return;
                     }
                     log("Got login URL for new account");
-                    openLoginPage(*page);
+                    openWebPage(dependencies.workspace, *page);
                 }));
         }));
-}
-
-void AppViewState::openLoginPage(const std::string& text) {
-    if (const auto url = Url::parse(text))
-        dependencies.workspace.open(*url);
 }
 
 } // namespace quoxelin

@@ -143,7 +143,6 @@ class AppViewState final : public ObservableObject, public HashiBusClientDelegat
     void refreshProfilesWithRetry(const std::optional<std::string>& targetId, int attempts,
                                   double delay);
     void applyLocalCurrentProfile(const std::string& id);
-    void openLoginPage(const std::string& text);
 
     void runPrivilegedCleanup(std::function<void(bool succeeded)> completion);
     void removeEverything();

@@ -111,7 +111,7 @@ void QuoxelinMenuBarContent::exportLogs(const std::filesystem::path& directory) 
 }
 
 void QuoxelinMenuBarContent::open(const std::string& text) {
-    openURL(dependencies.workspace, text);
+    openWebPage(dependencies.workspace, text);
 }
 
 } // namespace quoxelin

@@ -24,6 +24,16 @@ TEST(OpenURL, doesNotPassInvalidURLsToTheWorkspace) {
     EXPECT_THAT(workspace.triedURLs(), IsEmpty());
 }
 
+TEST(OpenURL, opensOnlyWebPagesThatOthersName) {
+    SimulatedWorkspace workspace;
+    EXPECT_TRUE(openWebPage(workspace, "https://example.com/"));
+    EXPECT_TRUE(openWebPage(workspace, "HTTP://example.com/"));
+    for (const auto* const text : {"", "/etc", "file:///bin/sh", "httpsx://a", "javascript:a()",
+                                   "settings:https://example.com/", "https://example.com/%"})
+        EXPECT_FALSE(openWebPage(workspace, text)) << text;
+    EXPECT_THAT(workspace.triedURLs(), ElementsAre("https://example.com/", "HTTP://example.com/"));
+}
+
 TEST(OpenURL, skipsAnInvalidURL) {
     SimulatedWorkspace workspace;
     EXPECT_TRUE(openFirstURL(workspace, std::array{"a settings pane", "settings:a", "settings:b"}));

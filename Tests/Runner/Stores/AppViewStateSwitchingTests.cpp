@@ -169,15 +169,18 @@ TEST(AppViewStateSwitching, asksForNoLoginPageWhenTheSwitchFails) {
     EXPECT_EQ(app.requests(), (Lines{switchTo("b"), getProfiles}));
 }
 
-TEST(AppViewStateSwitching, doesNotOpenALoginPageThatIsNotAUrl) {
-    WithProfiles app;
-    app.daemon.answer("POST", "/localapi/v0/login",
-                      SimulatedDaemon::ok(R"({"interactive_login_url":"not a url"})"));
-    app.appState->switchProfileAndLogin("b");
-    app.appState->addNewAccount();
-    app.run();
-    EXPECT_EQ(app.system.workspace.triedURLs(), Lines{});
-    EXPECT_EQ(app.count("Got login URL for new account"), 1);
+TEST(AppViewStateSwitching, opensNoLoginPageOutsideTheWeb) {
+    for (const auto* const url : {"not a url", "file:///bin/sh", "settings:a"}) {
+        WithProfiles app;
+        app.daemon.answer(
+            "POST", "/localapi/v0/login",
+            SimulatedDaemon::ok(fmt::format(R"({{"interactive_login_url":"{}"}})", url)));
+        app.appState->switchProfileAndLogin("b");
+        app.appState->addNewAccount();
+        app.run();
+        EXPECT_EQ(app.system.workspace.triedURLs(), Lines{});
+        EXPECT_EQ(app.count("Got login URL for new account"), 1);
+    }
 }
 
 // Adding

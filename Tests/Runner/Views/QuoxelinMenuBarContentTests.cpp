@@ -41,6 +41,14 @@ TEST_F(QuoxelinMenuBarContentTests, connectsInEveryOtherStatus) {
 
 // The login
 
+TEST_F(QuoxelinMenuBarContentTests, opensNoLoginPageOutsideTheWeb) {
+    daemon.answer("POST", "/localapi/v0/login",
+                  SimulatedDaemon::ok(R"({"InteractiveLoginURL":"file:///bin/sh"})"));
+    click("Login Quoxelin");
+    dispatch.runUntilIdle();
+    EXPECT_THAT(system.workspace.triedURLs(), IsEmpty());
+}
+
 TEST_F(QuoxelinMenuBarContentTests, opensTheLoginPageAndPollsForItsCompletion) {
     daemon.answer("POST", "/localapi/v0/login",
                   SimulatedDaemon::ok(R"({"InteractiveLoginURL":"https://login.example.com/a"})"));
