@@ -1,14 +1,14 @@
 #include "Helper/Service.h"
 
+#include "Helper/Call.h"
+
 #include <csignal>
-#include <cstring>
 #include <sys/wait.h>
 
 namespace quoxelin::helper {
 
 namespace {
 
-constexpr const char* systemBus = "unix:path=/run/dbus/system_bus_socket";
 constexpr const char* busName = "com.quoxelin.desktop.Helper";
 constexpr const char* objectPath = "/com/quoxelin/desktop/Helper";
 constexpr const char* interface = "com.quoxelin.desktop.HelperToolProtocol";
@@ -55,28 +55,6 @@ Requests::Reply refusalTo(sd_bus_message* call) {
     };
 }
 
-struct Call {
-    std::string path;
-    Arguments arguments;
-};
-
-/// None when it is larger than anything that could be allowed. The message is read in place: it
-/// takes no memory but its own, whatever is in it.
-std::optional<Call> unpack(sd_bus_message* message) {
-    const char* text = nullptr;
-    if (sd_bus_message_read_basic(message, 's', &text) < 0 || std::strlen(text) > longestPath ||
-        sd_bus_message_enter_container(message, 'a', "s") < 0)
-        return std::nullopt;
-    Call call{text, {}};
-    int present = 0;
-    while ((present = sd_bus_message_read_basic(message, 's', &text)) > 0) {
-        if (call.arguments.size() == mostArguments || std::strlen(text) > longestArgument)
-            return std::nullopt;
-        call.arguments.emplace_back(text);
-    }
-    return present == 0 ? std::optional(call) : std::nullopt;
-}
-
 std::string textOf(const siginfo_t& how) {
     return (how.si_code == CLD_EXITED ? "exit code " : "ended by signal ") +
            std::to_string(how.si_status);
@@ -91,8 +69,9 @@ struct Service::Run {
     Owned<sd_event_source> end;
 };
 
-Service::Service(std::string bundleRoot, std::function<void(const std::string&)> write)
-    : requests(dependencies(std::move(bundleRoot), std::move(write))) {}
+Service::Service(sd_event* event, sd_bus* bus, std::string bundleRoot,
+                 std::function<void(const std::string&)> write)
+    : event(event), bus(bus), requests(dependencies(std::move(bundleRoot), std::move(write))) {}
 
 Service::~Service() = default;
 
@@ -102,13 +81,13 @@ Requests::Dependencies Service::dependencies(std::string bundleRoot,
         std::move(bundleRoot),
         [this](const std::string& caller, std::function<void(std::optional<uid_t>)> answer) {
             identities[caller] =
-                identify(bus.get(), caller, [this, caller, answer](std::optional<uid_t> user) {
+                identify(bus, caller, [this, caller, answer](std::optional<uid_t> user) {
                     const auto question = identities.extract(caller);
                     answer(user);
                 });
         },
         [this, write](const Requests::Question& question, std::function<void(bool)> answer) {
-            return authorize(bus.get(), question, std::move(answer), write);
+            return authorize(bus, question, std::move(answer), write);
         },
         [](const std::string& path) { return readTrusted(path); },
         [](const std::string& path) { return openTrusted(path); },
@@ -120,30 +99,7 @@ Requests::Dependencies Service::dependencies(std::string bundleRoot,
     };
 }
 
-tl::expected<void, std::string> Service::serve() {
-    event = made<sd_event>(&sd_event_new);
-    bus = made<sd_bus>(&sd_bus_new);
-    int outcome = event && bus ? connect() : -ENOMEM;
-    if (outcome >= 0)
-        outcome = offer();
-    if (outcome < 0)
-        return tl::unexpected(std::string("cannot serve: ") + std::strerror(-outcome));
-    waitForCalls();
-    sd_event_loop(event.get());
-    return {};
-}
-
-/// The bus delivers no descriptors.
-int Service::connect() {
-    int outcome = sd_bus_set_address(bus.get(), systemBus);
-    if (outcome >= 0)
-        outcome = sd_bus_set_bus_client(bus.get(), 1);
-    if (outcome >= 0)
-        outcome = sd_bus_negotiate_fds(bus.get(), 0);
-    return outcome < 0 ? outcome : sd_bus_start(bus.get());
-}
-
-int Service::offer() {
+int Service::begin() {
     static const sd_bus_vtable table[] = {
         SD_BUS_VTABLE_START(0),
         SD_BUS_METHOD_WITH_NAMES("RunGoTool", "sas", SD_BUS_PARAM(path) SD_BUS_PARAM(arguments),
@@ -152,21 +108,19 @@ int Service::offer() {
         SD_BUS_METHOD_WITH_NAMES("Ping", "", , "b", SD_BUS_PARAM(isThere), &Service::ping,
                                  SD_BUS_VTABLE_UNPRIVILEGED),
         SD_BUS_VTABLE_END};
-    sigset_t signals;
-    ::sigemptyset(&signals);
-    ::sigaddset(&signals, SIGTERM);
-    ::sigaddset(&signals, SIGCHLD);
-    ::sigprocmask(SIG_BLOCK, &signals, nullptr);
-    int outcome = sd_event_add_signal(event.get(), nullptr, SIGTERM, nullptr, nullptr);
+    int outcome = sd_bus_attach_event(bus, event, SD_EVENT_PRIORITY_NORMAL);
     if (outcome >= 0)
-        outcome = sd_bus_attach_event(bus.get(), event.get(), SD_EVENT_PRIORITY_NORMAL);
+        outcome = sd_bus_set_exit_on_disconnect(bus, 1);
     if (outcome >= 0)
-        outcome = sd_bus_set_exit_on_disconnect(bus.get(), 1);
+        outcome = sd_bus_add_object_vtable(bus, nullptr, objectPath, interface, table, this);
+    // What the bus refuses of these ends the connection.
     if (outcome >= 0)
-        outcome = sd_bus_add_object_vtable(bus.get(), nullptr, objectPath, interface, table, this);
+        outcome =
+            sd_bus_add_match_async(bus, nullptr, goneNames, &Service::nameHasGone, nullptr, this);
     if (outcome >= 0)
-        outcome = sd_bus_add_match(bus.get(), nullptr, goneNames, &Service::nameHasGone, this);
-    return outcome < 0 ? outcome : sd_bus_request_name(bus.get(), busName, 0);
+        outcome = sd_bus_request_name_async(bus, nullptr, busName, 0, nullptr, nullptr);
+    waitForCalls();
+    return outcome;
 }
 
 int Service::ping(sd_bus_message* call, void* self, sd_bus_error*) {
@@ -178,7 +132,7 @@ int Service::runGoTool(sd_bus_message* call, void* data, sd_bus_error*) {
     auto& self = *static_cast<Service*>(data);
     self.waitForCalls();
     const std::string caller = sd_bus_message_get_sender(call);
-    const auto read = self.unread.contains(caller) ? std::nullopt : unpack(call);
+    const auto read = self.unread.contains(caller) ? std::nullopt : readCall(call);
     if (read) {
         self.requests.runGoTool(caller, read->path, read->arguments, replyTo(call));
     } else {
@@ -209,7 +163,7 @@ tl::expected<pid_t, std::string> Service::run(const TrustedFile& executable, con
         return tl::unexpected(spawned.error());
     auto& run = runs.emplace_back(Run{*this, std::move(*spawned), std::move(finished), nullptr});
     run.end = made<sd_event_source>([&](sd_event_source** source) {
-        return sd_event_add_child(event.get(), source, run.spawned.process, WEXITED,
+        return sd_event_add_child(event, source, run.spawned.process, WEXITED,
                                   &Service::programEnded, &run);
     });
     if (run.end)
@@ -243,7 +197,7 @@ void Service::waitForCalls() {
         return 0;
     };
     idleTimer = made<sd_event_source>([&](sd_event_source** source) {
-        return sd_event_add_time_relative(event.get(), source, CLOCK_MONOTONIC, idleMicroseconds, 0,
+        return sd_event_add_time_relative(event, source, CLOCK_MONOTONIC, idleMicroseconds, 0,
                                           isOver, this);
     });
 }
@@ -255,14 +209,14 @@ void Service::leaveIfIdle() {
     if (requests.isBusy())
         return;
     if (std::exchange(isLeaving, true)) {
-        sd_event_exit(event.get(), 0);
+        sd_event_exit(event, 0);
         return;
     }
     const auto released = [](sd_bus_message*, void* self, sd_bus_error*) {
         static_cast<Service*>(self)->leaveIfIdle();
         return 0;
     };
-    sd_bus_release_name_async(bus.get(), nullptr, busName, released, this);
+    sd_bus_release_name_async(bus, nullptr, busName, released, this);
 }
 
 } // namespace quoxelin::helper

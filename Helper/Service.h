@@ -7,19 +7,20 @@
 
 namespace quoxelin::helper {
 
-/// The helper on the system bus. It serves until it has had nothing to do for a minute, the bus
-/// goes away or SIGTERM comes. Programs that run need none of it. One thread, with its own event
-/// loop.
+/// The helper on a bus. It ends the event loop when it has had nothing to do for a minute, or when
+/// it loses the bus or cannot have its name. Programs that it has started run on. One thread, the
+/// event loop's; SIGCHLD is blocked there.
 class Service {
   public:
-    /// `write` gets the lines for the system's log.
-    Service(std::string bundleRoot, std::function<void(const std::string&)> write);
+    /// `bus` has been started. `write` gets the lines for the system's log.
+    Service(sd_event* event, sd_bus* bus, std::string bundleRoot,
+            std::function<void(const std::string&)> write);
     ~Service();
     Service(const Service&) = delete;
     Service& operator=(const Service&) = delete;
 
-    /// Returns when it has served. A failure to begin is a text for standard error.
-    tl::expected<void, std::string> serve();
+    /// Serves from now on. Negative if that fails: the number of the error.
+    int begin();
 
   private:
     struct Run;
@@ -32,13 +33,11 @@ class Service {
                                         std::function<void(const std::string&)> write);
     tl::expected<pid_t, std::string> run(const TrustedFile& executable, const Arguments& words,
                                          Requests::Finished finished);
-    int connect();
-    int offer();
     void waitForCalls();
     void leaveIfIdle();
 
-    Owned<sd_event> event;
-    Owned<sd_bus> bus;
+    sd_event* const event;
+    sd_bus* const bus;
     Owned<sd_event_source> idleTimer;
     std::map<std::string, std::shared_ptr<void>> identities;
     /// Connections that have sent a call that is too large: to look at more of them takes time that

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdio>
 
 namespace quoxelin::helper {
 
@@ -62,15 +61,15 @@ std::string asUtf8(std::string_view bytes) {
 
 std::string forLog(std::string_view text) {
     constexpr std::size_t longest = 200;
+    constexpr std::string_view digits = "0123456789abcdef";
     std::string line;
     // One character more than fits shows that the text was longer.
     for (const char c : text.substr(0, longest + 1)) {
         if (c >= ' ' && c <= '~' && c != '\\') {
             line += c;
         } else {
-            char escaped[5];
-            std::snprintf(escaped, sizeof escaped, "\\x%02x", static_cast<unsigned char>(c));
-            line += escaped;
+            const auto byte = static_cast<unsigned char>(c);
+            line.append({'\\', 'x', digits[byte >> 4], digits[byte & 15]});
         }
     }
     return line.size() <= longest ? line : line.substr(0, longest) + "...";

@@ -1,7 +1,9 @@
 #include "Helper/Service.h"
 
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <fcntl.h>
 #include <malloc.h>
 #include <sys/stat.h>
@@ -33,14 +35,44 @@ void giveMemoryBack() {
     ::mallopt(M_TRIM_THRESHOLD, 128 * 1024);
 }
 
+/// Null with the number of the error. The bus delivers no descriptors.
+Owned<sd_bus> connectToSystemBus(int& outcome) {
+    auto bus = made<sd_bus>(&sd_bus_new);
+    outcome =
+        bus ? sd_bus_set_address(bus.get(), "unix:path=/run/dbus/system_bus_socket") : -ENOMEM;
+    if (outcome >= 0)
+        outcome = sd_bus_set_bus_client(bus.get(), 1);
+    if (outcome >= 0)
+        outcome = sd_bus_negotiate_fds(bus.get(), 0);
+    if (outcome >= 0)
+        outcome = sd_bus_start(bus.get());
+    return outcome >= 0 ? std::move(bus) : nullptr;
+}
+
+/// The loop ends for SIGTERM, and learns of programs that end.
+int takeSignals(sd_event* event) {
+    sigset_t signals;
+    ::sigemptyset(&signals);
+    ::sigaddset(&signals, SIGTERM);
+    ::sigaddset(&signals, SIGCHLD);
+    ::sigprocmask(SIG_BLOCK, &signals, nullptr);
+    return sd_event_add_signal(event, nullptr, SIGTERM, nullptr, nullptr);
+}
+
 int run() {
     giveMemoryBack();
     ::openlog("quoxelin-helper", LOG_PID, LOG_AUTHPRIV);
-    Service service(QUOXELIN_BUNDLE_ROOT,
+    const auto event = made<sd_event>(&sd_event_new);
+    int outcome = event ? takeSignals(event.get()) : -ENOMEM;
+    const auto bus = outcome >= 0 ? connectToSystemBus(outcome) : nullptr;
+    if (!bus)
+        return fail(std::string("cannot serve: ") + std::strerror(-outcome));
+    Service service(event.get(), bus.get(), QUOXELIN_BUNDLE_ROOT,
                     [](const std::string& line) { ::syslog(LOG_WARNING, "%s", line.c_str()); });
-    if (const auto served = service.serve(); !served)
-        return fail(served.error());
-    return EXIT_SUCCESS;
+    outcome = service.begin();
+    if (outcome >= 0)
+        outcome = sd_event_loop(event.get());
+    return outcome == 0 ? EXIT_SUCCESS : fail("no bus, or not its name");
 }
 
 } // namespace
