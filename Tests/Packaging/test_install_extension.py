@@ -187,6 +187,15 @@ def test_a_failure_leaves_nothing_half_done(extension):
     assert (extension.plugins / f"{NAME}.name").is_dir()
 
 
+@pytest.mark.parametrize("before", [
+    ["prlimit", "--fsize=8"], ["prlimit", "--nofile=4"], ["prlimit", "--as=5000000"],
+    ["sh", "-c", 'exec "$0" <&- >&- 2>&-']])
+def test_the_callers_limits_leave_nothing_half_done(extension, before):
+    done = extension.run(before=before)
+    whole = [f"{NAME}.conf", f"{NAME}.name"]
+    assert extension.installed() == (whole if done.returncode == 0 else [])
+
+
 def test_a_system_without_the_commands_fails_with_a_separate_code(extension):
     text = extension.program.read_text()
     extension.program.write_text(text.replace("PATH=/usr/sbin:/usr/bin:/sbin:/bin", "PATH=/nonexistent"))

@@ -156,6 +156,14 @@ def test_all_users_may_send_the_helper_its_messages_only(bus):
     owner.communicate(timeout=10)
 
 
+def test_a_user_cannot_call_a_helper_without_its_name(bus):
+    # The first connection to the bus.
+    owner, said = bus.own(f"{ID}.Other", 0)
+    assert said == DENIED
+    assert bus.call(":1.0", NOBODY, *HELPER[1:]) == DENIED
+    owner.communicate(timeout=10)
+
+
 def test_a_name_that_no_policy_mentions_cannot_be_owned(bus):
     owner, said = bus.own(f"{ID}.Other", 0)
     owner.communicate(timeout=10)
@@ -182,6 +190,13 @@ def test_systemd_confines_the_helper_and_what_it_runs(either):
     assert {f"ExecStart={program}", f"BusName={HELPER[0]}", "KillMode=process", "OOMPolicy=continue",
             "MemoryMax=1G", "TasksMax=512", "NoNewPrivileges=yes"} <= set(lines)
     run("systemd-analyze", "security", "--offline=true", "--threshold=40", unit)
+
+
+def test_the_helper_is_hardened(installation):
+    program = installation.at(f"{installation.prefix}/libexec/quoxelin-desktop/quoxelin-helper")
+    said = run("readelf", "--wide", "--file-header", "--segments", "--dynamic", program)
+    assert all(feature in said for feature in ("Position-Independent Executable", "GNU_RELRO", "BIND_NOW"))
+    assert not re.search(r"R(UN)?PATH", said)
 
 
 # polkit

@@ -11,7 +11,9 @@ import time
 
 NAME, PATH = "com.quoxelin.desktop.Helper", "/com/quoxelin/desktop/Helper"
 INTERFACE = "com.quoxelin.desktop.HelperToolProtocol"
+BUS, BUS_PATH = "org.freedesktop.DBus", "/org/freedesktop/DBus"
 POLKIT = "org.freedesktop.PolicyKit1"
+ACTION = "com.quoxelin.desktop.helper.run"
 NO_REPLY = 1
 MEBIBYTE = 1024 * 1024
 
@@ -76,9 +78,11 @@ class Connection:
             said += self.socket.recv(4096)
         self.socket.sendall(b"BEGIN\r\n")
         self.serial = 0
-        self.send(self.message("Hello", "", b"", destination="org.freedesktop.DBus",
-                               path="/org/freedesktop/DBus", interface="org.freedesktop.DBus"))
-        self.error()
+        self.send(self.message("Hello", "", b"", destination=BUS, path=BUS_PATH, interface=BUS))
+        error, name = self.answer()
+        if error is None:
+            raise ConnectionError("The bus hangs up.")
+        self.name = name[4:-1].decode()
 
     def message(self, *parts, **options):
         self.serial += 1
@@ -94,21 +98,34 @@ class Connection:
 
     def error(self):
         """The name of the next error, "" for a reply, None if the bus disconnects."""
+        return self.answer()[0]
+
+    def answer(self):
+        """The same, and what a reply holds."""
         self.socket.settimeout(20)
         while True:
             try:
                 start = self.socket.recv(16, socket.MSG_WAITALL)
             except ConnectionError:
-                return None
+                return None, b""
             if len(start) < 16:
-                return None
+                return None, b""
             length, fields = struct.unpack("<I4xI", start[4:16])
-            rest = self.socket.recv(fields + -fields % 8 + length, socket.MSG_WAITALL)
+            fields += -fields % 8
+            rest = self.socket.recv(fields + length, socket.MSG_WAITALL)
             if start[1] == 2:
-                return ""
+                return "", rest[fields:]
             if start[1] == 3:
-                return next(name.decode().rsplit(".", 1)[-1]
-                            for name in rest.split(b"\0") if name.startswith(b"org.freedesktop.DBus.E"))
+                return next(name.decode().rsplit(".", 1)[-1] for name in rest.split(b"\0")
+                            if name.startswith(b"org.freedesktop.DBus.E")), b""
+
+
+def polkit_question(name):
+    """What the helper asks polkit about its caller, without details and without asking people."""
+    entry = padded(text("name") + b"\1s\0", 4) + text(name)
+    subject = padded(padded(text("system-bus-name"), 4) + struct.pack("<I", len(entry)), 8) + entry
+    action = padded(subject, 4) + text(ACTION)
+    return padded(padded(action, 4) + struct.pack("<I", 0), 8) + struct.pack("<I", 0) + text("")
 
 
 # Each is a body that fills the largest message the bus delivers, with its signature.
@@ -158,9 +175,12 @@ def huge():
     return outcomes
 
 
-def call(count=1, descriptors=False, **options):
-    """Makes calls over one connection, one by one, and returns their errors."""
+def call(count=1, descriptors=False, orphan=False, **options):
+    """Makes calls over one connection, one by one, and returns their errors. For an orphan, the
+    process that opened the connection has ended."""
     peer = Connection()
+    if orphan and os.fork():
+        os._exit(0)
     body = run_go_tool(options.pop("program", "/bin/sh"), options.pop("arguments", []))
     outcomes = []
     for _ in range(count):
@@ -174,21 +194,26 @@ def call(count=1, descriptors=False, **options):
 
 def honest(seconds, program, arguments):
     """Makes calls one by one. Returns their outcomes, their times, and how long bus and polkit took
-    to answer at the same time."""
+    for their part of a call at the same time."""
     outcomes, times, bus_times = {}, [], []
     peer = Connection()
+    question = polkit_question(peer.name)
+
+    def took(data):
+        begun = time.monotonic()
+        peer.send(data)
+        outcome = peer.error()
+        return time.monotonic() - begun, outcome
+
     end = time.monotonic() + seconds
     while time.monotonic() < end:
-        begun = time.monotonic()
-        peer.send(peer.message("Get", "ss", padded(text(POLKIT + ".Authority"), 4) + text("BackendName"),
-                               destination=POLKIT, path="/org/freedesktop/PolicyKit1/Authority",
-                               interface="org.freedesktop.DBus.Properties"))
-        peer.error()
-        bus_times.append(time.monotonic() - begun)
-        begun = time.monotonic()
-        peer.send(peer.message("RunGoTool", "sas", run_go_tool(program, arguments)))
-        outcome = peer.error()
-        times.append(time.monotonic() - begun)
+        bus_times.append(
+            took(peer.message("GetId", "", b"", destination=BUS, path=BUS_PATH, interface=BUS))[0] +
+            took(peer.message("CheckAuthorization", "(sa{sv})sa{ss}us", question, destination=POLKIT,
+                              path="/org/freedesktop/PolicyKit1/Authority",
+                              interface=POLKIT + ".Authority"))[0])
+        lasted, outcome = took(peer.message("RunGoTool", "sas", run_go_tool(program, arguments)))
+        times.append(lasted)
         outcomes[outcome or "replied"] = outcomes.get(outcome or "replied", 0) + 1
     return {"outcomes": outcomes, "times": sorted(times), "bus": sorted(bus_times)}
 
