@@ -13,7 +13,8 @@ namespace quoxelin {
 class SystemLog;
 
 /// Runs the daemon and its command-line tool through the privileged helper and reports the results.
-/// One connection per command. Writes to the system's log, category "XPC".
+/// One connection per command. Writes to the system's log, category "XPC". It has members and not
+/// globals, so that tests can replace the helper and the bundle.
 ///
 /// Any thread. A completion is called once: on the connection's private queue, or before the call
 /// returns if there is no helper. There is no time-out: if the helper never replies, the completion
