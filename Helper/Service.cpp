@@ -69,9 +69,10 @@ struct Service::Run {
     Owned<sd_event_source> end;
 };
 
-Service::Service(sd_event* event, sd_bus* bus, std::string bundleRoot,
+Service::Service(sd_event* event, sd_bus* calls, sd_bus* questions, std::string bundleRoot,
                  std::function<void(const std::string&)> write)
-    : event(event), bus(bus), requests(dependencies(std::move(bundleRoot), std::move(write))) {}
+    : event(event), calls(calls), questions(questions),
+      requests(dependencies(std::move(bundleRoot), std::move(write))) {}
 
 Service::~Service() = default;
 
@@ -81,13 +82,13 @@ Requests::Dependencies Service::dependencies(std::string bundleRoot,
         std::move(bundleRoot),
         [this](const std::string& caller, std::function<void(std::optional<uid_t>)> answer) {
             identities[caller] =
-                identify(bus, caller, [this, caller, answer](std::optional<uid_t> user) {
+                identify(questions, caller, [this, caller, answer](std::optional<uid_t> user) {
                     const auto question = identities.extract(caller);
                     answer(user);
                 });
         },
         [this, write](const Requests::Question& question, std::function<void(bool)> answer) {
-            return authorize(bus, question, std::move(answer), write);
+            return authorize(questions, question, std::move(answer), write);
         },
         [](const std::string& path) { return readTrusted(path); },
         [](const std::string& path) { return openTrusted(path); },
@@ -108,17 +109,13 @@ int Service::begin() {
         SD_BUS_METHOD_WITH_NAMES("Ping", "", , "b", SD_BUS_PARAM(isThere), &Service::ping,
                                  SD_BUS_VTABLE_UNPRIVILEGED),
         SD_BUS_VTABLE_END};
-    int outcome = sd_bus_attach_event(bus, event, SD_EVENT_PRIORITY_NORMAL);
-    if (outcome >= 0)
-        outcome = sd_bus_set_exit_on_disconnect(bus, 1);
-    if (outcome >= 0)
-        outcome = sd_bus_add_object_vtable(bus, nullptr, objectPath, interface, table, this);
     // What the bus refuses of these ends the connection.
+    int outcome = sd_bus_add_object_vtable(calls, nullptr, objectPath, interface, table, this);
     if (outcome >= 0)
-        outcome =
-            sd_bus_add_match_async(bus, nullptr, goneNames, &Service::nameHasGone, nullptr, this);
+        outcome = sd_bus_add_match_async(questions, nullptr, goneNames, &Service::nameHasGone,
+                                         nullptr, this);
     if (outcome >= 0)
-        outcome = sd_bus_request_name_async(bus, nullptr, busName, 0, nullptr, nullptr);
+        outcome = sd_bus_request_name_async(calls, nullptr, busName, 0, nullptr, nullptr);
     waitForCalls();
     return outcome;
 }
@@ -216,7 +213,7 @@ void Service::leaveIfIdle() {
         static_cast<Service*>(self)->leaveIfIdle();
         return 0;
     };
-    sd_bus_release_name_async(bus, nullptr, busName, released, this);
+    sd_bus_release_name_async(calls, nullptr, busName, released, this);
 }
 
 } // namespace quoxelin::helper

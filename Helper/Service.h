@@ -12,8 +12,10 @@ namespace quoxelin::helper {
 /// event loop's; SIGCHLD is blocked there.
 class Service {
   public:
-    /// `bus` has been started. `write` gets the lines for the system's log.
-    Service(sd_event* event, sd_bus* bus, std::string bundleRoot,
+    /// Two started connections, attached to the event loop: one for calls, and one for the helper's
+    /// own questions. The second has no name, so that no user can fill its queue; the bus loses
+    /// answers to a connection whose queue is full. `write` gets the lines for the system's log.
+    Service(sd_event* event, sd_bus* calls, sd_bus* questions, std::string bundleRoot,
             std::function<void(const std::string&)> write);
     ~Service();
     Service(const Service&) = delete;
@@ -37,7 +39,8 @@ class Service {
     void leaveIfIdle();
 
     sd_event* const event;
-    sd_bus* const bus;
+    sd_bus* const calls;
+    sd_bus* const questions;
     Owned<sd_event_source> idleTimer;
     std::map<std::string, std::shared_ptr<void>> identities;
     /// Connections that have sent a call that is too large: to look at more of them takes time that

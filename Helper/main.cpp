@@ -35,8 +35,9 @@ void giveMemoryBack() {
     ::mallopt(M_TRIM_THRESHOLD, 128 * 1024);
 }
 
-/// Null with the number of the error. The bus delivers no descriptors.
-Owned<sd_bus> connectToSystemBus(int& outcome) {
+/// A connection whose end ends the event loop, and to which the bus delivers no descriptors. Null
+/// with the number of the error.
+Owned<sd_bus> connectToSystemBus(sd_event* event, int& outcome) {
     auto bus = made<sd_bus>(&sd_bus_new);
     outcome =
         bus ? sd_bus_set_address(bus.get(), "unix:path=/run/dbus/system_bus_socket") : -ENOMEM;
@@ -45,7 +46,11 @@ Owned<sd_bus> connectToSystemBus(int& outcome) {
     if (outcome >= 0)
         outcome = sd_bus_negotiate_fds(bus.get(), 0);
     if (outcome >= 0)
+        outcome = sd_bus_set_exit_on_disconnect(bus.get(), 1);
+    if (outcome >= 0)
         outcome = sd_bus_start(bus.get());
+    if (outcome >= 0)
+        outcome = sd_bus_attach_event(bus.get(), event, SD_EVENT_PRIORITY_NORMAL);
     return outcome >= 0 ? std::move(bus) : nullptr;
 }
 
@@ -64,10 +69,11 @@ int run() {
     ::openlog("quoxelin-helper", LOG_PID, LOG_AUTHPRIV);
     const auto event = made<sd_event>(&sd_event_new);
     int outcome = event ? takeSignals(event.get()) : -ENOMEM;
-    const auto bus = outcome >= 0 ? connectToSystemBus(outcome) : nullptr;
-    if (!bus)
+    const auto calls = outcome >= 0 ? connectToSystemBus(event.get(), outcome) : nullptr;
+    const auto questions = calls ? connectToSystemBus(event.get(), outcome) : nullptr;
+    if (!questions)
         return fail(std::string("cannot serve: ") + std::strerror(-outcome));
-    Service service(event.get(), bus.get(), QUOXELIN_BUNDLE_ROOT,
+    Service service(event.get(), calls.get(), questions.get(), QUOXELIN_BUNDLE_ROOT,
                     [](const std::string& line) { ::syslog(LOG_WARNING, "%s", line.c_str()); });
     outcome = service.begin();
     if (outcome >= 0)

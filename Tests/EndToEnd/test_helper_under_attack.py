@@ -55,6 +55,25 @@ def test_a_refused_users_flood_does_not_delay_others(box, kind):
     assert pathlib.Path(f"/proc/{helper}/task/{helper}/children").read_text() == ""
 
 
+def test_no_answer_is_lost_when_the_helpers_queue_is_full(box):
+    with waiting_polkit(box) as asked:
+        caller = box.start("caller", *CALL, f"{INTERFACE}.RunGoTool", TOOL, '["down"]', user=TESTER)
+        wait_until(asked, "the helper to ask polkit")
+        helper, = running_helper(box)
+        os.kill(helper, signal.SIGSTOP)
+        try:
+            flood = attack(box, STRANGER, "flood", connections=8, seconds=5, path="/bin/sh", arguments=[],
+                           size=2 * 1024 * 1024)
+            # The bus keeps 127 MiB for a connection.
+            assert flood["sent"] > 80
+            box.process("waiting-polkit").send_signal(signal.SIGUSR1)
+            wait_until(lambda: asked()[-1] == ["answered"], "polkit to answer")
+        finally:
+            os.kill(helper, signal.SIGCONT)
+        assert caller.exit_code() == 0
+    assert serves(box)
+
+
 def test_a_users_flood_over_many_connections_refuses_no_other_user(box):
     options = {"connections": 12, "seconds": SECONDS, "path": TOOL, "arguments": ["down"]}
     with Attack(box, TESTER, "flood", **options):

@@ -38,7 +38,9 @@ class HelperService : public ::testing::Test {
         ::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends);
         sd_bus_set_fd(bus.get(), ends[0], ends[0]);
         sd_bus_set_bus_client(bus.get(), 1);
+        sd_bus_set_exit_on_disconnect(bus.get(), 1);
         sd_bus_start(bus.get());
+        sd_bus_attach_event(bus.get(), event.get(), SD_EVENT_PRIORITY_NORMAL);
         sd_bus_set_fd(far.get(), ends[1], ends[1]);
         sd_bus_set_server(far.get(), 1,
                           SD_ID128_MAKE(1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1));
@@ -132,7 +134,7 @@ class HelperService : public ::testing::Test {
     Owned<sd_event> event = made<sd_event>(&sd_event_new);
     Owned<sd_bus> bus = made<sd_bus>(&sd_bus_new);
     Owned<sd_bus> far = made<sd_bus>(&sd_bus_new);
-    Service service{event.get(), bus.get(), "/nowhere",
+    Service service{event.get(), bus.get(), bus.get(), "/nowhere",
                     [this](const std::string& line) { log.push_back(line); }};
 };
 
