@@ -1,5 +1,6 @@
 #include "Tests/Runner/AppDelegateFixture.h"
 
+#include <algorithm>
 #include <fmt/format.h>
 
 namespace quoxelin::testing {
@@ -23,15 +24,14 @@ class AppDelegateHelper : public AppDelegateFixture {
 
 TEST_F(AppDelegateHelper, registersTheHelperOnEveryLaunch) {
     launch();
-    const auto second = makeDelegate();
-    second->applicationDidFinishLaunching();
+    makeDelegate()->applicationDidFinishLaunching();
     EXPECT_EQ(helper().registrations(), 2);
 }
 
 TEST_F(AppDelegateHelper, continuesWhenTheHelperCannotBeRegistered) {
     helper().failRegistration(Error{"SMAppServiceErrorDomain", 22, "Invalid signature."});
     launch();
-    dispatch.runUntilIdle();
+    run();
     EXPECT_EQ(count("App", "Helper register attempt failed: Invalid signature."), 1);
     EXPECT_FALSE(appState->helperNeedsApproval);
     EXPECT_EQ(appState->helperRegistrationError.get(), std::nullopt);
@@ -40,7 +40,7 @@ TEST_F(AppDelegateHelper, continuesWhenTheHelperCannotBeRegistered) {
 TEST_F(AppDelegateHelper, tellsTheUserThatTheHelperNeedsApproval) {
     helper().requireApproval();
     launch();
-    dispatch.runUntilIdle();
+    run();
     EXPECT_TRUE(appState->helperNeedsApproval);
     EXPECT_EQ(appState->helperRegistrationError.get(),
               "Helper requires approval in System Settings → General → Login Items.");
@@ -50,18 +50,18 @@ TEST_F(AppDelegateHelper, tellsTheUserThatTheHelperNeedsApproval) {
 TEST_F(AppDelegateHelper, startsTheDaemonAtTheFourthPing) {
     system.xpc.setHelper(SimulatedXPC::Helper::incompatible);
     launch();
-    dispatch.main().asyncAfter(seconds(2),
-                               [&] { system.xpc.setHelper(SimulatedXPC::Helper::answering); });
-    const auto lines = watch("App", seconds(30));
-    const std::vector<std::pair<Duration, std::string>> expected{
-        {seconds(0), "Helper not reachable. Retrying in 0.50 seconds (attempt 1/10)..."},
-        {seconds(0.5), "Helper not reachable. Retrying in 0.75 seconds (attempt 2/10)..."},
-        {seconds(1.25), "Helper not reachable. Retrying in 1.12 seconds (attempt 3/10)..."},
-        {seconds(2.375), "Helper is ready and reachable. Starting daemon..."},
-        {seconds(2.375), "System Extension activated, ensuring VPN configuration..."},
-        {seconds(2.375), "VPN configuration ready, starting app state..."},
-    };
-    EXPECT_EQ(lines, expected);
+    forget();
+    advance(seconds(2));
+    system.xpc.setHelper(SimulatedXPC::Helper::answering);
+    advance(seconds(30));
+    EXPECT_THAT(
+        timedLines("App"),
+        ElementsAre("0.000 Helper not reachable. Retrying in 0.50 seconds (attempt 1/10)...",
+                    "0.500 Helper not reachable. Retrying in 0.75 seconds (attempt 2/10)...",
+                    "1.250 Helper not reachable. Retrying in 1.12 seconds (attempt 3/10)...",
+                    "2.375 Helper is ready and reachable. Starting daemon...",
+                    "2.375 System Extension activated, ensuring VPN configuration...",
+                    "2.375 VPN configuration ready, starting app state..."));
     EXPECT_EQ(pings(), 1u);
     EXPECT_EQ(helper().registrations(), 4);
 }
@@ -69,23 +69,23 @@ TEST_F(AppDelegateHelper, startsTheDaemonAtTheFourthPing) {
 TEST_F(AppDelegateHelper, givesUpAfterTenRetriesAndSaysSo) {
     system.xpc.setHelper(SimulatedXPC::Helper::incompatible);
     launch();
-    const auto lines = watch("App", seconds(120));
-
-    const std::vector<const char*> delays{"0.50", "0.75", "1.12", "1.69",  "2.53",
-                                          "3.80", "5.70", "8.54", "12.81", "19.22"};
-    ASSERT_EQ(lines.size(), delays.size() + 1);
-    Duration instant{0};
+    forget();
+    advance(seconds(120));
+    Lines expected;
+    double instant = 0;
     double delay = 0.5;
-    for (std::size_t i = 0; i < delays.size(); ++i) {
-        EXPECT_EQ(lines[i].first, instant);
-        EXPECT_EQ(lines[i].second,
-                  fmt::format("Helper not reachable. Retrying in {} seconds (attempt {}/10)...",
-                              delays[i], i + 1));
-        instant += seconds(delay);
+    int attempt = 0;
+    for (const char* shown :
+         {"0.50", "0.75", "1.12", "1.69", "2.53", "3.80", "5.70", "8.54", "12.81", "19.22"}) {
+        expected.push_back(
+            fmt::format("{:.3f} Helper not reachable. Retrying in {} seconds (attempt {}/10)...",
+                        instant, shown, ++attempt));
+        instant += delay;
         delay *= 1.5;
     }
-    EXPECT_EQ(lines.back().first, instant);
-    EXPECT_EQ(lines.back().second, "Failed to communicate with Helper after 10 attempts.");
+    expected.push_back(
+        fmt::format("{:.3f} Failed to communicate with Helper after 10 attempts.", instant));
+    EXPECT_EQ(timedLines("App"), expected);
     EXPECT_EQ(helper().registrations(), 11);
     EXPECT_TRUE(appState->helperNeedsApproval);
     EXPECT_EQ(appState->helperRegistrationError.get(), unreachable);
@@ -96,30 +96,30 @@ TEST_F(AppDelegateHelper, givesUpAfterTenRetriesAndSaysSo) {
 TEST_F(AppDelegateHelper, triesFromTheBeginningWhenTheUserComesBack) {
     system.xpc.setHelper(SimulatedXPC::Helper::incompatible);
     launch();
-    dispatch.advance(seconds(120));
-    system.systemLog.clear();
+    advance(seconds(120));
+    forget();
 
     system.application.becomeActive();
-    dispatch.runUntilIdle();
-    EXPECT_THAT(log("App"),
+    run();
+    EXPECT_THAT(lines("App"),
                 ElementsAre("App became active while helper needs approval, re-checking...",
                             "Helper not reachable. Retrying in 0.50 seconds (attempt 1/10)..."));
     EXPECT_EQ(helper().registrations(), 12);
     EXPECT_FALSE(appState->helperNeedsApproval);
 
     system.xpc.setHelper(SimulatedXPC::Helper::answering);
-    dispatch.advance(seconds(0.5));
+    advance(seconds(0.5));
     EXPECT_TRUE(hasStartedAppState());
 }
 
 TEST_F(AppDelegateHelper, checksAgainWhenTheUserHasApprovedTheHelper) {
     helper().requireApproval();
     launch();
-    dispatch.advance(seconds(200));
+    advance(seconds(200));
     EXPECT_TRUE(appState->helperNeedsApproval);
     helper().approve();
     system.application.becomeActive();
-    dispatch.runUntilIdle();
+    run();
     EXPECT_FALSE(appState->helperNeedsApproval);
     EXPECT_EQ(appState->helperRegistrationError.get(), std::nullopt);
     EXPECT_TRUE(hasStartedAppState());
@@ -127,20 +127,20 @@ TEST_F(AppDelegateHelper, checksAgainWhenTheUserHasApprovedTheHelper) {
 
 TEST_F(AppDelegateHelper, doesNotCheckAgainWhileAllIsWell) {
     launch();
-    dispatch.runUntilIdle();
-    system.systemLog.clear();
+    run();
+    forget();
     system.application.becomeActive();
-    dispatch.runUntilIdle();
-    EXPECT_THAT(log("App"), IsEmpty());
+    run();
+    EXPECT_THAT(lines("App"), IsEmpty());
     EXPECT_EQ(helper().registrations(), 1);
 }
 
 TEST_F(AppDelegateHelper, waitsForAHelperThatNeverAnswers) {
     system.xpc.setHelper(SimulatedXPC::Helper::silent);
     launch();
-    dispatch.advance(seconds(600));
+    advance(seconds(600));
     EXPECT_FALSE(hasStartedAppState());
-    EXPECT_EQ(log("App").size(), 3u);
+    EXPECT_EQ(lines("App").size(), 3u);
 }
 
 } // namespace quoxelin::testing

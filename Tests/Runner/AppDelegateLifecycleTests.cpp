@@ -11,17 +11,16 @@ class AppDelegateLifecycle : public AppDelegateFixture {
   protected:
     AppDelegateLifecycle() {
         launch();
-        dispatch.runUntilIdle();
-        daemon.clearRequests();
-        system.systemLog.clear();
+        run();
+        forget();
     }
 
     /// Delivers the URL as another program does. Returns whether it had any effect.
     bool wakesFor(const std::optional<std::string>& url) {
-        system.systemLog.clear();
+        forget();
         panel().orderOut();
         system.appleEventManager.sendGetURL(url);
-        const bool logged = count("State", "Authenticate called with token") == 1;
+        const bool logged = count("Authenticate called with token") == 1;
         EXPECT_EQ(logged, panel().isVisible());
         return logged;
     }
@@ -31,12 +30,12 @@ class AppDelegateLifecycle : public AppDelegateFixture {
 
 TEST_F(AppDelegateLifecycle, wakesTheLoginPollAndShowsThePanelForACallback) {
     system.appleEventManager.sendGetURL("quoxelin://auth/callback?state=x&token=secret-token");
-    EXPECT_THAT(log("State"), ElementsAre("Authenticate called with token"));
+    EXPECT_THAT(lines("State"), ElementsAre("Authenticate called with token"));
     EXPECT_TRUE(panel().isVisible());
     EXPECT_EQ(system.application.activations(), 1);
-    dispatch.advance(seconds(1));
+    advance(seconds(1));
     EXPECT_EQ(daemon.count("GET /localapi/v0/status"), 1u);
-    for (const auto& line : Surroundings::log())
+    for (const auto& line : log())
         EXPECT_EQ(line.find("secret-token"), std::string::npos) << line;
 }
 
@@ -48,7 +47,7 @@ TEST_F(AppDelegateLifecycle, ignoresACallbackWithoutAToken) {
     EXPECT_FALSE(wakesFor("quoxelin://auth/token=abc"));
     EXPECT_FALSE(wakesFor("quoxelin://auth#token=abc"));
     EXPECT_FALSE(wakesFor("quoxelin://auth"));
-    dispatch.advance(seconds(10));
+    advance(seconds(10));
     EXPECT_EQ(daemon.count("GET /localapi/v0/status"), 0u);
 }
 
@@ -85,9 +84,9 @@ TEST_F(AppDelegateLifecycle, passesACallbackFromAnotherThreadToTheMainThread) {
     dispatch.global(QualityOfService::standard).async([&] {
         delegate->handleIncomingURL(*Url::parse("quoxelin://auth?token=abc"));
     });
-    dispatch.runUntilIdle();
+    run();
     EXPECT_TRUE(panel().isVisible());
-    EXPECT_EQ(count("State", "Authenticate called with token"), 1);
+    EXPECT_EQ(count("Authenticate called with token"), 1);
 }
 
 // The end
@@ -95,13 +94,13 @@ TEST_F(AppDelegateLifecycle, passesACallbackFromAnotherThreadToTheMainThread) {
 TEST_F(AppDelegateLifecycle, terminatesInOrder) {
     ASSERT_TRUE(system.panels.isMonitored());
     delegate->applicationWillTerminate();
-    EXPECT_THAT(log("App"),
+    EXPECT_THAT(lines("App"),
                 ElementsAre("Quoxelin Desktop App terminating...",
                             "Invoking quoxelin down via Helper",
                             "Quoxelin Desktop App terminated (quoxelind still running)"));
     EXPECT_FALSE(system.panels.isMonitored());
     EXPECT_THAT(system.networkExtension.requests, Contains("stop"));
-    dispatch.runUntilIdle();
+    run();
     const auto messages = system.xpc.messages();
     ASSERT_FALSE(messages.empty());
     EXPECT_EQ(messages.back().arguments, std::vector<std::string>{"down"});
@@ -110,9 +109,9 @@ TEST_F(AppDelegateLifecycle, terminatesInOrder) {
 
 TEST_F(AppDelegateLifecycle, terminatesWhenTheUserQuits) {
     EXPECT_TRUE(system.application.chooseMenuItem("Quit Quoxelin"));
-    dispatch.runUntilIdle();
+    run();
     EXPECT_TRUE(system.application.hasTerminated());
-    EXPECT_EQ(log("App").back(), "Quoxelin Desktop App terminated (quoxelind still running)");
+    EXPECT_EQ(lines("App").back(), "Quoxelin Desktop App terminated (quoxelind still running)");
 }
 
 class AppDelegateBeforeLaunch : public AppDelegateFixture {};
@@ -121,11 +120,10 @@ TEST_F(AppDelegateBeforeLaunch, asksTheHelperAndThenStopsTheTunnelWithoutWaiting
     // Each logs a line if there is no helper and no saved configuration.
     system.xpc.setHelper(SimulatedXPC::Helper::incompatible);
     delegate->applicationWillTerminate();
-    EXPECT_EQ(log("App").back(), "Quoxelin Desktop App terminated (quoxelind still running)");
-    dispatch.runUntilIdle();
-    const auto lines = Surroundings::log();
-    EXPECT_THAT(lines, Contains(StartsWith("[XPC] Failed to obtain HelperToolProtocol proxy")));
-    EXPECT_EQ(lines.back(), "[VPN] Nothing to stop; reporting disconnected");
+    EXPECT_EQ(lines("App").back(), "Quoxelin Desktop App terminated (quoxelind still running)");
+    run();
+    EXPECT_THAT(log(), Contains(StartsWith("[XPC] Failed to obtain HelperToolProtocol proxy")));
+    EXPECT_EQ(log().back(), "[VPN] Nothing to stop; reporting disconnected");
 }
 
 } // namespace quoxelin::testing

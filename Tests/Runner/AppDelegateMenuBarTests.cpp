@@ -12,13 +12,18 @@ class AppDelegateMenuBar : public AppDelegateFixture {
   protected:
     void launchAndSettle() {
         launch();
-        dispatch.runUntilIdle();
-        system.systemLog.clear();
+        run();
+        forget();
     }
 
     const SimulatedStatusBar::Button& icon() { return *system.statusBar.button(); }
 
     static constexpr const char* missingIcon = "Menu bar icon asset not found: menu_icon";
+};
+
+class AppDelegateLaunchedMenuBar : public AppDelegateMenuBar {
+  protected:
+    AppDelegateLaunchedMenuBar() { launchAndSettle(); }
 };
 
 // The status item
@@ -73,14 +78,13 @@ TEST_F(AppDelegateMenuBar, worksWithoutAButton) {
 
 TEST_F(AppDelegateMenuBar, hasNoIconToUpdateBeforeItIsSetUp) {
     delegate->updateStatusItemIcon();
-    EXPECT_THAT(Surroundings::log(), ElementsAre());
+    EXPECT_EQ(log(), Lines{});
 }
 
-TEST_F(AppDelegateMenuBar, keepsTheIconWhateverTheConnectionDoes) {
-    launchAndSettle();
+TEST_F(AppDelegateLaunchedMenuBar, keepsTheIconWhateverTheConnectionDoes) {
     const auto before = icon().image;
     appState->vpn = VpnViewState{VPNConnectionStatus::connected};
-    dispatch.runUntilIdle();
+    run();
     EXPECT_EQ(icon().image, before);
 }
 
@@ -124,13 +128,12 @@ TEST_F(AppDelegateMenuBar, fillsAPanelThatHasNoContentViewYet) {
     EXPECT_EQ(panel().contentView()->frame, NSRect{});
 }
 
-TEST_F(AppDelegateMenuBar, updatesThePanelWithTheState) {
-    launchAndSettle();
+TEST_F(AppDelegateLaunchedMenuBar, updatesThePanelWithTheState) {
     LoginViewState login;
     login.isLoggedIn = true;
     appState->login = login;
     EXPECT_EQ(findText(*panel().tree(), "Signed in"), nullptr);
-    dispatch.runUntilIdle();
+    run();
     EXPECT_NE(findText(*panel().tree(), "Signed in"), nullptr);
 }
 
@@ -141,10 +144,10 @@ TEST_F(AppDelegateMenuBar, letsThePanelsUpdateRowFollowTheUpdater) {
     launchAndSettle();
     EXPECT_FALSE(findRow(*panel().tree(), "Check for Updates...")->disabled);
     system.updates.setCanCheckForUpdates(false);
-    dispatch.runUntilIdle();
+    run();
     EXPECT_TRUE(findRow(*panel().tree(), "Check for Updates...")->disabled);
     system.updates.setCanCheckForUpdates(true);
-    dispatch.runUntilIdle();
+    run();
     EXPECT_FALSE(findRow(*panel().tree(), "Check for Updates...")->disabled);
 }
 
@@ -159,8 +162,7 @@ TEST_F(AppDelegateMenuBar, showsThePanelCenteredUnderTheIcon) {
     EXPECT_EQ(system.application.activations(), 1);
 }
 
-TEST_F(AppDelegateMenuBar, togglesThePanelAndFollowsTheIcon) {
-    launchAndSettle();
+TEST_F(AppDelegateLaunchedMenuBar, togglesThePanelAndFollowsTheIcon) {
     icon().click();
     EXPECT_TRUE(panel().isVisible());
     icon().click();
@@ -179,8 +181,7 @@ TEST_F(AppDelegateMenuBar, placesThePanelIfTheIconsPlaceIsUnknown) {
     EXPECT_EQ(panel().frame(), (NSRect{-150, -405, 300, 400}));
 }
 
-TEST_F(AppDelegateMenuBar, hidesThePanelWhenTheUserClicksElsewhere) {
-    launchAndSettle();
+TEST_F(AppDelegateLaunchedMenuBar, hidesThePanelWhenTheUserClicksElsewhere) {
     icon().click();
     system.panels.pressElsewhere(NSEventMaskLeftMouseDown);
     EXPECT_FALSE(panel().isVisible());
@@ -191,34 +192,30 @@ TEST_F(AppDelegateMenuBar, hidesThePanelWhenTheUserClicksElsewhere) {
     EXPECT_FALSE(panel().isVisible());
 }
 
-TEST_F(AppDelegateMenuBar, ignoresOtherMouseButtons) {
-    launchAndSettle();
+TEST_F(AppDelegateLaunchedMenuBar, ignoresOtherMouseButtons) {
     icon().click();
     system.panels.pressElsewhere(1ULL << 25);
     EXPECT_TRUE(panel().isVisible());
 }
 
-TEST_F(AppDelegateMenuBar, keepsThePanelWhenTheUserClicksInIt) {
-    launchAndSettle();
+TEST_F(AppDelegateLaunchedMenuBar, keepsThePanelWhenTheUserClicksInIt) {
     icon().click();
     click(*panel().tree(), "Switch Account");
-    dispatch.runUntilIdle();
+    run();
     EXPECT_TRUE(panel().isVisible());
 }
 
-TEST_F(AppDelegateMenuBar, closesPopoversWhenThePanelHides) {
-    launchAndSettle();
+TEST_F(AppDelegateLaunchedMenuBar, closesPopoversWhenThePanelHides) {
     icon().click();
     click(*panel().tree(), "Switch Account");
-    dispatch.runUntilIdle();
+    run();
     EXPECT_NE(findRow(*panel().tree(), "Add Account"), nullptr);
     system.panels.pressElsewhere();
-    dispatch.runUntilIdle();
+    run();
     EXPECT_EQ(findRow(*panel().tree(), "Add Account"), nullptr);
 }
 
-TEST_F(AppDelegateMenuBar, asksForNotificationsWhenThePanelIsFirstShown) {
-    launchAndSettle();
+TEST_F(AppDelegateLaunchedMenuBar, asksForNotificationsWhenThePanelIsFirstShown) {
     EXPECT_EQ(system.userNotificationCenter.authorizationRequests().size(), 1u);
     icon().click();
     EXPECT_THAT(system.userNotificationCenter.authorizationRequests(), ElementsAre(7u, 7u));
@@ -227,8 +224,7 @@ TEST_F(AppDelegateMenuBar, asksForNotificationsWhenThePanelIsFirstShown) {
     EXPECT_EQ(system.userNotificationCenter.authorizationRequests().size(), 2u);
 }
 
-TEST_F(AppDelegateMenuBar, keepsOnePanel) {
-    launchAndSettle();
+TEST_F(AppDelegateLaunchedMenuBar, keepsOnePanel) {
     const auto* const first = system.panels.panel();
     icon().click();
     icon().click();
@@ -240,8 +236,7 @@ TEST_F(AppDelegateMenuBar, keepsOnePanel) {
     EXPECT_FALSE(system.panels.isMonitored());
 }
 
-TEST_F(AppDelegateMenuBar, worksOnTheMainThreadWhereverItIsCalled) {
-    launchAndSettle();
+TEST_F(AppDelegateLaunchedMenuBar, worksOnTheMainThreadWhereverItIsCalled) {
     system.statusBar.images.clear();
     dispatch.global(QualityOfService::standard).async([&] {
         delegate->updateStatusItemIcon();
@@ -249,7 +244,7 @@ TEST_F(AppDelegateMenuBar, worksOnTheMainThreadWhereverItIsCalled) {
         delegate->togglePopover();
         delegate->togglePopover();
     });
-    dispatch.runUntilIdle();
+    run();
     EXPECT_TRUE(panel().isVisible());
     EXPECT_EQ(icon().title, "QX");
 }
@@ -286,8 +281,7 @@ TEST_F(AppDelegateMenuBar, hasTheMenuOfEveryApplication) {
     EXPECT_EQ(items, expected);
 }
 
-TEST_F(AppDelegateMenuBar, enablesTheMenusUpdateItemWhileTheUpdaterCanCheck) {
-    launchAndSettle();
+TEST_F(AppDelegateLaunchedMenuBar, enablesTheMenusUpdateItemWhileTheUpdaterCanCheck) {
     const auto item = system.application.mainMenu().at(1);
     ASSERT_EQ(item.title, "Check for Updates...");
     EXPECT_TRUE(item.isEnabled());

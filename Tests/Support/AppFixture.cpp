@@ -53,7 +53,17 @@ void AppFixture::answerStatus(const std::string& body, int status) {
     daemon.answer("GET", "/localapi/v0/status", SimulatedDaemon::status(status, body));
 }
 
+void AppFixture::addTunnelConfiguration() {
+    system.networkExtension.addConfiguration(
+        SimulatedNetworkExtension::ofTunnel("com.quoxelin.desktop.PacketTunnel", "Quoxelin"));
+}
+
+void AppFixture::refuseTunnelStarts() {
+    system.networkExtension.tunnels.startError = Error{NEVPNErrorDomain, 3, "No way."};
+}
+
 void AppFixture::forget() {
+    system.systemLog.clear();
     logged.clear();
     commands.clear();
     daemon.clearRequests();
@@ -69,8 +79,8 @@ std::vector<std::string> AppFixture::lines(const std::string& tag) const {
     return found;
 }
 
-std::vector<std::string> AppFixture::timedStateLines() const {
-    const std::string beginning = "[State]";
+std::vector<std::string> AppFixture::timedLines(const std::string& tag) const {
+    const auto beginning = "[" + tag + "]";
     std::vector<std::string> found;
     for (const auto& entry : logged) {
         if (entry.text.starts_with(beginning))
@@ -79,9 +89,9 @@ std::vector<std::string> AppFixture::timedStateLines() const {
     return found;
 }
 
-int AppFixture::count(const std::string& message) const {
-    const auto all = stateLines();
-    return static_cast<int>(std::count(all.begin(), all.end(), message));
+long AppFixture::count(const std::string& tag, const std::string& message) const {
+    const auto all = lines(tag);
+    return std::count(all.begin(), all.end(), message);
 }
 
 std::vector<std::string> AppFixture::requests() const {

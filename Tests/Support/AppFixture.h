@@ -2,8 +2,8 @@
 
 #include "Tests/Support/Surroundings.h"
 
+#include <gtest/gtest.h>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace quoxelin::testing {
@@ -14,12 +14,12 @@ namespace quoxelin::testing {
 ///
 /// Control the daemon and the system directly, and read back what happened as plain text:
 ///
-///     AppFixture app;
-///     app.startAndForget();
-///     app.bus(R"({"State":"NeedsLogin"})");
-///     EXPECT_EQ(app.stateLines(), std::vector<std::string>{"Received HashiBus state:
-///     needsLogin"});
+///     startAndForget();
+///     bus(R"({"State":"NeedsLogin"})");
+///     EXPECT_EQ(stateLines(), Lines{"Received HashiBus state: needsLogin"});
 struct AppFixture : Surroundings {
+    using Lines = std::vector<std::string>;
+
     AppFixture();
     ~AppFixture();
 
@@ -39,6 +39,10 @@ struct AppFixture : Surroundings {
     void answerProfiles(const std::string& body, int status = 200);
     void answerStatus(const std::string& body, int status = 200);
 
+    /// Saves the tunnel's configuration, or has the system refuse every start of it.
+    void addTunnelConfiguration();
+    void refuseTunnelStarts();
+
     // What happened since the start or the last `forget`
 
     void forget();
@@ -48,10 +52,12 @@ struct AppFixture : Surroundings {
     std::vector<std::string> stateLines() const { return lines("State"); }
 
     /// The same with the seconds since the start of the test: "2.000 VPN connection retry 1/3".
-    std::vector<std::string> timedStateLines() const;
+    std::vector<std::string> timedLines(const std::string& tag) const;
+    std::vector<std::string> timedStateLines() const { return timedLines("State"); }
 
-    /// How often the store logged the message.
-    int count(const std::string& message) const;
+    /// How often the message was logged with that tag.
+    long count(const std::string& tag, const std::string& message) const;
+    long count(const std::string& message) const { return count("State", message); }
 
     /// "POST /localapi/v0/login", followed by a space and the body if there is one.
     std::vector<std::string> requests() const;
@@ -71,6 +77,11 @@ struct AppFixture : Surroundings {
     };
     std::vector<Logged> logged;
     std::vector<std::string> commands;
+};
+
+class AppTest : public ::testing::Test, protected AppFixture {
+  protected:
+    using AppFixture::Lines;
 };
 
 } // namespace quoxelin::testing

@@ -6,11 +6,12 @@
 namespace quoxelin::testing {
 namespace {
 
-using Lines = std::vector<std::string>;
+class AppViewStateLifetime : public AppTest {};
 
 /// Destroys the store while `begin`, called on it, is still running, and returns the lines logged
 /// afterward.
-Lines linesAfterTheStoreHasGone(AppFixture& app, const std::function<void(AppViewState&)>& begin) {
+AppFixture::Lines linesAfterTheStoreHasGone(AppFixture& app,
+                                            const std::function<void(AppViewState&)>& begin) {
     begin(*app.appState);
     const std::weak_ptr<AppViewState> gone = app.appState;
     app.appState.reset();
@@ -20,35 +21,32 @@ Lines linesAfterTheStoreHasGone(AppFixture& app, const std::function<void(AppVie
     return app.stateLines();
 }
 
-TEST(AppViewStateLifetime, hasNoOtherOwner) {
-    AppFixture app;
-    app.startAndForget();
-    app.bus(R"({"State":"Running","NetMap":{"SelfNode":{"Node":{"ID":7,"UserID":42}}}})");
-    app.appState->pollForLoginCompletion();
-    app.appState->switchProfile("b");
-    EXPECT_EQ(app.appState.use_count(), 1);
+TEST_F(AppViewStateLifetime, hasNoOtherOwner) {
+    startAndForget();
+    bus(R"({"State":"Running","NetMap":{"SelfNode":{"Node":{"ID":7,"UserID":42}}}})");
+    appState->pollForLoginCompletion();
+    appState->switchProfile("b");
+    EXPECT_EQ(appState.use_count(), 1);
 }
 
-TEST(AppViewStateLifetime, dropsABusMessage) {
-    AppFixture app;
+TEST_F(AppViewStateLifetime, dropsABusMessage) {
     HashiBusNotify notify;
     notify.state = HashiBusState::running;
     EXPECT_EQ(linesAfterTheStoreHasGone(
-                  app, [&](AppViewState& store) { store.hashiBusDidReceiveNotify(notify); }),
+                  *this, [&](AppViewState& store) { store.hashiBusDidReceiveNotify(notify); }),
               Lines{});
 }
 
 // A failure here writes to freed memory, which only the address sanitizer detects.
-TEST(AppViewStateLifetime, dropsTheTunnelsStatus) {
-    AppFixture app;
-    app.tunnel->connectionStatus = VPNConnectionStatus::connecting;
-    app.appState.reset();
-    app.tunnel->connectionStatus = VPNConnectionStatus::connected;
-    app.run();
-    EXPECT_EQ(app.stateLines(), Lines{});
+TEST_F(AppViewStateLifetime, dropsTheTunnelsStatus) {
+    tunnel->connectionStatus = VPNConnectionStatus::connecting;
+    appState.reset();
+    tunnel->connectionStatus = VPNConnectionStatus::connected;
+    run();
+    EXPECT_EQ(stateLines(), Lines{});
 }
 
-TEST(AppViewStateLifetime, dropsTheAnswerOfEveryRequest) {
+TEST_F(AppViewStateLifetime, dropsTheAnswerOfEveryRequest) {
     const std::vector<std::function<void(AppViewState&)>> requests = {
         [](AppViewState& store) { store.refreshProfiles(); },
         [](AppViewState& store) { store.switchProfile("b"); },
@@ -68,53 +66,50 @@ TEST(AppViewStateLifetime, dropsTheAnswerOfEveryRequest) {
     }
 }
 
-TEST(AppViewStateLifetime, dropsWhatFollowsAnAnswer) {
+TEST_F(AppViewStateLifetime, dropsWhatFollowsAnAnswer) {
     // Delays during which the next step of each operation is pending.
-    AppFixture app;
-    app.systemExtension->isApproved = true;
-    app.daemon.answer("POST", "/localapi/v0/profiles/switch", SimulatedDaemon::ok());
+    systemExtension->isApproved = true;
+    daemon.answer("POST", "/localapi/v0/profiles/switch", SimulatedDaemon::ok());
     for (const auto* const path : {"/localapi/v0/status", "/localapi/v0/login"})
-        app.daemon.deliveries[path].delay = seconds(0.5);
-    app.system.networkExtension.tunnels.startError = Error{NEVPNErrorDomain, 3, "No way."};
-    EXPECT_EQ(linesAfterTheStoreHasGone(app,
+        daemon.deliveries[path].delay = seconds(0.5);
+    refuseTunnelStarts();
+    EXPECT_EQ(linesAfterTheStoreHasGone(*this,
                                         [&](AppViewState& store) {
                                             store.pollForLoginCompletion();
-                                            app.advance(seconds(1));
+                                            advance(seconds(1));
                                             store.switchProfileAndLogin("b");
                                             store.addNewAccount();
                                             store.connect();
-                                            app.run();
+                                            run();
                                         }),
               Lines{});
-    EXPECT_EQ(app.requests(), Lines{});
-    EXPECT_TRUE(app.system.workspace.triedURLs().empty());
+    EXPECT_EQ(requests(), Lines{});
+    EXPECT_TRUE(system.workspace.triedURLs().empty());
 }
 
-TEST(AppViewStateLifetime, dropsTheNextRefreshOfASwitch) {
-    AppFixture app;
-    app.daemon.answer("POST", "/localapi/v0/profiles/switch", SimulatedDaemon::ok());
-    app.daemon.deliveries["/localapi/v0/profiles/switch"].delay = seconds(1);
-    linesAfterTheStoreHasGone(app, [&](AppViewState& store) {
+TEST_F(AppViewStateLifetime, dropsTheNextRefreshOfASwitch) {
+    daemon.answer("POST", "/localapi/v0/profiles/switch", SimulatedDaemon::ok());
+    daemon.deliveries["/localapi/v0/profiles/switch"].delay = seconds(1);
+    linesAfterTheStoreHasGone(*this, [&](AppViewState& store) {
         store.switchProfile("b");
-        app.advance(seconds(0.5));
+        advance(seconds(0.5));
         store.refreshProfiles(); // does not name the current profile: the switch has to wait
-        app.advance(seconds(0.6));
-        EXPECT_EQ(app.count("refreshProfiles called"), 2);
+        advance(seconds(0.6));
+        EXPECT_EQ(count("refreshProfiles called"), 2);
     });
-    EXPECT_EQ(app.requests(), Lines{});
+    EXPECT_EQ(requests(), Lines{});
 }
 
-TEST(AppViewStateLifetime, endsTheBusMessagesWithTheStore) {
-    AppFixture app;
-    app.startAndForget();
-    app.appState.reset();
-    ASSERT_TRUE(app.daemon.isBusOpen());
-    app.bus(R"({"State":"Running"})");
-    app.advance(seconds(10));
-    EXPECT_EQ(app.stateLines(), Lines{});
+TEST_F(AppViewStateLifetime, endsTheBusMessagesWithTheStore) {
+    startAndForget();
+    appState.reset();
+    ASSERT_TRUE(daemon.isBusOpen());
+    bus(R"({"State":"Running"})");
+    advance(seconds(10));
+    EXPECT_EQ(stateLines(), Lines{});
 }
 
-TEST(AppViewStateLifetime, doesNotContinueAnUninstall) {
+TEST_F(AppViewStateLifetime, doesNotContinueAnUninstall) {
     for (const bool succeeds : {true, false}) {
         AppFixture app;
         app.run();
@@ -134,18 +129,17 @@ TEST(AppViewStateLifetime, doesNotContinueAnUninstall) {
     }
 }
 
-TEST(AppViewStateLifetime, endsAnUninstallWhoseConfigurationIsStillBeingRemoved) {
-    AppFixture app;
-    app.system.networkExtension.answerDelay = seconds(1);
-    app.run();
-    app.appState->uninstall();
-    app.advance(seconds(0.5));
-    EXPECT_EQ(app.count("disconnect"), 1);
-    app.appState.reset();
-    app.forget();
-    app.advance(seconds(10));
-    EXPECT_EQ(app.stateLines(), Lines{});
-    EXPECT_FALSE(app.system.application.isTerminating());
+TEST_F(AppViewStateLifetime, endsAnUninstallWhoseConfigurationIsStillBeingRemoved) {
+    system.networkExtension.answerDelay = seconds(1);
+    run();
+    appState->uninstall();
+    advance(seconds(0.5));
+    EXPECT_EQ(count("disconnect"), 1);
+    appState.reset();
+    forget();
+    advance(seconds(10));
+    EXPECT_EQ(stateLines(), Lines{});
+    EXPECT_FALSE(system.application.isTerminating());
 }
 
 } // namespace

@@ -15,9 +15,7 @@ namespace {
 class Walk {
   public:
     explicit Walk(std::uint64_t seed) : dice(seed), watch(app) {
-        auto& tunnels = app.system.networkExtension;
-        tunnels.addConfiguration(
-            SimulatedNetworkExtension::ofTunnel("com.quoxelin.desktop.PacketTunnel", "Quoxelin"));
+        app.addTunnelConfiguration();
         app.system.appleScript.setOutcome("User canceled.");
         app.systemExtension->isApproved = true;
         app.appState->start();
@@ -29,9 +27,8 @@ class Walk {
     /// Performs one random action and describes it.
     std::string step() {
         app.forget();
-        app.system.systemLog.clear();
         const auto kind = dice.below(100);
-        const auto what = kind < 35   ? personActs()
+        const auto what = kind < 35   ? userActs()
                           : kind < 60 ? daemonSpeaks()
                           : kind < 78 ? daemonChanges()
                           : kind < 98 ? systemChanges()
@@ -70,48 +67,43 @@ class Walk {
     const std::vector<std::string> states = {"NoState",  "NeedsLogin", "Stopped",
                                              "Starting", "Running",    "Elsewhere"};
 
-    std::string personActs() {
+    using Event = std::pair<const char*, Work>;
+
+    std::string happens(const std::vector<Event>& events) {
+        const auto& [name, happen] = dice.of(events);
+        happen();
+        return name;
+    }
+
+    std::string userActs() {
         auto& store = *app.appState;
-        switch (dice.below(12)) {
-        case 0:
-        case 1:
-            store.connect();
-            return "connect";
-        case 2:
-        case 3:
-            store.disconnect();
-            return "disconnect";
-        case 4:
-            store.logout();
-            return "logout";
-        case 5:
-            watch.loginBegins();
-            store.pollForLoginCompletion();
-            return "pollForLoginCompletion";
-        case 6:
-            store.switchProfile(dice.of(ids));
-            return "switchProfile";
-        case 7:
-            store.switchProfileAndLogin(dice.of(ids));
-            return "switchProfileAndLogin";
-        case 8:
-            store.addNewAccount();
-            return "addNewAccount";
-        case 9:
-            store.refreshProfiles();
-            return "refreshProfiles";
-        case 10:
-            store.uninstall();
-            return "uninstall, canceled";
-        default:
-            // Several operations at once.
-            store.connect();
-            store.disconnect();
-            store.connect();
-            if (dice.oneIn(2))
-                store.disconnect();
-            return "connect and disconnect by turns";
-        }
+        const Event connect{"connect", [&] { store.connect(); }};
+        const Event disconnect{"disconnect", [&] { store.disconnect(); }};
+        return happens({
+            connect,
+            connect,
+            disconnect,
+            disconnect,
+            {"logout", [&] { store.logout(); }},
+            {"pollForLoginCompletion",
+             [&] {
+                 watch.loginBegins();
+                 store.pollForLoginCompletion();
+             }},
+            {"switchProfile", [&] { store.switchProfile(dice.of(ids)); }},
+            {"switchProfileAndLogin", [&] { store.switchProfileAndLogin(dice.of(ids)); }},
+            {"addNewAccount", [&] { store.addNewAccount(); }},
+            {"refreshProfiles", [&] { store.refreshProfiles(); }},
+            {"uninstall, canceled", [&] { store.uninstall(); }},
+            {"connect and disconnect by turns",
+             [&] {
+                 store.connect();
+                 store.disconnect();
+                 store.connect();
+                 if (dice.oneIn(2))
+                     store.disconnect();
+             }},
+        });
     }
 
     std::string daemonSpeaks() {
@@ -218,49 +210,46 @@ class Walk {
 
     std::string systemChanges() {
         auto& network = app.system.networkExtension;
-        switch (dice.below(11)) {
-        case 0:
-            network.tunnels.startError =
-                Error{NEVPNErrorDomain, 1, "The configuration is invalid."};
-            return "starts are refused";
-        case 1:
-            network.tunnels.startError.reset();
-            return "starts are taken";
-        case 2:
-            network.tunnels.comeUp = !network.tunnels.comeUp;
-            return network.tunnels.comeUp ? "tunnels come up" : "tunnels do not come up";
-        case 3:
-            network.tunnels.connectDuration = dice.upTo(4);
-            return "tunnels take another time";
-        case 4:
-            network.answerDelay = dice.oneIn(2) ? Duration{0} : dice.upTo(1.5);
-            return "the preferences take another time";
-        case 5:
-            network.errors[dice.of(
-                std::vector{Operation::loadAll, Operation::load, Operation::save})] =
-                Error{NEVPNErrorDomain, 5, "Cannot read or write."};
-            return "the preferences fail";
-        case 6:
-            network.errors.clear();
-            return "the preferences work";
-        case 7:
-            if (!network.configurations().empty())
-                network.tunnel().drop();
-            return "the tunnel is lost";
-        case 8:
-            if (!network.configurations().empty() && dice.oneIn(4))
-                network.removeConfiguration(0);
-            else
-                network.tellConfigurationChange();
-            return "the configuration changes";
-        case 9:
-            if (!network.configurations().empty())
-                network.tunnel().report(static_cast<int>(dice.below(8)));
-            return "the tunnel is somehow";
-        default:
-            app.systemExtension->isApproved = !dice.oneIn(4);
-            return "the extension's approval changes";
-        }
+        const auto failing = std::vector{Operation::loadAll, Operation::load, Operation::save};
+        const bool isSaved = !network.configurations().empty();
+        return happens({
+            {"starts are refused",
+             [&] {
+                 network.tunnels.startError =
+                     Error{NEVPNErrorDomain, 1, "The configuration is invalid."};
+             }},
+            {"starts are accepted", [&] { network.tunnels.startError.reset(); }},
+            {"tunnels come up, or no longer",
+             [&] { network.tunnels.comeUp = !network.tunnels.comeUp; }},
+            {"tunnels take another time", [&] { network.tunnels.connectDuration = dice.upTo(4); }},
+            {"the preferences take another time",
+             [&] { network.answerDelay = dice.oneIn(2) ? Duration{0} : dice.upTo(1.5); }},
+            {"the preferences fail",
+             [&] {
+                 network.errors[dice.of(failing)] =
+                     Error{NEVPNErrorDomain, 5, "Cannot read or write."};
+             }},
+            {"the preferences work", [&] { network.errors.clear(); }},
+            {"the tunnel is lost",
+             [&] {
+                 if (isSaved)
+                     network.tunnel().drop();
+             }},
+            {"the configuration changes",
+             [&] {
+                 if (isSaved && dice.oneIn(4))
+                     network.removeConfiguration(0);
+                 else
+                     network.tellConfigurationChange();
+             }},
+            {"the tunnel reports any status",
+             [&] {
+                 if (isSaved)
+                     network.tunnel().report(static_cast<int>(dice.below(8)));
+             }},
+            {"the extension's approval changes",
+             [&] { app.systemExtension->isApproved = !dice.oneIn(4); }},
+        });
     }
 
     /// On a working system, the user's last request is fulfilled.

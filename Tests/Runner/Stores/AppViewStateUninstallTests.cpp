@@ -9,17 +9,15 @@ namespace quoxelin::testing {
 namespace {
 
 namespace fs = std::filesystem;
-using Lines = std::vector<std::string>;
-
 constexpr const char* canceledByTheUser =
     R"({ NSAppleScriptErrorMessage = "User canceled."; NSAppleScriptErrorNumber = -128; })";
 
 /// A connected application with traces of earlier use.
-struct Installed : AppFixture {
-    Installed() {
+class AppViewStateUninstall : public AppTest {
+  protected:
+    AppViewStateUninstall() {
         systemExtension->isApproved = true;
-        system.networkExtension.addConfiguration(
-            SimulatedNetworkExtension::ofTunnel("com.quoxelin.desktop.PacketTunnel", "Quoxelin"));
+        addTunnelConfiguration();
         system.userDefaults.set("loginItemRegisteredBuild", "1");
         system.userDefaults.setBool("loginItemRegistered", true);
         EXPECT_TRUE(system.serviceManagement.mainAppRegistration().registerService());
@@ -36,12 +34,11 @@ struct Installed : AppFixture {
     bool isConnected() const { return appState->vpn->status == VPNConnectionStatus::connected; }
 };
 
-TEST(AppViewStateUninstall, runsTheWholeCleanupAsOneScript) {
-    Installed app;
-    app.appState->uninstall();
-    app.run();
+TEST_F(AppViewStateUninstall, runsTheWholeCleanupAsOneScript) {
+    appState->uninstall();
+    run();
     EXPECT_EQ(
-        app.system.appleScript.executedSources(),
+        system.appleScript.executedSources(),
         Lines{"do shell script \""
               "killall quoxelind 2>/dev/null || true; "
               "pkill -f com.quoxelin.desktop.Helper 2>/dev/null || true; "
@@ -61,179 +58,164 @@ TEST(AppViewStateUninstall, runsTheWholeCleanupAsOneScript) {
               "\" with administrator privileges"});
 }
 
-TEST(AppViewStateUninstall, runsTheScriptInTheBackgroundAtTheUsersInitiative) {
-    Installed app;
-    const auto before = app.dispatch.submittedQualities().size();
-    app.appState->uninstall();
-    ASSERT_EQ(app.dispatch.submittedQualities().size(), before + 1);
-    EXPECT_EQ(app.dispatch.submittedQualities().back(), QualityOfService::userInitiated);
-    EXPECT_TRUE(app.system.appleScript.executedSources().empty());
+TEST_F(AppViewStateUninstall, runsTheScriptInTheBackgroundAtTheUsersInitiative) {
+    const auto before = dispatch.submittedQualities().size();
+    appState->uninstall();
+    ASSERT_EQ(dispatch.submittedQualities().size(), before + 1);
+    EXPECT_EQ(dispatch.submittedQualities().back(), QualityOfService::userInitiated);
+    EXPECT_TRUE(system.appleScript.executedSources().empty());
 }
 
-TEST(AppViewStateUninstall, removesEverythingInOrderAndQuits) {
-    Installed app;
-    app.appState->uninstall();
-    app.advance(seconds(1));
-    EXPECT_EQ(app.stateLines(), (Lines{"uninstall called", "Privileged cleanup completed",
-                                       "disconnect", "daemon WantRunning=false",
-                                       "Uninstall completed", "HashiBus disconnected: nil"}));
-    EXPECT_EQ(app.requests(), Lines{app.wantRunningRequest(false)});
-    EXPECT_EQ(app.tunnelCommands(), Lines{"10.000 stop"});
-    const auto& asked = app.system.networkExtension.requests;
+TEST_F(AppViewStateUninstall, removesEverythingInOrderAndQuits) {
+    appState->uninstall();
+    advance(seconds(1));
+    EXPECT_EQ(stateLines(), (Lines{"uninstall called", "Privileged cleanup completed", "disconnect",
+                                   "daemon WantRunning=false", "Uninstall completed",
+                                   "HashiBus disconnected: nil"}));
+    EXPECT_EQ(requests(), Lines{wantRunningRequest(false)});
+    EXPECT_EQ(tunnelCommands(), Lines{"10.000 stop"});
+    const auto& asked = system.networkExtension.requests;
     EXPECT_EQ(std::count(asked.begin(), asked.end(), "remove"), 1);
-    EXPECT_TRUE(app.system.networkExtension.configurations().empty());
-    EXPECT_EQ(app.system.serviceManagement.mainAppRegistration().unregistrations(), 1);
-    EXPECT_EQ(app.system.userDefaults.removals(),
+    EXPECT_TRUE(system.networkExtension.configurations().empty());
+    EXPECT_EQ(system.serviceManagement.mainAppRegistration().unregistrations(), 1);
+    EXPECT_EQ(system.userDefaults.removals(),
               (Lines{"loginItemRegisteredBuild", "loginItemRegistered"}));
-    EXPECT_FALSE(fs::exists(app.supportFolder()));
-    EXPECT_TRUE(fs::exists(app.supportFolder().parent_path()));
-    EXPECT_TRUE(app.system.application.isTerminating() || app.system.application.hasTerminated());
+    EXPECT_FALSE(fs::exists(supportFolder()));
+    EXPECT_TRUE(fs::exists(supportFolder().parent_path()));
+    EXPECT_TRUE(system.application.isTerminating() || system.application.hasTerminated());
 }
 
-TEST(AppViewStateUninstall, stopsFollowingTheDaemon) {
-    Installed app;
-    app.appState->uninstall();
-    app.run();
-    EXPECT_FALSE(app.daemon.isBusOpen());
-    EXPECT_EQ(app.dispatch.unfinishedBackgroundWork(), 0u);
-    const auto streams = app.daemon.busConnections();
-    app.advance(seconds(60));
-    EXPECT_EQ(app.daemon.busConnections(), streams);
-    EXPECT_EQ(app.lines("HashiBus"), Lines{"EOF"});
+TEST_F(AppViewStateUninstall, stopsFollowingTheDaemon) {
+    appState->uninstall();
+    run();
+    EXPECT_FALSE(daemon.isBusOpen());
+    EXPECT_EQ(dispatch.unfinishedBackgroundWork(), 0u);
+    const auto streams = daemon.busConnections();
+    advance(seconds(60));
+    EXPECT_EQ(daemon.busConnections(), streams);
+    EXPECT_EQ(lines("HashiBus"), Lines{"EOF"});
 }
 
-TEST(AppViewStateUninstall, stopsFollowingTheDaemonEvenBetweenTwoAttempts) {
-    Installed app;
-    app.daemon.closeBus();
-    app.advance(seconds(1));
-    app.appState->uninstall();
-    app.advance(seconds(60));
-    EXPECT_EQ(app.daemon.busConnections(), 1u);
-    EXPECT_EQ(app.dispatch.unfinishedBackgroundWork(), 0u);
+TEST_F(AppViewStateUninstall, stopsFollowingTheDaemonEvenBetweenTwoAttempts) {
+    daemon.closeBus();
+    advance(seconds(1));
+    appState->uninstall();
+    advance(seconds(60));
+    EXPECT_EQ(daemon.busConnections(), 1u);
+    EXPECT_EQ(dispatch.unfinishedBackgroundWork(), 0u);
 }
 
-TEST(AppViewStateUninstall, cancelsThePendingCheckOfTheTunnel) {
-    Installed app;
-    app.system.networkExtension.tunnels.startError = Error{NEVPNErrorDomain, 3, "No way."};
-    app.system.networkExtension.tunnel().drop();
-    app.appState->connect();
-    app.advance(seconds(1));
-    app.appState->uninstall();
-    app.advance(seconds(60));
-    EXPECT_EQ(app.count("VPN connection retry 1/3"), 0);
-    EXPECT_EQ(app.count("Uninstall completed"), 1);
+TEST_F(AppViewStateUninstall, cancelsThePendingCheckOfTheTunnel) {
+    refuseTunnelStarts();
+    system.networkExtension.tunnel().drop();
+    appState->connect();
+    advance(seconds(1));
+    appState->uninstall();
+    advance(seconds(60));
+    EXPECT_EQ(count("VPN connection retry 1/3"), 0);
+    EXPECT_EQ(count("Uninstall completed"), 1);
 }
 
-TEST(AppViewStateUninstall, changesNothingWhenTheUserCancels) {
-    Installed app;
-    app.system.appleScript.waitForPassword();
-    app.appState->uninstall();
-    app.advance(seconds(30));
-    EXPECT_TRUE(app.system.appleScript.isAskingForPassword());
-    EXPECT_TRUE(app.isConnected());
-    EXPECT_EQ(app.stateLines(), Lines{"uninstall called"});
+TEST_F(AppViewStateUninstall, changesNothingWhenTheUserCancels) {
+    system.appleScript.waitForPassword();
+    appState->uninstall();
+    advance(seconds(30));
+    EXPECT_TRUE(system.appleScript.isAskingForPassword());
+    EXPECT_TRUE(isConnected());
+    EXPECT_EQ(stateLines(), Lines{"uninstall called"});
 
-    app.system.appleScript.cancelPassword();
-    app.advance(seconds(30));
-    EXPECT_EQ(
-        app.stateLines(),
-        (Lines{"uninstall called", std::string("Privileged cleanup error: ") + canceledByTheUser,
-               "Uninstall cancelled or failed, no changes made"}));
-    EXPECT_TRUE(app.isConnected());
-    EXPECT_EQ(app.requests(), Lines{});
-    EXPECT_EQ(app.tunnelCommands(), Lines{});
-    EXPECT_TRUE(app.daemon.isBusOpen());
-    EXPECT_EQ(app.system.userDefaults.removals(), Lines{});
-    EXPECT_TRUE(fs::exists(app.supportFolder() / "app.log"));
-    EXPECT_FALSE(app.system.application.isTerminating());
+    system.appleScript.cancelPassword();
+    advance(seconds(30));
+    EXPECT_EQ(stateLines(), (Lines{"uninstall called",
+                                   std::string("Privileged cleanup error: ") + canceledByTheUser,
+                                   "Uninstall cancelled or failed, no changes made"}));
+    EXPECT_TRUE(isConnected());
+    EXPECT_EQ(requests(), Lines{});
+    EXPECT_EQ(tunnelCommands(), Lines{});
+    EXPECT_TRUE(daemon.isBusOpen());
+    EXPECT_EQ(system.userDefaults.removals(), Lines{});
+    EXPECT_TRUE(fs::exists(supportFolder() / "app.log"));
+    EXPECT_FALSE(system.application.isTerminating());
 }
 
-TEST(AppViewStateUninstall, changesNothingWhenTheScriptFails) {
-    Installed app;
-    app.system.appleScript.setOutcome("the command exited with 1");
-    app.appState->uninstall();
-    app.run();
-    EXPECT_EQ(app.stateLines(),
+TEST_F(AppViewStateUninstall, changesNothingWhenTheScriptFails) {
+    system.appleScript.setOutcome("the command exited with 1");
+    appState->uninstall();
+    run();
+    EXPECT_EQ(stateLines(),
               (Lines{"uninstall called", "Privileged cleanup error: the command exited with 1",
                      "Uninstall cancelled or failed, no changes made"}));
-    EXPECT_TRUE(app.isConnected());
-    EXPECT_FALSE(app.system.application.isTerminating());
+    EXPECT_TRUE(isConnected());
+    EXPECT_FALSE(system.application.isTerminating());
 }
 
-TEST(AppViewStateUninstall, continuesWhenNoScriptCanBeMade) {
-    Installed app;
-    app.system.appleScript.refuseSources(true);
-    app.appState->uninstall();
-    app.run();
-    EXPECT_TRUE(app.system.appleScript.executedSources().empty());
-    EXPECT_EQ(app.count("Privileged cleanup completed"), 1);
-    EXPECT_EQ(app.count("Uninstall completed"), 1);
+TEST_F(AppViewStateUninstall, continuesWhenNoScriptCanBeMade) {
+    system.appleScript.refuseSources(true);
+    appState->uninstall();
+    run();
+    EXPECT_TRUE(system.appleScript.executedSources().empty());
+    EXPECT_EQ(count("Privileged cleanup completed"), 1);
+    EXPECT_EQ(count("Uninstall completed"), 1);
 }
 
-TEST(AppViewStateUninstall, canBeTriedAgainAfterItWasCanceled) {
-    Installed app;
-    app.system.appleScript.setOutcome("canceled");
-    app.appState->uninstall();
-    app.run();
-    app.system.appleScript.setOutcome(std::nullopt);
-    app.appState->uninstall();
-    app.run();
-    EXPECT_EQ(app.count("Uninstall completed"), 1);
+TEST_F(AppViewStateUninstall, canBeTriedAgainAfterItWasCanceled) {
+    system.appleScript.setOutcome("canceled");
+    appState->uninstall();
+    run();
+    system.appleScript.setOutcome(std::nullopt);
+    appState->uninstall();
+    run();
+    EXPECT_EQ(count("Uninstall completed"), 1);
 }
 
-TEST(AppViewStateUninstall, quitsAlthoughTheSupportFolderIsMissing) {
-    Installed app;
-    fs::remove_all(app.supportFolder());
-    app.appState->uninstall();
-    app.run();
-    EXPECT_EQ(app.count("Uninstall completed"), 1);
-    EXPECT_TRUE(app.system.application.isTerminating() || app.system.application.hasTerminated());
+TEST_F(AppViewStateUninstall, quitsAlthoughTheSupportFolderIsMissing) {
+    fs::remove_all(supportFolder());
+    appState->uninstall();
+    run();
+    EXPECT_EQ(count("Uninstall completed"), 1);
+    EXPECT_TRUE(system.application.isTerminating() || system.application.hasTerminated());
 }
 
-TEST(AppViewStateUninstall, removesNoFolderWithoutASupportDirectory) {
-    Installed app;
-    const auto folder = app.supportFolder();
-    app.system.fileManager.applicationSupport.clear();
-    app.appState->uninstall();
-    app.run();
+TEST_F(AppViewStateUninstall, removesNoFolderWithoutASupportDirectory) {
+    const auto folder = supportFolder();
+    system.fileManager.applicationSupport.clear();
+    appState->uninstall();
+    run();
     EXPECT_TRUE(fs::exists(folder));
-    EXPECT_EQ(app.count("Uninstall completed"), 1);
+    EXPECT_EQ(count("Uninstall completed"), 1);
 }
 
-TEST(AppViewStateUninstall, removesFromTheFirstSupportDirectoryOnly) {
-    Installed app;
-    const auto second = app.directory.path() / "second";
+TEST_F(AppViewStateUninstall, removesFromTheFirstSupportDirectoryOnly) {
+    const auto second = directory.path() / "second";
     fs::create_directories(second / "Quoxelin");
-    app.system.fileManager.applicationSupport.push_back(second);
-    app.appState->uninstall();
-    app.run();
-    EXPECT_FALSE(fs::exists(app.supportFolder()));
+    system.fileManager.applicationSupport.push_back(second);
+    appState->uninstall();
+    run();
+    EXPECT_FALSE(fs::exists(supportFolder()));
     EXPECT_TRUE(fs::exists(second / "Quoxelin"));
 }
 
-TEST(AppViewStateUninstall, removesALinkAndNotWhatItPointsTo) {
-    Installed app;
-    const auto elsewhere = app.directory.path() / "elsewhere";
+TEST_F(AppViewStateUninstall, removesALinkAndNotWhatItPointsTo) {
+    const auto elsewhere = directory.path() / "elsewhere";
     fs::create_directories(elsewhere);
     std::ofstream(elsewhere / "precious") << "keep";
-    fs::create_directory_symlink(elsewhere, app.supportFolder() / "link");
-    app.appState->uninstall();
-    app.run();
-    EXPECT_FALSE(fs::exists(app.supportFolder()));
+    fs::create_directory_symlink(elsewhere, supportFolder() / "link");
+    appState->uninstall();
+    run();
+    EXPECT_FALSE(fs::exists(supportFolder()));
     EXPECT_TRUE(fs::exists(elsewhere / "precious"));
 }
 
-TEST(AppViewStateUninstall, continuesWhateverFailsOfConfigurationDaemonAndLoginItem) {
-    Installed app;
-    app.daemon.refuseConnections();
-    app.system.networkExtension.errors[SimulatedNetworkExtension::Operation::remove] = {
+TEST_F(AppViewStateUninstall, continuesWhateverFailsOfConfigurationDaemonAndLoginItem) {
+    daemon.refuseConnections();
+    system.networkExtension.errors[SimulatedNetworkExtension::Operation::remove] = {
         NEVPNErrorDomain, 5, "Cannot write."};
-    app.system.serviceManagement.mainAppRegistration().failUnregistration(
+    system.serviceManagement.mainAppRegistration().failUnregistration(
         Error{"SMAppServiceErrorDomain", 1, "Operation not permitted"});
-    app.appState->uninstall();
-    app.run();
-    EXPECT_EQ(app.count("Uninstall completed"), 1);
-    EXPECT_EQ(app.system.userDefaults.removals(),
+    appState->uninstall();
+    run();
+    EXPECT_EQ(count("Uninstall completed"), 1);
+    EXPECT_EQ(system.userDefaults.removals(),
               (Lines{"loginItemRegisteredBuild", "loginItemRegistered"}));
 }
 

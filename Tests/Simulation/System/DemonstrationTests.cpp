@@ -10,10 +10,6 @@ class Demonstration : public AppDelegateFixture {
         daemon.announces = true;
     }
 
-    SimulatedServiceManagement::Registration& helper() {
-        return system.serviceManagement.daemonRegistration(simulatedHelperPlistName);
-    }
-
     VPNConnectionStatus shownStatus() const { return appState->vpn->status; }
 };
 
@@ -48,44 +44,6 @@ TEST_F(Demonstration, waitsForTheUserToApproveTheExtension) {
     appState->connect();
     dispatch.advance(seconds(2));
     EXPECT_EQ(shownStatus(), VPNConnectionStatus::connected);
-}
-
-TEST_F(Demonstration, reachesTheHelperOnceTheUserHasAllowedIt) {
-    helper().requireApproval();
-    launch();
-    dispatch.advance(seconds(1));
-    EXPECT_TRUE(appState->helperNeedsApproval);
-    EXPECT_FALSE(hasStartedAppState());
-    helper().approve();
-    system.application.becomeActive();
-    dispatch.advance(seconds(2));
-    EXPECT_FALSE(appState->helperNeedsApproval);
-    EXPECT_TRUE(hasStartedAppState());
-}
-
-TEST_F(Demonstration, losesTheTunnelAndRecoversIt) {
-    launch();
-    dispatch.advance(seconds(2));
-    daemon.model.completeLogin();
-    dispatch.advance(seconds(3));
-    ASSERT_EQ(shownStatus(), VPNConnectionStatus::connected);
-    system.networkExtension.tunnel().reassert(seconds(2));
-    dispatch.runUntilIdle();
-    EXPECT_EQ(shownStatus(), VPNConnectionStatus::connecting);
-    dispatch.advance(seconds(2));
-    EXPECT_EQ(shownStatus(), VPNConnectionStatus::connected);
-    system.networkExtension.tunnel().drop();
-    dispatch.runUntilIdle();
-    EXPECT_EQ(shownStatus(), VPNConnectionStatus::disconnected);
-}
-
-TEST_F(Demonstration, quitsInOrder) {
-    launch();
-    dispatch.advance(seconds(2));
-    system.application.terminate();
-    dispatch.runUntilIdle();
-    EXPECT_TRUE(system.application.hasTerminated());
-    EXPECT_EQ(log("App").back(), "Quoxelin Desktop App terminated (quoxelind still running)");
 }
 
 } // namespace quoxelin::testing
