@@ -11,6 +11,12 @@ namespace quoxelin::testing {
 
 inline constexpr const char* ourExtension = "com.quoxelin.desktop.PacketTunnel";
 
+inline std::vector<std::string> operator+(std::vector<std::string> lines,
+                                          const std::vector<std::string>& more) {
+    lines.insert(lines.end(), more.begin(), more.end());
+    return lines;
+}
+
 /// A system extension service on a simulated system. The trace has its log lines, its callbacks
 /// ("onFailed"), its notifications ("posted quoxelin.systemExtension.failed") and every assignment
 /// to a published value ("isApproved = true").
@@ -87,6 +93,50 @@ struct ExtensionUnderTest {
     void activateAndSettle() {
         service->activate();
         dispatch.runUntilIdle();
+    }
+
+    /// Activates and returns what follows the first line, which is always the same.
+    Lines activateAndTake() {
+        activateAndSettle();
+        auto lines = trace.take();
+        EXPECT_EQ(lines.at(0), activating);
+        lines.erase(lines.begin());
+        return lines;
+    }
+
+    static constexpr const char* activating =
+        "[SysExt] Activating extension com.quoxelin.desktop.PacketTunnel";
+
+    static std::string requestFailed(int code, const std::string& description,
+                                     const std::string& domain = OSSystemExtensionErrorDomain) {
+        return fmt::format("[SysExt] Request failed: domain={} code={} {}", domain, code,
+                           description);
+    }
+
+    static std::string probed(bool isInstalled) {
+        return fmt::format(
+            "[SysExt] Properties probe for com.quoxelin.desktop.PacketTunnel: installed={}",
+            isInstalled);
+    }
+
+    static Lines published(bool isApproved, const std::string& error = "none") {
+        return {fmt::format("isApproved = {}", isApproved), "needsUserApproval = false",
+                "lastErrorDescription = " + error};
+    }
+
+    /// The lines in which the service reports each outcome.
+    static Lines success() {
+        return Lines{"posted quoxelin.systemExtension.completed", "onCompleted"} + published(true);
+    }
+    static Lines approvalNeeded(const std::string& error = "none") {
+        return {"posted quoxelin.systemExtension.needsApproval", "onNeedsUserApproval",
+                "needsUserApproval = true", "isApproved = false",
+                "lastErrorDescription = " + error};
+    }
+    static Lines failure(const std::string& description) {
+        return Lines{"[SysExt] Extension not available: " + description,
+                     "posted quoxelin.systemExtension.failed: " + description, "onFailed"} +
+               published(false, description);
     }
 };
 

@@ -4,20 +4,6 @@ namespace quoxelin::testing {
 
 using SystemExtensionService = SystemExtensionServiceTest;
 
-namespace {
-
-const std::vector<std::string> success{"posted quoxelin.systemExtension.completed", "onCompleted",
-                                       "isApproved = true", "needsUserApproval = false",
-                                       "lastErrorDescription = none"};
-
-std::vector<std::string> operator+(std::vector<std::string> lines,
-                                   const std::vector<std::string>& more) {
-    lines.insert(lines.end(), more.begin(), more.end());
-    return lines;
-}
-
-} // namespace
-
 // Activation
 
 TEST_F(SystemExtensionService, startsWithNothingKnown) {
@@ -29,9 +15,8 @@ TEST_F(SystemExtensionService, startsWithNothingKnown) {
 
 TEST_F(SystemExtensionService, reportsSuccessBeforeTheNewValuesArePublished) {
     service->activate();
-    EXPECT_EQ(trace.take(),
-              (Lines{"[SysExt] Activating extension com.quoxelin.desktop.PacketTunnel"}));
-    EXPECT_EQ(settleAndTake(), Lines{"[SysExt] Completed"} + success);
+    EXPECT_EQ(trace.take(), Lines{activating});
+    EXPECT_EQ(settleAndTake(), Lines{"[SysExt] Completed"} + success());
     EXPECT_TRUE(service->isApproved);
     ASSERT_EQ(extensions.requests().size(), 1u);
     EXPECT_EQ(extensions.requests()[0].kind, OSSystemExtensionRequest::Kind::activation);
@@ -60,8 +45,7 @@ TEST_F(SystemExtensionService, submitsOneRequestForTwoActivationsInARow) {
     service->activate();
     service->activate();
     EXPECT_EQ(trace.take(),
-              (Lines{"[SysExt] Activating extension com.quoxelin.desktop.PacketTunnel",
-                     "[SysExt] Activation already in progress, skipping"}));
+              (Lines{activating, "[SysExt] Activation already in progress, skipping"}));
     EXPECT_EQ(activations(), 1u);
     dispatch.runUntilIdle();
     service->activate();
@@ -83,14 +67,10 @@ TEST_F(SystemExtensionService, repeatsCallsFromOtherThreadsOnTheMainQueue) {
 TEST_F(SystemExtensionService, replacesAnInstalledVersionWhateverTheVersionsAre) {
     for (const char* installed : {"0.9", "2.0", "", "1.0-beta"}) {
         extensions.extensions = {{ourExtension, installed, true, false}};
-        activateAndSettle();
-        EXPECT_EQ(trace.take(),
-                  (Lines{"[SysExt] Activating extension com.quoxelin.desktop.PacketTunnel",
-                         fmt::format("[SysExt] Replacing extension com.quoxelin.desktop."
-                                     "PacketTunnel version {} with version 1.0",
-                                     installed),
-                         "[SysExt] Completed"} +
-                   success));
+        const auto replacing = fmt::format("[SysExt] Replacing extension com.quoxelin.desktop."
+                                           "PacketTunnel version {} with version 1.0",
+                                           installed);
+        EXPECT_EQ(activateAndTake(), (Lines{replacing, "[SysExt] Completed"} + success()));
         ASSERT_EQ(extensions.extensions.size(), 1u);
         EXPECT_EQ(extensions.extensions[0].bundleShortVersion, "1.0");
     }
@@ -102,12 +82,9 @@ TEST_F(SystemExtensionService, replacesAnInstalledVersionWhateverTheVersionsAre)
 
 TEST_F(SystemExtensionService, reportsThatARebootIsNeeded) {
     extensions.result = 1;
-    activateAndSettle();
-    EXPECT_EQ(
-        trace.take(),
-        (Lines{"[SysExt] Activating extension com.quoxelin.desktop.PacketTunnel",
-               "[SysExt] Will complete after reboot", "onWillCompleteAfterReboot",
-               "isApproved = false", "needsUserApproval = false", "lastErrorDescription = none"}));
+    EXPECT_EQ(activateAndTake(),
+              (Lines{"[SysExt] Will complete after reboot", "onWillCompleteAfterReboot"} +
+               published(false)));
     service->activate();
     EXPECT_EQ(activations(), 2u);
 }
@@ -115,10 +92,7 @@ TEST_F(SystemExtensionService, reportsThatARebootIsNeeded) {
 TEST_F(SystemExtensionService, reportsNoOutcomeForAnUnexpectedResult) {
     for (const int result : {2, -1, 4711}) {
         extensions.result = result;
-        activateAndSettle();
-        EXPECT_EQ(trace.take(),
-                  (Lines{"[SysExt] Activating extension com.quoxelin.desktop.PacketTunnel",
-                         fmt::format("[SysExt] Unexpected result {}", result)}));
+        EXPECT_EQ(activateAndTake(), Lines{fmt::format("[SysExt] Unexpected result {}", result)});
     }
     EXPECT_EQ(activations(), 3u);
 }
@@ -129,16 +103,8 @@ TEST_F(SystemExtensionService, reportsAFailureOfAnotherDomainUnchanged) {
     // Codes of another domain have other meanings, so no probe is sent.
     for (const int code : {11, 12, 13, 4}) {
         refuseWith(code, "no entry", "NSCocoaErrorDomain");
-        activateAndSettle();
-        EXPECT_EQ(
-            trace.take(),
-            (Lines{"[SysExt] Activating extension com.quoxelin.desktop.PacketTunnel",
-                   fmt::format(
-                       "[SysExt] Request failed: domain=NSCocoaErrorDomain code={} no entry", code),
-                   "[SysExt] Extension not available: no entry",
-                   "posted quoxelin.systemExtension.failed: no entry", "onFailed",
-                   "isApproved = false", "needsUserApproval = false",
-                   "lastErrorDescription = no entry"}));
+        EXPECT_EQ(activateAndTake(), Lines{requestFailed(code, "no entry", "NSCocoaErrorDomain")} +
+                                         failure("no entry"));
     }
     EXPECT_EQ(activations(), 4u);
     EXPECT_EQ(extensions.requests().size(), 4u);
@@ -148,12 +114,8 @@ TEST_F(SystemExtensionService, keepsItsStateWhenARequestIsCanceled) {
     activateAndSettle();
     trace.take();
     refuseWith(11, "canceled");
-    activateAndSettle();
-    EXPECT_EQ(
-        trace.take(),
-        (Lines{"[SysExt] Activating extension com.quoxelin.desktop.PacketTunnel",
-               "[SysExt] Request failed: domain=OSSystemExtensionErrorDomain code=11 canceled",
-               "[SysExt] Activation canceled; keeping current state"}));
+    EXPECT_EQ(activateAndTake(), (Lines{requestFailed(11, "canceled"),
+                                        "[SysExt] Activation canceled; keeping current state"}));
     EXPECT_TRUE(service->isApproved);
     service->activate();
     EXPECT_EQ(activations(), 3u);
@@ -161,23 +123,15 @@ TEST_F(SystemExtensionService, keepsItsStateWhenARequestIsCanceled) {
 
 TEST_F(SystemExtensionService, leadsToTheSettingsWhenAuthorizationIsRequired) {
     refuseWith(13, "please allow");
-    activateAndSettle();
-    EXPECT_EQ(
-        trace.take(),
-        (Lines{"[SysExt] Activating extension com.quoxelin.desktop.PacketTunnel",
-               "[SysExt] Request failed: domain=OSSystemExtensionErrorDomain code=13 please allow",
-               "[SysExt] Extension needs user approval: please allow",
-               "posted quoxelin.systemExtension.needsApproval", "onNeedsUserApproval",
-               "needsUserApproval = true", "isApproved = false",
-               "lastErrorDescription = please allow"}));
+    EXPECT_EQ(activateAndTake(), (Lines{requestFailed(13, "please allow"),
+                                        "[SysExt] Extension needs user approval: please allow"} +
+                                  approvalNeeded("please allow")));
     EXPECT_EQ(system.workspace.openedURLs().size(), 1u);
     extensions.activationError.reset();
     system.application.becomeActive();
-    EXPECT_EQ(settleAndTake(),
-              Lines({"[SysExt] App became active, re-trying activation",
-                     "[SysExt] Activating extension com.quoxelin.desktop.PacketTunnel",
-                     "[SysExt] Completed"}) +
-                  success);
+    EXPECT_EQ(settleAndTake(), (Lines{"[SysExt] App became active, re-trying activation",
+                                      activating, "[SysExt] Completed"} +
+                                success()));
 }
 
 TEST_F(SystemExtensionService, freesTheGuardWhenASupersededRequestIsNeverReplaced) {
@@ -187,9 +141,7 @@ TEST_F(SystemExtensionService, freesTheGuardWhenASupersededRequestIsNeverReplace
     extensions.failActivations({OSSystemExtensionErrorDomain, 12, "superseded"});
     dispatch.advance(seconds(29.5));
     EXPECT_EQ(trace.takeTimed(),
-              (Lines{"0 [SysExt] Activating extension com.quoxelin.desktop.PacketTunnel",
-                     "2 [SysExt] Request failed: domain=OSSystemExtensionErrorDomain code=12 "
-                     "superseded",
+              (Lines{std::string("0 ") + activating, "2 " + requestFailed(12, "superseded"),
                      "2 [SysExt] Activation superseded; waiting for the replacing request"}));
     service->activate();
     EXPECT_EQ(trace.take(), (Lines{"[SysExt] Activation already in progress, skipping"}));
@@ -226,8 +178,7 @@ TEST_F(SystemExtensionService, reportsNothingAfterTheReplacingRequestHasReported
     service->didFinishWithResult(extensions.requests()[0], 0);
     trace.take();
     dispatch.advance(seconds(60));
-    EXPECT_EQ(trace.take(), (Lines{"isApproved = true", "needsUserApproval = false",
-                                   "lastErrorDescription = none"}));
+    EXPECT_EQ(trace.take(), published(true));
 }
 
 class RefusedActivation : public SystemExtensionServiceTest,
@@ -235,33 +186,18 @@ class RefusedActivation : public SystemExtensionServiceTest,
 
 TEST_P(RefusedActivation, isAFailureWithoutAnInstalledExtension) {
     refuseWith(GetParam(), "refused");
-    activateAndSettle();
-    EXPECT_EQ(
-        trace.take(),
-        (Lines{"[SysExt] Activating extension com.quoxelin.desktop.PacketTunnel",
-               fmt::format("[SysExt] Request failed: domain=OSSystemExtensionErrorDomain code={} "
-                           "refused",
-                           GetParam()),
-               "[SysExt] Properties probe for com.quoxelin.desktop.PacketTunnel: installed=false",
-               "[SysExt] Extension not available: refused",
-               "posted quoxelin.systemExtension.failed: refused", "onFailed", "isApproved = false",
-               "needsUserApproval = false", "lastErrorDescription = refused"}));
+    EXPECT_EQ(activateAndTake(),
+              (Lines{requestFailed(GetParam(), "refused"), probed(false)} + failure("refused")));
 }
 
 TEST_P(RefusedActivation, isASuccessWithAnInstalledExtension) {
     extensions.extensions = {{ourExtension, "1.0", true, false}};
     refuseWith(GetParam(), "refused");
-    activateAndSettle();
-    EXPECT_EQ(
-        trace.take(),
-        Lines({"[SysExt] Activating extension com.quoxelin.desktop.PacketTunnel",
-               fmt::format("[SysExt] Request failed: domain=OSSystemExtensionErrorDomain code={} "
-                           "refused",
-                           GetParam()),
-               "[SysExt] Properties probe for com.quoxelin.desktop.PacketTunnel: installed=true",
-               "[SysExt] Activation refused but an installed extension is enabled; continuing with "
-               "it"}) +
-            success);
+    EXPECT_EQ(activateAndTake(),
+              (Lines{requestFailed(GetParam(), "refused"), probed(true),
+                     "[SysExt] Activation refused but an installed extension is enabled; "
+                     "continuing with it"} +
+               success()));
 }
 
 INSTANTIATE_TEST_SUITE_P(SystemExtensionService, RefusedActivation,
