@@ -36,44 +36,6 @@ TEST_F(HashiBusClientStream, passesEachLineToItsDelegateOnTheMainThread) {
     EXPECT_EQ(delegate->versions, "abc");
 }
 
-TEST_F(HashiBusClientStream, joinsALineThatArrivesInSeveralReads) {
-    start();
-    send("{\"Vers");
-    send("ion\":\"a\"");
-    EXPECT_EQ(delegate->versions, "");
-    send("}\n");
-    EXPECT_EQ(delegate->versions, "a");
-}
-
-TEST_F(HashiBusClientStream, findsTheEndOfTheHeaderWhereverItIsSplit) {
-    const std::string header = "HTTP/1.1 200 OK\r\nA: b\r\n\r\n";
-    daemon.busHeader = "";
-    start();
-    for (std::size_t first = 0; first < header.size(); ++first) {
-        SCOPED_TRACE(first);
-        auto another = std::make_shared<HashiBusClient>(
-            HashiBusClient::Dependencies{dispatch, daemon, logger}, socketPath);
-        another->delegate = delegate;
-        another->start();
-        dispatch.runUntilIdle();
-        delegate->versions.clear();
-        send(header.substr(0, first));
-        send(header.substr(first) + line("a"));
-        send(line("b"));
-        EXPECT_EQ(delegate->versions, "ab");
-        another->stop();
-        dispatch.runUntilIdle();
-    }
-}
-
-TEST_F(HashiBusClientStream, findsTheEndOfAHeaderThatArrivesByteByByte) {
-    daemon.busHeader = "";
-    start();
-    for (const char byte : std::string("HTTP/1.1 200 OK\r\n\r\n") + line("a") + line("b"))
-        send({byte});
-    EXPECT_EQ(delegate->versions, "ab");
-}
-
 TEST_F(HashiBusClientStream, decodesNoLineBeforeTheHeaderHasEnded) {
     daemon.busHeader = "";
     start();
@@ -100,18 +62,6 @@ TEST_F(HashiBusClientStream, dropsOtherLinesSilently) {
     EXPECT_EQ(log().size(), 2u);
 }
 
-TEST_F(HashiBusClientStream, acceptsACarriageReturnAtTheEndOfALine) {
-    start();
-    send("{\"Version\":\"a\"}\r\n");
-    EXPECT_EQ(delegate->versions, "a");
-}
-
-TEST_F(HashiBusClientStream, acceptsAnEmptyObjectAsANotification) {
-    start();
-    send("{}\n");
-    EXPECT_EQ(delegate->versions, "-");
-}
-
 TEST_F(HashiBusClientStream, keepsTheOrderOfNotesAndNotifications) {
     struct Ordered final : HashiBusClientDelegate {
         explicit Ordered(SimulatedSystemLog& log) : log(log) {}
@@ -136,15 +86,6 @@ TEST_F(HashiBusClientStream, keepsTheOrderOfNotesAndNotifications) {
     EXPECT_EQ(ofMain, (Lines{"[State] HashiBus connected", "notified a", "notified b",
                              "[State] HashiBus disconnected: nil", "[State] HashiBus connected",
                              "notified c"}));
-}
-
-TEST_F(HashiBusClientStream, passesTheNextStreamsHeaderThroughAsLinesOfTheFirst) {
-    start();
-    daemon.send(line("a"));
-    daemon.closeBus();
-    dispatch.advance(seconds(3));
-    send(line("b") + line("c"));
-    EXPECT_EQ(delegate->versions, "abc");
 }
 
 TEST_F(HashiBusClientStream, dropsALineCutByTheStreamsEndTogetherWithWhatFollows) {

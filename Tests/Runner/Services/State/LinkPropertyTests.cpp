@@ -105,18 +105,6 @@ RC_GTEST_PROP(HashiBusClientProperty, everyLineArrivesWhereverStreamsEndBetweenL
     RC_ASSERT(received == expected);
 }
 
-RC_GTEST_PROP(HashiBusClientProperty, anyBytesLeaveItFollowingTheStream, ()) {
-    Link link;
-    link.bus->start();
-    link.dispatch.runUntilIdle();
-    link.daemon.send(*generate::bytes() + '\n');
-    link.dispatch.runUntilIdle();
-    link.delegate->received.clear();
-    link.daemon.notify("{}");
-    link.dispatch.runUntilIdle();
-    RC_ASSERT((link.delegate->received == std::vector{HashiBusNotify()}));
-}
-
 RC_GTEST_PROP(LocalAPIClientProperty, anyReplyInAnyPiecesCompletesEveryOperationOnce, ()) {
     Link link;
     const auto header = *rc::gen::oneOf(

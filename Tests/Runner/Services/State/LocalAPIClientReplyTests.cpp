@@ -101,11 +101,6 @@ TEST_F(LocalAPIClientReply, parsesTheBeginningOfATooLargeReply) {
                          "[LocalAPI] Response too large (1064960 bytes), truncating"});
 }
 
-TEST_F(LocalAPIClientReply, getsTheStatus) {
-    daemon.answer("GET", "/localapi/v0/status", SimulatedDaemon::ok(R"({"jailed":true})"));
-    EXPECT_EQ(getStatus()->jailed, true);
-}
-
 TEST_F(LocalAPIClientReply, refusesAStatusThatIsNotAnObject) {
     for (const auto* const body : {"", "[]", "null", "{", "\"x\""}) {
         daemon.answer("GET", "/localapi/v0/status", SimulatedDaemon::ok(body));

@@ -70,15 +70,6 @@ TEST_F(LocalAPIClientTest, encodesAProfileIdentifierForTheQuery) {
     EXPECT_EQ(lineFor(""), path);
 }
 
-TEST_F(LocalAPIClientTest, switchesToTheEmptyProfile) {
-    Receiver<void> receiver;
-    client.switchToEmptyProfile(receiver.completion());
-    dispatch.runUntilIdle();
-    EXPECT_TRUE(receiver.outcome().has_value());
-    EXPECT_EQ(daemon.requestLines(),
-              std::vector<std::string>{"POST /localapi/v0/profiles/switch-to-empty"});
-}
-
 TEST_F(LocalAPIClientTest, returnsAtOnceAndCompletesOnAUserInitiatedBackgroundThread) {
     bool onMain = true;
     client.triggerLogin([&](auto) { onMain = dispatch.isMainThread(); });
