@@ -34,13 +34,6 @@ TEST(HashiBusState, isEmptyForAnyOtherNumberOrName) {
         EXPECT_EQ(stateFrom(unknown), HashiBusState::noState) << unknown;
 }
 
-TEST(HashiBusNotify, isEmptyForAnEmptyObject) {
-    EXPECT_EQ(json::decode<HashiBusNotify>("{}"), HashiBusNotify());
-    EXPECT_EQ(json::decode<HashiBusNotify>(R"({"Version":null,"ErrMessage":null,"NetMap":null,
-        "InteractiveLoginUrl":null,"Jailed":null,"JailReason":null})"),
-              HashiBusNotify());
-}
-
 TEST(HashiBusNotify, takesEveryMember) {
     HashiBusNotify expected;
     expected.version = "1.2";
@@ -74,11 +67,6 @@ TEST(HashiBusNotify, ignoresUnknownKeysAtEveryLevel) {
     EXPECT_EQ(json::decode<HashiBusNotify>(R"({"x":1,"version":2,"NetMap":{"x":[],"Peers":[
         {"x":{},"Node":{"x":1e999,"ID":3,"id":"no","UserID":4}}]}})"),
               expected);
-}
-
-TEST(HashiBusNotify, hasAViewWithoutANodeIfTheNodeIsNull) {
-    const auto notify = json::decode<HashiBusNotify>(R"({"NetMap":{"Peers":[{"Node":null}]}})");
-    EXPECT_EQ(notify->netMap->peers->get(), std::vector{NodeView{}});
 }
 
 } // namespace quoxelin

@@ -22,10 +22,6 @@ TEST(DaemonStatus, takesEveryMember) {
               expected);
 }
 
-TEST(DaemonStatus, isEmptyForAnEmptyObject) {
-    EXPECT_EQ(DaemonStatus::parse("{}"), DaemonStatus());
-}
-
 TEST(DaemonStatus, leavesMistypedMembersAbsent) {
     EXPECT_EQ(DaemonStatus::parse(R"({"backend_state":4,"interactive_login_url":null,
         "quoxelin_ips":["a",1],"self":null,"jailed":"true","jail_reason":["r"]})"),

@@ -113,13 +113,6 @@ RC_GTEST_PROP(ProfilesResponseProperty, isUnchangedAfterEncodingAndDecoding, ())
     RC_ASSERT((json::decode<ProfilesResponse>(json::encode(profiles)) == profiles));
 }
 
-RC_GTEST_PROP(RecordProperty, anyBytesAreDecodedOrRefused, ()) {
-    const auto bytes = *generate::bytes();
-    json::decode<HashiBusNotify>(bytes);
-    json::decode<ProfilesResponse>(bytes);
-    DaemonStatus::parse(bytes);
-}
-
 RC_GTEST_PROP(RecordProperty, anyDamageToAnEncodingIsDecodedOrRefused, ()) {
     auto text = json::encode(*rc::gen::arbitrary<HashiBusNotify>());
     const auto at = *rc::gen::inRange<std::size_t>(0, text.size());
