@@ -26,15 +26,6 @@ class Owner {
 
 } // namespace
 
-TEST(Lifetime, letsAClosureRunWhileTheOwnerLives) {
-    std::string heard;
-    Owner owner(heard);
-    const auto closure = owner.later();
-    closure();
-    closure();
-    EXPECT_EQ(heard, "ownerowner");
-}
-
 TEST(Lifetime, skipsAClosureOnceTheOwnerIsGone) {
     std::string heard;
     auto owner = std::make_unique<Owner>(heard);

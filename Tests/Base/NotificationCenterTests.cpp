@@ -17,14 +17,6 @@ TEST(NotificationCenter, notifiesEveryObserverOfTheName) {
     EXPECT_EQ(heard, "1a2a3b");
 }
 
-TEST(NotificationCenter, acceptsPostsWithoutObservers) {
-    NotificationCenter center;
-    center.post("a");
-    int heard = 0;
-    const auto late = center.addObserver("a", [&](const auto&) { ++heard; });
-    EXPECT_EQ(heard, 0);
-}
-
 TEST(NotificationCenter, passesTheObjectOn) {
     NotificationCenter center;
     std::optional<int> object;
@@ -41,16 +33,6 @@ TEST(NotificationCenter, passesTheObjectOn) {
     EXPECT_TRUE(empty);
 }
 
-TEST(NotificationCenter, doesNotNotifyRemovedObservers) {
-    NotificationCenter center;
-    int heard = 0;
-    auto subscription = center.addObserver("a", [&](const auto&) { ++heard; });
-    center.post("a");
-    subscription.cancel();
-    center.post("a");
-    EXPECT_EQ(heard, 1);
-}
-
 TEST(NotificationCenter, letsAnObserverPostAndObserveAgain) {
     NotificationCenter center;
     std::string heard;
@@ -64,15 +46,6 @@ TEST(NotificationCenter, letsAnObserverPostAndObserveAgain) {
     EXPECT_EQ(heard, "ab");
     center.post("a");
     EXPECT_EQ(heard, "ababb");
-}
-
-TEST(NotificationCenter, mayBeDestroyedBeforeItsObservers) {
-    std::optional<Subscription> subscription;
-    {
-        NotificationCenter center;
-        subscription = center.addObserver("a", [](const auto&) {});
-    }
-    subscription.reset();
 }
 
 } // namespace quoxelin::testing

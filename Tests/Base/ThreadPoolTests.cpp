@@ -26,41 +26,43 @@ class ThreadEnd {
     std::function<void()> tell;
 };
 
+/// Blocks that many of the pool's threads until it goes.
+class Blocked {
+  public:
+    Blocked(ThreadPool& pool, int count) {
+        const auto begun = std::make_shared<std::latch>(count);
+        for (int i = 0; i < count; ++i)
+            pool.async([begun, open = open] {
+                begun->count_down();
+                open->wait();
+            });
+        begun->wait();
+    }
+    ~Blocked() { open->count_down(); }
+
+  private:
+    std::shared_ptr<std::latch> open = std::make_shared<std::latch>(1);
+};
+
 } // namespace
 
 TEST(ThreadPool, startsAThreadWhileAllOthersAreBlocked) {
     ThreadPool pool(64, 1h);
-    const auto open = std::make_shared<std::latch>(1);
-    const auto blocked = std::make_shared<std::latch>(63);
-    for (int i = 0; i < 63; ++i)
-        pool.async([=] {
-            blocked->count_down();
-            open->wait();
-        });
-    blocked->wait();
-
+    const Blocked blocked(pool, 63);
     std::binary_semaphore performed(0);
     pool.async([&] { performed.release(); });
     performed.acquire();
-    open->count_down();
 }
 
 TEST(ThreadPool, doesNotGrowBeyondItsLimit) {
     ThreadPool pool(2, 1h);
-    const auto open = std::make_shared<std::latch>(1);
-    const auto blocked = std::make_shared<std::latch>(2);
-    for (int i = 0; i < 2; ++i)
-        pool.async([=] {
-            blocked->count_down();
-            open->wait();
-        });
-    blocked->wait();
-
     std::binary_semaphore performed(0);
-    pool.async([&] { performed.release(); });
-    EXPECT_EQ(pool.threadCount(), 2u);
-    EXPECT_FALSE(performed.try_acquire());
-    open->count_down();
+    {
+        const Blocked blocked(pool, 2);
+        pool.async([&] { performed.release(); });
+        EXPECT_EQ(pool.threadCount(), 2u);
+        EXPECT_FALSE(performed.try_acquire());
+    }
     performed.acquire();
     EXPECT_LE(pool.threadCount(), 2u);
 }

@@ -62,14 +62,4 @@ TEST(ThreadSerialQueue, performsPendingWorkBeforeItIsDestroyed) {
     performed->wait();
 }
 
-TEST(ThreadSerialQueue, returnsFromSyncAfterTheWorkAndAllBeforeIt) {
-    ThreadSerialQueue queue;
-    int performed = 0;
-    for (int i = 0; i < 10; ++i)
-        queue.async([&] { ++performed; });
-    int seen = 0;
-    queue.sync([&] { seen = performed; });
-    EXPECT_EQ(seen, 10);
-}
-
 } // namespace quoxelin::testing

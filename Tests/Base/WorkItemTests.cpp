@@ -28,16 +28,6 @@ TEST(WorkItem, isNotPerformedAfterItWasCanceled) {
     EXPECT_EQ(performed, 0);
 }
 
-TEST(WorkItem, sharesItsWorkWithItsCopies) {
-    int performed = 0;
-    WorkItem item([&] { ++performed; });
-    auto copy = item;
-    copy.perform();
-    EXPECT_FALSE(item.isPending());
-    item.perform();
-    EXPECT_EQ(performed, 1);
-}
-
 TEST(WorkItem, releasesItsCapturesOnceCanceledOrPerformed) {
     const auto held = std::make_shared<int>(1);
     WorkItem canceled([held] {});
