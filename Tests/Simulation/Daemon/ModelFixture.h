@@ -26,10 +26,13 @@ class ModelWorld {
     ModelWorld(const ModelWorld&) = delete;
     ModelWorld& operator=(const ModelWorld&) = delete;
 
-    static std::unique_ptr<ModelWorld> loggedIn() {
+    static DaemonModel::Settings loggedInSettings() {
         DaemonModel::Settings settings;
         settings.loggedIn = true;
-        return std::make_unique<ModelWorld>(settings);
+        return settings;
+    }
+    static std::unique_ptr<ModelWorld> loggedIn() {
+        return std::make_unique<ModelWorld>(loggedInSettings());
     }
 
     /// The lines announced since the last call, with network maps replaced by true.

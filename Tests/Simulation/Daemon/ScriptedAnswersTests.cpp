@@ -50,20 +50,5 @@ TEST(ScriptedAnswers, comparesTheQueryOnlyIfOneIsGiven) {
     EXPECT_EQ(statusOf(script.take("POST", "/switch?id=b")), 404);
 }
 
-TEST(ScriptedAnswers, matchesEverythingWithAStar) {
-    ScriptedAnswers script;
-    script.add(replyWith(503, "", "*"));
-    EXPECT_EQ(statusOf(script.take("PATCH", "/anything?at=all")), 503);
-}
-
-TEST(ScriptedAnswers, clearsEverythingAtOnce) {
-    ScriptedAnswers script;
-    script.add(replyWith(500, "GET", "/a"));
-    script.add(replyWith(500, "POST", "/b", 3));
-    EXPECT_EQ(script.clear("GET", "/b"), 0u);
-    EXPECT_EQ(script.clear("", ""), 2u);
-    EXPECT_EQ(statusOf(script.take("POST", "/b")), 0);
-}
-
 } // namespace
 } // namespace quoxelin::sim

@@ -1,8 +1,5 @@
-#include "Simulation/Desktop/SystemCommands.h"
-#include "Simulation/Steering/Steering.h"
-#include "Simulation/System/SimulatedSystem.h"
+#include "Tests/Simulation/Desktop/SteeredSystem.h"
 #include "Tests/Support/Generators.h"
-#include "Tests/Support/VirtualDispatch.h"
 
 #include <gtest/gtest.h>
 #include <rapidcheck/gtest.h>
@@ -11,12 +8,7 @@ namespace quoxelin::testing {
 
 namespace {
 
-struct Steered {
-    Steered() {
-        addServiceCommands(steering, system);
-        addDesktopCommands(steering, system);
-    }
-
+struct Steered : SteeredSystem {
     /// The answers to the line, including late ones.
     std::vector<std::string> take(const std::string& line) {
         answers.clear();
@@ -29,14 +21,6 @@ struct Steered {
         const auto answer = json::parse(take(R"({"do":"help"})").at(0)).value();
         return answer.find("commands")->strings().value();
     }
-
-    VirtualDispatch dispatch;
-    NotificationCenter notificationCenter;
-    SimulatedSystem system{dispatch, notificationCenter};
-    std::vector<std::string> answers;
-    Steering steering{
-        [this](Duration delay, Work work) { dispatch.main().asyncAfter(delay, std::move(work)); },
-        [this](const std::string& line) { answers.push_back(line); }};
 };
 
 /// Whether the line is an answer: an object with "ok", and with "error" unless "ok" is true.

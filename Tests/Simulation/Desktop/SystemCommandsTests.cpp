@@ -1,33 +1,16 @@
-#include "Simulation/Desktop/SystemCommands.h"
-
-#include "Simulation/Steering/Steering.h"
-#include "Simulation/System/SimulatedSystem.h"
-#include "Tests/Support/VirtualDispatch.h"
+#include "Tests/Simulation/Desktop/SteeredSystem.h"
 
 #include <gtest/gtest.h>
 
 namespace quoxelin::testing {
 
-class SystemCommands : public ::testing::Test {
+class SystemCommands : public ::testing::Test, protected SteeredSystem {
   protected:
-    SystemCommands() {
-        addServiceCommands(steering, system);
-        addDesktopCommands(steering, system);
-    }
-
     std::string answerTo(std::string_view line) {
         answers.clear();
         steering.take(line);
         return answers.size() == 1 ? answers[0] : std::to_string(answers.size()) + " answers";
     }
-
-    VirtualDispatch dispatch;
-    NotificationCenter notificationCenter;
-    SimulatedSystem system{dispatch, notificationCenter};
-    std::vector<std::string> answers;
-    Steering steering{
-        [this](Duration delay, Work work) { dispatch.main().asyncAfter(delay, std::move(work)); },
-        [this](const std::string& line) { answers.push_back(line); }};
 };
 
 TEST_F(SystemCommands, doesNothingUnlessTheWholeCommandIsValid) {

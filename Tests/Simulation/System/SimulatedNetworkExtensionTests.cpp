@@ -7,7 +7,6 @@ namespace quoxelin::testing {
 
 using Network = quoxelin::SimulatedNetworkExtension;
 using Manager = std::shared_ptr<NETunnelProviderManager>;
-using Names = std::vector<std::string>;
 
 class SimulatedNetworkExtensionTest : public ::testing::Test {
   public:
@@ -64,28 +63,6 @@ class SimulatedNetworkExtensionTest : public ::testing::Test {
 };
 
 using SimulatedNetworkExtension = SimulatedNetworkExtensionTest;
-
-TEST_F(SimulatedNetworkExtension, keepsConfigurationsInTheOrderOfSaving) {
-    saveNew("one", "First");
-    saveNew("two", "Second");
-    const auto managers = loadAll();
-    ASSERT_EQ(managers.size(), 2u);
-    EXPECT_EQ(managers[0]->configuration().localizedDescription, "First");
-    EXPECT_EQ(managers[1]->configuration().localizedDescription, "Second");
-    EXPECT_TRUE(managers[1]->configuration().isEnabled);
-    EXPECT_EQ(configurationChanges, 2);
-}
-
-TEST_F(SimulatedNetworkExtension, showsAChangeToAManagerOnceItIsLoaded) {
-    const auto first = saveNew("one", "First");
-    const auto second = loadAll().at(0);
-    const auto changed = Network::ofTunnel("one", "Changed");
-    EXPECT_EQ(save(first, changed), std::nullopt);
-    EXPECT_EQ(first->configuration(), changed);
-    EXPECT_EQ(second->configuration().localizedDescription, "First");
-    EXPECT_EQ(load(second), std::nullopt);
-    EXPECT_EQ(second->configuration(), changed);
-}
 
 TEST_F(SimulatedNetworkExtension, readsAnUnsavedConfigurationAsEmpty) {
     const auto manager = network.makeTunnelProviderManager();
@@ -188,24 +165,6 @@ TEST_F(SimulatedNetworkExtension, takesATunnelDownThatWasComingUp) {
                             {seconds(0), 2}, {seconds(0.5), 5}, {seconds(1), 1}}));
 }
 
-TEST_F(SimulatedNetworkExtension, letsATunnelFailReassertAndDrop) {
-    held = saveNew("one", "First");
-    network.tunnels.comeUp = false;
-    EXPECT_TRUE(held->startVPNTunnel().has_value());
-    dispatch.advance(seconds(2));
-    EXPECT_EQ(held->status(), 1);
-    network.tunnel().report(3);
-    network.tunnel().reassert(seconds(2));
-    dispatch.advance(seconds(1));
-    EXPECT_EQ(held->status(), 4);
-    dispatch.advance(seconds(1));
-    EXPECT_EQ(held->status(), 3);
-    network.tunnel().drop();
-    EXPECT_EQ(held->status(), 1);
-    network.tunnel().report(-1);
-    EXPECT_EQ(held->status(), -1);
-}
-
 TEST_F(SimulatedNetworkExtension, countsUnnecessaryStarts) {
     held = saveNew("one", "First");
     EXPECT_TRUE(held->startVPNTunnel().has_value());
@@ -240,37 +199,6 @@ TEST_F(SimulatedNetworkExtension, refusesToStartUnsavedForbiddenOrDisabledConfig
     EXPECT_EQ(codeOf(manager), 2);
     network.tunnels.startError = Error{"domain", 42, "no"};
     EXPECT_EQ(codeOf(manager), 42);
-}
-
-TEST_F(SimulatedNetworkExtension, removesConnections) {
-    const auto manager = saveNew("one", "First");
-    network.hasConnections = false;
-    EXPECT_EQ(manager->status(), std::nullopt);
-}
-
-TEST_F(SimulatedNetworkExtension, letsTheUserChangeAndRemoveConfigurations) {
-    network.addConfiguration(Network::ofTunnel("one", "First"));
-    dispatch.runUntilIdle();
-    EXPECT_EQ(configurationChanges, 0);
-    network.changeConfiguration(0, {"Renamed", false, std::nullopt});
-    dispatch.runUntilIdle();
-    EXPECT_EQ(configurationChanges, 1);
-    EXPECT_EQ(loadAll().at(0)->configuration().localizedDescription, "Renamed");
-    EXPECT_FALSE(network.configurations().at(0).protocol);
-    network.removeConfiguration(0);
-    dispatch.runUntilIdle();
-    EXPECT_EQ(configurationChanges, 2);
-    EXPECT_TRUE(network.configurations().empty());
-}
-
-TEST_F(SimulatedNetworkExtension, recordsRequests) {
-    const auto manager = saveNew("one", "First");
-    load(manager);
-    EXPECT_TRUE(manager->startVPNTunnel().has_value());
-    manager->stopVPNTunnel();
-    loadAll();
-    remove(manager);
-    EXPECT_EQ(network.requests, (Names{"save", "load", "start", "stop", "loadAll", "remove"}));
 }
 
 } // namespace quoxelin::testing

@@ -63,20 +63,6 @@ class SimulatedSystemExtensionsTest : public ::testing::Test {
 
 using SimulatedSystemExtensions = SimulatedSystemExtensionsTest;
 
-TEST_F(SimulatedSystemExtensions, installsTheBundledVersion) {
-    extensions.answerDelay = seconds(2);
-    const auto listener = submit(Kind::activation);
-    dispatch.runUntilIdle();
-    EXPECT_TRUE(extensions.extensions.empty());
-    dispatch.advance(seconds(3));
-    EXPECT_EQ(listener->heard, (Lines{"2 result 0"}));
-    ASSERT_EQ(extensions.extensions.size(), 1u);
-    EXPECT_EQ(extensions.extensions[0].bundleIdentifier, "ours");
-    EXPECT_EQ(extensions.extensions[0].bundleShortVersion, "1.0");
-    EXPECT_TRUE(extensions.extensions[0].isEnabled);
-    EXPECT_EQ(extensions.outstandingActivations(), 0u);
-}
-
 TEST_F(SimulatedSystemExtensions, asksBeforeItReplacesAnotherVersion) {
     submit(Kind::activation);
     dispatch.runUntilIdle();
@@ -128,23 +114,6 @@ TEST_F(SimulatedSystemExtensions, supersedesAnOlderRequestForTheSameExtension) {
     EXPECT_EQ(extensions.outstandingActivations(), 2u);
 }
 
-TEST_F(SimulatedSystemExtensions, failsAsConfigured) {
-    extensions.activationError = Error{"domain", 8, "bad signature"};
-    const auto refused = submit(Kind::activation);
-    dispatch.runUntilIdle();
-    EXPECT_EQ(refused->heard, (Lines{"0 error 8"}));
-    extensions.activationError.reset();
-    extensions.requireApproval();
-    const auto canceled = submit(Kind::activation);
-    dispatch.runUntilIdle();
-    extensions.failActivations({OSSystemExtensionErrorDomain, 11, "canceled"});
-    dispatch.runUntilIdle();
-    EXPECT_EQ(canceled->heard, (Lines{"0 approval", "0 error 11"}));
-    extensions.approve();
-    dispatch.runUntilIdle();
-    EXPECT_EQ(canceled->heard.size(), 2u);
-}
-
 TEST_F(SimulatedSystemExtensions, reportsAnyResult) {
     extensions.result = 1;
     const auto later = submit(Kind::activation);
@@ -167,18 +136,6 @@ TEST_F(SimulatedSystemExtensions, answersWithAllVersionsOfTheExtension) {
     const auto failed = submit(Kind::properties);
     dispatch.runUntilIdle();
     EXPECT_EQ(failed->heard, (Lines{"0 error 1"}));
-}
-
-TEST_F(SimulatedSystemExtensions, neverAnswersIfConfigured) {
-    extensions.answersActivations = false;
-    extensions.answersProperties = false;
-    const auto activation = submit(Kind::activation);
-    const auto properties = submit(Kind::properties);
-    dispatch.advance(seconds(3600));
-    EXPECT_TRUE(activation->heard.empty());
-    EXPECT_TRUE(properties->heard.empty());
-    EXPECT_EQ(extensions.submissions(Kind::activation), 1u);
-    EXPECT_EQ(extensions.submissions(Kind::properties), 1u);
 }
 
 TEST_F(SimulatedSystemExtensions, dropsTheAnswerToADestroyedDelegate) {
