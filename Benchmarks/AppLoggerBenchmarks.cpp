@@ -3,10 +3,10 @@
 #include "Runner/Shared/AppLogger.h"
 #include "Simulation/System/SimulatedFoundation.h"
 #include "Tests/Support/InlineDispatch.h"
+#include "Tests/Support/TemporaryDirectory.h"
 
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
-#include <filesystem>
 #include <string>
 #include <unistd.h>
 
@@ -19,22 +19,12 @@ struct SilentLog final : SystemLog {
     void log(const std::string&, const std::string&, const std::string&) override {}
 };
 
-/// A temporary directory for the log file.
-struct Directory {
-    Directory() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "qxXXXXXX").string();
-        path = ::mkdtemp(pattern.data());
-    }
-    ~Directory() { std::filesystem::remove_all(path); }
-    std::filesystem::path path;
-};
-
 } // namespace
 
 /// The bare system calls: open, append, close.
 void appendWithSystemCalls(benchmark::State& state) {
-    const Directory directory;
-    const auto path = directory.path / "app.log";
+    const testing::TemporaryDirectory directory;
+    const auto path = directory.path() / "app.log";
     const std::string line = "[HashiBus] 2024-05-01 13:02:03.417 Connected to socket\n";
     for (auto _ : state) {
         const int file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0644);
@@ -48,10 +38,10 @@ BENCHMARK(appendWithSystemCalls);
 
 /// The whole path of one line, from the call to the file, on one thread.
 void logLine(benchmark::State& state) {
-    const Directory directory;
+    const testing::TemporaryDirectory directory;
     testing::InlineDispatch dispatch;
     SimulatedFileManager files;
-    files.applicationSupport = {directory.path};
+    files.applicationSupport = {directory.path()};
     SilentLog systemLog;
     AppLogger logger({dispatch, files, systemLog});
     for (auto _ : state)

@@ -1,13 +1,13 @@
 // One exchange with a daemon on a real socket, compared with a plain loop of the same system calls.
 #include "Base/UnixSocket.h"
 #include "Tests/Support/InlineLink.h"
+#include "Tests/Support/TemporaryDirectory.h"
 
 #include <algorithm>
 #include <array>
 #include <benchmark/benchmark.h>
 #include <chrono>
 #include <cstring>
-#include <filesystem>
 #include <string>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -39,9 +39,6 @@ sockaddr_un addressOf(const std::string& path) {
 class Daemon {
   public:
     Daemon() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "qxXXXXXX").string();
-        directory = ::mkdtemp(pattern.data());
-        path = directory + "/socket";
         const auto address = addressOf(path);
         listener = ::socket(AF_UNIX, SOCK_STREAM, 0);
         if (::bind(listener, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
@@ -53,10 +50,10 @@ class Daemon {
         ::shutdown(listener, SHUT_RDWR);
         thread.join();
         ::close(listener);
-        std::filesystem::remove_all(directory);
     }
 
-    std::string path;
+    const testing::TemporaryDirectory directory;
+    const std::string path = directory.path() / "socket";
 
   private:
     void serve() const {
@@ -69,7 +66,6 @@ class Daemon {
         }
     }
 
-    std::string directory;
     int listener = -1;
     std::thread thread;
 };

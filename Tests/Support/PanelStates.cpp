@@ -15,6 +15,10 @@ PanelState loggedIn(std::string name, std::function<void(PanelScene&)> arrange) 
             }};
 }
 
+PanelState edited(std::string name, void (*change)(LoginViewState&)) {
+    return loggedIn(std::move(name), [change](PanelScene& scene) { scene.edit(change); });
+}
+
 PanelState status(std::string name, VPNConnectionStatus status) {
     return loggedIn(std::move(name),
                     [status](PanelScene& scene) { scene.appState->vpn = VpnViewState{status}; });
@@ -88,11 +92,7 @@ std::vector<PanelState> connectionStates() {
         status("disconnecting", VPNConnectionStatus::disconnecting),
         status("error", VPNConnectionStatus::error),
         status("unknown", VPNConnectionStatus::unknown),
-        loggedIn("jailed",
-                 [](PanelScene& scene) {
-                     scene.edit(
-                         [](auto& login) { login.jailedReason = "device posture non-compliant"; });
-                 }),
+        edited("jailed", [](auto& login) { login.jailedReason = "device posture non-compliant"; }),
         loggedIn("jailed-long-reason",
                  [](PanelScene& scene) {
                      scene.appState->vpn = VpnViewState{VPNConnectionStatus::disconnected};
@@ -144,19 +144,10 @@ std::vector<PanelState> systemExtensionStates() {
 
 std::vector<PanelState> identityStates() {
     return {
-        loggedIn("without-email",
-                 [](PanelScene& scene) { scene.edit([](auto& login) { login.email.clear(); }); }),
-        loggedIn(
-            "without-host-name",
-            [](PanelScene& scene) { scene.edit([](auto& login) { login.hostName.clear(); }); }),
-        loggedIn("ipv4-only",
-                 [](PanelScene& scene) {
-                     scene.edit([](auto& login) { login.quoxelinIPs = "100.64.0.4"; });
-                 }),
-        loggedIn("ipv6-only",
-                 [](PanelScene& scene) {
-                     scene.edit([](auto& login) { login.quoxelinIPs = "fd7a::4"; });
-                 }),
+        edited("without-email", [](auto& login) { login.email.clear(); }),
+        edited("without-host-name", [](auto& login) { login.hostName.clear(); }),
+        edited("ipv4-only", [](auto& login) { login.quoxelinIPs = "100.64.0.4"; }),
+        edited("ipv6-only", [](auto& login) { login.quoxelinIPs = "fd7a::4"; }),
         loggedIn("nothing-known-yet",
                  [](PanelScene& scene) {
                      scene.edit([](auto& login) {
@@ -165,16 +156,12 @@ std::vector<PanelState> identityStates() {
                      });
                      scene.appState->vpn = VpnViewState{VPNConnectionStatus::disconnected};
                  }),
-        loggedIn("long-names",
-                 [](PanelScene& scene) {
-                     scene.edit([](auto& login) {
-                         login.userName = "Maximiliana Wolfeschlegelsteinhausen-Bergerdorff";
-                         login.email =
-                             "maximiliana.wolfeschlegelsteinhausen@department.example.com";
-                         login.hostName =
-                             "build-machine-of-the-second-floor.engineering.example.com";
-                     });
-                 }),
+        edited("long-names",
+               [](auto& login) {
+                   login.userName = "Maximiliana Wolfeschlegelsteinhausen-Bergerdorff";
+                   login.email = "maximiliana.wolfeschlegelsteinhausen@department.example.com";
+                   login.hostName = "build-machine-of-the-second-floor.engineering.example.com";
+               }),
         loggedIn("markup-in-names",
                  [](PanelScene& scene) {
                      scene.edit([](auto& login) {

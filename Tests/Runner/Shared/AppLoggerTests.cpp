@@ -22,6 +22,11 @@ class AppLoggerTest : public ::testing::Test {
 
     AppLogger makeLogger() { return AppLogger({dispatch, fileManager, systemLog}); }
 
+    void write(AppLogger& logger, const std::string& tag, const std::string& message) {
+        logger.log(tag, message);
+        dispatch.runUntilIdle();
+    }
+
     fs::path directory() const { return home.path() / "Application Support" / "Quoxelin"; }
     fs::path file() const { return directory() / "app.log"; }
 
@@ -33,8 +38,7 @@ class AppLoggerTest : public ::testing::Test {
 
 TEST_F(AppLoggerTest, writesTagTimestampAndMessage) {
     auto logger = makeLogger();
-    logger.log("HashiBus", "Connected to socket");
-    dispatch.runUntilIdle();
+    write(logger, "HashiBus", "Connected to socket");
     EXPECT_EQ(contentsOf(file()), "[HashiBus] 2024-05-01 13:02:03.417 Connected to socket\n");
 }
 
@@ -71,8 +75,7 @@ TEST_F(AppLoggerTest, stampsALineWithTheTimeOfTheCall) {
     AppLogger logger({time, fileManager, systemLog});
     logger.log("App", "first");
     time.passed = std::chrono::milliseconds(583);
-    logger.log("App", "second");
-    dispatch.runUntilIdle();
+    write(logger, "App", "second");
     EXPECT_EQ(contentsOf(file()), "[App] 2024-05-01 13:02:03.417 first\n"
                                   "[App] 2024-05-01 13:02:04.000 second\n");
 }
@@ -89,8 +92,7 @@ TEST_F(AppLoggerTest, fallsBackToAFlatFileInTheTemporaryDirectory) {
     fileManager.applicationSupport.clear();
     auto logger = makeLogger();
     EXPECT_EQ(logger.path(), (home.path() / "quoxelin-app.log").string());
-    logger.log("UI", "here");
-    dispatch.runUntilIdle();
+    write(logger, "UI", "here");
     EXPECT_EQ(contentsOf(home.path() / "quoxelin-app.log"), "[UI] 2024-05-01 13:02:03.417 here\n");
 }
 
@@ -98,15 +100,13 @@ TEST_F(AppLoggerTest, usesThePathEvenIfTheDirectoryCannotBeMade) {
     std::ofstream(home.path() / "Application Support") << "a file in the way";
     auto logger = makeLogger();
     EXPECT_EQ(logger.path(), file().string());
-    logger.log("App", "lost");
-    dispatch.runUntilIdle();
+    write(logger, "App", "lost");
     EXPECT_EQ(contentsOf(home.path() / "Application Support"), "a file in the way");
     EXPECT_EQ(systemLog.texts(), std::vector<std::string>{"[App] lost"});
 
     fs::remove(home.path() / "Application Support");
     fs::create_directories(directory());
-    logger.log("App", "the way is free");
-    dispatch.runUntilIdle();
+    write(logger, "App", "the way is free");
     EXPECT_EQ(contentsOf(file()), "[App] 2024-05-01 13:02:03.417 the way is free\n");
 }
 
@@ -114,11 +114,9 @@ TEST_F(AppLoggerTest, appendsToAnExistingFile) {
     fs::create_directories(directory());
     std::ofstream(file()) << "from an earlier run\n";
     auto logger = makeLogger();
-    logger.log("App", "first");
-    dispatch.runUntilIdle();
+    write(logger, "App", "first");
     std::ofstream(file(), std::ios::app) << "from another process\n";
-    logger.log("App", "second");
-    dispatch.runUntilIdle();
+    write(logger, "App", "second");
     EXPECT_EQ(contentsOf(file()), "from an earlier run\n"
                                   "[App] 2024-05-01 13:02:03.417 first\n"
                                   "from another process\n"
@@ -127,19 +125,16 @@ TEST_F(AppLoggerTest, appendsToAnExistingFile) {
 
 TEST_F(AppLoggerTest, createsTheFileAgainWhenItWasRemoved) {
     auto logger = makeLogger();
-    logger.log("App", "first");
-    dispatch.runUntilIdle();
+    write(logger, "App", "first");
     fs::remove(file());
-    logger.log("App", "second");
-    dispatch.runUntilIdle();
+    write(logger, "App", "second");
     EXPECT_EQ(contentsOf(file()), "[App] 2024-05-01 13:02:03.417 second\n");
 }
 
 TEST_F(AppLoggerTest, dropsLinesWhileTheDirectoryIsGone) {
     auto logger = makeLogger();
     fs::remove_all(directory());
-    logger.log("App", "lost");
-    dispatch.runUntilIdle();
+    write(logger, "App", "lost");
     EXPECT_FALSE(fs::exists(directory()));
     EXPECT_EQ(systemLog.texts(), std::vector<std::string>{"[App] lost"});
 }
@@ -147,8 +142,7 @@ TEST_F(AppLoggerTest, dropsLinesWhileTheDirectoryIsGone) {
 TEST_F(AppLoggerTest, dropsLinesWithoutWritePermission) {
     fs::create_directories(file()); // a directory, so even root cannot write to it
     auto logger = makeLogger();
-    logger.log("App", "lost");
-    dispatch.runUntilIdle();
+    write(logger, "App", "lost");
     EXPECT_TRUE(fs::is_directory(file()));
     EXPECT_EQ(systemLog.texts(), std::vector<std::string>{"[App] lost"});
 }
@@ -156,8 +150,7 @@ TEST_F(AppLoggerTest, dropsLinesWithoutWritePermission) {
 TEST_F(AppLoggerTest, writesAMessageOfSeveralLinesUnchanged) {
     auto logger = makeLogger();
     logger.log("CLI", "quoxelind up output: one\n\ntwo\n");
-    logger.log("CLI", "");
-    dispatch.runUntilIdle();
+    write(logger, "CLI", "");
     EXPECT_EQ(contentsOf(file()),
               "[CLI] 2024-05-01 13:02:03.417 quoxelind up output: one\n\ntwo\n\n"
               "[CLI] 2024-05-01 13:02:03.417 \n");
@@ -168,8 +161,7 @@ TEST_F(AppLoggerTest, keepsInvalidUtf8OutOfTheFile) {
     for (const auto* const bytes :
          {"\xFF", "\xC0\x80", "\xED\xA0\x80", "\xF4\x90\x80\x80", "\xE3\x81"})
         logger.log("HashiBus", bytes);
-    logger.log("HashiBus", "許可 \xF0\x9F\x98\x80");
-    dispatch.runUntilIdle();
+    write(logger, "HashiBus", "許可 \xF0\x9F\x98\x80");
     EXPECT_EQ(contentsOf(file()), "[HashiBus] 2024-05-01 13:02:03.417 許可 \xF0\x9F\x98\x80\n");
     EXPECT_EQ(systemLog.texts().size(), 6u);
     EXPECT_EQ(systemLog.texts().front(), "[HashiBus] \xFF");
@@ -178,8 +170,7 @@ TEST_F(AppLoggerTest, keepsInvalidUtf8OutOfTheFile) {
 TEST_F(AppLoggerTest, keepsNulBytesAndFormatDirectivesAsTheyAre) {
     auto logger = makeLogger();
     const std::string message("a\0{}%s%n", 8);
-    logger.log("LocalAPI", message);
-    dispatch.runUntilIdle();
+    write(logger, "LocalAPI", message);
     EXPECT_EQ(contentsOf(file()), "[LocalAPI] 2024-05-01 13:02:03.417 " + message + "\n");
     EXPECT_EQ(systemLog.texts(), std::vector<std::string>{"[LocalAPI] " + message});
 }
@@ -188,8 +179,7 @@ TEST_F(AppLoggerTest, writesLongMessagesWhole) {
     auto logger = makeLogger();
     const std::string message(3 << 20, 'x');
     logger.log("App", message);
-    logger.log("App", "after it");
-    dispatch.runUntilIdle();
+    write(logger, "App", "after it");
     EXPECT_EQ(contentsOf(file()), "[App] 2024-05-01 13:02:03.417 " + message + "\n" +
                                       "[App] 2024-05-01 13:02:03.417 after it\n");
 }

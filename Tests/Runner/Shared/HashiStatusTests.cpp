@@ -99,7 +99,7 @@ TEST(HashiStatus, keepsOddHostNamesOnTheirLine) {
         << output;
 }
 
-TEST(HashiStatus, showsADeveloperWhyThereIsNone) {
+TEST(HashiStatus, showsADeveloperWhyDecodingFailed) {
     EXPECT_EQ(decoded("{}"),
               std::pair(std::optional<HashiStatus>(),
                         std::string("\"Json Decoded Error:\" \"backend_state is missing\"\n")));

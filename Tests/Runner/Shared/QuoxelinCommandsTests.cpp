@@ -47,8 +47,7 @@ class QuoxelinCommandsTest : public HelperFixture {
 
 TEST_F(QuoxelinCommandsTest, bringsTheConnectionUp) {
     system.xpc.setOutput("up", "ok");
-    auto commands = makeCommands();
-    commands.execQuoxelinUp(success());
+    makeCommands().execQuoxelinUp(success());
     EXPECT_TRUE(successes.empty());
     dispatch.runUntilIdle();
     ASSERT_EQ(successes.size(), 1u);
@@ -64,8 +63,7 @@ TEST_F(QuoxelinCommandsTest, bringsTheConnectionUp) {
 
 TEST_F(QuoxelinCommandsTest, bringsTheConnectionDown) {
     system.xpc.setOutput("down", "failed, but that is the tool's affair");
-    auto commands = makeCommands();
-    commands.execQuoxelinDown(success());
+    makeCommands().execQuoxelinDown(success());
     dispatch.runUntilIdle();
     ASSERT_EQ(successes.size(), 1u);
     EXPECT_EQ(successes[0], true);
@@ -77,8 +75,7 @@ TEST_F(QuoxelinCommandsTest, bringsTheConnectionDown) {
 }
 
 TEST_F(QuoxelinCommandsTest, logsUnderTheBundlesIdentifier) {
-    auto commands = makeCommands();
-    commands.execQuoxelinUp(success());
+    makeCommands().execQuoxelinUp(success());
     dispatch.runUntilIdle();
     for (const auto& entry : system.systemLog.entries()) {
         EXPECT_EQ(entry.subsystem, "com.quoxelin.desktop");
@@ -88,8 +85,7 @@ TEST_F(QuoxelinCommandsTest, logsUnderTheBundlesIdentifier) {
 
 TEST_F(QuoxelinCommandsTest, logsUnderTheProductsNameWithoutAnIdentifier) {
     system.mainBundle.identifier.reset();
-    auto commands = makeCommands();
-    commands.execQuoxelinUp(success());
+    makeCommands().execQuoxelinUp(success());
     EXPECT_EQ(system.systemLog.entries().front(),
               (SimulatedSystemLog::Entry{"Quoxelin", "XPC", "execQuoxelinUp()"}));
 }
@@ -98,8 +94,7 @@ TEST_F(QuoxelinCommandsTest, asksForTheDaemonWithoutWaiting) {
     system.mainBundle.infoDictionary["QXConductorURL"] = "https://conductor.example";
     system.mainBundle.infoDictionary["QXSignalURL"] = "https://signal.example";
     system.xpc.setReplyDelay(seconds(9));
-    auto commands = makeCommands();
-    EXPECT_TRUE(commands.execQuoxelindUp());
+    EXPECT_TRUE(makeCommands().execQuoxelindUp());
     const std::vector<std::string> arguments = {"up", "--conductor-host",
                                                 "https://conductor.example", "--signal-host",
                                                 "https://signal.example"};
@@ -116,8 +111,7 @@ TEST_F(QuoxelinCommandsTest, asksForTheDaemonWithoutWaiting) {
 
 TEST_F(QuoxelinCommandsTest, leavesOutHostsThatAreEmptyOrMissing) {
     system.mainBundle.infoDictionary["QXSignalURL"] = "";
-    auto commands = makeCommands();
-    EXPECT_TRUE(commands.execQuoxelindUp());
+    EXPECT_TRUE(makeCommands().execQuoxelindUp());
     EXPECT_EQ(system.xpc.messages(), (std::vector{message(quoxelind, {"up"})}));
 }
 
@@ -148,8 +142,7 @@ TEST_F(QuoxelinCommandsTest, failEveryCommandWithoutAHelper) {
 
 TEST_F(QuoxelinCommandsTest, logsThatThereIsNoHelper) {
     system.xpc.setHelper(SimulatedXPC::Helper::incompatible);
-    auto commands = makeCommands();
-    EXPECT_FALSE(commands.execQuoxelindUp());
+    EXPECT_FALSE(makeCommands().execQuoxelindUp());
     dispatch.runUntilIdle();
     EXPECT_EQ(system.systemLog.texts(),
               (Lines{"Creating XPC connection to: com.quoxelin.desktop.Helper",

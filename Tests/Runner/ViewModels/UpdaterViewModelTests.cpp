@@ -21,15 +21,6 @@ TEST_F(UpdaterViewModelTest, startsWithTheUpdatersState) {
     EXPECT_FALSE(UpdaterViewModel(controller->updater()).canCheckForUpdates.get());
 }
 
-TEST_F(UpdaterViewModelTest, cannotCheckWhileNoUpdaterWasStarted) {
-    SimulatedUpdates idle(dispatch);
-    const auto unstarted = idle.makeStandardUpdaterController(false);
-    UpdaterViewModel model(unstarted->updater());
-    EXPECT_FALSE(model.canCheckForUpdates.get());
-    const auto started = idle.makeStandardUpdaterController(true);
-    EXPECT_TRUE(model.canCheckForUpdates.get());
-}
-
 TEST_F(UpdaterViewModelTest, publishesEveryChangeBeforeAndAfter) {
     UpdaterViewModel model(controller->updater());
     std::vector<bool> before, values;
@@ -41,18 +32,6 @@ TEST_F(UpdaterViewModelTest, publishesEveryChangeBeforeAndAfter) {
     updates.setCanCheckForUpdates(true);
     EXPECT_EQ(before, (std::vector{true, false}));
     EXPECT_EQ(values, (std::vector{true, false, true}));
-}
-
-TEST_F(UpdaterViewModelTest, checksOnceAtATime) {
-    UpdaterViewModel model(controller->updater());
-    updates.setAvailableUpdate("2.0");
-    model.checkForUpdates();
-    EXPECT_FALSE(model.canCheckForUpdates.get());
-    model.checkForUpdates();
-    EXPECT_EQ(updates.requests(), 2);
-    dispatch.advance(seconds(1));
-    EXPECT_TRUE(model.canCheckForUpdates.get());
-    EXPECT_EQ(updates.checks(), std::vector<std::optional<std::string>>{"2.0"});
 }
 
 TEST_F(UpdaterViewModelTest, isNotCalledAfterDestruction) {

@@ -4,7 +4,6 @@
 #include <fstream>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <iterator>
 
 namespace quoxelin::testing {
 
@@ -24,11 +23,6 @@ class ExportLogs : public ::testing::Test, protected PanelScene {
 
     static void write(const fs::path& file, const std::string& text) {
         std::ofstream(file) << text;
-    }
-
-    static std::string read(const fs::path& file) {
-        std::ifstream in(file);
-        return {std::istreambuf_iterator<char>(in), {}};
     }
 
     /// Requests the export as a user does, choosing the folder.
@@ -66,8 +60,8 @@ TEST_F(ExportLogs, copiesBothLogsAndShowsTheFolder) {
     write(logger.path(), "application");
     write(daemonLog, "daemon");
     exportTo(chosen);
-    EXPECT_EQ(read(chosen / "app.log"), "application");
-    EXPECT_EQ(read(chosen / "client.log"), "daemon");
+    EXPECT_EQ(contentsOf(chosen / "app.log"), "application");
+    EXPECT_EQ(contentsOf(chosen / "client.log"), "daemon");
     EXPECT_THAT(log(), ElementsAre("[UI] Exported logs: app.log, client.log"));
     EXPECT_THAT(system.workspace.openedFolders(), ElementsAre(chosen));
 }
@@ -90,7 +84,7 @@ TEST_F(ExportLogs, replacesEarlierExports) {
     write(daemonLog, "new");
     write(chosen / "client.log", "older and longer");
     exportTo(chosen);
-    EXPECT_EQ(read(chosen / "client.log"), "new");
+    EXPECT_EQ(contentsOf(chosen / "client.log"), "new");
 }
 
 TEST_F(ExportLogs, replacesALinkInsteadOfFollowingIt) {
@@ -98,14 +92,14 @@ TEST_F(ExportLogs, replacesALinkInsteadOfFollowingIt) {
     write(directory.path() / "precious", "precious");
     fs::create_symlink(directory.path() / "precious", chosen / "client.log");
     exportTo(chosen);
-    EXPECT_EQ(read(chosen / "client.log"), "new");
-    EXPECT_EQ(read(directory.path() / "precious"), "precious");
+    EXPECT_EQ(contentsOf(chosen / "client.log"), "new");
+    EXPECT_EQ(contentsOf(directory.path() / "precious"), "precious");
 }
 
 TEST_F(ExportLogs, keepsALogWhenItsOwnFolderIsChosen) {
     write(daemonLog, "daemon");
     exportTo(daemonLog.parent_path());
-    EXPECT_EQ(read(daemonLog), "daemon");
+    EXPECT_EQ(contentsOf(daemonLog), "daemon");
     EXPECT_THAT(system.workspace.openedFolders(), ElementsAre(daemonLog.parent_path()));
 }
 

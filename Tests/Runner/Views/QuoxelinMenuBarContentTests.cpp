@@ -12,24 +12,26 @@ using ::testing::StartsWith;
 
 class QuoxelinMenuBarContentTests : public PanelFixture {};
 
+class QuoxelinMenuBarContentLoggedIn : public PanelFixture {
+  protected:
+    QuoxelinMenuBarContentLoggedIn() { logIn(); }
+};
+
 // The connection
 
-TEST_F(QuoxelinMenuBarContentTests, disconnectsWhenConnected) {
-    logIn();
+TEST_F(QuoxelinMenuBarContentLoggedIn, disconnectsWhenConnected) {
     click("Disconnect");
     EXPECT_THAT(log(), Contains("[State] disconnect"));
 }
 
-TEST_F(QuoxelinMenuBarContentTests, ignoresASecondClickWhileConnecting) {
-    logIn();
+TEST_F(QuoxelinMenuBarContentLoggedIn, ignoresASecondClickWhileConnecting) {
     appState->vpn = VpnViewState{VPNConnectionStatus::connecting};
     click("Connect");
     EXPECT_THAT(logAfterward(), IsEmpty());
     EXPECT_THAT(daemon.requestLines(), IsEmpty());
 }
 
-TEST_F(QuoxelinMenuBarContentTests, connectsInEveryOtherStatus) {
-    logIn();
+TEST_F(QuoxelinMenuBarContentLoggedIn, connectsInEveryOtherStatus) {
     for (const auto status : {VPNConnectionStatus::disconnected, VPNConnectionStatus::disconnecting,
                               VPNConnectionStatus::error, VPNConnectionStatus::unknown}) {
         system.systemLog.clear();
@@ -92,29 +94,25 @@ TEST_F(QuoxelinMenuBarContentTests, doesNothingWhenTheLoginPageArrivesAfterDestr
 
 // The helper
 
-TEST_F(QuoxelinMenuBarContentTests, opensTheFirstAvailableSettingsPane) {
+TEST_F(QuoxelinMenuBarContentTests, opensTheFirstSettingsPaneThatTheSystemHas) {
+    const auto* const loginItems =
+        "x-apple.systempreferences:com.apple.LoginItems-Settings.extension";
     appState->helperNeedsApproval = true;
     click("Enable Helper (Login Items)");
-    EXPECT_THAT(system.workspace.triedURLs(),
-                ElementsAre("x-apple.systempreferences:com.apple.LoginItems-Settings.extension"));
-}
-
-TEST_F(QuoxelinMenuBarContentTests, fallsBackToOtherSettingsPanesInOrder) {
-    appState->helperNeedsApproval = true;
+    EXPECT_THAT(system.workspace.triedURLs(), ElementsAre(loginItems));
     system.workspace.refuseURLs("");
     click("Enable Helper (Login Items)");
     EXPECT_THAT(
         system.workspace.triedURLs(),
-        ElementsAre("x-apple.systempreferences:com.apple.LoginItems-Settings.extension",
+        ElementsAre(loginItems, loginItems,
                     "x-apple.systempreferences:com.apple.settings.PrivacySecurity.extension",
                     "x-apple.systempreferences:com.apple.preference.security?General"));
-    EXPECT_THAT(system.workspace.openedURLs(), IsEmpty());
+    EXPECT_THAT(system.workspace.openedURLs(), ElementsAre(loginItems));
 }
 
 // The system extension
 
-TEST_F(QuoxelinMenuBarContentTests, leadsToTheSettingsAndActivatesTheExtensionAgain) {
-    logIn();
+TEST_F(QuoxelinMenuBarContentLoggedIn, leadsToTheSettingsAndActivatesTheExtensionAgain) {
     systemExtension->isApproved = false;
     content->waitingReboot = true;
     click("System Extension Not Active");
@@ -124,8 +122,7 @@ TEST_F(QuoxelinMenuBarContentTests, leadsToTheSettingsAndActivatesTheExtensionAg
     EXPECT_EQ(system.systemExtensions.submissions(OSSystemExtensionRequest::Kind::activation), 1u);
 }
 
-TEST_F(QuoxelinMenuBarContentTests, doesNotActivateAnExtensionApprovedMeanwhile) {
-    logIn();
+TEST_F(QuoxelinMenuBarContentLoggedIn, doesNotActivateAnExtensionApprovedMeanwhile) {
     systemExtension->isApproved = false;
     const auto shown = tree();
     systemExtension->isApproved = true;
@@ -143,8 +140,7 @@ TEST_F(QuoxelinMenuBarContentTests, knowsThatTheExtensionWaitsForARestart) {
     EXPECT_TRUE(content->waitingReboot);
 }
 
-TEST_F(QuoxelinMenuBarContentTests, showsAnErrorInPlaceOfTheGuideOfEverySystem) {
-    logIn();
+TEST_F(QuoxelinMenuBarContentLoggedIn, showsAnErrorInPlaceOfTheGuideOfEverySystem) {
     systemExtension->isApproved = false;
     systemExtension->lastErrorDescription = "Broken.";
     for (const int version : {14, 15, 26}) {
@@ -182,8 +178,7 @@ TEST_F(QuoxelinMenuBarContentTests, saysOnlyCopiedForAnAddressWithoutALabel) {
     EXPECT_EQ(requests[0].body, "100.64.0.4");
 }
 
-TEST_F(QuoxelinMenuBarContentTests, copiesAnAddressAndSaysSo) {
-    logIn();
+TEST_F(QuoxelinMenuBarContentLoggedIn, copiesAnAddressAndSaysSo) {
     click("Quoxelin IPv4: 100.64.0.4");
     EXPECT_EQ(system.pasteboard.string(), "100.64.0.4");
     click("Quoxelin IPv6: fd7a::4");
@@ -222,16 +217,14 @@ TEST_F(QuoxelinMenuBarContentTests, reloadsTheAccountsWheneverTheSwitcherOpensOr
                 ElementsAre("[State] refreshProfiles called", "[State] refreshProfiles called"));
 }
 
-TEST_F(QuoxelinMenuBarContentTests, switchesTheAccountAndClosesThePopover) {
-    logIn();
+TEST_F(QuoxelinMenuBarContentLoggedIn, switchesTheAccountAndClosesThePopover) {
     content->isMorePopoverPresented = true;
     click("tanaka.haru@example.org");
     EXPECT_THAT(log(), Contains("[State] switchProfile to home"));
     EXPECT_FALSE(content->isMorePopoverPresented);
 }
 
-TEST_F(QuoxelinMenuBarContentTests, doesNotSwitchToTheCurrentAccount) {
-    logIn();
+TEST_F(QuoxelinMenuBarContentLoggedIn, doesNotSwitchToTheCurrentAccount) {
     content->isMorePopoverPresented = true;
     content->isHoveringMore = true;
     const auto shown = tree();
@@ -255,8 +248,7 @@ TEST_F(QuoxelinMenuBarContentTests, addsAnAccount) {
     EXPECT_THAT(log(), ElementsAre("[State] addNewAccount called"));
 }
 
-TEST_F(QuoxelinMenuBarContentTests, followsThePointerAcrossAccounts) {
-    logIn();
+TEST_F(QuoxelinMenuBarContentLoggedIn, followsThePointerAcrossAccounts) {
     content->isMorePopoverPresented = true;
     hover("tanaka.haru@example.org", true);
     EXPECT_EQ(content->hoveringProfileId.get(), "home");
@@ -266,8 +258,7 @@ TEST_F(QuoxelinMenuBarContentTests, followsThePointerAcrossAccounts) {
     EXPECT_FALSE(isHighlighted("tanaka.haru@example.org"));
 }
 
-TEST_F(QuoxelinMenuBarContentTests, keepsTheHighlightWhenTheNextAccountIsEnteredFirst) {
-    logIn();
+TEST_F(QuoxelinMenuBarContentLoggedIn, keepsTheHighlightWhenTheNextAccountIsEnteredFirst) {
     content->isMorePopoverPresented = true;
     const auto shown = tree();
     const auto& profiles = findRow(shown, "tanaka.haru@example.org");
@@ -279,8 +270,7 @@ TEST_F(QuoxelinMenuBarContentTests, keepsTheHighlightWhenTheNextAccountIsEntered
 
 // Updates, "More" and quitting
 
-TEST_F(QuoxelinMenuBarContentTests, checksForUpdatesWhenItCan) {
-    logIn();
+TEST_F(QuoxelinMenuBarContentLoggedIn, checksForUpdatesWhenItCan) {
     system.updates.setCanCheckForUpdates(false);
     EXPECT_TRUE(findRow(tree(), "Check for Updates...")->disabled);
     system.updates.setCanCheckForUpdates(true);
@@ -288,8 +278,7 @@ TEST_F(QuoxelinMenuBarContentTests, checksForUpdatesWhenItCan) {
     EXPECT_EQ(system.updates.requests(), 1);
 }
 
-TEST_F(QuoxelinMenuBarContentTests, opensAndClosesMore) {
-    logIn();
+TEST_F(QuoxelinMenuBarContentLoggedIn, opensAndClosesMore) {
     EXPECT_FALSE(shows("Logout"));
     click("More");
     EXPECT_TRUE(shows("Logout"));
@@ -297,8 +286,7 @@ TEST_F(QuoxelinMenuBarContentTests, opensAndClosesMore) {
     EXPECT_FALSE(shows("Logout"));
 }
 
-TEST_F(QuoxelinMenuBarContentTests, closesAPopoverWhenTheUserClicksElsewhere) {
-    logIn();
+TEST_F(QuoxelinMenuBarContentLoggedIn, closesAPopoverWhenTheUserClicksElsewhere) {
     click("More");
     const auto shown = tree();
     findRow(shown, "More")->popover->onDismiss();
@@ -311,8 +299,7 @@ TEST_F(QuoxelinMenuBarContentTests, closesAPopoverWhenTheUserClicksElsewhere) {
     EXPECT_FALSE(content->isSwitchAccountPopoverPresented);
 }
 
-TEST_F(QuoxelinMenuBarContentTests, doesNotReopenAPopoverAfterTheNextLogin) {
-    logIn();
+TEST_F(QuoxelinMenuBarContentLoggedIn, doesNotReopenAPopoverAfterTheNextLogin) {
     click("More");
     click("Logout");
     EXPECT_THAT(log(), Contains("[State] logout called"));
@@ -321,15 +308,13 @@ TEST_F(QuoxelinMenuBarContentTests, doesNotReopenAPopoverAfterTheNextLogin) {
     EXPECT_FALSE(shows("Logout"));
 }
 
-TEST_F(QuoxelinMenuBarContentTests, keepsAPopoverOpenWhileDetailsOfTheAccountChange) {
-    logIn();
+TEST_F(QuoxelinMenuBarContentLoggedIn, keepsAPopoverOpenWhileDetailsOfTheAccountChange) {
     click("More");
     edit([](auto& login) { login.hostName = "another"; });
     EXPECT_TRUE(shows("Logout"));
 }
 
-TEST_F(QuoxelinMenuBarContentTests, opensTheProductsPages) {
-    logIn();
+TEST_F(QuoxelinMenuBarContentLoggedIn, opensTheProductsPages) {
     click("More");
     click("About");
     click("Docs");
@@ -337,8 +322,7 @@ TEST_F(QuoxelinMenuBarContentTests, opensTheProductsPages) {
                 ElementsAre("https://quoxelin.com/", "https://docs.quoxelin.com/"));
 }
 
-TEST_F(QuoxelinMenuBarContentTests, leavesTheProductsPagesOutOfAWhiteLabelBuildOnly) {
-    logIn();
+TEST_F(QuoxelinMenuBarContentLoggedIn, leavesTheProductsPagesOutOfAWhiteLabelBuildOnly) {
     click("More");
     auto& key = system.mainBundle.infoDictionary["QXConductorURL"];
     for (const auto* const ordinary : {"", "$(CONDUCTOR_URL)", "https://$(HOST)/"}) {
@@ -351,8 +335,7 @@ TEST_F(QuoxelinMenuBarContentTests, leavesTheProductsPagesOutOfAWhiteLabelBuildO
     EXPECT_TRUE(shows("About") && shows("Docs"));
 }
 
-TEST_F(QuoxelinMenuBarContentTests, uninstallsOnlyAfterConfirmation) {
-    logIn();
+TEST_F(QuoxelinMenuBarContentLoggedIn, uninstallsOnlyAfterConfirmation) {
     click("More");
     click("Uninstall Quoxelin");
     const auto asked = tree();
