@@ -1,5 +1,7 @@
 #include "Platform/Linux/AlertBox.h"
 
+#include "Platform/Linux/FloatingWindow.h"
+#include "Platform/Linux/ScreenGeometry.h"
 #include "Platform/Linux/Symbols.h"
 #include "Platform/Linux/Theme.h"
 
@@ -97,6 +99,10 @@ void AlertBox::present() {
     while (auto* popup = QApplication::activePopupWidget())
         popup->close();
     box.open();
+    // On a layer shell, what is above what is up to the compositor.
+    const auto* owner = dynamic_cast<const FloatingWindow*>(anchor.window());
+    if (owner != nullptr && LayerShell::instance() != nullptr)
+        box.move(placeBeside(owner->card(), owner->card().top(), box.size()));
 }
 
 } // namespace quoxelin

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Platform/Linux/Wayland/LayeredWindow.h"
 #include "View/Element.h"
 
 #include <QMessageBox>
@@ -21,7 +22,7 @@ class AlertBox final : public Presentation<Alert> {
     void bindButtons(const Alert& record);
 
     QWidget& anchor;
-    QMessageBox box;
+    LayeredWindow<QMessageBox> box;
     std::vector<std::function<void()>> actions;
 };
 

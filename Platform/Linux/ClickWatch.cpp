@@ -2,6 +2,7 @@
 
 #include "Platform/Linux/FloatingWindow.h"
 #include "Platform/Linux/ScreenGeometry.h"
+#include "Platform/Linux/Wayland/LayerShell.h"
 #include "Platform/Linux/X11Desktop.h"
 #include "Platform/NSPanel.h"
 
@@ -37,6 +38,22 @@ bool isOwnWindowAt(const QPoint& point) {
     });
 }
 
+bool isPanel(const QWidget& window) {
+    return dynamic_cast<const FloatingWindow*>(&window) != nullptr &&
+           window.windowType() != Qt::Popup;
+}
+
+/// Neither a panel nor part of one.
+bool isOrdinary(const QWidget& window) {
+    return window.parentWidget() == nullptr &&
+           (window.windowType() == Qt::Window || window.windowType() == Qt::Dialog);
+}
+
+/// An X server that runs on a Wayland compositor hears only the presses in X windows.
+bool hearsEveryPress() {
+    return X11Desktop::instance() != nullptr && !ClickCatcher::isNeeded();
+}
+
 bool isFloatingWindowVisible() {
     const auto windows = QApplication::topLevelWidgets();
     return std::any_of(windows.begin(), windows.end(), [](const QWidget* window) {
@@ -47,17 +64,23 @@ bool isFloatingWindowVisible() {
 } // namespace
 
 ClickWatch::ClickWatch() {
-    if (X11Desktop::instance() != nullptr)
-        return;
-    connect(qApp, &QGuiApplication::focusWindowChanged, this, [this](const QWindow* window) {
-        if (window == nullptr)
-            report(NSEventMaskLeftMouseDown);
-    });
+    qApp->installEventFilter(this);
+    if (ClickCatcher::isNeeded())
+        catcher.emplace([this](Qt::MouseButton button) {
+            handlers.notify(button == Qt::LeftButton ? NSEventMaskLeftMouseDown
+                                                     : NSEventMaskRightMouseDown);
+        });
+    // On the layer shell the focus is ours until the panel closes.
+    if (LayerShell::instance() == nullptr && !hearsEveryPress())
+        connect(qApp, &QGuiApplication::focusWindowChanged, this, [this](const QWindow* window) {
+            if (window == nullptr)
+                report(NSEventMaskLeftMouseDown, std::nullopt);
+        });
 }
 
 Subscription ClickWatch::add(unsigned long long mask, std::function<void()> handler) {
-    if (auto* x11 = X11Desktop::instance(); x11 != nullptr && handlers.empty())
-        x11->setMousePressed([this](X11Desktop::MouseButton button) {
+    if (hearsEveryPress() && handlers.empty())
+        X11Desktop::instance()->setMousePressed([this](X11Desktop::MouseButton button) {
             onPress(button == X11Desktop::MouseButton::left ? NSEventMaskLeftMouseDown
                                                             : NSEventMaskRightMouseDown);
         });
@@ -68,17 +91,49 @@ Subscription ClickWatch::add(unsigned long long mask, std::function<void()> hand
 }
 
 std::optional<QPoint> ClickWatch::placeOfClick(const QPoint& reported) const {
-    if (lastPress && std::chrono::steady_clock::now() - lastPress->at < longestClick)
+    if (lastPress && lastPress->place &&
+        std::chrono::steady_clock::now() - lastPress->at < longestClick)
         return lastPress->place;
     if (isNear(QCursor::pos(), reported) || isOnBar(reported))
         return reported;
     return std::nullopt;
 }
 
+void ClickWatch::findPointer(const std::function<void(std::optional<QPoint>)>& found) {
+    if (!catcher) {
+        found(std::nullopt);
+        return;
+    }
+    catcher->findPointer([this, found](std::optional<QPoint> place) {
+        found(place);
+        if (!isFloatingWindowVisible())
+            catcher->hide();
+    });
+}
+
+bool ClickWatch::eventFilter(QObject* object, QEvent* event) {
+    const bool isShown = event->type() == QEvent::Show;
+    if ((!isShown && event->type() != QEvent::Hide) || event->spontaneous())
+        return false;
+    const auto* window = qobject_cast<QWidget*>(object);
+    if (window == nullptr || !window->isWindow())
+        return false;
+    if (isPanel(*window) && catcher) {
+        if (isShown)
+            catcher->show();
+        else
+            catcher->hide();
+    } else if (isShown && isOrdinary(*window)) {
+        handlers.notify(NSEventMaskLeftMouseDown);
+    }
+    return false;
+}
+
 bool ClickWatch::takeClickOnStatusItem() {
     const auto now = std::chrono::steady_clock::now();
     const auto press = std::exchange(lastPress, std::nullopt);
-    if (press && now - press->at < longestClick && isNear(QCursor::pos(), press->place))
+    if (press && now - press->at < longestClick &&
+        (!press->place || isNear(QCursor::pos(), *press->place)))
         return press->hidWindow;
     clickBeforePress = now;
     return false;
@@ -92,14 +147,14 @@ void ClickWatch::onPress(unsigned long long kind) {
     const auto point = QCursor::pos();
     if (isOwnWindowAt(point) || (statusItemArea && statusItemArea().contains(point)))
         return;
-    report(kind);
+    report(kind, point);
 }
 
-void ClickWatch::report(unsigned long long kind) {
+void ClickWatch::report(unsigned long long kind, std::optional<QPoint> place) {
     const bool wasVisible = isFloatingWindowVisible();
     handlers.notify(kind);
-    lastPress = Press{std::chrono::steady_clock::now(), QCursor::pos(),
-                      wasVisible && !isFloatingWindowVisible()};
+    lastPress =
+        Press{std::chrono::steady_clock::now(), place, wasVisible && !isFloatingWindowVisible()};
 }
 
 } // namespace quoxelin

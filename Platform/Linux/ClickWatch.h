@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Base/ObserverList.h"
+#include "Platform/Linux/Wayland/ClickCatcher.h"
 #include "Platform/NSPanel.h"
 
 #include <QObject>
@@ -12,8 +13,9 @@
 
 namespace quoxelin {
 
-/// Reports mouse presses outside the application's windows and its status item. On desktops that
-/// hide those presses, losing the keyboard focus counts as one. Main thread only.
+/// Reports mouse presses outside the application's panel and its status item. On desktops that hide
+/// those presses, losing the keyboard focus counts as one, and so does an ordinary window of ours
+/// that opens, which the panel would cover. Main thread only.
 class ClickWatch final : public QObject {
   public:
     ClickWatch();
@@ -28,6 +30,10 @@ class ClickWatch final : public QObject {
     /// useless. Empty if it is unknown, for example because it was not a mouse's click.
     std::optional<QPoint> placeOfClick(const QPoint& reported) const;
 
+    /// Calls back, at once or within a second, with the pointer's place if this desktop
+    /// tells it only now.
+    void findPointer(const std::function<void(std::optional<QPoint>)>& found);
+
     /// For a status item at an unknown place. The tray usually reports the click after the X server
     /// reports the press, which we first mistake for a press elsewhere. Returns true if that press
     /// has just hidden our window: the click has then had its effect. A press that is reported
@@ -35,20 +41,24 @@ class ClickWatch final : public QObject {
     bool takeClickOnStatusItem();
 
     /// Acts like a left press outside everything that is ours.
-    void pressElsewhere() { report(NSEventMaskLeftMouseDown); }
+    void pressElsewhere() { report(NSEventMaskLeftMouseDown, std::nullopt); }
+
+  protected:
+    bool eventFilter(QObject* object, QEvent* event) override;
 
   private:
     void onPress(unsigned long long kind);
-    void report(unsigned long long kind);
+    void report(unsigned long long kind, std::optional<QPoint> place);
 
     using Instant = std::chrono::steady_clock::time_point;
     struct Press {
         Instant at;
-        QPoint place;
+        std::optional<QPoint> place;
         bool hidWindow;
     };
 
     ObserverList<unsigned long long> handlers;
+    std::optional<ClickCatcher> catcher;
     std::function<QRect()> statusItemArea;
     /// The last reported press, which may turn out to be a click on the status item.
     std::optional<Press> lastPress;

@@ -16,22 +16,6 @@ QByteArray label(const QAction& action) {
     return action.text().replace('_', "__").toUtf8();
 }
 
-/// Uses the key names of the menu protocol.
-int appendShortcut(sd_bus_message* message, const QKeySequence& shortcut) {
-    auto keys = shortcut.toString(QKeySequence::PortableText).split('+');
-    keys.replaceInStrings("Ctrl", "Control");
-    sd_bus_message_open_container(message, SD_BUS_TYPE_DICT_ENTRY, "sv");
-    sd_bus_message_append(message, "s", "shortcut");
-    sd_bus_message_open_container(message, SD_BUS_TYPE_VARIANT, "aas");
-    sd_bus_message_open_container(message, SD_BUS_TYPE_ARRAY, "as");
-    sd_bus_message_open_container(message, SD_BUS_TYPE_ARRAY, "s");
-    for (const auto& key : keys)
-        sd_bus_message_append(message, "s", key.toUtf8().constData());
-    for (int container = 0; container < 3; ++container)
-        sd_bus_message_close_container(message);
-    return sd_bus_message_close_container(message);
-}
-
 int aboutToShow(sd_bus_message* message, void*, sd_bus_error*) {
     return sd_bus_reply_method_return(message, "b", 0);
 }
@@ -109,8 +93,6 @@ int DBusMenu::appendProperties(sd_bus_message* message, int id) const {
     else if (action != nullptr) {
         sd_bus_message_append(message, "{sv}", "label", "s", label(*action).constData());
         sd_bus_message_append(message, "{sv}", "enabled", "b", action->isEnabled() ? 1 : 0);
-        if (!action->shortcut().isEmpty())
-            appendShortcut(message, action->shortcut());
     }
     return sd_bus_message_close_container(message);
 }

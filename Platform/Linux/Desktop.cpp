@@ -1,6 +1,9 @@
 #include "Platform/Linux/Desktop.h"
 
+#include "Platform/Linux/Wayland/LayerShell.h"
+
 #include <QIcon>
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
@@ -21,15 +24,15 @@ void writeMessage(QtMsgType, const QMessageLogContext&, const QString& message) 
         std::fprintf(stderr, "%s\n", qPrintable(message));
 }
 
+constexpr const char* windowSystemVariable = "QT_QPA_PLATFORM";
+
 bool isSet(const char* variable) {
     const char* value = std::getenv(variable);
     return value != nullptr && *value != '\0';
 }
 
 /// Qt would end the process if DISPLAY names a server that does not answer.
-bool canShowWindows() {
-    if (isSet("WAYLAND_DISPLAY"))
-        return true;
+bool hasX11() {
     if (!isSet("DISPLAY"))
         return false;
     const std::unique_ptr<xcb_connection_t, decltype(&xcb_disconnect)> connection(
@@ -37,10 +40,28 @@ bool canShowWindows() {
     return xcb_connection_has_error(connection.get()) == 0;
 }
 
+/// For Qt. Only on a layer shell can a Wayland window be a panel; elsewhere the compositor's X
+/// server is better, if it has one.
+std::string windowSystem() {
+    const auto isLayered =
+        isSet("WAYLAND_DISPLAY") ? LayerShell::isOffered() : std::optional<bool>();
+    if (isLayered == true) {
+        LayerShell::prepare();
+        // Its X server may start only when it is used.
+        return isSet("DISPLAY") ? "wayland;xcb" : "wayland;offscreen";
+    }
+    if (hasX11())
+        return "xcb";
+    return isLayered ? "wayland;offscreen" : "offscreen";
+}
+
 /// Sets the variables that Qt reads when its application object is made.
 const std::string& withEnvironment(const std::string& name) {
-    if (!isSet("QT_QPA_PLATFORM") && !canShowWindows())
-        ::setenv("QT_QPA_PLATFORM", "offscreen", 0);
+    if (!isSet(windowSystemVariable))
+        ::setenv(windowSystemVariable, windowSystem().c_str(), 1);
+    else if (std::string_view(std::getenv(windowSystemVariable)).starts_with("wayland") &&
+             LayerShell::isOffered() == true)
+        LayerShell::prepare();
     // NetworkManager's library needs GLib's event loop.
     ::unsetenv("QT_NO_GLIB");
     return name;
@@ -69,8 +90,12 @@ SessionBusGuard::SessionBusGuard(Bus& bus) : address(variable(sessionBusVariable
 }
 
 Toolkit::Toolkit(const std::string& name, Bus& sessionBus)
-    : guard(sessionBus), program(withEnvironment(name)), arguments{program.data(), nullptr},
+    : guard(sessionBus), choosesWindowSystem(!isSet(windowSystemVariable)),
+      program(withEnvironment(name)), arguments{program.data(), nullptr},
       application(argumentCount, arguments) {
+    // Other programs make their own choice.
+    if (choosesWindowSystem)
+        qunsetenv(windowSystemVariable);
     sessionBus.serve();
     loadAssets();
     if (!hasDisplay())
@@ -88,8 +113,18 @@ bool Toolkit::hasDisplay() {
 }
 
 Desktop::Desktop(const LaunchOptions& options) : toolkit(options.program, sessionBus) {
+    application.setOpening([this] { comeToTheFront(); });
     if (options.callbackURL)
         appleEventManager.send(options.callbackURL);
+}
+
+void Desktop::comeToTheFront() {
+    const auto windows = QApplication::topLevelWidgets();
+    if (std::any_of(windows.begin(), windows.end(),
+                    [](const QWidget* window) { return window->isVisible(); }))
+        application.activateIgnoringOtherApps();
+    else
+        statusBar.click();
 }
 
 } // namespace quoxelin

@@ -14,6 +14,7 @@
 #include "Platform/Linux/QuitSignals.h"
 #include "Platform/Linux/Services/Bus.h"
 #include "Platform/Linux/SyslogSystemLog.h"
+#include "Platform/Linux/Wayland/LayeredToolTips.h"
 #include "Platform/Linux/XdgFileManager.h"
 #include "Platform/PlatformFactory.h"
 
@@ -46,6 +47,7 @@ class Toolkit {
 
   private:
     SessionBusGuard guard;
+    bool choosesWindowSystem;
     std::string program;
     char* arguments[2];
     int argumentCount = 1;
@@ -60,6 +62,9 @@ struct Desktop {
     /// Whether there may be a user at the screen.
     bool isAttended() const { return Toolkit::hasDisplay(); }
 
+    /// Shows the panel, or brings what is open to the front.
+    void comeToTheFront();
+
     Bus sessionBus{Bus::sessionAddress()};
     Toolkit toolkit;
     QtDispatch dispatch;
@@ -69,6 +74,7 @@ struct Desktop {
     XdgFileManager fileManager;
     QtApplication application{notificationCenter};
     ClickWatch clicks;
+    LayeredToolTips toolTips;
     QtStatusBar statusBar{application.mainMenu(), clicks, sessionBus};
     QtPanels panels{clicks};
     QtWorkspace workspace;

@@ -6,10 +6,12 @@
 
 #include <QApplication>
 #include <QKeyEvent>
+#include <QMarginsF>
 #include <QPainter>
 #include <QPainterPath>
 #include <QScrollBar>
 #include <QVBoxLayout>
+#include <QWindow>
 
 namespace quoxelin {
 
@@ -40,7 +42,7 @@ void updateLayouts(QWidget& widget) {
 } // namespace
 
 FloatingWindow::FloatingWindow(QWidget* parent, Qt::WindowFlags flags)
-    : QWidget(parent, flags | Qt::FramelessWindowHint | Qt::NoDropShadowWindowHint),
+    : LayeredWindow(parent, flags | Qt::FramelessWindowHint | Qt::NoDropShadowWindowHint),
       scrollArea(new QScrollArea(this)), isBlended(desktopBlendsWindows()) {
     setAttribute(Qt::WA_TranslucentBackground);
     // The window itself has the focus until the user moves through the rows, so no row is marked at
@@ -117,7 +119,8 @@ void FloatingWindow::fitContent() {
     const auto size = wantedCardSize().grownBy(shadowMargins());
     if (size == this->size())
         return;
-    resize(size);
+    // Tiling window managers do not tile a window of a fixed size.
+    setFixedSize(size);
     if (isVisible() && resized)
         resized();
 }
@@ -154,12 +157,25 @@ void FloatingWindow::keyPressEvent(QKeyEvent* event) {
 
 void FloatingWindow::showEvent(QShowEvent* event) {
     setFocus();
+    tellDesktopOfShadow();
     QWidget::showEvent(event);
 }
 
 void FloatingWindow::resizeEvent(QResizeEvent* event) {
-    QWidget::resizeEvent(event);
+    LayeredWindow::resizeEvent(event);
     updateShape();
+    tellDesktopOfShadow();
+}
+
+/// A press on the shadow is for what is below it, and the shadow may reach over bars.
+void FloatingWindow::tellDesktopOfShadow() {
+    if (!isVisible())
+        return;
+    if (LayerShell::instance() != nullptr)
+        windowHandle()->setMask(rect().marginsRemoved(shadowMargins()));
+    if (auto* x11 = X11Desktop::instance())
+        x11->setShadow(static_cast<std::uint32_t>(winId()),
+                       (QMarginsF(shadowMargins()) * devicePixelRatio()).toMargins());
 }
 
 /// Without a compositor the corners are cut off hard.

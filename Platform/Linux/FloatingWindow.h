@@ -1,14 +1,15 @@
 #pragma once
 
+#include "Platform/Linux/Wayland/LayeredWindow.h"
+
 #include <QScrollArea>
-#include <QWidget>
 #include <functional>
 
 namespace quoxelin {
 
 /// A frameless window that looks like a card: rounded, with a soft shadow if the desktop can show
 /// one. It is as large as its content, which scrolls if the screen is smaller.
-class FloatingWindow : public QWidget {
+class FloatingWindow : public LayeredWindow<QWidget> {
   public:
     FloatingWindow(QWidget* parent, Qt::WindowFlags flags);
 
@@ -45,6 +46,7 @@ class FloatingWindow : public QWidget {
     QMargins shadowMargins() const;
     QSize wantedCardSize() const;
     void updateShape();
+    void tellDesktopOfShadow();
     void paintShadow(QPainter& painter) const;
 
     QScrollArea* scrollArea;

@@ -1,7 +1,5 @@
 #include "Platform/Linux/LinuxHost.h"
 
-#include <algorithm>
-
 namespace quoxelin {
 
 namespace {
@@ -24,7 +22,7 @@ LinuxHost::LinuxHost(const LaunchOptions& options)
                                           for (const auto& url : urls)
                                               desktop.appleEventManager.send(url);
                                       },
-                                  .activate = [this] { comeToTheFront(); }}),
+                                  .activate = [this] { desktop.comeToTheFront(); }}),
       processInfo(mainBundle, options.program),
       systemExtensions(
           {.bundle = mainBundle.bundleURL(), .installer = QUOXELIN_LIBEXEC "/install-extension"}),
@@ -59,16 +57,6 @@ Platform LinuxHost::compose(const LaunchOptions& options) {
         .appleEventManager = desktop.appleEventManager,
         .daemonSocketPath = options.socketPath.value_or(defaultDaemonSocketPath),
     };
-}
-
-/// Opens the panel on a desktop without a tray.
-void LinuxHost::comeToTheFront() {
-    const auto windows = QApplication::topLevelWidgets();
-    if (std::any_of(windows.begin(), windows.end(),
-                    [](const QWidget* window) { return window->isVisible(); }))
-        desktop.application.activateIgnoringOtherApps();
-    else
-        desktop.statusBar.click();
 }
 
 void LinuxHost::observeMissingServices(std::function<void(const std::string&)> observer) {

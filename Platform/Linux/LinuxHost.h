@@ -33,7 +33,6 @@ class LinuxHost final : public PlatformHost {
 
   private:
     Platform compose(const LaunchOptions& options);
-    void comeToTheFront();
 
     Desktop desktop;
     Bus& sessionBus = desktop.sessionBus;

@@ -1,23 +1,11 @@
 #include "Platform/Linux/MainMenu.h"
 
 #include <QApplication>
-#include <QKeySequence>
 #include <QMessageBox>
 
 namespace quoxelin {
 
 namespace {
-
-QKeySequence shortcutOf(const NSMenuItem& item) {
-    if (item.keyEquivalent.empty())
-        return {};
-    QString keys;
-    if (item.keyEquivalentModifierMask & NSEventModifierFlagCommand)
-        keys += "Ctrl+";
-    if (item.keyEquivalentModifierMask & NSEventModifierFlagOption)
-        keys += "Alt+";
-    return QKeySequence(keys + QString::fromStdString(item.keyEquivalent).toUpper());
-}
 
 void showAboutPanel() {
     auto* box = new QMessageBox;
@@ -47,6 +35,11 @@ std::function<void()> MainMenu::standardAction(const std::string& selector) {
 
 void MainMenu::setItems(const std::vector<NSMenuItem>& items) {
     widget.clear();
+    if (opening) {
+        QObject::connect(widget.addAction("Open " + QApplication::applicationDisplayName()),
+                         &QAction::triggered, &widget, opening);
+        widget.addSeparator();
+    }
     for (const auto& item : items) {
         if (item.title.empty()) {
             widget.addSeparator();
@@ -56,7 +49,6 @@ void MainMenu::setItems(const std::vector<NSMenuItem>& items) {
         if (!perform)
             continue;
         auto* action = widget.addAction(QString::fromStdString(item.title));
-        action->setShortcut(shortcutOf(item));
         QObject::connect(action, &QAction::triggered, action, perform);
         if (item.isEnabled)
             QObject::connect(

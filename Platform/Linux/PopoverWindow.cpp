@@ -8,10 +8,6 @@
 
 namespace quoxelin {
 
-namespace {
-constexpr int gap = 4;
-}
-
 PopoverWindow::PopoverWindow(QWidget& anchor)
     : FloatingWindow(anchor.window(), Qt::Popup), anchor(anchor) {
     // The press that closes the popover must not press a row below it.
@@ -46,10 +42,7 @@ void PopoverWindow::moveBesideAnchor() {
     const auto* owner = dynamic_cast<const FloatingWindow*>(anchor.window());
     const auto beside = owner != nullptr ? owner->card() : anchor.window()->geometry();
     const auto top = anchor.mapToGlobal(QPoint(0, 0)).y();
-    QRect place(QPoint(beside.right() + 1 + gap, top), card().size());
-    if (place.right() > usableScreenAt(beside.center()).right())
-        place.moveRight(beside.left() - 1 - gap);
-    moveCard(movedOntoScreen(place, beside.center()).topLeft());
+    moveCard(placeBeside(beside, top, card().size()));
 }
 
 void PopoverWindow::hideEvent(QHideEvent* event) {

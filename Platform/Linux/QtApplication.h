@@ -17,6 +17,9 @@ class QtApplication final : public QObject, public NSApplication {
     void activateIgnoringOtherApps() override;
     void setMainMenu(const std::vector<NSMenuItem>& submenu) override;
 
+    /// `opening` opens the panel. Call before the menu is set.
+    void setOpening(std::function<void()> opening) { menu.setOpening(std::move(opening)); }
+
     QMenu& mainMenu() { return menu.menu(); }
 
   private:

@@ -4,6 +4,7 @@
 #include "Platform/Linux/FloatingWindow.h"
 #include "Platform/Linux/QtHostingView.h"
 #include "Platform/Linux/ScreenGeometry.h"
+#include "Platform/Linux/Wayland/LayerShell.h"
 
 #include <cmath>
 
@@ -46,8 +47,6 @@ class QtPanel final : public NSPanel {
         : bounds{0, 0, options.contentRect.width, options.contentRect.height},
           window(flagsOf(options)) {
         window.setHasShadow(options.hasShadow);
-        window.resize(static_cast<int>(std::lround(bounds.width)),
-                      static_cast<int>(std::lround(bounds.height)));
         window.setEscapePressed([this] { orderOut(); });
         window.setResized([this] { moveToPlace(); });
     }
@@ -66,6 +65,8 @@ class QtPanel final : public NSPanel {
     }
 
     void setFrameOrigin(double x, double y) override {
+        if (auto* shell = LayerShell::instance())
+            shell->measureScreens();
         window.fitContent();
         wanted = topLeftOnScreen(x, y, window.card().height());
         window.setScreenPoint(iconPlace());
@@ -89,7 +90,7 @@ class QtPanel final : public NSPanel {
 
   private:
     QPoint iconPlace() const {
-        return wanted + QPoint(window.card().width() / 2, -gapBelowIcon - 1);
+        return wanted + QPoint((window.card().width() - 1) / 2, -gapBelowIcon - 1);
     }
 
     /// Not from the window's present place, which a window manager may be changing.

@@ -1,5 +1,6 @@
 #include "Platform/Linux/QtStatusBar.h"
 
+#include "Platform/Linux/BarColor.h"
 #include "Platform/Linux/ClickWatch.h"
 #include "Platform/Linux/ScreenGeometry.h"
 #include "Platform/Linux/StatusNotifierItem.h"
@@ -8,15 +9,31 @@
 
 #include <QApplication>
 #include <QCursor>
-#include <QEvent>
+#include <QPointer>
+#include <QStandardPaths>
 #include <QSystemTrayIcon>
+#include <QTimer>
 
 namespace quoxelin {
+
+namespace {
+
+constexpr std::chrono::milliseconds trayPatience{500};
+
+/// The name of the symbolic icon; empty if the application is not installed.
+QString installedIcon() {
+    const auto name = QGuiApplication::desktopFileName() + "-symbolic";
+    const auto file = "icons/hicolor/symbolic/apps/" + name + ".svg";
+    const bool isInstalled =
+        !QStandardPaths::locate(QStandardPaths::GenericDataLocation, file).isEmpty();
+    return isInstalled ? name : QString();
+}
+
+} // namespace
 
 class QtStatusBar::Button final : public QObject, public NSStatusBarButton {
   public:
     explicit Button(QtStatusBar& bar) : bar(bar) {
-        qApp->installEventFilter(this);
         bar.clicks.setStatusItemArea([this] { return area(); });
         bar.button = this;
         move();
@@ -67,19 +84,11 @@ class QtStatusBar::Button final : public QObject, public NSStatusBarButton {
         refresh();
     }
 
-  protected:
-    bool eventFilter(QObject* object, QEvent* event) override {
-        if (object == qApp && event->type() == QEvent::ApplicationPaletteChange)
-            refresh();
-        return false;
-    }
-
   private:
     QRect area() const { return embedded ? embedded->geometry() : QRect(); }
 
     void embed() {
         embedded = std::make_unique<QSystemTrayIcon>();
-        embedded->setToolTip(QApplication::applicationDisplayName());
         embedded->setContextMenu(&bar.contextMenu);
         connect(embedded.get(), &QSystemTrayIcon::activated, this,
                 [this](QSystemTrayIcon::ActivationReason reason) {
@@ -90,17 +99,23 @@ class QtStatusBar::Button final : public QObject, public NSStatusBarButton {
                 });
         refresh();
         embedded->show();
+        // The tray has given it a place by then, whose color can be read.
+        QTimer::singleShot(trayPatience, embedded.get(), [this] { refresh(); });
     }
 
     void refresh() {
         if (!item && !embedded)
             return;
-        const auto tint = QApplication::palette().color(QPalette::WindowText);
+        const auto tint = colorForIconAt(area());
         const auto icon = image ? image->icon(tint) : textIcon(title, tint);
-        if (item)
-            item->setIcon(icon);
-        if (embedded)
+        if (item) {
+            item->setIcon(image ? installedIcon() : QString(), icon);
+            item->setToolTip(toolTip);
+        }
+        if (embedded) {
             embedded->setIcon(icon);
+            embedded->setToolTip(toolTip);
+        }
     }
 
     void activate(const QPoint& reported) {
@@ -110,12 +125,19 @@ class QtStatusBar::Button final : public QObject, public NSStatusBarButton {
             if (bar.clicks.takeClickOnStatusItem())
                 return;
         }
-        click();
+        bar.clicks.findPointer([self = QPointer(this)](std::optional<QPoint> place) {
+            if (!self)
+                return;
+            if (place)
+                self->lastClick = place;
+            self->click();
+        });
     }
 
     QtStatusBar& bar;
     std::shared_ptr<TemplateImage> image;
     std::string title;
+    QString toolTip = QApplication::applicationDisplayName();
     std::function<void()> action;
     std::optional<QPoint> lastClick;
     std::optional<StatusNotifierItem> item;

@@ -1,6 +1,7 @@
 #include "Platform/Linux/QtWorkspace.h"
 
 #include "Platform/Linux/Services/GLib.h"
+#include "Platform/Linux/Wayland/LayerShell.h"
 
 #include <QStandardPaths>
 #include <QString>
@@ -18,7 +19,10 @@ using Application = GPtr<GAppInfo>;
 void launch(GAppInfo* application, const std::string* uri) {
     GList* const uris =
         uri == nullptr ? nullptr : g_list_append(nullptr, const_cast<char*>(uri->c_str()));
-    g_app_info_launch_uris_async(application, uris, nullptr, nullptr, nullptr, nullptr);
+    const GPtr<GAppLaunchContext> context(g_app_launch_context_new());
+    for (const auto* variable : LayerShell::environmentVariables())
+        g_app_launch_context_unsetenv(context.get(), variable);
+    g_app_info_launch_uris_async(application, uris, context.get(), nullptr, nullptr, nullptr);
     g_list_free(uris);
 }
 

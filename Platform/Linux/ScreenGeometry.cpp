@@ -1,5 +1,6 @@
 #include "Platform/Linux/ScreenGeometry.h"
 
+#include "Platform/Linux/Wayland/LayerShell.h"
 #include "Platform/Linux/X11Desktop.h"
 
 #include <QGuiApplication>
@@ -23,20 +24,12 @@ int distance(const QRect& area, const QPoint& point) {
     return (nearest - point).manhattanLength();
 }
 
-/// Null without a screen.
-const QScreen* screenAt(const QPoint& point) {
-    const auto screens = QGuiApplication::screens();
-    const auto nearest =
-        std::min_element(screens.begin(), screens.end(), [&](const auto* a, const auto* b) {
-            return distance(a->geometry(), point) < distance(b->geometry(), point);
-        });
-    return nearest == screens.end() ? nullptr : *nearest;
-}
-
 QRect usablePart(const QScreen& screen) {
+    if (const auto* shell = LayerShell::instance())
+        return shell->usablePart(screen);
     const auto* x11 = X11Desktop::instance();
-    // With several screens Qt does not know where the bars are.
-    if (x11 == nullptr || QGuiApplication::screens().size() == 1)
+    // With several screens or without a window manager Qt does not know where the bars are.
+    if (x11 == nullptr || screen.availableGeometry() != screen.geometry())
         return screen.availableGeometry();
     const auto ratio = screen.devicePixelRatio();
     const auto whole = screen.geometry();
@@ -45,6 +38,15 @@ QRect usablePart(const QScreen& screen) {
 }
 
 } // namespace
+
+QScreen* screenAt(const QPoint& point) {
+    const auto screens = QGuiApplication::screens();
+    const auto nearest =
+        std::min_element(screens.begin(), screens.end(), [&](const auto* a, const auto* b) {
+            return distance(a->geometry(), point) < distance(b->geometry(), point);
+        });
+    return nearest == screens.end() ? nullptr : *nearest;
+}
 
 NSRect fromScreen(const QRect& rectangle) {
     return {static_cast<double>(rectangle.x()),
@@ -69,6 +71,14 @@ QRect movedOntoScreen(const QRect& rectangle, const QPoint& point) {
     moved.moveLeft(std::max(area.left(), std::min(moved.left(), area.right() + 1 - moved.width())));
     moved.moveTop(std::max(area.top(), std::min(moved.top(), area.bottom() + 1 - moved.height())));
     return moved;
+}
+
+QPoint placeBeside(const QRect& card, int top, const QSize& size) {
+    constexpr int gap = 4;
+    QRect place(QPoint(card.right() + 1 + gap, top), size);
+    if (place.right() > usableScreenAt(card.center()).right())
+        place.moveRight(card.left() - 1 - gap);
+    return movedOntoScreen(place, card.center()).topLeft();
 }
 
 bool isOnBar(const QPoint& point) {

@@ -64,22 +64,27 @@ const sd_bus_vtable StatusNotifierItem::table[] = {
     SD_BUS_PROPERTY("ItemIsMenu", "b", property, 0, 0),
     SD_BUS_PROPERTY("Menu", "o", property, 0, 0),
     SD_BUS_SIGNAL("NewIcon", "", 0),
+    SD_BUS_SIGNAL("NewToolTip", "", 0),
     SD_BUS_VTABLE_END,
 };
 
 int StatusNotifierItem::property(sd_bus*, const char*, const char*, const char* name,
                                  sd_bus_message* reply, void* self, sd_bus_error*) {
+    const auto& item = *static_cast<StatusNotifierItem*>(self);
     const std::string_view asked = name;
     const auto title = QApplication::applicationDisplayName().toUtf8();
     const auto text = [reply](const char* value) {
         return sd_bus_message_append(reply, "s", value);
     };
     if (asked == "IconPixmap")
-        return appendPictures(reply, static_cast<StatusNotifierItem*>(self)->icon);
+        return appendPictures(reply, item.icon);
+    if (asked == "IconName")
+        return text(item.iconName.toUtf8().constData());
     if (asked == "Menu")
         return sd_bus_message_append(reply, "o", DBusMenu::path);
     if (asked == "ToolTip")
-        return sd_bus_message_append(reply, "(sa(iiay)ss)", "", 0, title.constData(), "");
+        return sd_bus_message_append(reply, "(sa(iiay)ss)", "", 0,
+                                     item.toolTip.toUtf8().constData(), "");
     if (asked == "Category")
         return text("ApplicationStatus");
     if (asked == "Status")
@@ -92,7 +97,7 @@ int StatusNotifierItem::property(sd_bus*, const char*, const char*, const char* 
         return sd_bus_message_append(reply, "i", 0);
     if (asked == "ItemIsMenu")
         return sd_bus_message_append(reply, "b", 0);
-    // There is no overlay, attention icon or icon name.
+    // There is no overlay or attention icon.
     return asked.ends_with("Pixmap") ? sd_bus_message_append(reply, pictures, 0) : text("");
 }
 
@@ -115,9 +120,15 @@ void StatusNotifierItem::enroll() {
         {watcher, "/StatusNotifierWatcher", watcher, "RegisterStatusNotifierItem"}, write, nullptr);
 }
 
-void StatusNotifierItem::setIcon(const QIcon& newIcon) {
-    icon = newIcon;
+void StatusNotifierItem::setIcon(const QString& name, const QIcon& pictures) {
+    iconName = name;
+    icon = pictures;
     bus.emitSignal(itemPath, itemInterface, "NewIcon", nullptr);
+}
+
+void StatusNotifierItem::setToolTip(const QString& text) {
+    toolTip = text;
+    bus.emitSignal(itemPath, itemInterface, "NewToolTip", nullptr);
 }
 
 } // namespace quoxelin

@@ -16,7 +16,10 @@ class StatusNotifierItem {
     /// menu must outlive this object.
     StatusNotifierItem(Bus& bus, QMenu& menu, std::function<void(QPoint)> activated);
 
-    void setIcon(const QIcon& newIcon);
+    /// Trays that know the name draw that icon, in their own color if it is symbolic; others draw
+    /// the pictures. The name may be empty.
+    void setIcon(const QString& name, const QIcon& pictures);
+    void setToolTip(const QString& text);
 
   private:
     static const sd_bus_vtable table[];
@@ -26,7 +29,9 @@ class StatusNotifierItem {
 
     Bus& bus;
     std::function<void(QPoint)> activated;
+    QString iconName;
     QIcon icon;
+    QString toolTip;
     DBusMenu menu;
     Subscription object;
     Subscription enrollment;

@@ -2,6 +2,7 @@
 
 #include <QGuiApplication>
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <cstring>
 #include <xcb/xcb.h>
@@ -35,9 +36,9 @@ X11Desktop* X11Desktop::instance() {
 
 X11Desktop::X11Desktop(xcb_connection_t* connection)
     : connection(connection), root(xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root),
-      clientList(atom("_NET_CLIENT_LIST")), strut(atom("_NET_WM_STRUT_PARTIAL")),
-      manager(atom("MANAGER")), traySelection(atom("_NET_SYSTEM_TRAY_S0")),
-      compositorSelection(atom("_NET_WM_CM_S0")) {
+      frameExtents(atom("_GTK_FRAME_EXTENTS")), clientList(atom("_NET_CLIENT_LIST")),
+      strut(atom("_NET_WM_STRUT_PARTIAL")), manager(atom("MANAGER")),
+      traySelection(atom("_NET_SYSTEM_TRAY_S0")), compositorSelection(atom("_NET_WM_CM_S0")) {
     const auto* extension = xcb_get_extension_data(connection, &xcb_input_id);
     if (extension != nullptr && extension->present) {
         const Reply<xcb_input_xi_query_version_reply_t> version(xcb_input_xi_query_version_reply(
@@ -67,6 +68,14 @@ bool X11Desktop::hasCompositor() const {
     return isOwned(compositorSelection);
 }
 
+void X11Desktop::setShadow(std::uint32_t window, const QMargins& shadow) {
+    const auto length = [](int value) { return static_cast<std::uint32_t>(value); };
+    const std::array edges{length(shadow.left()), length(shadow.right()), length(shadow.top()),
+                           length(shadow.bottom())};
+    xcb_change_property(connection, XCB_PROP_MODE_REPLACE, window, frameExtents, XCB_ATOM_CARDINAL,
+                        32, edges.size(), edges.data());
+}
+
 std::vector<std::uint32_t> X11Desktop::numbers(std::uint32_t window, std::uint32_t property) const {
     constexpr std::uint32_t longest = 4096;
     const Reply<xcb_get_property_reply_t> reply(xcb_get_property_reply(
@@ -76,6 +85,18 @@ std::vector<std::uint32_t> X11Desktop::numbers(std::uint32_t window, std::uint32
         return {};
     const auto* first = static_cast<const std::uint32_t*>(xcb_get_property_value(reply.get()));
     return {first, first + reply->value_len};
+}
+
+/// All windows if nothing manages them.
+std::vector<std::uint32_t> X11Desktop::managedWindows() const {
+    if (auto windows = numbers(root, clientList); !windows.empty())
+        return windows;
+    const Reply<xcb_query_tree_reply_t> tree(
+        xcb_query_tree_reply(connection, xcb_query_tree(connection, root), nullptr));
+    if (!tree)
+        return {};
+    const auto* first = xcb_query_tree_children(tree.get());
+    return {first, first + xcb_query_tree_children_length(tree.get())};
 }
 
 /// Every bar says how far it reaches from each edge of the whole X screen, and between which
@@ -93,7 +114,7 @@ QMargins X11Desktop::barsOn(const QRect& part) const {
     const auto isBeside = [](std::uint32_t first, std::uint32_t last, int low, int high) {
         return static_cast<int>(first) <= high && static_cast<int>(last) >= low;
     };
-    for (const auto window : numbers(root, clientList)) {
+    for (const auto window : managedWindows()) {
         const auto edges = numbers(window, strut);
         if (edges.size() != 12)
             continue;

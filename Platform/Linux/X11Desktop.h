@@ -23,6 +23,9 @@ class X11Desktop final : public QAbstractNativeEventFilter {
     /// Whether a compositor shows translucent windows and shadows.
     bool hasCompositor() const;
 
+    /// Tells the window manager how much of that window is only shadow, in device pixels.
+    void setShadow(std::uint32_t window, const QMargins& shadow);
+
     /// How far the desktop's bars reach into that part of the X screen, in device pixels.
     QMargins barsOn(const QRect& part) const;
 
@@ -43,10 +46,12 @@ class X11Desktop final : public QAbstractNativeEventFilter {
 
     std::uint32_t atom(const char* name) const;
     bool isOwned(std::uint32_t selection) const;
+    std::vector<std::uint32_t> managedWindows() const;
     std::vector<std::uint32_t> numbers(std::uint32_t window, std::uint32_t property) const;
 
     xcb_connection_t* connection;
     std::uint32_t root;
+    std::uint32_t frameExtents;
     std::uint32_t clientList;
     std::uint32_t strut;
     std::uint32_t manager;

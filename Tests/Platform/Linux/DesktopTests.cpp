@@ -12,6 +12,7 @@
 
 #include <QAction>
 #include <QClipboard>
+#include <QDialog>
 #include <QGuiApplication>
 #include <QScreen>
 #include <csignal>
@@ -79,7 +80,8 @@ TEST(CallbackUrls, keepsEventsUntilThereIsAHandler) {
 TEST(MainMenu, bindsTheItemsThatExistOnThisDesktop) {
     NotificationCenter notificationCenter;
     QtApplication application(notificationCenter);
-    int checks = 0;
+    int checks = 0, openings = 0;
+    application.setOpening([&] { ++openings; });
     NSMenuItem about, check, separator, hideOthers, quit;
     about.title = "About Quoxelin";
     about.action = "orderFrontStandardAboutPanel:";
@@ -96,9 +98,11 @@ TEST(MainMenu, bindsTheItemsThatExistOnThisDesktop) {
     for (const auto* action : application.mainMenu().actions())
         titles.append(action->isSeparator() ? "-" : action->text() + action->shortcut().toString());
     EXPECT_EQ(titles.join("|").toStdString(),
-              "About Quoxelin|Check for Updates...|-|Quit QuoxelinCtrl+Q");
-    application.mainMenu().actions()[1]->trigger();
+              "Open Quoxelin|-|About Quoxelin|Check for Updates...|-|Quit Quoxelin");
+    application.mainMenu().actions()[3]->trigger();
     EXPECT_EQ(checks, 1);
+    application.mainMenu().actions()[0]->trigger();
+    EXPECT_EQ(openings, 1);
 }
 
 TEST(QtPasteboard, putsTextOnTheClipboard) {
@@ -120,6 +124,20 @@ TEST(ClickWatch, notifiesTheMonitorsOfThatButton) {
     EXPECT_EQ(right, 0);
     leftMonitor.cancel();
     clicks.pressElsewhere();
+    EXPECT_EQ(left, 1);
+}
+
+TEST(ClickWatch, countsAnOrdinaryWindowOfOursThatOpensAsAPressElsewhere) {
+    ClickWatch clicks;
+    int left = 0;
+    const auto monitor = clicks.add(NSEventMaskLeftMouseDown, [&] { ++left; });
+    QWidget panel(nullptr, Qt::Tool);
+    QDialog alert(&panel);
+    panel.show();
+    alert.show();
+    EXPECT_EQ(left, 0) << "what belongs to the panel does not hide it";
+    QDialog chooser;
+    chooser.show();
     EXPECT_EQ(left, 1);
 }
 

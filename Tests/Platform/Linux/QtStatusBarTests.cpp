@@ -1,9 +1,15 @@
+#include "Platform/Linux/BarColor.h"
 #include "Platform/Linux/ClickWatch.h"
 #include "Platform/Linux/QtStatusBar.h"
+#include "Platform/Linux/ScreenGeometry.h"
 #include "Tests/Platform/Linux/EventLoop.h"
 #include "Tests/Platform/Linux/PrivateBus.h"
 
+#include <QCursor>
 #include <QDBusArgument>
+#include <QDir>
+#include <QStandardPaths>
+#include <cmath>
 
 namespace quoxelin::testing {
 
@@ -41,7 +47,7 @@ class QtStatusBarTest : public ::testing::Test {
     QtStatusBarTest() {
         menu.addAction("About_this", [this] { chosen.push_back("about"); });
         menu.addSeparator();
-        menu.addAction("Quit", [this] { chosen.push_back("quit"); })->setShortcut({"Ctrl+Q"});
+        menu.addAction("Quit", [this] { chosen.push_back("quit"); });
         item->button()->setTitle("Q");
         item->button()->setAction([this] { ++clicks; });
     }
@@ -137,8 +143,6 @@ TEST_F(QtStatusBarTest, offersItsMenu) {
     EXPECT_EQ(root.children[0].properties.value("label"), "About__this");
     EXPECT_EQ(root.children[1].properties.value("type"), "separator");
     EXPECT_EQ(root.children[2].properties.value("label"), "Quit");
-    EXPECT_EQ(qdbus_cast<QList<QStringList>>(root.children[2].properties.value("shortcut")),
-              (QList<QStringList>{{"Control", "Q"}}));
     const auto press = [&](int id) {
         call(service, path, menuInterface, "Event",
              {id, "clicked", QVariant::fromValue(QDBusVariant(0)), 0u});
@@ -149,6 +153,71 @@ TEST_F(QtStatusBarTest, offersItsMenu) {
     press(root.children[0].id);
     runLoopUntil([&] { return chosen.size() >= 2; });
     EXPECT_EQ(chosen, (std::vector<std::string>{"quit", "about"}));
+}
+
+TEST_F(QtStatusBarTest, isWhereItWasLastClickedOrInTheTraysCornerButNeverAtThePointer) {
+    const auto tray = startTray();
+    const auto service = registration(*tray);
+    const auto click = [&](int x, int y) {
+        call(service, "/StatusNotifierItem", itemInterface, "Activate", {x, y});
+    };
+    const auto isAt = [&](const QPoint& place) {
+        EXPECT_EQ(item->button()->frameOnScreen(), fromScreen(QRect(place, QSize(1, 1))));
+    };
+    QCursor::setPos(300, 200);
+    isAt(trayCorner());
+    click(0, 15);
+    isAt(trayCorner());
+    click(302, 201);
+    isAt({302, 201});
+    QCursor::setPos(10, 500);
+    isAt({302, 201});
+}
+
+TEST_F(QtStatusBarTest, hasAToolTip) {
+    const auto tray = startTray();
+    const auto service = registration(*tray);
+    const auto shownToolTip = [&] {
+        const auto tip = properties(service, "/StatusNotifierItem", itemInterface)
+                             .value("ToolTip")
+                             .value<QDBusArgument>();
+        QString icon, title, text;
+        tip.beginStructure();
+        tip >> icon;
+        tip.beginArray();
+        tip.endArray();
+        tip >> title >> text;
+        tip.endStructure();
+        return title.toStdString() + text.toStdString();
+    };
+    EXPECT_EQ(shownToolTip(), "Quoxelin");
+}
+
+/// The icon that an installation has, in this test's private directory.
+TEST_F(QtStatusBarTest, givesTheNameOfItsInstalledIconSoThatTraysRecolorIt) {
+    const QDir data(QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation));
+    const QString folder = "icons/hicolor/symbolic/apps/", name = "com.quoxelin.desktop-symbolic";
+    ASSERT_TRUE(data.mkpath(folder));
+    QFile file(data.filePath(folder + name + ".svg"));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    const auto tray = startTray();
+    const auto service = registration(*tray);
+    const auto shownName = [&] {
+        return properties(service, "/StatusNotifierItem", itemInterface).value("IconName");
+    };
+    EXPECT_EQ(shownName(), "") << "a text in place of the icon";
+    item->button()->setImage(bar.imageNamed("menu_icon"));
+    EXPECT_EQ(shownName(), name);
+    file.remove();
+}
+
+/// The gray that a tray draws which takes pixels, or an icon as it is.
+TEST_F(QtStatusBarTest, hasAColorThatCanBeSeenOnDarkAndOnLightBars) {
+    const auto luminance = [](double brightness) { return std::pow(brightness / 255, 2.2); };
+    const double icon = luminance(qGray(colorForIconAt({}).rgb()));
+    const double black = 0, white = 1;
+    EXPECT_GE((icon + 0.05) / (black + 0.05), 3);
+    EXPECT_GE((white + 0.05) / (icon + 0.05), 3);
 }
 
 TEST(QtStatusBar, canBeClickedWithoutATray) {
