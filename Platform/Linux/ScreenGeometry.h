@@ -30,8 +30,8 @@ QRect usableScreenAt(const QPoint& point);
 /// large, its upper left corner stays visible.
 QRect movedOntoScreen(const QRect& rectangle, const QPoint& point);
 
-/// Where a rectangle of that size is beside the card, to the right of it if there is room. Its top is
-/// at that height if possible.
+/// Where a rectangle of that size is beside the card, to the right of it if there is room. Its top
+/// is at that height if possible.
 QPoint placeBeside(const QRect& card, int top, const QSize& size);
 
 /// Whether the point is on a bar at the screen's edge.

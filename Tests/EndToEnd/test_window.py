@@ -47,7 +47,8 @@ def open_panel(desktop, application, tray):
 
     def is_painted():
         place = panel_place(application)
-        return desktop.shows_card_at(place["x"] + place["width"] // 2, place["y"] + 4)
+        # It is at 0,0 for a moment while the window manager takes it over.
+        return place["y"] > 0 and desktop.shows_card_at(place["x"] + place["width"] // 2, place["y"] + 4)
 
     desktop.await_that(is_painted, "painted panel")
 
@@ -73,6 +74,15 @@ def test_a_click_on_the_icon_opens_the_panel_beside_it(tray, desktop, opened):
     assert_wholly_on_screen(place)
     # Below the bar, which is 24 or 32 high.
     assert 24 <= place["y"] <= 45
+
+
+@pytest.mark.parametrize("bar, icon", [("0x1a1a1a", 0xF2), ("0xf0f0f0", 0x32)])
+def test_the_icon_can_be_seen_on_a_dark_and_on_a_light_bar(desktop, application, bar, icon):
+    desktop.start_tray("trayer", options=("--transparent", "true", "--alpha", "0", "--tint", bar))
+    # Its thin lines are blended with the bar, its dot is not.
+    desktop.await_that(
+        lambda: any(abs(sum(color) - 3 * icon) <= 9 for color in desktop.icon_pixels("trayer")),
+        "color of the icon for that bar")
 
 
 def test_a_click_on_the_icon_closes_the_open_panel_and_the_next_opens_it_again(tray, desktop, opened):

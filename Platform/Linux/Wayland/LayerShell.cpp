@@ -167,8 +167,7 @@ LayerSurface::LayerSurface(LayerShell& shell, QWindow& window, const QScreen& sc
 }
 
 LayerSurface::~LayerSurface() {
-    shell.cards.erase(std::remove(shell.cards.begin(), shell.cards.end(), this),
-                      shell.cards.end());
+    shell.cards.erase(std::remove(shell.cards.begin(), shell.cards.end(), this), shell.cards.end());
     if (kind == Kind::dialog)
         setCardsHaveKeyboard(true);
     zwlr_layer_surface_v1_destroy(role);

@@ -8,18 +8,20 @@ import subprocess
 import tempfile
 import time
 
+from .pictures import Picture
 from .steered import DEADLINE, SteeringError, end_process, wait_until
 
 WIDTH, HEIGHT = 1024, 700
 
-# A panel at the upper left that contains only a tray.
+# A bar that contains only a tray, at its upper or left end.
 XFCE_PANEL = """<?xml version="1.0" encoding="UTF-8"?>
 <channel name="xfce4-panel" version="1.0">
   <property name="configver" type="int" value="2"/>
   <property name="panels" type="array">
     <value type="int" value="1"/>
     <property name="panel-1" type="empty">
-      <property name="position" type="string" value="p=6;x=0;y=0"/>
+      <property name="position" type="string" value="p={position};x=0;y=0"/>
+      <property name="mode" type="uint" value="{mode}"/>
       <property name="position-locked" type="bool" value="true"/>
       <property name="length" type="uint" value="100"/>
       <property name="size" type="uint" value="32"/>
@@ -33,6 +35,9 @@ XFCE_PANEL = """<?xml version="1.0" encoding="UTF-8"?>
   </property>
 </channel>
 """
+
+# Position and mode of xfce4-panel's bar.
+EDGES = {"top": (6, 0), "bottom": (8, 0), "left": (6, 1), "right": (2, 1)}
 
 TRAYS = {
     # An XEmbed tray, as wide as its icons, at the upper right.
@@ -64,6 +69,7 @@ class Screen:
             ctypes.c_uint, ctypes.c_uint, ctypes.c_ulong, ctypes.c_int]
         self._x11.XGetImage.restype = ctypes.POINTER(_Image)
         self._x11.XFree.argtypes = [ctypes.c_void_p]
+        self._x11.XSync.argtypes = [ctypes.c_void_p, ctypes.c_int]
         self._display = self._x11.XOpenDisplay(display.encode())
         if not self._display:
             raise SteeringError(f"no X server answers at {display}")
@@ -72,6 +78,50 @@ class Screen:
     def close(self):
         self._x11.XCloseDisplay.argtypes = [ctypes.c_void_p]
         self._x11.XCloseDisplay(self._display)
+
+    def own(self, selection: str):
+        """Makes this connection the owner of the selection, as managers are."""
+        self._x11.XInternAtom.restype = ctypes.c_ulong
+        self._x11.XInternAtom.argtypes = [ctypes.c_void_p, ctypes.c_char_p, ctypes.c_int]
+        self._x11.XCreateSimpleWindow.restype = ctypes.c_ulong
+        self._x11.XCreateSimpleWindow.argtypes = [
+            ctypes.c_void_p, ctypes.c_ulong, *[ctypes.c_int] * 5, *[ctypes.c_ulong] * 2]
+        self._x11.XSetSelectionOwner.argtypes = [ctypes.c_void_p, *[ctypes.c_ulong] * 3]
+        window = self._x11.XCreateSimpleWindow(self._display, self._root, 0, 0, 1, 1, 0, 0, 0)
+        self._x11.XSetSelectionOwner(self._display, self._x11.XInternAtom(
+            self._display, selection.encode(), False), window, 0)
+        self._x11.XSync(self._display, False)
+
+    def split(self, *widths: int, height: int):
+        """Makes monitors of that width beside each other. The only output belongs to the last one,
+        so that is where bars are."""
+        class Monitor(ctypes.Structure):
+            _fields_ = [("name", ctypes.c_ulong)] + [
+                (name, ctypes.c_int) for name in ("primary", "automatic", "outputs", "x", "y",
+                                                  "width", "height", "mwidth", "mheight")] + [
+                ("output", ctypes.c_void_p)]
+        randr = ctypes.CDLL("libXrandr.so.2")
+        randr.XRRGetScreenResources.restype = ctypes.c_void_p
+        randr.XRRGetScreenResources.argtypes = [ctypes.c_void_p, ctypes.c_ulong]
+        randr.XRRSetMonitor.argtypes = [ctypes.c_void_p, ctypes.c_ulong, ctypes.c_void_p]
+        self._x11.XInternAtom.restype = ctypes.c_ulong
+        self._x11.XInternAtom.argtypes = [ctypes.c_void_p, ctypes.c_char_p, ctypes.c_int]
+        resources = ctypes.cast(
+            randr.XRRGetScreenResources(self._display, self._root), ctypes.POINTER(_Resources))
+        output = ctypes.c_ulong(resources.contents.outputs[0])
+        for number, width in enumerate(widths):
+            name = self._x11.XInternAtom(self._display, f"monitor-{number}".encode(), False)
+            is_last = number + 1 == len(widths)
+            monitor = Monitor(name, is_last, False, is_last, sum(widths[:number]), 0, width, height,
+                              300, 200, ctypes.cast(ctypes.pointer(output), ctypes.c_void_p))
+            randr.XRRSetMonitor(self._display, self._root, ctypes.byref(monitor))
+        self._x11.XSync(self._display, False)
+
+    def picture(self, width: int, height: int) -> Picture:
+        pixels = self.pixels(0, 0, width, height)
+        colors = bytearray(3 * width * height)
+        colors[0::3], colors[1::3], colors[2::3] = pixels[2::4], pixels[1::4], pixels[0::4]
+        return Picture(width, height, bytes(colors))
 
     def pixels(self, x: int, y: int, width: int, height: int) -> bytes:
         """Four bytes per pixel: blue, green, red, unused."""
@@ -91,13 +141,25 @@ class _Image(ctypes.Structure):
                                           "bitmap_pad", "depth", "bytes_per_line")]
 
 
+class _Resources(ctypes.Structure):
+    _fields_ = [("time", ctypes.c_ulong), ("changed", ctypes.c_ulong), ("controllers", ctypes.c_int),
+                ("controller", ctypes.c_void_p), ("count", ctypes.c_int),
+                ("outputs", ctypes.POINTER(ctypes.c_ulong))]
+
+
 class Desktop:
-    """
+    """`monitors` are widths of equally high screens beside each other.
+
     with Desktop() as desktop:
         desktop.start_tray("trayer")
         with Application(socket, environment=desktop.environment) as application:
             desktop.wait_icon("trayer")
     """
+
+    def __init__(self, window_manager: str | None = "openbox", width: int = WIDTH,
+                 height: int = HEIGHT, monitors: tuple[int, ...] = ()):
+        self.window_manager, self.width, self.height = window_manager, width, height
+        self.monitors = monitors
 
     def __enter__(self):
         self.home = pathlib.Path(tempfile.mkdtemp(prefix="qxdesk-"))
@@ -149,12 +211,16 @@ class Desktop:
             "QT_QPA_PLATFORM": "xcb",
         }
         self._spawn_told("DISPLAY", ["Xvfb", "-displayfd", "{}", "-screen", "0",
-                                     f"{WIDTH}x{HEIGHT}x24", "-nolisten", "tcp", "-noreset"])
+                                     f"{self.width}x{self.height}x24", "-nolisten", "tcp", "-noreset"])
         self.environment["DISPLAY"] = ":" + self.environment["DISPLAY"]
         self._spawn_told("DBUS_SESSION_BUS_ADDRESS",
                          ["dbus-daemon", "--session", "--nofork", "--print-address={}"])
         self.screen = Screen(self.environment["DISPLAY"])
-        self._spawn(["openbox"])
+        if self.monitors:
+            self.screen.split(*self.monitors, height=self.height)
+        if self.window_manager is None:
+            return
+        self._spawn([self.window_manager])
         # A window that is shown while the window manager starts may stay invisible for good. Only
         # window managers know about desktops.
         self.await_that(lambda: self._succeeds(["xdotool", "get_desktop"]), "window manager")
@@ -178,14 +244,15 @@ class Desktop:
 
     # Trays
 
-    def start_tray(self, kind: str):
+    def start_tray(self, kind: str, edge: str = "top", options: tuple[str, ...] = ()):
         """Returns when the tray is ready. An XEmbed tray would lose an icon that comes earlier. A
         StatusNotifierItem tray becomes an XEmbed tray, too, a moment before it is ready."""
         if kind == "xfce4-panel":
             folder = self.home / "config/xfce4/xfconf/xfce-perchannel-xml"
             folder.mkdir(parents=True, exist_ok=True)
-            (folder / "xfce4-panel.xml").write_text(XFCE_PANEL)
-        self._trays[kind] = self._spawn(TRAYS[kind])
+            (folder / "xfce4-panel.xml").write_text(XFCE_PANEL.format(
+                position=EDGES[edge][0], mode=EDGES[edge][1]))
+        self._trays[kind] = self._spawn([*TRAYS[kind], *options])
         self.await_that(lambda: self._succeeds(READY[kind]), f"{kind} that is ready")
 
     def _succeeds(self, command: list[str]) -> bool:
@@ -228,6 +295,10 @@ class Desktop:
              f"string:{watcher}", "string:RegisteredStatusNotifierItems"],
             env=self.environment, capture_output=True, text=True, timeout=DEADLINE)
         return asked.stdout.split("[", 1)[-1].strip(" ]\n")
+
+    def wait_item(self):
+        """Waits until the StatusNotifierItem tray has an item."""
+        self.await_that(self._items, "item in the tray")
 
     def wait_no_icon(self, kind: str):
         self.await_that(lambda: len(self.icon_pixels(kind)) == 1, f"end of the icon in {kind}")
