@@ -26,16 +26,17 @@ void AppDelegate::setupMenuBar() {
 
     menuBar = std::make_unique<MenuBar>(
         QuoxelinMenuBarContent::Dependencies{
-            platform.dispatch,
-            logger,
-            localAPI,
-            platform.workspace,
-            platform.pasteboard,
-            platform.openPanel,
-            platform.mainBundle,
-            platform.processInfo,
-            platform.userNotificationCenter,
-            platform.application,
+            .dispatch = platform.dispatch,
+            .logger = logger,
+            .localAPI = localAPI,
+            .workspace = platform.workspace,
+            .pasteboard = platform.pasteboard,
+            .openPanel = platform.openPanel,
+            .mainBundle = platform.mainBundle,
+            .processInfo = platform.processInfo,
+            .notificationCenter = platform.userNotificationCenter,
+            .application = platform.application,
+            .helperGuidance = platform.helperGuidance,
         },
         appState, std::make_shared<UpdaterViewModel>(updaterController->updater()),
         systemExtension);

@@ -56,6 +56,8 @@ Platform LinuxHost::compose(const LaunchOptions& options) {
         .openPanel = desktop.openPanel,
         .appleEventManager = desktop.appleEventManager,
         .daemonSocketPath = options.socketPath.value_or(defaultDaemonSocketPath),
+        .helperGuidance = "The background service does not run, or you are not allowed to use it. "
+                          "An administrator can check it with: systemctl status quoxelin-helper",
     };
 }
 

@@ -5,9 +5,7 @@
 
 #include <QStandardPaths>
 #include <QString>
-#include <array>
 #include <gio/gdesktopappinfo.h>
-#include <vector>
 
 namespace quoxelin {
 
@@ -26,53 +24,12 @@ void launch(GAppInfo* application, const std::string* uri) {
     g_list_free(uris);
 }
 
-struct Settings {
-    const char* desktop;
-    const char* entry;
-};
-
-/// The settings application of each desktop, best first.
-constexpr std::array settingsApplications{
-    Settings{"GNOME", "org.gnome.Settings"},
-    Settings{"GNOME", "gnome-control-center"},
-    Settings{"Unity", "gnome-control-center"},
-    Settings{"Budgie", "org.buddiesofbudgie.ControlCenter"},
-    Settings{"Budgie", "budgie-control-center"},
-    Settings{"Pantheon", "io.elementary.settings"},
-    Settings{"Pantheon", "io.elementary.switchboard"},
-    Settings{"COSMIC", "com.system76.CosmicSettings"},
-    Settings{"KDE", "systemsettings"},
-    Settings{"KDE", "org.kde.systemsettings"},
-    Settings{"XFCE", "xfce-settings-manager"},
-    Settings{"X-Cinnamon", "cinnamon-settings"},
-    Settings{"MATE", "matecc"},
-    Settings{"LXQt", "lxqt-config"},
-    Settings{"LXDE", "lxde-control-center"},
-    Settings{"Deepin", "dde-control-center"},
-    Settings{"DDE", "org.deepin.dde.control-center"},
-};
-
-bool isSystemSettings(const std::string& bundleIdentifier) {
-    return bundleIdentifier == "com.apple.SystemSettings" ||
-           bundleIdentifier == "com.apple.systempreferences";
-}
-
 std::optional<std::filesystem::path> desktopEntry(const QString& name) {
     const auto entry =
         QStandardPaths::locate(QStandardPaths::ApplicationsLocation, name + ".desktop");
     if (entry.isEmpty())
         return std::nullopt;
     return entry.toStdString();
-}
-
-/// XDG_CURRENT_DESKTOP names the desktop first, then similar ones.
-std::optional<std::filesystem::path> settingsEntry() {
-    for (const auto& desktop : qEnvironmentVariable("XDG_CURRENT_DESKTOP").split(':'))
-        for (const auto& settings : settingsApplications)
-            if (desktop.compare(QLatin1String(settings.desktop), Qt::CaseInsensitive) == 0)
-                if (auto entry = desktopEntry(settings.entry))
-                    return entry;
-    return std::nullopt;
 }
 
 } // namespace
@@ -99,8 +56,6 @@ void QtWorkspace::openFolder(const std::filesystem::path& folder) {
 
 std::optional<std::filesystem::path>
 QtWorkspace::urlForApplication(const std::string& bundleIdentifier) const {
-    if (isSystemSettings(bundleIdentifier))
-        return settingsEntry();
     return desktopEntry(QString::fromStdString(bundleIdentifier));
 }
 

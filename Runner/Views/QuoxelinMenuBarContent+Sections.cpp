@@ -56,6 +56,11 @@ std::string statusText(VPNConnectionStatus status) {
     return "Unknown";
 }
 
+ViewNode explanation(const std::string& text, double top) {
+    return view::padded(view::text(text, Font::caption, Color::secondary),
+                        {top, menuRowInset, 6, menuRowInset});
+}
+
 } // namespace
 
 std::vector<ViewNode> QuoxelinMenuBarContent::loggedOutSections() {
@@ -94,6 +99,8 @@ std::vector<ViewNode> QuoxelinMenuBarContent::loggedInSections() {
 }
 
 ViewNode QuoxelinMenuBarContent::helperApprovalSection() {
+    if (!dependencies.helperGuidance.empty())
+        return explanation(dependencies.helperGuidance, 8);
     const std::string label = "Enable Helper (Login Items)";
     ViewNode enable;
     enable.kind = ViewNode::Kind::row;
@@ -103,8 +110,7 @@ ViewNode QuoxelinMenuBarContent::helperApprovalSection() {
 
     auto section = view::verticalStack({menuRowMetrics(std::move(enable))});
     if (const auto& error = app->helperRegistrationError.get())
-        section.children.push_back(view::padded(view::text(*error, Font::caption, Color::secondary),
-                                                {0, menuRowInset, 6, menuRowInset}));
+        section.children.push_back(explanation(*error, 0));
     section.padding = {8, 0, 4, 0};
     section.width = 260;
     return section;

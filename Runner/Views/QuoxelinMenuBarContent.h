@@ -52,6 +52,8 @@ class QuoxelinMenuBarContent final : public ObservableObject {
         NSApplication& application;
         /// The daemon's log file.
         std::filesystem::path daemonLogPath = "/var/log/quoxelind/client.log";
+        /// Like `Platform::helperGuidance`.
+        std::string helperGuidance{};
     };
 
     QuoxelinMenuBarContent(const Dependencies& dependencies, std::shared_ptr<AppViewState> app,

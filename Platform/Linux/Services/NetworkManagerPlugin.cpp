@@ -6,6 +6,8 @@
 
 #include <QProcess>
 #include <fmt/format.h>
+#include <fstream>
+#include <iterator>
 #include <system_error>
 #include <unistd.h>
 
@@ -24,6 +26,12 @@ void fail(const OSSystemExtensionRequest& request, OSSystemExtensionError code,
     if (const auto delegate = request.delegate.lock())
         delegate->didFailWithError(
             request, {OSSystemExtensionErrorDomain, static_cast<int>(code), description});
+}
+
+/// Empty if the file cannot be read.
+std::string contentOf(const std::filesystem::path& file) {
+    std::ifstream stream(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
 }
 
 } // namespace
@@ -72,16 +80,16 @@ void NetworkManagerPlugin::activate(const OSSystemExtensionRequest& request) {
         return;
     }
     const auto existing = installed(request.identifier);
-    const bool sameVersion =
-        existing && existing->bundleShortVersion == extension->bundleShortVersion;
-    if (sameVersion && existing->isEnabled) {
+    const bool isUnchanged = existing && hasNothingToInstall(extension->folder);
+    if (isUnchanged && existing->isEnabled) {
         finish(request);
         return;
     }
-    if (existing && !sameVersion) {
+    if (existing && !isUnchanged) {
         const auto delegate = request.delegate.lock();
-        if (!delegate || delegate->actionForReplacingExtension(request, *existing, *extension) ==
-                             OSSystemExtensionReplacementAction::cancel) {
+        if (!delegate ||
+            delegate->actionForReplacingExtension(request, *existing, extension->properties) ==
+                OSSystemExtensionReplacementAction::cancel) {
             fail(request, OSSystemExtensionError::requestCanceled, "The request was canceled.");
             return;
         }
@@ -89,7 +97,24 @@ void NetworkManagerPlugin::activate(const OSSystemExtensionRequest& request) {
     install(request);
 }
 
+/// Asks for a password only if that changes something. The plugin's program runs from the bundle,
+/// so a newer one needs no installation. What counts is what NetworkManager and the bus read:
+/// nothing but the version may differ.
+bool NetworkManagerPlugin::hasNothingToInstall(const std::filesystem::path& folder) const {
+    const KeyFile bundled(folder / "nm-quoxelin-service.name");
+    const KeyFile installed(places.installedName);
+    for (const char* key : {"name", "service", "program", "supports-multiple-connections"}) {
+        if (bundled.string("VPN Connection", key) != installed.string("VPN Connection", key))
+            return false;
+    }
+    return contentOf(folder / "nm-quoxelin-service.conf") == contentOf(places.installedPolicy);
+}
+
 void NetworkManagerPlugin::install(const OSSystemExtensionRequest& request) {
+    if (!std::filesystem::exists(places.installer)) {
+        fail(request, OSSystemExtensionError::unknown, places.installer.string() + " is missing");
+        return;
+    }
     auto* const process = new QProcess;
     // The object must live as long as the process runs.
     connect(process, &QProcess::finished, process, &QObject::deleteLater);
@@ -126,15 +151,16 @@ void NetworkManagerPlugin::installerEnded(const std::string& identifier, const Q
         fail(request, OSSystemExtensionError::requestCanceled,
              said.empty() ? "The authorization was dismissed." : said);
     } else if (exited && process.exitCode() == pkexecNotAuthorized) {
-        if (const auto delegate = request.delegate.lock())
-            delegate->requestNeedsUserApproval(request);
+        // Not `requestNeedsUserApproval`, because no settings of a Linux desktop allow it.
+        fail(request, OSSystemExtensionError::authorizationRequired,
+             fmt::format("An administrator can allow it with: sudo {}", places.installer.string()));
     } else {
         fail(request, OSSystemExtensionError::unknown,
              said.empty() ? "The extension could not be installed." : said);
     }
 }
 
-std::optional<OSSystemExtensionProperties>
+std::optional<NetworkManagerPlugin::Bundled>
 NetworkManagerPlugin::bundled(const std::string& identifier) const {
     std::error_code error;
     const auto folder = places.bundle / "Contents" / "Library" / "SystemExtensions";
@@ -145,10 +171,12 @@ NetworkManagerPlugin::bundled(const std::string& identifier) const {
         const FolderBundle extension(entry->path());
         if (extension.bundleIdentifier() != identifier)
             continue;
-        return OSSystemExtensionProperties{
-            .bundleIdentifier = identifier,
-            .bundleShortVersion =
-                extension.stringForInfoDictionaryKey("CFBundleShortVersionString").value_or("")};
+        return Bundled{
+            .properties = {.bundleIdentifier = identifier,
+                           .bundleShortVersion =
+                               extension.stringForInfoDictionaryKey("CFBundleShortVersionString")
+                                   .value_or("")},
+            .folder = entry->path() / "Contents"};
     }
     return std::nullopt;
 }

@@ -15,8 +15,8 @@ namespace quoxelin {
 /// program that pkexec runs as root registers it with NetworkManager.
 ///
 /// If the user dismisses the authorization, the request ends with `requestCanceled`. If
-/// authorization is refused or unavailable, the request needs the user's approval and ends. Main
-/// thread only.
+/// authorization is refused or unavailable, it ends with `authorizationRequired` and the command
+/// that an administrator can use. Main thread only.
 class NetworkManagerPlugin final : public QObject, public OSSystemExtensionManager {
   public:
     struct Places {
@@ -25,6 +25,8 @@ class NetworkManagerPlugin final : public QObject, public OSSystemExtensionManag
         /// The file that registers a VPN plugin with NetworkManager.
         std::filesystem::path installedName =
             "/usr/lib/NetworkManager/VPN/nm-quoxelin-service.name";
+        /// The file that lets the plugin use the system bus.
+        std::filesystem::path installedPolicy = "/etc/dbus-1/system.d/nm-quoxelin-service.conf";
         /// A path, or a name to look up in PATH.
         std::string pkexec = "pkexec";
         std::filesystem::path installer;
@@ -42,8 +44,15 @@ class NetworkManagerPlugin final : public QObject, public OSSystemExtensionManag
     void installerEnded(const std::string& identifier, const QProcess& process,
                         const std::string& said);
 
+    bool hasNothingToInstall(const std::filesystem::path& folder) const;
+
+    struct Bundled {
+        OSSystemExtensionProperties properties;
+        /// The folder of its files.
+        std::filesystem::path folder;
+    };
     /// Absent if the bundle has no such extension.
-    std::optional<OSSystemExtensionProperties> bundled(const std::string& identifier) const;
+    std::optional<Bundled> bundled(const std::string& identifier) const;
     /// Absent if no extension is installed.
     std::optional<OSSystemExtensionProperties> installed(const std::string& identifier) const;
 

@@ -52,7 +52,10 @@ using Told = std::vector<std::string>;
 
 class NetworkManagerPluginTest : public ::testing::Test {
   protected:
-    NetworkManagerPluginTest() { bundleHas(identifier, "2.0"); }
+    NetworkManagerPluginTest() {
+        bundleHas(identifier, "2.0");
+        std::ofstream(places("").installer) << "installer";
+    }
 
     void bundleHas(const std::string& bundled, const std::string& version) {
         const auto folder = directory.path() / "Contents" / "Library" / "SystemExtensions" /
@@ -62,12 +65,26 @@ class NetworkManagerPluginTest : public ::testing::Test {
             << "<plist version=\"1.0\"><dict><key>CFBundleIdentifier</key><string>" << bundled
             << "</string><key>CFBundleShortVersionString</key><string>" << version
             << "</string></dict></plist>";
+        writeRegistration(folder / "nm-quoxelin-service.name", version, program);
+        std::ofstream(folder / "nm-quoxelin-service.conf") << policy;
     }
 
-    void install(const std::string& version, const std::string& program = "/bin/true") {
-        std::ofstream(name()) << "[VPN Connection]\nname=x\nservice=" << identifier
-                              << "\nprogram=" << program << "\n\n[Quoxelin]\nversion=" << version
-                              << "\n";
+    void install(const std::string& version) const {
+        writeRegistration(name(), version, program);
+        std::ofstream(places("").installedPolicy) << policy;
+    }
+
+    static void writeRegistration(const std::filesystem::path& file, const std::string& version,
+                                  const std::string& program) {
+        std::ofstream(file) << "[VPN Connection]\nname=x\nservice=" << identifier
+                            << "\nprogram=" << program << "\n\n[Quoxelin]\nversion=" << version
+                            << "\n";
+    }
+
+    /// From now on the bundle and what is installed have a plugin without its program.
+    void takeProgramAway() {
+        program = "/no/such/service";
+        bundleHas(identifier, "2.0");
     }
 
     std::filesystem::path name() const { return directory.path() / "installed.name"; }
@@ -75,8 +92,9 @@ class NetworkManagerPluginTest : public ::testing::Test {
     NetworkManagerPlugin::Places places(const std::string& pkexec) const {
         return {.bundle = directory.path(),
                 .installedName = name(),
+                .installedPolicy = directory.path() / "installed.conf",
                 .pkexec = pkexec,
-                .installer = "/somewhere/install-extension"};
+                .installer = directory.path() / "install-extension"};
     }
 
     OSSystemExtensionRequest request(Kind kind, const std::string& of = identifier) const {
@@ -94,46 +112,62 @@ class NetworkManagerPluginTest : public ::testing::Test {
         return std::exchange(delegate->told, {});
     }
 
+    static constexpr const char* policy = "<busconfig/>";
+
     TemporaryDirectory directory;
+    std::string program = "/bin/true";
     std::shared_ptr<Delegate> delegate = std::make_shared<Delegate>();
 };
 
 TEST_F(NetworkManagerPluginTest, installsThroughTheOneInstallerAsRoot) {
     const Recorder pkexec;
     EXPECT_EQ(told(pkexec.path(), Kind::activation), Told{"finished 0"});
-    EXPECT_EQ(pkexec.arguments(), "/somewhere/install-extension\n");
+    EXPECT_EQ(pkexec.arguments(), places("").installer.string() + "\n");
 }
 
-TEST_F(NetworkManagerPluginTest, doesNotAskIfThisVersionIsInstalled) {
-    install("2.0");
+TEST_F(NetworkManagerPluginTest, doesNotAskIfOnlyTheVersionDiffers) {
     const Recorder pkexec("exit 1");
-    EXPECT_EQ(told(pkexec.path(), Kind::activation), Told{"finished 0"});
+    for (const char* version : {"2.0", "1.0", "3.0", ""}) {
+        install(version);
+        EXPECT_EQ(told(pkexec.path(), Kind::activation), Told{"finished 0"});
+    }
     EXPECT_EQ(pkexec.calls(), 0u);
 }
 
 TEST_F(NetworkManagerPluginTest, installsAgainIfTheProgramIsMissing) {
-    install("2.0", "/no/such/service");
+    takeProgramAway();
+    install("2.0");
     const Recorder pkexec;
     EXPECT_EQ(told(pkexec.path(), Kind::activation), Told{"finished 0"});
     EXPECT_EQ(pkexec.calls(), 1u);
 }
 
-TEST_F(NetworkManagerPluginTest, replacesAnotherVersionWhenTheDelegateSaysSo) {
+TEST_F(NetworkManagerPluginTest, replacesAnotherRegistrationOrPolicyWhenTheDelegateSaysSo) {
     const Recorder pkexec;
-    for (const char* version : {"1.0", "3.0", ""}) {
-        install(version);
-        EXPECT_EQ(told(pkexec.path(), Kind::activation),
-                  (Told{std::string("replace ") + version + " 2.0", "finished 0"}));
-    }
-    EXPECT_EQ(pkexec.calls(), 3u);
+    install("1.0");
+    writeRegistration(name(), "1.0", "/bin/sh");
+    EXPECT_EQ(told(pkexec.path(), Kind::activation), (Told{"replace 1.0 2.0", "finished 0"}));
+    install("1.0");
+    std::ofstream(places("").installedPolicy) << "another policy";
+    EXPECT_EQ(told(pkexec.path(), Kind::activation), (Told{"replace 1.0 2.0", "finished 0"}));
+    EXPECT_EQ(pkexec.calls(), 2u);
 }
 
-TEST_F(NetworkManagerPluginTest, keepsAnotherVersionWhenTheDelegateSaysSo) {
+TEST_F(NetworkManagerPluginTest, keepsAnotherRegistrationWhenTheDelegateSaysSo) {
     install("1.0");
+    writeRegistration(name(), "1.0", "/bin/sh");
     delegate->action = OSSystemExtensionReplacementAction::cancel;
     const Recorder pkexec;
     EXPECT_EQ(told(pkexec.path(), Kind::activation),
               (Told{"replace 1.0 2.0", "failed 11 The request was canceled."}));
+    EXPECT_EQ(pkexec.calls(), 0u);
+}
+
+TEST_F(NetworkManagerPluginTest, saysThatTheInstallerIsMissing) {
+    std::filesystem::remove(places("").installer);
+    const Recorder pkexec("exit 127");
+    EXPECT_EQ(told(pkexec.path(), Kind::activation),
+              Told{"failed 1 " + places("").installer.string() + " is missing"});
     EXPECT_EQ(pkexec.calls(), 0u);
 }
 
@@ -142,7 +176,9 @@ TEST_F(NetworkManagerPluginTest, distinguishesADismissedQuestionFromARefusal) {
               Told{"failed 11 The authorization was dismissed."});
     EXPECT_EQ(told(Recorder("echo Request dismissed >&2; exit 126").path(), Kind::activation),
               Told{"failed 11 Request dismissed"});
-    EXPECT_EQ(told(Recorder("exit 127").path(), Kind::activation), Told{"approval"});
+    EXPECT_EQ(told(Recorder("exit 127").path(), Kind::activation),
+              Told{"failed 13 An administrator can allow it with: sudo " +
+                   places("").installer.string()});
 }
 
 TEST_F(NetworkManagerPluginTest, passesOnWhyTheInstallerFailed) {
@@ -192,7 +228,8 @@ TEST_F(NetworkManagerPluginTest, foundIsWhatIsInstalled) {
     install("1.5");
     EXPECT_EQ(told("/no", Kind::properties), Told{"found " + identifier + " 1.5 enabled"});
     EXPECT_EQ(told("/no", Kind::properties, "com.quoxelin.test.Other"), Told{"found"});
-    install("1.5", "/no/such/service");
+    takeProgramAway();
+    install("1.5");
     EXPECT_EQ(told("/no", Kind::properties), Told{"found " + identifier + " 1.5 disabled"});
     std::ofstream(name()) << "neither [a] group\nnor = a key\xff\n";
     EXPECT_EQ(told("/no", Kind::properties), Told{"found"});

@@ -1,4 +1,5 @@
 #include "Tests/Runner/Views/PanelFixture.h"
+#include "Tests/Support/ViewText.h"
 
 #include <gmock/gmock.h>
 
@@ -6,6 +7,7 @@ namespace quoxelin::testing {
 
 using ::testing::Contains;
 using ::testing::ElementsAre;
+using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Not;
 using ::testing::StartsWith;
@@ -108,6 +110,21 @@ TEST_F(QuoxelinMenuBarContentTests, opensTheFirstSettingsPaneThatTheSystemHas) {
                     "x-apple.systempreferences:com.apple.settings.PrivacySecurity.extension",
                     "x-apple.systempreferences:com.apple.preference.security?General"));
     EXPECT_THAT(system.workspace.openedURLs(), ElementsAre(loginItems));
+}
+
+TEST_F(QuoxelinMenuBarContentTests, leadsToNoSettingsWhereTheSystemHasNoneForTheHelper) {
+    content = std::make_shared<QuoxelinMenuBarContent>(
+        QuoxelinMenuBarContent::Dependencies{
+            dispatch, logger, localAPI, system.workspace, system.pasteboard, system.openPanel,
+            system.mainBundle, system.processInfo, system.userNotificationCenter,
+            system.application, directory.path() / "client.log", "Ask somebody."},
+        appState, updaterVM, systemExtension);
+    appState->helperNeedsApproval = true;
+    appState->helperRegistrationError = "Allow it in the settings.";
+    const auto shown = viewText(tree());
+    EXPECT_THAT(shown, HasSubstr("Ask somebody."));
+    EXPECT_THAT(shown, Not(HasSubstr("Login Items")));
+    EXPECT_THAT(shown, Not(HasSubstr("Allow it")));
 }
 
 // The system extension

@@ -94,6 +94,34 @@ TEST_F(SystemExtensionService, doesNotTryAgainBeforeTheNeedIsPublished) {
     EXPECT_EQ(trace.take().front(), "[SysExt] App became active, re-trying activation");
 }
 
+TEST_F(SystemExtensionService, callsBackBeforeItOpensTheSettings) {
+    extensions.requireApproval();
+    service->onNeedsUserApproval = [this] { EXPECT_TRUE(system.workspace.triedURLs().empty()); };
+    activateAndSettle();
+    EXPECT_FALSE(system.workspace.triedURLs().empty());
+}
+
+TEST_F(SystemExtensionService, canActivateAgainFromItsCallbacks) {
+    const auto again = [this] {
+        if (activations() == 1)
+            service->activate();
+    };
+    extensions.requireApproval();
+    service->onNeedsUserApproval = again;
+    activateAndSettle();
+    EXPECT_EQ(activations(), 2u);
+}
+
+TEST_F(SystemExtensionService, canActivateAgainFromTheCallbackOfAFailure) {
+    refuseWith(1, "no", "NSCocoaErrorDomain");
+    service->onFailed = [this] {
+        if (activations() == 1)
+            service->activate();
+    };
+    activateAndSettle();
+    EXPECT_EQ(activations(), 2u);
+}
+
 TEST_F(SystemExtensionService, doesNotTryAgainAfterAFailure) {
     extensions.requireApproval();
     activateAndSettle();
