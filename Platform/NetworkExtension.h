@@ -91,6 +91,9 @@ class NETunnelProviderManager {
 
     /// Stops the tunnel. `NEVPNStatusDidChange` reports its progress.
     virtual void stopVPNTunnel() = 0;
+
+    /// Why the tunnel ended last. Nothing if it was stopped, or if no reason is known.
+    virtual void fetchLastDisconnectError(PreferencesCompletion completion) = 0;
 };
 
 /// Access to the saved configurations.

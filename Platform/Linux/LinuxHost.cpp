@@ -73,7 +73,7 @@ void LinuxHost::observeMissingServices(std::function<void(const std::string&)> o
 
 void LinuxHost::settle() {
     const auto began = std::chrono::steady_clock::now();
-    networkExtension.waitForStops(settlingTime);
+    networkExtension.endTunnels(settlingTime);
     const auto taken = std::chrono::duration_cast<std::chrono::milliseconds>(
         std::chrono::steady_clock::now() - began);
     helper.waitForRecentReplies(settlingTime - taken);

@@ -103,6 +103,12 @@ class Manager final : public NETunnelProviderManager {
 
     void stopVPNTunnel() override { [manager.connection stopVPNTunnel]; }
 
+    void fetchLastDisconnectError(PreferencesCompletion completion) override {
+        answering(completion, [&](auto block) {
+            [manager.connection fetchLastDisconnectErrorWithCompletionHandler:block];
+        });
+    }
+
   private:
     ::NETunnelProviderManager* manager;
 };

@@ -17,7 +17,8 @@ constexpr double loginPollingInterval = 1.0;
 void AppViewState::pollForLoginCompletion() {
     if (mainThread.takesOver([this] { pollForLoginCompletion(); }))
         return;
-    scheduleLoginPollingTick(std::make_shared<LoginPolling>(LoginPolling{0, logoutCount}));
+    scheduleLoginPollingTick(
+        std::make_shared<LoginPolling>(LoginPolling{0, loginPollingGeneration}));
 }
 
 void AppViewState::scheduleLoginPollingTick(std::shared_ptr<LoginPolling> polling) {
@@ -27,7 +28,7 @@ void AppViewState::scheduleLoginPollingTick(std::shared_ptr<LoginPolling> pollin
 
 void AppViewState::loginPollingTick(const std::shared_ptr<LoginPolling>& polling) {
     ++polling->attempts;
-    if (polling->attempts > loginPollingLimit || polling->logoutCount != logoutCount)
+    if (polling->attempts > loginPollingLimit || polling->generation != loginPollingGeneration)
         return;
     if (login->isLoggedIn)
         return;
@@ -42,7 +43,7 @@ void AppViewState::loginPollingTick(const std::shared_ptr<LoginPolling>& polling
 void AppViewState::loginPollingAnswer(const std::shared_ptr<LoginPolling>& polling,
                                       const Result<DaemonStatus, LocalAPIError>& answer) {
     // An answer from before a logout must not bring the account back.
-    if (login->isLoggedIn || polling->logoutCount != logoutCount)
+    if (login->isLoggedIn || polling->generation != loginPollingGeneration)
         return;
     if (answer)
         applyStatus(*answer);
@@ -52,12 +53,16 @@ void AppViewState::loginPollingAnswer(const std::shared_ptr<LoginPolling>& polli
         scheduleLoginPollingTick(polling);
 }
 
+void AppViewState::endLoginPolling() {
+    ++loginPollingGeneration;
+}
+
 void AppViewState::logout() {
     if (mainThread.takesOver([this] { logout(); }))
         return;
     log("logout called");
     isLoggingOut = true;
-    ++logoutCount;
+    endLoginPolling();
     cancelVPNRetry();
     disconnect();
     login = LoginViewState{};

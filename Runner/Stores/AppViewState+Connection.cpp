@@ -11,6 +11,8 @@ namespace quoxelin {
 void AppViewState::connect() {
     if (mainThread.takesOver([this] { connect(); }))
         return;
+    if (isRemoved)
+        return;
     log("connect");
     cancelVPNRetry();
     vpnRetryCount = 0;

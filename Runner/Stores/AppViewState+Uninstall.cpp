@@ -49,11 +49,17 @@ void AppViewState::uninstall() {
     if (mainThread.takesOver([this] { uninstall(); }))
         return;
     log("uninstall called");
+    if (std::exchange(isUninstalling, true)) {
+        log("Uninstall already in progress, skipping");
+        return;
+    }
     runPrivilegedCleanup(mainThread.weakly([this](bool succeeded) {
-        if (succeeded)
+        if (succeeded) {
             removeEverything();
-        else
+        } else {
+            isUninstalling = false;
             log("Uninstall cancelled or failed, no changes made");
+        }
     }));
 }
 
@@ -72,9 +78,12 @@ void AppViewState::runPrivilegedCleanup(std::function<void(bool succeeded)> comp
         });
 }
 
+/// From here on nothing follows the daemon or connects, so that no configuration is left behind.
 void AppViewState::removeEverything() {
+    isRemoved = true;
     cancelVPNRetry();
     disconnect();
+    endLoginPolling();
     hashiBus->stop();
     LoginItem::unregister(dependencies.userDefaults, *dependencies.serviceManagement.mainApp());
     dependencies.tunnel.removeConfiguration(mainThread.weakly([this] {

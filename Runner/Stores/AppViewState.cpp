@@ -140,6 +140,8 @@ void AppViewState::hashiBusDidReceiveNotify(const HashiBusNotify& notify) {
 }
 
 void AppViewState::updateState(const HashiBusNotify& notify) {
+    if (isRemoved)
+        return;
     auto s = login.get();
     if (notify.state)
         followBackendState(*notify.state, s);

@@ -77,7 +77,8 @@ class AppViewState final : public ObservableObject, public HashiBusClientDelegat
     /// approval of the system extension, only the daemon is turned on.
     void connect();
 
-    /// Turns the daemon off, stops the tunnel and cancels retries.
+    /// Turns the daemon off, stops the tunnel and cancels retries. No tunnel starts by itself
+    /// afterward, whatever is still pending.
     void disconnect();
 
     /// Asks the daemon once a second, for at most two minutes, whether the login is complete, then
@@ -102,7 +103,8 @@ class AppViewState final : public ObservableObject, public HashiBusClientDelegat
     void addNewAccount();
 
     /// Removes the whole product from the machine and quits, unless the user refuses the
-    /// administrator password or the removal fails.
+    /// administrator password or the removal fails. While one removal is in progress, others do
+    /// nothing.
     void uninstall();
 
     /// Called by the bus client. The message is handled on a later turn of the main queue.
@@ -133,13 +135,14 @@ class AppViewState final : public ObservableObject, public HashiBusClientDelegat
     /// The state shared by the ticks of one run.
     struct LoginPolling {
         int attempts = 0;
-        /// The value of `logoutCount` when the run began.
-        int logoutCount = 0;
+        /// The value of `loginPollingGeneration` when the run began.
+        int generation = 0;
     };
     void scheduleLoginPollingTick(std::shared_ptr<LoginPolling> polling);
     void loginPollingTick(const std::shared_ptr<LoginPolling>& polling);
     void loginPollingAnswer(const std::shared_ptr<LoginPolling>& polling,
                             const Result<DaemonStatus, LocalAPIError>& answer);
+    void endLoginPolling();
     void refreshProfilesWithRetry(const std::optional<std::string>& targetId, int attempts,
                                   double delay);
     void applyLocalCurrentProfile(const std::string& id);
@@ -155,7 +158,12 @@ class AppViewState final : public ObservableObject, public HashiBusClientDelegat
     HashiBusState currentBackendState = HashiBusState::noState;
     /// From `logout` until the daemon reports that it needs a login.
     bool isLoggingOut = false;
-    int logoutCount = 0;
+    /// Login polling runs of earlier generations have ended.
+    int loginPollingGeneration = 0;
+    /// From `uninstall` until the user refuses or the cleanup fails.
+    bool isUninstalling = false;
+    /// The cleanup has succeeded: nothing follows the daemon or connects any more.
+    bool isRemoved = false;
     /// Whether the user last asked to connect. A save that completes after a disconnect must not
     /// start the tunnel.
     bool wantsTunnel = false;

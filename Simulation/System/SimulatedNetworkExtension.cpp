@@ -56,6 +56,9 @@ class SimulatedNetworkExtension::Manager final : public NETunnelProviderManager,
         system.note("stop");
         saved->tunnel.stop();
     }
+    void fetchLastDisconnectError(PreferencesCompletion completion) override {
+        completion(system.tunnels.disconnectError);
+    }
 
   private:
     SimulatedNetworkExtension& system;

@@ -21,6 +21,9 @@ struct SimulatedTunnels {
     /// If set, every start is refused with this error.
     std::optional<Error> startError;
 
+    /// Why tunnels end that nobody stopped.
+    std::optional<Error> disconnectError;
+
     /// The number of starts while the tunnel was up or coming up, which are mistakes.
     int needlessStarts = 0;
 };

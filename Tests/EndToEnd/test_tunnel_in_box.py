@@ -3,7 +3,9 @@ Tests/EndToEnd/box/vpn_driver."""
 
 import json
 import os
+import random
 import signal
+import time
 
 import pytest
 
@@ -215,6 +217,54 @@ def test_a_program_that_ends_takes_the_tunnel_down(box, plugin, _):
     wait_until(lambda: tunnel_devices(box) == {}, "the device to go")
 
 
+def assert_no_tunnel(box) -> None:
+    wait_until(lambda: "vpn" not in box.run("nmcli", "-t", "-f", "TYPE", "connection", "show",
+                                            "--active"), "NetworkManager to end it")
+    assert tunnel_devices(box) == {}
+
+
+def test_a_program_that_ends_while_it_starts_a_tunnel_leaves_none(box, plugin):
+    """Ends at random instants of a start. QUOXELIN_QUITS is the number of rounds."""
+    instants = random.Random(4)
+    with Adapter(box) as adapter:
+        adapter.save_new()
+    for _ in range(int(os.environ.get("QUOXELIN_QUITS", "25"))):
+        instant = instants.uniform(0, 0.15)
+        with Adapter(box) as adapter:
+            assert adapter.call("load-all")["managers"][0]["status"] == DISCONNECTED, "a late tunnel"
+            adapter.start_command("start")
+            time.sleep(instant)
+            adapter.start_command("stop-and-exit")
+            assert adapter.exit_code() == 0
+        wait_until(lambda: tunnel_devices(box) == {}, f"the device to go after {instant} s")
+    assert_no_tunnel(box)
+
+
+@pytest.mark.parametrize("is_up", [False, True])
+def test_a_tunnel_that_cannot_be_stopped_in_time_is_stopped_later(box, plugin, is_up):
+    """While polkit does not answer, NetworkManager cannot answer either."""
+
+    def answered_starts() -> int:
+        return box.process("NetworkManager").output.read_text().count('op="connection-activate"')
+
+    with Adapter(box) as adapter:
+        adapter.save_new()
+        if is_up:
+            adapter.connect()
+        before = answered_starts()
+        box.process("polkit").send_signal(signal.SIGSTOP)
+        try:
+            adapter.start_command("start")
+            adapter.do("read")
+            adapter.start_command("stop-and-exit")
+            assert adapter.exit_code() == 0
+        finally:
+            box.process("polkit").send_signal(signal.SIGCONT)
+    if not is_up:
+        wait_until(lambda: answered_starts() > before, "NetworkManager to answer the start")
+    assert_no_tunnel(box)
+
+
 def test_a_disabled_configuration_does_not_start(adapter):
     adapter.save_new(enabled=False)
     assert adapter.call("start") == {
@@ -231,7 +281,11 @@ def test_a_tunnel_that_does_not_come_up_is_disconnected(box, adapter):
     fail_tunnel(box, 1)
     assert adapter.call("start") == {"status": CONNECTING}
     adapter.expect(CONNECTING, DISCONNECTED)
+    assert adapter.call("failure")["error-text"] == (
+        "NetworkManager's reason: service-start-failed")
     adapter.connect()
+    adapter.disconnect()
+    assert adapter.call("failure") == {}
 
 
 def test_a_tunnel_is_stopped_while_it_comes_up(box, adapter):
@@ -280,7 +334,11 @@ def test_a_refused_start_ends_disconnected_and_a_refused_change_is_an_error(box,
     box.refuse(CONTROL)
     assert adapter.call("start") == {"status": CONNECTING}
     adapter.expect(CONNECTING, DISCONNECTED)
+    assert adapter.call("failure") == {
+        "domain": DOMAIN, "code": 3, "error-text": "Not authorized to control networking."}
     box.refuse(MODIFY)
+    # Nothing to save, so nobody is asked.
+    assert adapter.call("save") == {}
     refusal = {"domain": DOMAIN, "code": 5, "error-text": "Insufficient privileges"}
     assert adapter.call("save", description="Refused") == refusal
     assert adapter.call("remove") == refusal
@@ -337,7 +395,49 @@ def test_network_manager_dies_before_it_has_answered(box, adapter, operation):
         assert (answer["domain"], answer["code"]) == (DOMAIN, 5)
         adapter.expect(DISCONNECTED)
     box.start_network_manager()
+    if operation == "start":
+        adapter.outcome(CONNECTED)
+    else:
+        adapter.expect("configuration", DISCONNECTED)
+
+
+def test_a_tunnel_comes_back_with_network_manager(box, adapter):
+    adapter.save_new()
+    adapter.connect()
+    box.process("NetworkManager").end()
+    adapter.outcome(DISCONNECTED)
+    box.start_network_manager()
+    adapter.outcome(CONNECTED)
+    assert tunnel_devices(box) == {"quoxelin0": ["100.64.0.1"]}
+    # A tunnel that was stopped stays down.
+    adapter.disconnect()
+    box.process("NetworkManager").end()
+    box.start_network_manager()
     adapter.expect("configuration", DISCONNECTED)
+    assert tunnel_devices(box) == {}
+
+
+def test_a_tunnel_comes_back_with_the_network(box, adapter):
+    adapter.save_new()
+    adapter.connect()
+    box.run("nmcli", "connection", "down", "base")
+    adapter.fresh()
+    box.run("nmcli", "connection", "up", "base")
+    wait_until(lambda: adapter.call("read")["status"] == CONNECTED and
+               tunnel_devices(box) == {"quoxelin0": ["100.64.0.1"]}, "the tunnel")
+
+
+def test_a_new_configuration_is_created_once_however_long_saving_takes(box, adapter):
+    adapter.do("new")
+    box.process("polkit").send_signal(signal.SIGSTOP)
+    try:
+        saves = [adapter.start_command("save", **SAVED) for _ in range(3)]
+        adapter.do("load")
+    finally:
+        box.process("polkit").send_signal(signal.SIGCONT)
+    for save in saves:
+        assert adapter.own(adapter.answer(save)) == {}
+    assert len(adapter.call("load-all")["managers"]) == 1
 
 
 def test_the_bus_stops_and_starts_again(box, adapter):

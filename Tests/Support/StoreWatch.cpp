@@ -57,6 +57,7 @@ void StoreWatch::heardOfState(const std::string& message) {
         wantsTunnel = wantedBefore;
     } else if (message == "disconnect") {
         wantsTunnel = false;
+        startIsPending = false;
         stopIsDue = true;
         switches.push_back(AppFixture::wantRunningRequest(false));
     } else if (message == "logout called") {

@@ -17,6 +17,16 @@ void rememberContent(NMRemoteConnection* connection) {
                            g_object_unref);
 }
 
+/// "service-start-failed"
+std::string nameOf(guint reason) {
+    auto* const reasons =
+        static_cast<GEnumClass*>(g_type_class_ref(NM_TYPE_ACTIVE_CONNECTION_STATE_REASON));
+    const auto* const value = g_enum_get_value(reasons, static_cast<gint>(reason));
+    std::string name = value == nullptr ? std::to_string(reason) : value->value_nick;
+    g_type_class_unref(reasons);
+    return name;
+}
+
 } // namespace
 
 /// One bus connection and everything that uses it. After its end no answer or signal arrives.
@@ -129,7 +139,7 @@ void NetworkManagerClient::update() {
     const bool isPresent = running() != nullptr;
     if (wasPresent && *wasPresent != isPresent) {
         wasPresent = isPresent;
-        tell({.configurations = isPresent, .tunnels = true, .presence = true});
+        tell({.configurations = isPresent, .tunnels = true, .presence = true, .reasons = {}});
     }
     const bool isAbsent = !link || (link->client && !nm_client_get_nm_running(link->client.get()));
     if (waiting.empty() || (!isPresent && !isAbsent))
@@ -182,6 +192,7 @@ bool NetworkManagerClient::followVPN(NMActiveConnection* connection) {
     if (!nm_active_connection_get_vpn(connection))
         return false;
     follow(connection, "notify::" NM_ACTIVE_CONNECTION_STATE, G_CALLBACK(stateChanged));
+    follow(connection, "state-changed", G_CALLBACK(tunnelEnded));
     return true;
 }
 
@@ -206,7 +217,7 @@ void NetworkManagerClient::connectionChanged(GObject* anchor, NMRemoteConnection
 }
 
 void NetworkManagerClient::configurationsChanged() {
-    tell({.configurations = true, .tunnels = false, .presence = false});
+    tell({.configurations = true, .tunnels = false, .presence = false, .reasons = {}});
 }
 
 void NetworkManagerClient::activeConnectionAdded(GObject* anchor, NMActiveConnection* connection) {
@@ -222,6 +233,19 @@ void NetworkManagerClient::activeConnectionRemoved(GObject* anchor,
 
 void NetworkManagerClient::stateChanged(GObject* anchor) {
     ownerOf(anchor).tunnelsChanged();
+}
+
+void NetworkManagerClient::tunnelEnded(GObject* anchor, guint state, guint reason,
+                                       NMActiveConnection* tunnel) {
+    const char* uuid = nm_active_connection_get_uuid(tunnel);
+    if (state != NM_ACTIVE_CONNECTION_STATE_DEACTIVATED || uuid == nullptr ||
+        reason == NM_ACTIVE_CONNECTION_STATE_REASON_NONE ||
+        reason == NM_ACTIVE_CONNECTION_STATE_REASON_USER_DISCONNECTED)
+        return;
+    ownerOf(anchor).tell({.configurations = false,
+                          .tunnels = true,
+                          .presence = false,
+                          .reasons = {{uuid, nameOf(reason)}}});
 }
 
 /// A client that sees NetworkManager start receives the connections one by one without knowing
@@ -240,13 +264,14 @@ void NetworkManagerClient::busClosed(GObject* anchor) {
 }
 
 void NetworkManagerClient::tunnelsChanged() {
-    tell({.configurations = false, .tunnels = true, .presence = false});
+    tell({.configurations = false, .tunnels = true, .presence = false, .reasons = {}});
 }
 
 void NetworkManagerClient::tell(const Changes& changes) {
     untold.configurations |= changes.configurations;
     untold.tunnels |= changes.tunnels;
     untold.presence |= changes.presence;
+    untold.reasons.insert(changes.reasons.begin(), changes.reasons.end());
     if (source != 0)
         return;
     source = g_idle_add_full(

@@ -4,6 +4,7 @@
 
 #include <NetworkManager.h>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -22,6 +23,9 @@ class NetworkManagerClient {
         bool tunnels = false;
         /// NetworkManager has appeared or disappeared.
         bool presence = false;
+        /// NetworkManager's reasons for the end of tunnels that nobody stopped, by the connection's
+        /// UUID.
+        std::map<std::string, std::string> reasons;
     };
 
     /// `changed` is called from the event loop, once for all changes of one turn.
@@ -60,6 +64,7 @@ class NetworkManagerClient {
     static void activeConnectionAdded(GObject* anchor, NMActiveConnection* connection);
     static void activeConnectionRemoved(GObject* anchor, NMActiveConnection* connection);
     static void stateChanged(GObject* anchor);
+    static void tunnelEnded(GObject* anchor, guint state, guint reason, NMActiveConnection* tunnel);
     static void presenceChanged(GObject* anchor);
     static void busClosed(GObject* anchor);
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Base/Dispatch.h"
 #include "Platform/Linux/Services/NetworkManagerClient.h"
+#include "Platform/Linux/Services/TunnelEnd.h"
 #include "Platform/Linux/Services/VPNProfile.h"
 
 #include <map>
@@ -42,10 +42,12 @@ class NetworkManagerProfiles final : public std::enable_shared_from_this<Network
     Result<void, Error> start(const std::string& uuid);
     void stop(const std::string& uuid);
 
-    /// Waits for NetworkManager to answer the stop requests, at most `longest` in total, without
-    /// serving the event loop. NetworkManager drops requests whose sender has exited. Stops that
-    /// are deferred until a connection is up are not included.
-    void waitForStops(Duration longest) const;
+    /// Why the last attempt failed or the tunnel ended, unless it was stopped.
+    std::optional<Error> lastFailure(const std::string& uuid) const;
+
+    /// The tunnels that were stopped and not started since. NetworkManager may not have heard of
+    /// it.
+    std::vector<EndingTunnel> stoppedTunnels() const;
 
   private:
     /// A connection that is not saved yet.
@@ -80,6 +82,7 @@ class NetworkManagerProfiles final : public std::enable_shared_from_this<Network
     Error notRunning(NEVPNError code) const;
     NEVPNStatus tunnelStatus(const std::string& uuid) const;
     std::map<std::string, NEVPNStatus> tunnels() const;
+    void startAgain();
 
     NetworkManagerClient networkManager;
     std::function<void()> statusChanged;
@@ -87,8 +90,12 @@ class NetworkManagerProfiles final : public std::enable_shared_from_this<Network
     std::map<std::string, New> unsaved;
     std::map<std::string, Start> starts;
     unsigned startCount = 0;
-    /// D-Bus paths of the connections that NetworkManager was asked to stop, until it answers.
-    std::multiset<std::string> stops;
+    /// Started and not stopped since.
+    std::set<std::string> wanted;
+    /// NetworkManager's reasons, in readable form.
+    std::map<std::string, std::string> failures;
+    /// Stopped and not started since.
+    std::set<std::string> stopped;
     /// The last reported statuses other than disconnected.
     std::map<std::string, NEVPNStatus> told;
 };

@@ -36,6 +36,9 @@ class Manager final : public NETunnelProviderManager {
     std::optional<int> status() const override { return profiles->status(uuid); }
     Result<void, Error> startVPNTunnel() override { return profiles->start(uuid); }
     void stopVPNTunnel() override { profiles->stop(uuid); }
+    void fetchLastDisconnectError(PreferencesCompletion completion) override {
+        completion(profiles->lastFailure(uuid));
+    }
 
   private:
     std::shared_ptr<NetworkManagerProfiles> profiles;
@@ -77,8 +80,8 @@ void NetworkManagerVPN::loadAllFromPreferences(Completion<Managers, Error> compl
     });
 }
 
-void NetworkManagerVPN::waitForStops(Duration longest) const {
-    profiles->waitForStops(longest);
+void NetworkManagerVPN::endTunnels(std::chrono::milliseconds longest) const {
+    quoxelin::endTunnels(profiles->stoppedTunnels(), Bus::systemAddress(), longest);
 }
 
 std::shared_ptr<NETunnelProviderManager> NetworkManagerVPN::makeTunnelProviderManager() {

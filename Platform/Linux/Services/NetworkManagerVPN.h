@@ -1,9 +1,10 @@
 #pragma once
 
-#include "Base/Dispatch.h"
 #include "Base/Lifetime.h"
 #include "Base/Subscription.h"
 #include "Platform/NetworkExtension.h"
+
+#include <chrono>
 
 namespace quoxelin {
 
@@ -27,9 +28,10 @@ class NetworkManagerVPN final : public NetworkExtension {
     std::shared_ptr<NETunnelProviderManager> makeTunnelProviderManager() override;
     bool sharesProtocolObjects() const override { return false; }
 
-    /// Call this before the process ends: waits at most `longest` for NetworkManager to accept the
-    /// stop requests, which would otherwise be lost.
-    void waitForStops(Duration longest) const;
+    /// Call this before the process ends. NetworkManager drops requests whose sender has exited, so
+    /// this waits at most `longest` for it to accept the stops; a process that stays behind does
+    /// the rest.
+    void endTunnels(std::chrono::milliseconds longest) const;
 
   private:
     void busChanged();

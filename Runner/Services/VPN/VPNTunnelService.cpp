@@ -9,6 +9,7 @@
 
 #include <atomic>
 #include <fmt/format.h>
+#include <utility>
 
 namespace quoxelin {
 
@@ -43,6 +44,11 @@ VPNTunnelService::VPNTunnelService(const Dependencies& dependencies) : dependenc
     startMonitoring();
 }
 
+VPNTunnelService::~VPNTunnelService() {
+    for (const auto& completion : waitingRemovals)
+        dependencies.dispatch.main().async(completion);
+}
+
 VPNTunnelService& VPNTunnelService::shared() {
     static auto& instance = immortal([&platform = Platform::current()] {
         return VPNTunnelService({platform.dispatch, AppLogger::shared(), platform.networkExtension,
@@ -58,6 +64,7 @@ void VPNTunnelService::start() {
     if (mainThread.takesOver([this] { start(); }))
         return;
     pendingStartAfterApproval = true;
+    wantsTunnel = true;
     wasRemoved = false;
     if (manager) {
         startVPNTunnel();
@@ -65,13 +72,22 @@ void VPNTunnelService::start() {
     }
     loadManager(false, mainThread.weakly([this] {
         updateStatus();
-        startVPNTunnel();
+        if (wantsTunnel)
+            startVPNTunnel();
     }));
+}
+
+/// A disconnect is a disconnect: neither a configuration change nor a load that is under way may
+/// start the tunnel afterward.
+void VPNTunnelService::giveUpStarts() {
+    pendingStartAfterApproval = false;
+    wantsTunnel = false;
 }
 
 void VPNTunnelService::stop() {
     if (mainThread.takesOver([this] { stop(); }))
         return;
+    giveUpStarts();
     if (manager) {
         manager->stopVPNTunnel();
         return;
@@ -103,6 +119,15 @@ void VPNTunnelService::ensureConfigurationSaved(std::function<void()> completion
 void VPNTunnelService::removeConfiguration(std::function<void()> completion) {
     if (mainThread.takesOver([this, completion] { removeConfiguration(completion); }, completion))
         return;
+    giveUpStarts();
+    wasRemoved = true;
+    if (unansweredSaves > 0)
+        waitingRemovals.push_back(std::move(completion));
+    else
+        removeSavedConfigurations(std::move(completion));
+}
+
+void VPNTunnelService::removeSavedConfigurations(Done completion) {
     dependencies.networkExtension.loadAllFromPreferences(mainThread.completion(
         [this, completion](const Result<Managers, Error>& loaded) {
             if (!loaded || loaded->empty()) {
@@ -187,12 +212,8 @@ void VPNTunnelService::loadManager(bool forceSave, Done completion) {
                 completion();
                 return;
             }
-            if (!manager) {
-                if (!loaded->empty())
-                    log("Found existing manager(s) but none match Quoxelin; creating a new "
-                        "manager");
-                manager = dependencies.networkExtension.makeTunnelProviderManager();
-            }
+            if (!manager)
+                manager = newManager(*loaded);
             manager->loadFromPreferences(mainThread.completion(
                 [this, forceSave, completion](const std::optional<Error>& error) {
                     if (error) {
@@ -207,6 +228,16 @@ void VPNTunnelService::loadManager(bool forceSave, Done completion) {
         completion));
 }
 
+/// The manager that is being created, so that there is one configuration however long saving takes.
+std::shared_ptr<NETunnelProviderManager> VPNTunnelService::newManager(const Managers& others) {
+    if (!unsavedManager) {
+        if (!others.empty())
+            log("Found existing manager(s) but none match Quoxelin; creating a new manager");
+        unsavedManager = dependencies.networkExtension.makeTunnelProviderManager();
+    }
+    return unsavedManager;
+}
+
 /// Uses the current manager, because a removal or another load may have happened meanwhile.
 void VPNTunnelService::configureAndSave(bool forceSave, Done completion) {
     if (!manager || wasRemoved) {
@@ -219,20 +250,31 @@ void VPNTunnelService::configureAndSave(bool forceSave, Done completion) {
         completion();
         return;
     }
+    ++unansweredSaves;
     manager->saveToPreferences(
         configuration,
         mainThread.completion(
             [this, completion, saved = manager](const std::optional<Error>& error) {
+                saveAnswered();
                 if (error) {
                     log("Failed to save configuration: " + error->localizedDescription);
                     completion();
                     return;
                 }
+                if (saved == unsavedManager)
+                    unsavedManager = nullptr;
                 // A saved manager must be loaded again before use.
                 saved->loadFromPreferences(mainThread.completion(
                     [completion](const std::optional<Error>&) { completion(); }, completion));
             },
             completion));
+}
+
+void VPNTunnelService::saveAnswered() {
+    if (--unansweredSaves > 0)
+        return;
+    for (auto& completion : std::exchange(waitingRemovals, {}))
+        removeSavedConfigurations(std::move(completion));
 }
 
 /// Sets the required values. True if the configuration has to be saved.
@@ -356,7 +398,21 @@ void VPNTunnelService::startMonitoring() {
 
 void VPNTunnelService::vpnStatusDidChange() {
     log("Status notification received");
+    const auto before = connectionStatus.get();
     updateStatus();
+    if (before != VPNConnectionStatus::disconnected &&
+        connectionStatus.get() == VPNConnectionStatus::disconnected)
+        logDisconnectError();
+}
+
+void VPNTunnelService::logDisconnectError() {
+    manager->fetchLastDisconnectError(mainThread.completion(
+        [this](const std::optional<Error>& error) {
+            if (error)
+                log(fmt::format("Tunnel ended: {} (code: {}, domain: {})",
+                                error->localizedDescription, error->code, error->domain));
+        },
+        [] {}));
 }
 
 void VPNTunnelService::vpnConfigurationDidChange() {

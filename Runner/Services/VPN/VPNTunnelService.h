@@ -9,6 +9,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace quoxelin {
 
@@ -33,6 +34,9 @@ class VPNTunnelService final : public ObservableObject {
     };
 
     explicit VPNTunnelService(const Dependencies& dependencies);
+    ~VPNTunnelService();
+    VPNTunnelService(const VPNTunnelService&) = delete;
+    VPNTunnelService& operator=(const VPNTunnelService&) = delete;
 
     static VPNTunnelService& shared();
 
@@ -43,12 +47,14 @@ class VPNTunnelService final : public ObservableObject {
     /// permission that the user grants later takes effect.
     void start();
 
+    /// Stops the tunnel and gives up every earlier start, even one that waits for a permission.
     void stop();
 
     /// Saves the configuration with the required values, and creates it if necessary.
     void ensureConfigurationSaved(std::function<void()> completion);
 
-    /// Removes all of this application's saved configurations.
+    /// Gives up every earlier start and removes all of this application's saved configurations,
+    /// once the saves that are under way have been answered.
     void removeConfiguration(std::function<void()> completion);
 
   private:
@@ -65,19 +71,31 @@ class VPNTunnelService final : public ObservableObject {
     void startMonitoring();
     void adoptExistingManager(Done completion);
     void loadManager(bool forceSave, Done completion);
+    std::shared_ptr<NETunnelProviderManager> newManager(const Managers& others);
     void configureAndSave(bool forceSave, Done completion);
+    void saveAnswered();
     bool ensureConfigured(VPNConfiguration& candidate) const;
+    void giveUpStarts();
+    void removeSavedConfigurations(Done completion);
     void removeAll(const Managers& managers, Done completion);
     std::optional<int> heldStatus() const;
     void startVPNTunnel();
     void reportStartFailure(const Error& error);
     void updateStatus();
     void vpnStatusDidChange();
+    void logDisconnectError();
     void vpnConfigurationDidChange();
 
     Dependencies dependencies;
     /// The configuration found or created.
     std::shared_ptr<NETunnelProviderManager> manager;
+    /// The configuration being created, until it is saved.
+    std::shared_ptr<NETunnelProviderManager> unsavedManager;
+    int unansweredSaves = 0;
+    /// The completions of removals that wait for those answers.
+    std::vector<Done> waitingRemovals;
+    /// The last request was a start, not a stop or a removal.
+    bool wantsTunnel = false;
     /// A requested start has not succeeded yet; a configuration change retries it.
     bool pendingStartAfterApproval = false;
     /// The configuration was removed and has not been requested since.

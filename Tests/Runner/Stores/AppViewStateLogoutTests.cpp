@@ -41,6 +41,21 @@ TEST_F(AppViewStateLogout, checksNoTunnelAfterALogout) {
     EXPECT_EQ(count("VPN connection retry 1/3"), 0);
 }
 
+TEST_F(AppViewStateLogout, startsNoTunnelThatIsAllowedAfterALogout) {
+    systemExtension->isApproved = true;
+    system.networkExtension.requireApproval();
+    run();
+    appState->connect();
+    advance(seconds(30));
+    appState->logout();
+    advance(seconds(30));
+    forget();
+    system.networkExtension.allow();
+    advance(seconds(30));
+    EXPECT_EQ(tunnelCommands(), Lines{});
+    EXPECT_NE(appState->vpn->status, VPNConnectionStatus::connected);
+}
+
 TEST_F(AppViewStateLogout, refillsNothingWhileLoggingOut) {
     startAndForget();
     bus(bareMap);

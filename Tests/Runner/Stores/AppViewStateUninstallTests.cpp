@@ -85,6 +85,56 @@ TEST_F(AppViewStateUninstall, removesEverythingInOrderAndQuits) {
     EXPECT_TRUE(system.application.isTerminating() || system.application.hasTerminated());
 }
 
+TEST_F(AppViewStateUninstall, isTheOnlyOneInProgress) {
+    system.appleScript.waitForPassword();
+    appState->uninstall();
+    advance(seconds(1));
+    appState->uninstall();
+    advance(seconds(1));
+    EXPECT_EQ(system.appleScript.executedSources().size(), 1u);
+    EXPECT_EQ(count("Uninstall already in progress, skipping"), 1);
+    system.appleScript.givePassword();
+    advance(seconds(1));
+    EXPECT_EQ(count("Uninstall completed"), 1);
+}
+
+TEST(AppViewStateEarlyUninstall, connectsToNothingDuringTheRemoval) {
+    AppFixture app;
+    app.systemExtension->isApproved = true;
+    app.addTunnelConfiguration();
+    app.startAndForget();
+    app.answerStatus(R"({"BackendState":"Running"})");
+    app.appState->pollForLoginCompletion();
+    app.system.networkExtension.answerDelay = seconds(3);
+    app.appState->uninstall();
+    app.run();
+    // The daemon's messages and the user's clicks come too late.
+    HashiBusNotify notify;
+    notify.state = HashiBusState::running;
+    notify.netMap.emplace();
+    app.appState->hashiBusDidReceiveNotify(notify);
+    app.appState->connect();
+    app.advance(seconds(60));
+    EXPECT_EQ(app.count("connect"), 0);
+    EXPECT_EQ(app.countRequests("GET /localapi/v0/status"), 0);
+    EXPECT_TRUE(app.system.networkExtension.configurations().empty());
+}
+
+TEST(AppViewStateEarlyUninstall, leavesNoConfigurationOfTheFirstConnection) {
+    for (const double instant : {0.0, 0.1, 0.3, 0.6, 1.0}) {
+        AppFixture app;
+        app.systemExtension->isApproved = true;
+        app.run();
+        app.system.networkExtension.answerDelay = seconds(0.25);
+        app.appState->connect();
+        app.advance(seconds(instant));
+        app.appState->uninstall();
+        app.advance(seconds(60));
+        EXPECT_TRUE(app.system.networkExtension.configurations().empty()) << instant;
+        EXPECT_EQ(app.count("Uninstall completed"), 1) << instant;
+    }
+}
+
 TEST_F(AppViewStateUninstall, stopsFollowingTheDaemon) {
     appState->uninstall();
     run();

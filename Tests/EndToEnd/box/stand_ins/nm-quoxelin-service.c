@@ -70,6 +70,7 @@ static gboolean report_addresses(gpointer data) {
     add(&general, NM_VPN_PLUGIN_CONFIG_EXT_GATEWAY, g_variant_new_uint32(inet_addr("192.0.2.1")));
     add(&general, NM_VPN_PLUGIN_CONFIG_MTU, g_variant_new_uint32(1280));
     add(&general, NM_VPN_PLUGIN_CONFIG_HAS_IP4, g_variant_new_boolean(TRUE));
+    add(&general, NM_VPN_PLUGIN_CAN_PERSIST, g_variant_new_boolean(TRUE));
     nm_vpn_service_plugin_set_config(plugin, g_variant_builder_end(&general));
 
     const guint32 overlay[4] = {inet_addr("100.64.0.0"), 10, 0, 0};

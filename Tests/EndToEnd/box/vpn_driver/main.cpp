@@ -7,6 +7,7 @@
 //   save                        the one at "place", changed by description, server, provider,
 //                               enabled and sleep where they are present
 //   start, stop                 the tunnel of the one at "place"
+//   failure                     why the one at "place" ended
 //   stop-and-exit               stops it and exits, like the application at its end
 //   end                         destroys the adapter and keeps the managers
 
@@ -141,7 +142,8 @@ class Driver {
         using Operation = void (NETunnelProviderManager::*)(PreferencesCompletion);
         const std::map<std::string, Operation> operations = {
             {"load", &NETunnelProviderManager::loadFromPreferences},
-            {"remove", &NETunnelProviderManager::removeFromPreferences}};
+            {"remove", &NETunnelProviderManager::removeFromPreferences},
+            {"failure", &NETunnelProviderManager::fetchLastDisconnectError}};
         for (const auto& [name, operation] : operations) {
             steering.add(name, [this, operation = operation](SteeringReader& reader) {
                 return [manager = at(reader), operation](const SteeringReply& reply) {
@@ -169,7 +171,7 @@ class Driver {
             const auto manager = at(reader);
             return [this, manager](const SteeringReply&) {
                 manager->stopVPNTunnel();
-                adapter->waitForStops(seconds(5));
+                adapter->endTunnels(std::chrono::seconds(1));
                 std::_Exit(0);
             };
         });

@@ -182,6 +182,18 @@ TEST_F(MacNetworkExtensionTest, startsAndStopsTheTunnelAndReportsItsStatus) {
     EXPECT_EQ(seen, (std::vector<int>{2, 3, 5, 1}));
 }
 
+TEST_F(MacNetworkExtensionTest, reportsWhyATunnelEnded) {
+    const auto manager = saved();
+    Failures failures;
+    manager->fetchLastDisconnectError(into(failures));
+    ASSERT_TRUE(failures.arrive());
+    EXPECT_EQ(failures.get().front(), std::nullopt);
+    stage::failNext(@"fetchLastDisconnectError", errorOf(::NEVPNErrorDomain, 3));
+    manager->fetchLastDisconnectError(into(failures));
+    ASSERT_TRUE(failures.arrive(2));
+    EXPECT_EQ(failures.get().back()->code, 3);
+}
+
 TEST_F(MacNetworkExtensionTest, reportsWhyATunnelDoesNotStart) {
     const auto unsaved = extension.makeTunnelProviderManager()->startVPNTunnel();
     ASSERT_FALSE(unsaved);

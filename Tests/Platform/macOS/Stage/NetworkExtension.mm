@@ -98,6 +98,10 @@ static NSMutableArray<StageConfiguration*>* savedConfigurations() {
     return YES;
 }
 
+- (void)fetchLastDisconnectErrorWithCompletionHandler:(void (^)(NSError*))handler {
+    answerLater(@"fetchLastDisconnectError", dispatch_get_main_queue(), handler);
+}
+
 - (void)stopVPNTunnel {
     answerLater(@"stopVPNTunnel", dispatch_get_main_queue(), ^(NSError*) {
         [self become:NEVPNStatusDisconnecting];

@@ -228,6 +228,34 @@ TEST_F(VPNTunnelService, correctsEverythingWhenForcedToSave) {
     }
 }
 
+TEST_F(VPNTunnelService, createsOneConfigurationHoweverLongSavingTakes) {
+    createAndSettle();
+    network.answerDelay = seconds(1);
+    for (int count = 0; count < 5; ++count) {
+        service->ensureConfigurationSaved(noting("saved"));
+        dispatch.advance(seconds(0.6));
+    }
+    dispatch.advance(seconds(20));
+    EXPECT_EQ(network.configurations().size(), 1u);
+    const auto lines = trace.take();
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), "saved"), 5);
+    // If the user removes it, a new one is created.
+    network.removeConfiguration(0);
+    dispatch.advance(seconds(20));
+    EXPECT_EQ(network.configurations().size(), 1u);
+}
+
+TEST_F(VPNTunnelService, createsOneConfigurationAfterAFailure) {
+    createAndSettle();
+    network.errors[Network::Operation::save] = ioError;
+    service->ensureConfigurationSaved(noting("saved"));
+    dispatch.runUntilIdle();
+    network.errors.clear();
+    service->ensureConfigurationSaved(noting("saved"));
+    dispatch.runUntilIdle();
+    EXPECT_EQ(network.configurations().size(), 1u);
+}
+
 // Failures
 
 TEST_F(VPNTunnelService, completesWhenThePreferencesCannotBeRead) {

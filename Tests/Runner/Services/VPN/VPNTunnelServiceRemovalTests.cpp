@@ -133,6 +133,36 @@ TEST_F(VPNTunnelService, completesARemovalAtOnceWhenThePreferencesCannotBeRead) 
     EXPECT_EQ(network.requests, (Lines{"loadAll", "start"}));
 }
 
+TEST_F(VPNTunnelService, leavesNothingBehindThatWasBeingSaved) {
+    for (const double instant : {0.0, 0.5, 1.5, 2.5, 3.5}) {
+        network.answerDelay = seconds(1);
+        create();
+        dispatch.advance(seconds(5));
+        forget();
+        service->ensureConfigurationSaved([] {});
+        service->start();
+        dispatch.advance(seconds(instant));
+        service->removeConfiguration(noting("removed"));
+        dispatch.advance(seconds(20));
+        EXPECT_TRUE(network.configurations().empty()) << instant;
+        EXPECT_EQ(std::count(network.requests.begin(), network.requests.end(), "start"), 0);
+        const auto lines = trace.take();
+        EXPECT_EQ(std::count(lines.begin(), lines.end(), "removed"), 1);
+        destroy();
+    }
+}
+
+TEST_F(VPNTunnelService, completesARemovalThatWaitedForASaveWhenItIsGone) {
+    createAndSettle();
+    network.answerDelay = seconds(1);
+    service->ensureConfigurationSaved([] {});
+    dispatch.advance(seconds(2.5));
+    service->removeConfiguration(noting("removed"));
+    destroy();
+    dispatch.advance(seconds(20));
+    EXPECT_EQ(trace.take(), Lines{"removed"});
+}
+
 TEST_F(VPNTunnelService, completesARemovalOnceEveryConfigurationHasAnswered) {
     for (int count = 0; count < 5; ++count)
         saveOurs();

@@ -125,6 +125,15 @@ TEST_F(VPNTunnelService, reportsAnErrorWhenTheManagerHasNoConnection) {
     EXPECT_EQ(network.requests, (Lines{"loadAll", "load", "start"}));
 }
 
+TEST_F(VPNTunnelService, isConnectingBeforeItAsksThePlatform) {
+    saveOurs();
+    createAndSettle();
+    network.onRequest = [this](const std::string& request) { trace.note(request); };
+    service->start();
+    EXPECT_EQ(trace.take(), (Lines{"[VPN] Starting VPN tunnel (current status: 1)", "= connecting",
+                                   "start", "[VPN] Tunnel start initiated successfully"}));
+}
+
 struct Refusal {
     Error error;
     const char* line;
@@ -201,6 +210,48 @@ TEST_F(VPNTunnelService, startsOnceTheUserAllowsTheNewConfiguration) {
     EXPECT_EQ(network.requests, (Lines{"loadAll", "load", "start"}));
     EXPECT_EQ(service->connectionStatus.get(), VPNConnectionStatus::connected);
     EXPECT_EQ(network.configurations().size(), 1u);
+}
+
+TEST_F(VPNTunnelService, startsNothingAfterAStop) {
+    for (const bool removes : {false, true}) {
+        saveOurs();
+        createAndSettle();
+        network.tunnels.startError = permissionDenied;
+        service->start();
+        if (removes)
+            service->removeConfiguration([] {});
+        else
+            service->stop();
+        network.tunnels.startError.reset();
+        dispatch.advance(seconds(1));
+        saveOurs();
+        network.tellConfigurationChange();
+        dispatch.advance(seconds(10));
+        EXPECT_EQ(std::count(network.requests.begin(), network.requests.end(), "start"), 1);
+        EXPECT_NE(service->connectionStatus.get(), VPNConnectionStatus::connected);
+        destroy();
+    }
+}
+
+TEST_F(VPNTunnelService, givesUpAStartThatIsStillLoading) {
+    for (const double instant : {0.5, 1.5, 2.5, 3.5}) {
+        network.answerDelay = seconds(1);
+        create();
+        dispatch.advance(seconds(5));
+        service->start();
+        dispatch.advance(seconds(instant));
+        service->stop();
+        dispatch.advance(seconds(20));
+        EXPECT_EQ(std::count(network.requests.begin(), network.requests.end(), "start"), 0);
+        // A later start counts again.
+        service->start();
+        dispatch.advance(seconds(20));
+        EXPECT_EQ(service->connectionStatus.get(), VPNConnectionStatus::connected);
+        service->removeConfiguration([] {});
+        dispatch.advance(seconds(20));
+        destroy();
+        forget();
+    }
 }
 
 TEST_F(VPNTunnelService, keepsAStartPendingThatFoundNoManager) {

@@ -172,6 +172,26 @@ TEST_F(VPNTunnelService, followsAnAttemptThatFails) {
     EXPECT_EQ(network.requests, (Lines{"loadAll", "load"}));
 }
 
+TEST_F(VPNTunnelService, logsWhyATunnelEnded) {
+    saveOurs();
+    createAndSettle();
+    network.tunnels.disconnectError = Error{"NEVPNErrorDomain", 3, "no network"};
+    network.tunnels.comeUp = false;
+    network.tunnels.disconnectDuration = Duration::zero();
+    const std::string line = "[VPN] Tunnel ended: no network (code: 3, domain: NEVPNErrorDomain)";
+    service->start();
+    dispatch.advance(seconds(5));
+    EXPECT_EQ(trace.take().back(), line);
+    network.tunnels.comeUp = true;
+    service->start();
+    dispatch.advance(seconds(5));
+    network.tunnel().drop();
+    EXPECT_EQ(settleAndTake().back(), line);
+    // The end was already known.
+    network.tunnel().report(1);
+    EXPECT_NE(settleAndTake().back(), line);
+}
+
 // Threads and lifetime
 
 TEST_F(VPNTunnelService, repeatsCallsFromOtherThreadsOnTheMainQueue) {

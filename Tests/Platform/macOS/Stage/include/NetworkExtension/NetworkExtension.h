@@ -37,6 +37,7 @@ extern NSString* const NEVPNConfigurationChangeNotification;
                    andReturnError:(NSError**)error;
 - (BOOL)startVPNTunnelAndReturnError:(NSError**)error;
 - (void)stopVPNTunnel;
+- (void)fetchLastDisconnectErrorWithCompletionHandler:(void (^)(NSError* error))handler;
 @end
 
 @interface NEVPNManager : NSObject
