@@ -6,6 +6,9 @@ import pytest
 from support.application import Application
 from support.nested import HEIGHT, WIDTH, Nested
 
+# One after the other on the same desktop.
+pytestmark = pytest.mark.xdist_group("nested")
+
 GAP = 5
 ICON = (1000, 12)
 BESIDE_EVERYTHING = (300, 600)

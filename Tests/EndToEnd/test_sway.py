@@ -8,6 +8,9 @@ import pytest
 from support.application import Application
 from support.sway import Sway
 
+# One after the other on the same desktop.
+pytestmark = pytest.mark.xdist_group("sway")
+
 CARD_WIDTH = 272
 GAP = 5
 CHOOSER = "Export Logs — Quoxelin"

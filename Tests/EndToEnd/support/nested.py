@@ -68,8 +68,6 @@ class Nested:
             "XDG_CONFIG_HOME": str(self.home), "DISPLAY": self.outer, "LIBGL_ALWAYS_SOFTWARE": "1",
             "KWIN_COMPOSE": "Q", "MUTTER_DEBUG_DUMMY_MODE_SPECS": f"{WIDTH}x{HEIGHT}",
         } | self._bus.environment
-        sockets = pathlib.Path("/tmp/.X11-unix")
-        before = set(sockets.iterdir())
         with open(self.home / "log", "w") as log:
             self._processes.append(subprocess.Popen(
                 as_somebody_else(self._command(), self.home, self._run), env=environment,
@@ -82,11 +80,11 @@ class Nested:
             "WAYLAND_DISPLAY": str(display), "XDG_SESSION_TYPE": "wayland", "QT_QPA_PLATFORM": "",
             "NO_AT_BRIDGE": "1"}
         if self.compositor == "mutter":
-            inner = self._await(lambda: sorted(
-                path for path in set(sockets.iterdir()) - before if path.is_socket()), "X server")
+            display = self._await(lambda: re.search(
+                r"public X11 display (:\d+)", (self.home / "log").read_text()), "X server")
             authority = self._await(lambda: next(
                 (path for path in self._run.iterdir() if "auth" in path.name), None), "X authority")
-            self.environment |= {"DISPLAY": f":{inner[0].name[1:]}", "XAUTHORITY": str(authority)}
+            self.environment |= {"DISPLAY": display[1], "XAUTHORITY": str(authority)}
         self.screen = Screen(self.outer)
         if self.compositor == "mutter":
             self._await(lambda: self.screen.pixels(600, 400, 1, 1)[:3] != bytes(3), "wallpaper")
