@@ -6,6 +6,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <string>
 
 namespace quoxelin {
 
@@ -59,6 +60,8 @@ struct NSPanelOptions {
     bool opaque = true;
     bool hasShadow = false;
     long level = 0;
+    /// The name of the panel for assistive technology, even if it is hidden.
+    std::string title;
     bool titleHidden = false;
     bool titlebarAppearsTransparent = false;
 };

@@ -57,6 +57,7 @@ void AppDelegate::makePanel() {
     options.opaque = false;
     options.hasShadow = true;
     options.level = NSFloatingWindowLevel;
+    options.title = "Quoxelin";
     options.titleHidden = true;
     options.titlebarAppearsTransparent = true;
     auto panel = platform.panels.makePanel(options);

@@ -15,7 +15,7 @@ namespace quoxelin {
 /// Creates the view for `kind`. The template arguments are in the order of `ViewNode::Kind`;
 /// `Stack` serves both stacks.
 template <typename View, typename Text, typename Symbol, typename Circle, typename Spacer,
-          typename Divider, typename Row, typename Stack>
+          typename Divider, typename Row, typename Stack, typename List>
 std::unique_ptr<View> makeView(ViewNode::Kind kind) {
     switch (kind) {
     case ViewNode::Kind::text:
@@ -33,6 +33,8 @@ std::unique_ptr<View> makeView(ViewNode::Kind kind) {
     case ViewNode::Kind::horizontalStack:
     case ViewNode::Kind::verticalStack:
         return std::make_unique<Stack>(kind);
+    case ViewNode::Kind::list:
+        return std::make_unique<List>();
     }
     return nullptr;
 }
@@ -43,9 +45,13 @@ template <typename View>
 std::vector<std::unique_ptr<View>> reconciled(std::vector<std::unique_ptr<View>> views,
                                               const std::vector<ViewNode>& nodes) {
     const auto viewOf = [&views](const ViewNode& node, std::size_t position) {
-        for (std::size_t i = 0; i < views.size(); ++i)
-            if (views[i] && views[i]->standsFor(node, i == position))
-                return std::move(views[i]);
+        // Most views stay in their place.
+        if (position < views.size() && views[position] && views[position]->standsFor(node, true))
+            return std::move(views[position]);
+        if (!node.key.empty())
+            for (auto& view : views)
+                if (view && view->standsFor(node, false))
+                    return std::move(view);
         return View::make(node.kind);
     };
     std::vector<std::unique_ptr<View>> next;

@@ -21,6 +21,13 @@ inline ViewNode text(std::string text, Font font, Color color = Color::primary,
     return node;
 }
 
+/// A text with an address or name in it, which is not broken but cut in its middle.
+inline ViewNode value(ViewNode text, int lineLimit) {
+    text.lineLimit = lineLimit;
+    text.truncation = Truncation::middle;
+    return text;
+}
+
 inline ViewNode symbol(std::string name, Font font, Color color = Color::primary,
                        double opacity = 1) {
     auto node = text(std::move(name), font, color, opacity);
@@ -62,6 +69,12 @@ inline ViewNode verticalStack(std::vector<ViewNode> children, double spacing = 0
     node.kind = ViewNode::Kind::verticalStack;
     node.children = std::move(children);
     node.spacing = spacing;
+    return node;
+}
+
+inline ViewNode list(std::vector<ViewNode> children, double spacing) {
+    auto node = verticalStack(std::move(children), spacing);
+    node.kind = ViewNode::Kind::list;
     return node;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -15,6 +16,7 @@ enum class Font { headline, subheadline, body, callout, footnote, caption };
 enum class FontWeight { regular, semibold };
 enum class Color { clear, primary, secondary, gray, green, orange, red };
 enum class Alignment { leading, center };
+enum class Truncation { tail, middle };
 
 struct EdgeInsets {
     double top = 0;
@@ -24,6 +26,12 @@ struct EdgeInsets {
     bool operator==(const EdgeInsets&) const = default;
 };
 
+/// How many children of a list are in view at once.
+inline constexpr std::size_t listRowsInView = 10;
+
+/// The opacity of informational text, the faintest text that there is.
+inline constexpr double quietOpacity = 0.65;
+
 struct Popover;
 struct Alert;
 
@@ -31,7 +39,8 @@ struct Alert;
 struct ViewNode {
     enum class Kind {
         /// `text` in `font`, `weight`, `color` and `opacity`, cut with an ellipsis after
-        /// `lineLimit` lines (0 for no limit). A line feed starts a new line.
+        /// `lineLimit` lines (0 for no limit). A line feed starts a new line. A text that is cut
+        /// is shown whole in a tool tip; an empty one takes no line.
         text,
         /// The system symbol named `text`, as large as text in `font`, in `color` and `opacity`.
         /// Decoration only: a text beside it says the same.
@@ -49,6 +58,8 @@ struct ViewNode {
         horizontalStack,
         /// The children below each other, aligned horizontally by `alignment`.
         verticalStack,
+        /// Like a vertical stack, but as high as ten of its children at most; more of them scroll.
+        list,
     };
 
     Kind kind = Kind::verticalStack;
@@ -60,6 +71,11 @@ struct ViewNode {
     Color color = Color::primary;
     double opacity = 1;
     int lineLimit = 0;
+    /// Text: where a line is cut. In the middle is for values such as addresses: their lines break
+    /// at spaces only, so a value stays in one piece.
+    Truncation truncation = Truncation::tail;
+    /// Text: assistive technology says it when it changes on the screen.
+    bool announcesChanges = false;
 
     /// Between the outer edge, which the background fills, and the content.
     EdgeInsets padding;
@@ -87,6 +103,10 @@ struct ViewNode {
     std::function<void(bool isHovering)> onHover;
     /// Row: describes the action to assistive technology. Never empty.
     std::string accessibilityLabel;
+    /// Row: what else assistive technology says about it. May be empty.
+    std::string accessibilityDescription;
+    /// Row: its action opens and closes `popover`.
+    bool hasPopover = false;
 
     /// Presented beside this element while set.
     std::shared_ptr<const Popover> popover;

@@ -1,8 +1,10 @@
 #include "Platform/Linux/ContainerViews.h"
 
+#include "Platform/Linux/ScrollView.h"
 #include "Platform/Linux/Theme.h"
 #include "View/Reconcile.h"
 
+#include <QAccessible>
 #include <QKeyEvent>
 #include <QPainter>
 #include <algorithm>
@@ -24,6 +26,8 @@ void ChildViews::bind(const ViewNode& parent) {
     views = reconciled(std::move(views), nodes);
     alignment = parent.alignment;
     const bool isCentered = alignment == Alignment::center;
+    // Otherwise each child that is shown has all children laid out again.
+    layout->setEnabled(false);
     for (std::size_t i = 0; i < nodes.size(); ++i) {
         Qt::Alignment across;
         if (layout->direction() == QBoxLayout::LeftToRight)
@@ -35,11 +39,12 @@ void ChildViews::bind(const ViewNode& parent) {
         place(*views[i], across, static_cast<int>(i));
         views[i]->bind(nodes[i]);
     }
+    layout->setEnabled(true);
 }
 
 void ChildViews::place(ElementView& view, Qt::Alignment across, int position) {
     auto& widget = view.widget();
-    if (layout->indexOf(&widget) != position) {
+    if (auto* item = layout->itemAt(position); item == nullptr || item->widget() != &widget) {
         layout->removeWidget(&widget);
         layout->insertWidget(position, &widget);
         widget.show();
@@ -76,9 +81,22 @@ void ChildViews::windowDidHide() {
         view->windowDidHide();
 }
 
-void ChildViews::collectFocusable(std::vector<QWidget*>& widgets) {
+void ChildViews::collectReadable(std::vector<QWidget*>& widgets) {
     for (const auto& view : views)
-        view->collectFocusable(widgets);
+        view->collectReadable(widgets);
+}
+
+int ChildViews::heightOfFirst(std::size_t count, int width) const {
+    int height = 0;
+    for (int i = 0; i < layout->count() && static_cast<std::size_t>(i) < count; ++i) {
+        const auto* item = layout->itemAt(i);
+        const int wanted =
+            item->hasHeightForWidth() ? item->heightForWidth(width) : item->sizeHint().height();
+        height += std::max(wanted, item->minimumSize().height());
+        if (i > 0)
+            height += layout->spacing();
+    }
+    return height;
 }
 
 StackView::StackView(ViewNode::Kind kind)
@@ -104,8 +122,8 @@ void StackView::windowDidHide() {
     children.windowDidHide();
 }
 
-void StackView::collectFocusable(std::vector<QWidget*>& widgets) {
-    children.collectFocusable(widgets);
+void StackView::collectReadable(std::vector<QWidget*>& widgets) {
+    children.collectReadable(widgets);
 }
 
 void StackView::paintEvent(QPaintEvent*) {
@@ -134,12 +152,19 @@ void RowView::bindContent(const ViewNode& node) {
     setFocusPolicy(node.disabled ? Qt::NoFocus : Qt::TabFocus);
     if (const auto name = QString::fromStdString(node.accessibilityLabel); accessibleName() != name)
         setAccessibleName(name);
+    if (const auto description = QString::fromStdString(node.accessibilityDescription);
+        accessibleDescription() != description)
+        setAccessibleDescription(description);
+    opensPopover = node.hasPopover;
+    setExpanded(node.popover != nullptr);
     children.bind(node);
 }
 
 void RowView::readContent(ViewNode& node) const {
     node.disabled = !isEnabled();
     node.accessibilityLabel = accessibleName().toStdString();
+    node.accessibilityDescription = accessibleDescription().toStdString();
+    node.hasPopover = opensPopover;
     children.read(node);
 }
 
@@ -153,9 +178,18 @@ void RowView::windowDidHide() {
     children.windowDidHide();
 }
 
-void RowView::collectFocusable(std::vector<QWidget*>& widgets) {
-    if (isEnabled())
-        widgets.push_back(this);
+void RowView::collectReadable(std::vector<QWidget*>& widgets) {
+    widgets.push_back(this);
+}
+
+void RowView::setExpanded(bool isExpanded) {
+    if (popoverIsOpen == isExpanded)
+        return;
+    popoverIsOpen = isExpanded;
+    QAccessible::State changed;
+    changed.expanded = true;
+    QAccessibleStateChangeEvent event(this, changed);
+    QAccessible::updateAccessibility(&event);
 }
 
 void RowView::setHovered(bool newIsHovered) {
@@ -185,14 +219,17 @@ void RowView::keyPressEvent(QKeyEvent* event) {
     case Qt::Key_Space:
         click();
         return;
-    case Qt::Key_Down:
-        focusNextPrevChild(true);
-        return;
-    case Qt::Key_Up:
-        focusNextPrevChild(false);
+    case Qt::Key_Right:
+        if (opensPopover && !popoverIsOpen)
+            click();
         return;
     }
-    event->ignore(); // the window handles Escape
+    event->ignore(); // the window handles the others
+}
+
+void RowView::focusInEvent(QFocusEvent* event) {
+    QAbstractButton::focusInEvent(event);
+    scrollIntoView(*this);
 }
 
 void RowView::paintEvent(QPaintEvent*) {

@@ -17,7 +17,10 @@ class ChildViews {
     void read(ViewNode& node) const;
     void windowDidShow();
     void windowDidHide();
-    void collectFocusable(std::vector<QWidget*>& widgets);
+    void collectReadable(std::vector<QWidget*>& widgets);
+
+    /// The height of the first `count` children below each other.
+    int heightOfFirst(std::size_t count, int width) const;
 
   private:
     void place(ElementView& view, Qt::Alignment across, int position);
@@ -35,7 +38,7 @@ class StackView final : public QWidget, public ElementView {
     const QWidget& widget() const override { return *this; }
     void windowDidShow() override;
     void windowDidHide() override;
-    void collectFocusable(std::vector<QWidget*>& widgets) override;
+    void collectReadable(std::vector<QWidget*>& widgets) override;
 
   protected:
     void bindContent(const ViewNode& node) override;
@@ -56,7 +59,12 @@ class RowView final : public QAbstractButton, public ElementView {
     const QWidget& widget() const override { return *this; }
     void windowDidShow() override;
     void windowDidHide() override;
-    void collectFocusable(std::vector<QWidget*>& widgets) override;
+    void collectReadable(std::vector<QWidget*>& widgets) override;
+
+    bool hasPopover() const { return opensPopover; }
+
+    /// Whether its popover is open.
+    bool isExpanded() const { return popoverIsOpen; }
 
   protected:
     void bindContent(const ViewNode& node) override;
@@ -65,15 +73,19 @@ class RowView final : public QAbstractButton, public ElementView {
     void enterEvent(QEnterEvent* event) override;
     void leaveEvent(QEvent* event) override;
     void hideEvent(QHideEvent* event) override;
+    void focusInEvent(QFocusEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
 
   private:
+    void setExpanded(bool isExpanded);
     void setHovered(bool isHovered);
 
     std::function<void()> action;
     std::function<void(bool)> onHover;
     bool isHovered = false;
+    bool opensPopover = false;
+    bool popoverIsOpen = false;
     ChildViews children;
 };
 

@@ -1,5 +1,6 @@
 #include "Platform/Linux/Desktop.h"
 
+#include "Platform/Linux/AccessibleElements.h"
 #include "Platform/Linux/Wayland/LayerShell.h"
 
 #include <QIcon>
@@ -98,6 +99,7 @@ Toolkit::Toolkit(const std::string& name, Bus& sessionBus)
         qunsetenv(windowSystemVariable);
     sessionBus.serve();
     loadAssets();
+    describeElementsToAssistiveTechnology();
     if (!hasDisplay())
         qInstallMessageHandler(writeMessage);
     QApplication::setApplicationName("quoxelin-desktop");

@@ -3,7 +3,9 @@
 #include "Platform/Linux/AlertBox.h"
 #include "Platform/Linux/ContainerViews.h"
 #include "Platform/Linux/LeafViews.h"
+#include "Platform/Linux/ListView.h"
 #include "Platform/Linux/PopoverWindow.h"
+#include "Platform/Linux/TextView.h"
 #include "Platform/Linux/Theme.h"
 #include "View/Reconcile.h"
 
@@ -35,7 +37,7 @@ std::optional<double> fixedLength(int minimum, int maximum) {
 
 std::unique_ptr<ElementView> ElementView::make(ViewNode::Kind kind) {
     return makeView<ElementView, TextView, SymbolView, CircleView, SpacerView, DividerView, RowView,
-                    StackView>(kind);
+                    StackView, ListView>(kind);
 }
 
 void ElementView::bindFrame(const ViewNode& node) {

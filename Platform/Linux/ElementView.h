@@ -19,8 +19,8 @@ class ElementView : public Element {
     virtual QWidget& widget() = 0;
     virtual const QWidget& widget() const = 0;
 
-    /// Appends the widgets that take keyboard focus, in reading order.
-    virtual void collectFocusable(std::vector<QWidget*>&) {}
+    /// Appends the texts and rows in reading order.
+    virtual void collectReadable(std::vector<QWidget*>&) {}
 
   protected:
     using Element::Element;

@@ -1,6 +1,8 @@
 #include "Platform/Linux/FloatingWindow.h"
 
+#include "Platform/Linux/MenuKeys.h"
 #include "Platform/Linux/ScreenGeometry.h"
+#include "Platform/Linux/ScrollView.h"
 #include "Platform/Linux/Theme.h"
 #include "Platform/Linux/X11Desktop.h"
 
@@ -9,7 +11,6 @@
 #include <QMarginsF>
 #include <QPainter>
 #include <QPainterPath>
-#include <QScrollBar>
 #include <QVBoxLayout>
 #include <QWindow>
 
@@ -43,26 +44,21 @@ void updateLayouts(QWidget& widget) {
 
 FloatingWindow::FloatingWindow(QWidget* parent, Qt::WindowFlags flags)
     : LayeredWindow(parent, flags | Qt::FramelessWindowHint | Qt::NoDropShadowWindowHint),
-      scrollArea(new QScrollArea(this)), isBlended(desktopBlendsWindows()) {
+      scrollView(new ScrollView(this)), isBlended(desktopBlendsWindows()) {
     setAttribute(Qt::WA_TranslucentBackground);
     // The window itself has the focus until the user moves through the rows, so no row is marked at
     // first.
     setFocusPolicy(Qt::ClickFocus);
-    scrollArea->setFrameShape(QFrame::NoFrame);
-    scrollArea->setWidgetResizable(true);
-    scrollArea->setFocusPolicy(Qt::NoFocus);
-    scrollArea->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    scrollArea->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Ignored);
-    scrollArea->viewport()->setAutoFillBackground(false);
+    scrollView->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Ignored);
     auto* layout = new QVBoxLayout(this);
     layout->setSizeConstraint(QLayout::SetNoConstraint);
     layout->setContentsMargins(inset, inset, inset, inset);
-    layout->addWidget(scrollArea);
+    layout->addWidget(scrollView);
     setContentsMargins(shadowMargins());
 }
 
 void FloatingWindow::setContent(QWidget* content) {
-    scrollArea->setWidget(content);
+    scrollView->setWidget(content);
     content->setAutoFillBackground(false);
     content->installEventFilter(this);
 }
@@ -93,10 +89,10 @@ void FloatingWindow::moveCard(const QPoint& topLeft) {
 }
 
 QSize FloatingWindow::wantedCardSize() const {
-    const auto* content = scrollArea->widget();
+    const auto* content = scrollView->widget();
     if (content == nullptr)
         return {};
-    int width =
+    const int width =
         std::clamp(content->sizeHint().width(), content->minimumWidth(), content->maximumWidth());
     const int height = content->hasHeightForWidth() ? content->heightForWidth(width)
                                                     : content->sizeHint().height();
@@ -104,8 +100,6 @@ QSize FloatingWindow::wantedCardSize() const {
     const auto margins = shadowMargins();
     const int around = std::max(2 * distanceToScreenEdge, margins.top() + margins.bottom());
     const int room = usableScreenAt(screenPoint).height() - 2 * inset - around;
-    if (height > room)
-        width += scrollArea->verticalScrollBar()->sizeHint().width();
     return QSize(width, std::min(height, room)) + QSize(2 * inset, 2 * inset);
 }
 
@@ -113,7 +107,7 @@ void FloatingWindow::fitContent() {
     if (!isVisible()) {
         isBlended = desktopBlendsWindows();
         updateShape();
-        if (auto* content = scrollArea->widget())
+        if (auto* content = scrollView->widget())
             updateLayouts(*content);
     }
     const auto size = wantedCardSize().grownBy(shadowMargins());
@@ -134,25 +128,18 @@ bool FloatingWindow::event(QEvent* event) {
 
 /// The scroll area does not pass on its content's layout requests.
 bool FloatingWindow::eventFilter(QObject* watched, QEvent* event) {
-    if (watched == scrollArea->widget() && event->type() == QEvent::LayoutRequest)
+    if (watched == scrollView->widget() && event->type() == QEvent::LayoutRequest)
         QCoreApplication::postEvent(this, new QEvent(QEvent::LayoutRequest));
     return QWidget::eventFilter(watched, event);
 }
 
 void FloatingWindow::keyPressEvent(QKeyEvent* event) {
-    switch (event->key()) {
-    case Qt::Key_Escape:
+    if (event->key() == Qt::Key_Escape) {
         if (escapePressed)
             escapePressed();
-        return;
-    case Qt::Key_Down:
-        focusNextPrevChild(true);
-        return;
-    case Qt::Key_Up:
-        focusNextPrevChild(false);
-        return;
+    } else if (!moveFocusAsInMenu(*this, event->key())) {
+        QWidget::keyPressEvent(event);
     }
-    QWidget::keyPressEvent(event);
 }
 
 void FloatingWindow::showEvent(QShowEvent* event) {

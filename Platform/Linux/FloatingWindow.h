@@ -2,10 +2,11 @@
 
 #include "Platform/Linux/Wayland/LayeredWindow.h"
 
-#include <QScrollArea>
 #include <functional>
 
 namespace quoxelin {
+
+class ScrollView;
 
 /// A frameless window that looks like a card: rounded, with a soft shadow if the desktop can show
 /// one. It is as large as its content, which scrolls if the screen is smaller.
@@ -49,7 +50,7 @@ class FloatingWindow : public LayeredWindow<QWidget> {
     void tellDesktopOfShadow();
     void paintShadow(QPainter& painter) const;
 
-    QScrollArea* scrollArea;
+    ScrollView* scrollView;
     int cornerRadius = 10;
     bool hasShadow = true;
     bool isBlended = true;

@@ -8,7 +8,8 @@ namespace quoxelin {
 
 void setFocusOrder(ElementView& root) {
     std::vector<QWidget*> rows;
-    root.collectFocusable(rows);
+    root.collectReadable(rows);
+    std::erase_if(rows, [](const auto* each) { return each->focusPolicy() == Qt::NoFocus; });
     for (std::size_t i = 1; i < rows.size(); ++i)
         QWidget::setTabOrder(rows[i - 1], rows[i]);
 }

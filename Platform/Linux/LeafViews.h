@@ -2,39 +2,9 @@
 
 #include "Platform/Linux/ElementView.h"
 
-#include <QLabel>
 #include <QWidget>
 
 namespace quoxelin {
-
-/// A text, always shown as plain text.
-class TextView final : public QLabel, public ElementView {
-  public:
-    TextView();
-
-    QWidget& widget() override { return *this; }
-    const QWidget& widget() const override { return *this; }
-
-    QSize sizeHint() const override;
-    QSize minimumSizeHint() const override;
-    bool hasHeightForWidth() const override { return lineLimit != 1; }
-    int heightForWidth(int width) const override;
-
-  protected:
-    void bindContent(const ViewNode& node) override;
-    void readContent(ViewNode& node) const override;
-    void paintEvent(QPaintEvent* event) override;
-
-  private:
-    /// The text's lines when it is shown in that width.
-    QStringList lines(int width) const;
-
-    /// As high as the line's letters: those of another script may be higher than the font's own.
-    int lineHeight(const QString& line) const;
-    int height(const QStringList& lines) const;
-
-    int lineLimit = 0;
-};
 
 /// A symbol as large as the text beside it.
 class SymbolView final : public QWidget, public ElementView {

@@ -5,6 +5,7 @@
 #include "View/Reconcile.h"
 
 #include <QCloseEvent>
+#include <QKeyEvent>
 
 namespace quoxelin {
 
@@ -21,6 +22,7 @@ void PopoverWindow::bind(const Popover& record) {
     reconcileRoot(content, record.content,
                   [this](ElementView& view) { setContent(&view.widget()); });
     setFocusOrder(*content);
+    setWindowTitle(anchor.accessibleName());
     present();
 }
 
@@ -49,6 +51,13 @@ void PopoverWindow::hideEvent(QHideEvent* event) {
     FloatingWindow::hideEvent(event);
     if (content)
         content->windowDidHide();
+}
+
+void PopoverWindow::keyPressEvent(QKeyEvent* event) {
+    if (event->key() == Qt::Key_Left)
+        close();
+    else
+        FloatingWindow::keyPressEvent(event);
 }
 
 void PopoverWindow::closeEvent(QCloseEvent* event) {

@@ -18,6 +18,7 @@ class PopoverWindow final : public FloatingWindow, public Presentation<Popover> 
   protected:
     void closeEvent(QCloseEvent* event) override;
     void hideEvent(QHideEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
 
   private:
     void moveBesideAnchor();

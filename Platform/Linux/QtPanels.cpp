@@ -46,6 +46,7 @@ class QtPanel final : public NSPanel {
     explicit QtPanel(const NSPanelOptions& options)
         : bounds{0, 0, options.contentRect.width, options.contentRect.height},
           window(flagsOf(options)) {
+        window.setWindowTitle(QString::fromStdString(options.title));
         window.setHasShadow(options.hasShadow);
         window.setEscapePressed([this] { orderOut(); });
         window.setResized([this] { moveToPlace(); });

@@ -2,6 +2,7 @@
 
 #include <QApplication>
 #include <QFontInfo>
+#include <algorithm>
 #include <array>
 #include <cmath>
 
@@ -45,6 +46,20 @@ QColor withOpacity(QColor color, double opacity) {
     return color;
 }
 
+/// The standard's relative luminance.
+double luminance(const QColor& color) {
+    const auto linear = [](double part) {
+        return part <= 0.04045 ? part / 12.92 : std::pow((part + 0.055) / 1.055, 2.4);
+    };
+    return 0.2126 * linear(color.redF()) + 0.7152 * linear(color.greenF()) +
+           0.0722 * linear(color.blueF());
+}
+
+double contrastBetween(const QColor& a, const QColor& b) {
+    const auto [darker, lighter] = std::minmax({luminance(a), luminance(b)});
+    return (lighter + 0.05) / (darker + 0.05);
+}
+
 double systemPointSize() {
     return QFontInfo(QApplication::font()).pointSizeF();
 }
@@ -67,15 +82,15 @@ QColor Theme::color(Color color, double opacity) const {
     case Color::primary:
         return withOpacity(text, opacity);
     case Color::secondary:
-        return withOpacity(mixed(text, panelBackground(), 0.25), opacity);
+        return withOpacity(readable(mixed(text, panelBackground(), 0.25), quietOpacity), opacity);
     case Color::gray:
         return withOpacity(dark ? QColor(152, 152, 157) : QColor(142, 142, 147), opacity);
     case Color::green:
-        return withOpacity(dark ? QColor(48, 209, 88) : QColor(40, 180, 84), opacity);
+        return withOpacity(dark ? QColor(48, 209, 88) : QColor(30, 150, 70), opacity);
     case Color::orange:
-        return withOpacity(dark ? QColor(255, 159, 10) : QColor(242, 140, 0), opacity);
+        return withOpacity(dark ? QColor(255, 159, 10) : QColor(217, 112, 0), opacity);
     case Color::red:
-        return withOpacity(dark ? QColor(255, 105, 97) : QColor(208, 35, 30), opacity);
+        return withOpacity(readable(dark ? QColor(255, 105, 97) : QColor(208, 35, 30), 1), opacity);
     }
     return {};
 }
@@ -88,6 +103,31 @@ std::optional<std::pair<Color, double>> Theme::recordOf(const QColor& shown) con
             return std::pair(candidate,
                              std::round(static_cast<double>(shown.alphaF()) * 1000) / 1000);
     return std::nullopt;
+}
+
+double Theme::contrastOnPanel(const QColor& color, double opacity) const {
+    const auto background = panelBackground();
+    return contrastBetween(mixed(background, color, opacity), background);
+}
+
+double Theme::contrast(const QColor& text, double opacity) const {
+    constexpr double highlightOpacity = 0.12;
+    const auto highlight = mixed(panelBackground(), color(Color::gray), highlightOpacity);
+    return std::min(contrastOnPanel(text, opacity),
+                    contrastBetween(mixed(highlight, text, opacity), highlight));
+}
+
+/// The color, or one as near to it as can be read.
+QColor Theme::readable(QColor wanted, double opacity) const {
+    constexpr double enough = 4.5;
+    constexpr int steps = 32;
+    const QColor strongest = isDark() ? Qt::white : Qt::black;
+    for (int step = 0; step < steps; ++step) {
+        const auto candidate = mixed(wanted, strongest, static_cast<double>(step) / steps);
+        if (contrast(candidate, opacity) >= enough)
+            return candidate;
+    }
+    return strongest;
 }
 
 QFont Theme::font(Font font, FontWeight weight) {

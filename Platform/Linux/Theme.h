@@ -11,7 +11,8 @@
 namespace quoxelin {
 
 /// Maps the records' colors and fonts to the desktop's light or dark palette and its font. No two
-/// colors or fonts look the same, so what a widget shows can be read back.
+/// colors or fonts look the same, so what a widget shows can be read back. Texts in colors of ours
+/// have a contrast of at least 4.5.
 class Theme {
   public:
     /// Reads the desktop's current theme.
@@ -26,12 +27,20 @@ class Theme {
     static std::optional<std::pair<Font, FontWeight>> recordOf(const QFont& shown);
 
     QColor panelBackground() const;
+
+    /// How well that color with that opacity is told from the panel's background: from 1 to 21.
+    double contrastOnPanel(const QColor& color, double opacity) const;
+
+    /// The same for a text, which may be in a highlighted row.
+    double contrast(const QColor& text, double opacity) const;
+
     QColor panelBorder() const;
     QColor divider() const;
     QColor focusRing() const;
 
   private:
     bool isDark() const;
+    QColor readable(QColor wanted, double opacity) const;
 
     QPalette palette;
 };

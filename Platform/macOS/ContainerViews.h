@@ -15,14 +15,23 @@ class ContainerView : public ElementView {
 
   protected:
     ContainerView(ViewNode::Kind kind, QXBox* box);
+    /// The children are in `content`, which is in `box`.
+    ContainerView(ViewNode::Kind kind, QXBox* box, QXBox* content);
 
     void bindContent(const ViewNode& node) override;
     void readContent(ViewNode& node) const override;
     CGSize contentSize(CGFloat available) const override;
     void placeContent(CGRect place) override;
 
+    /// The height of the first `count` children below each other.
+    CGFloat heightOfFirst(std::size_t count, CGFloat available) const;
+
+    QXBox* const content;
+
   private:
-    bool isVertical() const { return kind == ViewNode::Kind::verticalStack; }
+    bool isVertical() const {
+        return kind == ViewNode::Kind::verticalStack || kind == ViewNode::Kind::list;
+    }
     CGFloat gaps() const;
     std::vector<CGSize> sizesBeside(CGFloat available) const;
     void placeBelow(CGRect place);
@@ -35,6 +44,19 @@ class ContainerView : public ElementView {
 class StackView final : public ContainerView {
   public:
     explicit StackView(ViewNode::Kind kind);
+};
+
+/// Children below each other, which scroll if there are many.
+class ListView final : public ContainerView {
+  public:
+    ListView();
+
+  protected:
+    CGSize contentSize(CGFloat available) const override;
+    void placeContent(CGRect place) override;
+
+  private:
+    NSScrollView* const scrollView;
 };
 
 /// A full-width button.

@@ -7,7 +7,10 @@
 
 namespace quoxelin {
 
-ContainerView::ContainerView(ViewNode::Kind kind, QXBox* box) : ElementView(kind, box) {}
+ContainerView::ContainerView(ViewNode::Kind kind, QXBox* box) : ContainerView(kind, box, box) {}
+
+ContainerView::ContainerView(ViewNode::Kind kind, QXBox* box, QXBox* content)
+    : ElementView(kind, box), content(content) {}
 
 void ContainerView::bindContent(const ViewNode& node) {
     const auto& nodes = node.children;
@@ -15,12 +18,12 @@ void ContainerView::bindContent(const ViewNode& node) {
     views = reconciled(std::move(views), nodes);
     for (std::size_t i = 0; i < nodes.size(); ++i) {
         QXBox* const child = views[i]->view();
-        NSArray<NSView*>* const shown = view().subviews;
+        NSArray<NSView*>* const shown = content.subviews;
         NSView* const next = i < shown.count ? shown[i] : nil;
         if (next != child)
-            [view() addSubview:child
-                    positioned:next != nil ? NSWindowBelow : NSWindowAbove
-                    relativeTo:next];
+            [content addSubview:child
+                     positioned:next != nil ? NSWindowBelow : NSWindowAbove
+                     relativeTo:next];
         views[i]->bind(nodes[i]);
     }
 }
@@ -28,7 +31,7 @@ void ContainerView::bindContent(const ViewNode& node) {
 void ContainerView::readContent(ViewNode& node) const {
     node.spacing = spacing;
     // The order of the subviews is the one on the screen.
-    for (NSView* shown in view().subviews) {
+    for (NSView* shown in content.subviews) {
         const auto found = std::find_if(views.begin(), views.end(),
                                         [&](const auto& each) { return each->view() == shown; });
         if (found != views.end())
@@ -75,6 +78,13 @@ CGSize ContainerView::contentSize(CGFloat available) const {
     }
     whole.width += gaps();
     return whole;
+}
+
+CGFloat ContainerView::heightOfFirst(std::size_t count, CGFloat available) const {
+    CGFloat height = 0;
+    for (std::size_t i = 0; i < std::min(count, views.size()); ++i)
+        height += views[i]->measure(available).height + (i > 0 ? spacing : 0);
+    return height;
 }
 
 void ContainerView::placeContent(CGRect place) {
@@ -132,6 +142,31 @@ void ContainerView::windowDidHide() {
 
 StackView::StackView(ViewNode::Kind kind) : ContainerView(kind, [[QXBox alloc] init]) {}
 
+ListView::ListView()
+    : ContainerView(ViewNode::Kind::list, [[QXBox alloc] init], [[QXBox alloc] init]),
+      scrollView([[NSScrollView alloc] init]) {
+    scrollView.borderType = NSNoBorder;
+    scrollView.drawsBackground = NO;
+    scrollView.hasVerticalScroller = YES;
+    scrollView.autohidesScrollers = YES;
+    scrollView.scrollerStyle = NSScrollerStyleOverlay;
+    scrollView.documentView = content;
+    [view() addSubview:scrollView];
+}
+
+CGSize ListView::contentSize(CGFloat available) const {
+    auto size = ContainerView::contentSize(available);
+    size.height = heightOfFirst(listRowsInView, available);
+    return size;
+}
+
+void ListView::placeContent(CGRect place) {
+    scrollView.frame = place;
+    const auto whole = ContainerView::contentSize(place.size.width);
+    content.frame = NSMakeRect(0, 0, place.size.width, whole.height);
+    ContainerView::placeContent(content.bounds);
+}
+
 RowView::RowView() : ContainerView(ViewNode::Kind::row, [[QXRow alloc] init]) {}
 
 RowView::~RowView() {
@@ -147,12 +182,18 @@ void RowView::bindContent(const ViewNode& node) {
     [row() setOnHover:node.onHover];
     row().disabled = node.disabled;
     row().accessibilityLabel = toNSString(node.accessibilityLabel);
+    row().accessibilityHelp = toNSString(node.accessibilityDescription);
+    row().hasPopover = node.hasPopover;
+    if (node.hasPopover)
+        row().accessibilityExpanded = node.popover != nullptr;
     ContainerView::bindContent(node);
 }
 
 void RowView::readContent(ViewNode& node) const {
     node.disabled = row().disabled;
     node.accessibilityLabel = toString(row().accessibilityLabel);
+    node.accessibilityDescription = toString(row().accessibilityHelp);
+    node.hasPopover = row().hasPopover;
     ContainerView::readContent(node);
 }
 

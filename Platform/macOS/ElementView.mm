@@ -13,7 +13,7 @@ namespace quoxelin {
 
 std::unique_ptr<ElementView> ElementView::make(ViewNode::Kind kind) {
     return makeView<ElementView, TextView, SymbolView, CircleView, SpacerView, DividerView, RowView,
-                    StackView>(kind);
+                    StackView, ListView>(kind);
 }
 
 ElementView::ElementView(ViewNode::Kind kind, QXBox* box) : Element(kind), box(box) {}

@@ -29,7 +29,14 @@ class TextView final : public ElementView {
     void placeContent(CGRect place) override;
 
   private:
+    /// Shows a value in lines that are broken for that width.
+    void show(CGFloat available) const;
+    CGFloat width(NSString* line) const;
+    bool isCut() const;
+
     QXLabel* const label;
+    std::string text;
+    bool announcesChanges = false;
 };
 
 class SymbolView final : public ElementView {

@@ -2,6 +2,7 @@
 
 #include "Platform/macOS/ObjC.h"
 #include "Platform/macOS/Theme.h"
+#include "View/ValueLines.h"
 
 #include <cmath>
 
@@ -79,18 +80,32 @@ void TextView::bindContent(const ViewNode& node) {
     setOpacity(label, node.opacity);
     label.alignment =
         node.alignment == Alignment::center ? NSTextAlignmentCenter : NSTextAlignmentNatural;
+    const bool isValue = node.truncation == Truncation::middle;
     label.maximumNumberOfLines = node.lineLimit;
-    label.cell.wraps = node.lineLimit != 1;
+    label.cell.wraps = node.lineLimit != 1 && !isValue;
     label.cell.truncatesLastVisibleLine = node.lineLimit != 0;
-    label.lineBreakMode =
-        node.lineLimit == 1 ? NSLineBreakByTruncatingTail : NSLineBreakByWordWrapping;
-    NSString* const text = toNSString(node.text);
-    if (![label.stringValue isEqualToString:text])
-        label.stringValue = text;
+    label.lineBreakMode = isValue               ? NSLineBreakByTruncatingMiddle
+                          : node.lineLimit == 1 ? NSLineBreakByTruncatingTail
+                                                : NSLineBreakByWordWrapping;
+    announcesChanges = node.announcesChanges;
+    if (text == node.text)
+        return;
+    text = node.text;
+    label.stringValue = toNSString(text);
+    if (announcesChanges && view().window.visible)
+        NSAccessibilityPostNotificationWithUserInfo(
+            view().window, NSAccessibilityAnnouncementRequestedNotification, @{
+                NSAccessibilityAnnouncementKey : label.stringValue,
+                NSAccessibilityPriorityKey : @(NSAccessibilityPriorityMedium),
+            });
 }
 
 void TextView::readContent(ViewNode& node) const {
-    node.text = toString(label.stringValue);
+    // The label has a value's lines as they are broken on the screen.
+    const bool isValue = label.lineBreakMode == NSLineBreakByTruncatingMiddle;
+    node.text = isValue ? text : toString(label.stringValue);
+    node.truncation = isValue ? Truncation::middle : Truncation::tail;
+    node.announcesChanges = announcesChanges;
     node.font = theme::recordOf(label.textStyle).value_or(Font::body);
     node.weight = theme::weightOf(label.font);
     node.color = theme::recordOf(label.textColor).value_or(Color::clear);
@@ -98,7 +113,26 @@ void TextView::readContent(ViewNode& node) const {
     node.lineLimit = static_cast<int>(label.maximumNumberOfLines);
 }
 
+CGFloat TextView::width(NSString* line) const {
+    return std::ceil([line sizeWithAttributes:@{NSFontAttributeName : label.font}].width);
+}
+
+void TextView::show(CGFloat available) const {
+    if (label.lineBreakMode != NSLineBreakByTruncatingMiddle)
+        return;
+    const auto fits = [&](const std::string& line) { return width(toNSString(line)) <= available; };
+    NSMutableArray<NSString*>* const lines = [NSMutableArray array];
+    for (const auto& line : valueLines(text, static_cast<int>(label.maximumNumberOfLines), fits))
+        [lines addObject:toNSString(line)];
+    NSString* const shown = [lines componentsJoinedByString:@"\n"];
+    if (![label.stringValue isEqualToString:shown])
+        label.stringValue = shown;
+}
+
 CGSize TextView::contentSize(CGFloat available) const {
+    if (text.empty())
+        return CGSizeZero;
+    show(available);
     const auto bounds = [label frameForAlignmentRect:NSMakeRect(0, 0, available, CGFLOAT_MAX)];
     CGRect taken = NSZeroRect;
     taken.size = [label.cell cellSizeForBounds:bounds];
@@ -113,9 +147,24 @@ CGSize TextView::contentSize(CGFloat available) const {
     return CGSizeMake(std::ceil(size.width), std::ceil(height));
 }
 
+bool TextView::isCut() const {
+    const auto place = label.frame;
+    const CGFloat room = [label alignmentRectForFrame:place].size.width;
+    if (!label.cell.wraps) {
+        for (NSString* line in [label.stringValue componentsSeparatedByString:@"\n"])
+            if (width(line) > room)
+                return true;
+        return false;
+    }
+    const auto unlimited = NSMakeRect(0, 0, place.size.width, CGFLOAT_MAX);
+    return [label.cell cellSizeForBounds:unlimited].height > place.size.height + 1;
+}
+
 void TextView::placeContent(CGRect place) {
     // The framework's cell insets its text.
+    show(place.size.width);
     label.frame = [label frameForAlignmentRect:place];
+    view().toolTip = isCut() ? toNSString(text) : nil;
 }
 
 SymbolView::SymbolView()

@@ -1,6 +1,7 @@
 #include "Platform/macOS/MacPanels.h"
 
 #include "Platform/macOS/MacHostingView.h"
+#include "Platform/macOS/ObjC.h"
 #include "Platform/macOS/QXPanel.h"
 
 namespace quoxelin {
@@ -63,6 +64,7 @@ class Panel final : public NSPanel {
         panel.opaque = options.opaque;
         panel.hasShadow = options.hasShadow;
         panel.level = options.level;
+        panel.title = toNSString(options.title);
         panel.titleVisibility = options.titleHidden ? NSWindowTitleHidden : NSWindowTitleVisible;
         panel.titlebarAppearsTransparent = options.titlebarAppearsTransparent;
     }

@@ -8,6 +8,8 @@
 @interface QXRow : QXBox
 
 @property(nonatomic) BOOL disabled;
+/// Whether its action opens and closes a popover.
+@property(nonatomic) BOOL hasPopover;
 - (void)setAction:(std::function<void()>)action;
 - (void)setOnHover:(std::function<void(bool)>)onHover;
 

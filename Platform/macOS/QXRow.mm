@@ -93,6 +93,11 @@
     return !self.disabled && NSApp.currentEvent.type != NSEventTypeLeftMouseDown;
 }
 
+- (BOOL)becomeFirstResponder {
+    [self scrollRectToVisible:self.bounds];
+    return [super becomeFirstResponder];
+}
+
 - (BOOL)canBecomeKeyView {
     return !self.disabled && !self.hiddenOrHasHiddenAncestor;
 }

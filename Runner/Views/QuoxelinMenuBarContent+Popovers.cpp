@@ -4,6 +4,7 @@
 #include "Runner/Stores/AppViewState.h"
 #include "Runner/Views/MenuRowStyle.h"
 #include "Runner/Views/QuoxelinMenuBarContent.h"
+#include "Runner/Views/ShownText.h"
 #include "View/ViewBuilders.h"
 
 #include <set>
@@ -37,6 +38,13 @@ ViewNode popoverColumn(std::vector<ViewNode> children) {
     return column;
 }
 
+/// An account without a name is called by its e-mail address or its id.
+std::string shownName(const ProfileInfo& profile) {
+    if (!profile.name.empty())
+        return shownText(profile.name);
+    return shownText(profile.userEmail.value_or("").empty() ? profile.id : *profile.userEmail);
+}
+
 } // namespace
 
 std::shared_ptr<const Popover> QuoxelinMenuBarContent::switchAccountPopover(bool loggedIn) {
@@ -53,7 +61,7 @@ std::shared_ptr<const Popover> QuoxelinMenuBarContent::switchAccountPopover(bool
 }
 
 ViewNode QuoxelinMenuBarContent::profileList(bool loggedIn, const Action& dismiss) {
-    auto list = view::verticalStack({}, 4);
+    auto list = view::list({}, 4);
     list.fillsWidth = true;
     std::set<std::string> ids;
     for (const auto& profile : app->profiles.get()) {
@@ -68,14 +76,15 @@ ViewNode QuoxelinMenuBarContent::profileList(bool loggedIn, const Action& dismis
 
 ViewNode QuoxelinMenuBarContent::profileRow(const ProfileInfo& profile, bool loggedIn,
                                             const Action& dismiss) {
+    const auto name = shownName(profile);
     ViewNode row;
     row.kind = ViewNode::Kind::row;
-    row.accessibilityLabel = profile.name + (profile.isCurrent ? ", current account" : "");
+    row.accessibilityLabel = name + (profile.isCurrent ? ", current account" : "");
     row.spacing = 6;
     row.children.push_back(profile.isCurrent
                                ? leadingSymbol({view::symbol("checkmark", Font::callout)})
                                : leadingSymbol({}));
-    row.children.push_back(view::text(profile.name, Font::callout));
+    row.children.push_back(view::value(view::text(name, Font::callout), 1));
     row.children.push_back(view::spacer());
     row.action = mainThread.weakly(
         [this, id = profile.id, isCurrent = profile.isCurrent, loggedIn, dismiss] {

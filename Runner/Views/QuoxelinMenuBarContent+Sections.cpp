@@ -6,17 +6,23 @@
 #include "Runner/ViewModels/UpdaterViewModel.h"
 #include "Runner/Views/MenuRowStyle.h"
 #include "Runner/Views/QuoxelinMenuBarContent.h"
+#include "Runner/Views/ShownText.h"
 #include "View/ViewBuilders.h"
 
 namespace quoxelin {
 
 namespace {
 
-/// For informational text, as opposed to controls.
-constexpr double quietOpacity = 0.65;
+/// Messages and names from elsewhere may have any length.
+constexpr int messageLineLimit = 8;
+constexpr int nameLineLimit = 2;
 
-/// For the label of a disabled row.
-constexpr double disabledOpacity = 0.4;
+/// A message from the daemon or the system.
+ViewNode message(const std::string& text, Font font, double opacity = 1) {
+    auto node = view::text(shownText(text), font, Color::secondary, opacity);
+    node.lineLimit = messageLineLimit;
+    return node;
+}
 
 /// A divider with vertical padding.
 ViewNode sectionDivider() {
@@ -57,8 +63,7 @@ std::string statusText(VPNConnectionStatus status) {
 }
 
 ViewNode explanation(const std::string& text, double top) {
-    return view::padded(view::text(text, Font::caption, Color::secondary),
-                        {top, menuRowInset, 6, menuRowInset});
+    return view::padded(message(text, Font::caption), {top, menuRowInset, 6, menuRowInset});
 }
 
 } // namespace
@@ -118,16 +123,16 @@ ViewNode QuoxelinMenuBarContent::helperApprovalSection() {
 
 ViewNode QuoxelinMenuBarContent::accountHeader() {
     const LoginViewState& login = app->login;
-    auto email = view::text(login.email.empty() ? "Signed in" : login.email, Font::headline,
-                            Color::secondary, quietOpacity);
-    email.lineLimit = 1;
+    auto email = view::value(view::text(login.email.empty() ? "Signed in" : shownText(login.email),
+                                        Font::headline, Color::secondary, quietOpacity),
+                             1);
     email.padding = {8, menuRowInset, 2, menuRowInset};
 
     auto header = view::verticalStack({std::move(email)});
     if (login.jailedReason)
-        header.children.push_back(view::padded(
-            view::text(*login.jailedReason, Font::subheadline, Color::secondary, quietOpacity),
-            {0, menuRowInset, 2, menuRowInset}));
+        header.children.push_back(
+            view::padded(message(*login.jailedReason, Font::subheadline, quietOpacity),
+                         {0, menuRowInset, 2, menuRowInset}));
     header.width = 260;
     return header;
 }
@@ -135,11 +140,13 @@ ViewNode QuoxelinMenuBarContent::accountHeader() {
 ViewNode QuoxelinMenuBarContent::connectionStatusLine() {
     const bool blocked = app->login->jailedReason.has_value();
     const auto status = app->vpn->status;
+    auto words = view::text(blocked ? "Blocked by Device Policy" : statusText(status),
+                            Font::headline, Color::secondary);
+    words.announcesChanges = true;
     auto line = view::horizontalStack(
         {
             view::circle(blocked ? Color::orange : statusColor(status), 8),
-            view::text(blocked ? "Blocked by Device Policy" : statusText(status), Font::headline,
-                       Color::secondary),
+            std::move(words),
         },
         6);
     line.padding = {0, menuRowInset, 4, menuRowInset};
@@ -156,16 +163,18 @@ ViewNode QuoxelinMenuBarContent::systemExtensionWarning() {
     const std::string title = systemExtension->needsUserApproval
                                   ? "System Extension Approval Required"
                                   : "System Extension Not Active";
+    const auto guide = shownText(systemExtensionGuideText());
     auto explanation = view::verticalStack(
         {
             view::text(title, Font::callout),
-            view::text(systemExtensionGuideText(), Font::caption, Color::secondary),
+            message(guide, Font::caption),
         },
         2);
 
     ViewNode warning;
     warning.kind = ViewNode::Kind::row;
     warning.accessibilityLabel = title;
+    warning.accessibilityDescription = guide;
     warning.action = mainThread.weakly([this] { resolveSystemExtension(); });
     warning.spacing = 8;
     warning.children = {
@@ -209,8 +218,10 @@ std::vector<ViewNode> QuoxelinMenuBarContent::addressRows() {
 ViewNode QuoxelinMenuBarContent::addressRow(const std::string& label, Published<bool>& isHovering,
                                             const std::string& value,
                                             const std::string& copyLabel) {
-    auto address = row(label, isHovering, [this, value, copyLabel] { copy(value, copyLabel); });
-    address.accessibilityLabel = "Copy " + label;
+    const auto shown = shownText(label);
+    auto address = row(view::value(view::text(shown, Font::callout), nameLineLimit), isHovering,
+                       [this, value, copyLabel] { copy(value, copyLabel); });
+    address.accessibilityLabel = "Copy " + shown;
     return address;
 }
 
@@ -231,13 +242,15 @@ QuoxelinMenuBarContent::SplitIPs QuoxelinMenuBarContent::splitIPs(std::string_vi
 
 ViewNode QuoxelinMenuBarContent::identityRows() {
     const LoginViewState& login = app->login;
+    const auto quiet = [](const std::string& text) {
+        return view::text(shownText(text), Font::callout, Color::secondary, quietOpacity);
+    };
+    auto name = quiet("Name: " + login.userName);
+    name.lineLimit = nameLineLimit;
+    auto email = view::value(quiet("Email: " + login.email), nameLineLimit);
     auto identity = view::verticalStack({
-        view::padded(
-            view::text("Name: " + login.userName, Font::callout, Color::secondary, quietOpacity),
-            {4, menuRowInset, 2, menuRowInset}),
-        view::padded(
-            view::text("Email: " + login.email, Font::callout, Color::secondary, quietOpacity),
-            {2, menuRowInset, 4, menuRowInset}),
+        view::padded(std::move(name), {4, menuRowInset, 2, menuRowInset}),
+        view::padded(std::move(email), {2, menuRowInset, 4, menuRowInset}),
     });
     identity.width = 260;
     return identity;
@@ -245,8 +258,9 @@ ViewNode QuoxelinMenuBarContent::identityRows() {
 
 ViewNode QuoxelinMenuBarContent::checkForUpdatesRow() {
     const bool canCheck = updaterVM->canCheckForUpdates;
-    auto check = row(view::text("Check for Updates...", Font::callout, Color::primary,
-                                canCheck ? 1 : disabledOpacity),
+    const std::string label = "Check for Updates...";
+    auto check = row(canCheck ? view::text(label, Font::callout)
+                              : view::text(label, Font::callout, Color::secondary, quietOpacity),
                      isHoveringCheckUpdate, [this] { updaterVM->checkForUpdates(); });
     check.disabled = !canCheck;
     return check;
@@ -255,6 +269,7 @@ ViewNode QuoxelinMenuBarContent::checkForUpdatesRow() {
 ViewNode QuoxelinMenuBarContent::moreRow() {
     auto more =
         row("More", isHoveringMore, [this] { isMorePopoverPresented = !isMorePopoverPresented; });
+    more.hasPopover = true;
     if (isMorePopoverPresented)
         more.popover = morePopover();
     return more;
@@ -266,6 +281,7 @@ ViewNode QuoxelinMenuBarContent::switchAccountButton(bool loggedIn) {
         isSwitchAccountPopoverPresented = !isSwitchAccountPopoverPresented;
     });
     button.children.push_back(view::symbol("chevron.right", Font::callout, Color::primary, 0.7));
+    button.hasPopover = true;
     if (isSwitchAccountPopoverPresented)
         button.popover = switchAccountPopover(loggedIn);
     return button;

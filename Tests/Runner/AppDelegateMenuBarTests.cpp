@@ -101,6 +101,7 @@ TEST_F(AppDelegateMenuBar, makesABorderlessFloatingPanel) {
     EXPECT_FALSE(options.opaque);
     EXPECT_TRUE(options.hasShadow);
     EXPECT_EQ(options.level, 3);
+    EXPECT_EQ(options.title, "Quoxelin");
     EXPECT_TRUE(options.titleHidden);
     EXPECT_TRUE(options.titlebarAppearsTransparent);
     EXPECT_FALSE(panel().isVisible());

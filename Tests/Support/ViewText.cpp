@@ -25,6 +25,8 @@ std::string_view name(ViewNode::Kind kind) {
         return "line";
     case ViewNode::Kind::verticalStack:
         return "column";
+    case ViewNode::Kind::list:
+        return "list";
     }
     return "?";
 }
@@ -96,6 +98,10 @@ void appendAppearance(std::string& line, const ViewNode& node) {
         line += fmt::format(" opacity={}", node.opacity);
     if (node.lineLimit != 0)
         line += fmt::format(" lines={}", node.lineLimit);
+    if (node.truncation == Truncation::middle)
+        line += " cut-in-the-middle";
+    if (node.announcesChanges)
+        line += " announced";
 }
 
 void appendLayout(std::string& line, const ViewNode& node) {
@@ -126,6 +132,10 @@ void append(std::string& text, const ViewNode& node, std::size_t depth) {
         text += " disabled";
     if (!node.accessibilityLabel.empty())
         text += " hears " + inQuotes(node.accessibilityLabel);
+    if (!node.accessibilityDescription.empty())
+        text += " and " + inQuotes(node.accessibilityDescription);
+    if (node.hasPopover)
+        text += " has-popover";
     text += '\n';
 
     for (const auto& child : node.children)

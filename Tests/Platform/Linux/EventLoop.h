@@ -28,4 +28,10 @@ inline void runLoopUntilIdle() {
     QCoreApplication::processEvents();
 }
 
+/// Lays out nested widgets until nothing moves any more: each level takes another turn of the loop.
+inline void runLoopUntilLaidOut() {
+    for (int turn = 0; turn < 10; ++turn)
+        runLoopUntilIdle();
+}
+
 } // namespace quoxelin::testing

@@ -1,5 +1,5 @@
 #include "Platform/Linux/AlertBox.h"
-#include "Tests/Platform/Linux/PanelOnScreen.h"
+#include "Tests/Platform/Linux/PanelRows.h"
 
 #include <QLabel>
 #include <QPushButton>
@@ -15,25 +15,6 @@ ViewNode text(const std::string& words) {
     ViewNode node;
     node.kind = ViewNode::Kind::text;
     node.text = words;
-    return node;
-}
-
-ViewNode row(
-    const std::string& label, std::function<void()> action = [] {}) {
-    ViewNode node;
-    node.kind = ViewNode::Kind::row;
-    node.padding = {6, 14, 6, 14};
-    node.fillsWidth = true;
-    node.accessibilityLabel = label;
-    node.action = std::move(action);
-    node.children = {text(label)};
-    return node;
-}
-
-ViewNode column(std::vector<ViewNode> children) {
-    ViewNode node;
-    node.width = 260;
-    node.children = std::move(children);
     return node;
 }
 
@@ -57,7 +38,7 @@ void moveOver(QWidget& widget) {
 
 TEST(Interaction, actsOnAClick) {
     int clicks = 0;
-    PanelOnScreen panel(column({row("Connect", [&] { ++clicks; })}));
+    PanelOnScreen panel(columnOf({rowOf("Connect", [&] { ++clicks; })}));
     QTest::mouseClick(panel.row("Connect"), Qt::LeftButton);
     EXPECT_EQ(clicks, 1);
     QTest::mouseClick(panel.row("Connect"), Qt::RightButton);
@@ -66,7 +47,7 @@ TEST(Interaction, actsOnAClick) {
 
 TEST(Interaction, actsOnAClickOnTheTextOfARow) {
     int clicks = 0;
-    PanelOnScreen panel(column({row("Connect", [&] { ++clicks; })}));
+    PanelOnScreen panel(columnOf({rowOf("Connect", [&] { ++clicks; })}));
     auto* label = panel.row("Connect")->findChild<QLabel*>();
     const auto place = label->mapTo(&panel.window(), label->rect().center());
     QTest::mouseClick(panel.window().windowHandle(), Qt::LeftButton, {}, place);
@@ -75,8 +56,8 @@ TEST(Interaction, actsOnAClickOnTheTextOfARow) {
 
 TEST(Interaction, actsOnTheLatestTree) {
     std::string acted;
-    PanelOnScreen panel(column({row("Connect", [&] { acted += "old"; })}));
-    panel.show(column({row("Connect", [&] { acted += "new"; })}));
+    PanelOnScreen panel(columnOf({rowOf("Connect", [&] { acted += "old"; })}));
+    panel.show(columnOf({rowOf("Connect", [&] { acted += "new"; })}));
     QTest::mouseClick(panel.row("Connect"), Qt::LeftButton);
     EXPECT_EQ(acted, "new");
 }
@@ -84,7 +65,7 @@ TEST(Interaction, actsOnTheLatestTree) {
 TEST(Interaction, survivesAnActionThatRemovesItsOwnRow) {
     std::unique_ptr<PanelOnScreen> panel;
     panel = std::make_unique<PanelOnScreen>(
-        column({row("Logout", [&] { panel->show(column({text("gone")})); })}));
+        columnOf({rowOf("Logout", [&] { panel->show(columnOf({text("gone")})); })}));
     auto* button = panel->row("Logout");
     button->setFocus();
     QTest::keyClick(button, Qt::Key_Return);
@@ -92,21 +73,21 @@ TEST(Interaction, survivesAnActionThatRemovesItsOwnRow) {
 }
 
 TEST(Interaction, doesNothingOnADisabledRow) {
-    auto disabled = row("Check for Updates...", [] { FAIL(); });
+    auto disabled = rowOf("Check for Updates...", [] { FAIL(); });
     disabled.disabled = true;
-    PanelOnScreen panel(column({disabled, row("Quit")}));
+    PanelOnScreen panel(columnOf({disabled, rowOf("Quit")}));
     QTest::mouseClick(panel.row("Check for Updates..."), Qt::LeftButton);
     press(panel, Qt::Key_Tab);
     EXPECT_EQ(focusedRow(), "Quit");
 }
 
 TEST(Interaction, marksNoRowBeforeTheKeyboardIsUsed) {
-    PanelOnScreen panel(column({row("a"), row("b")}));
+    PanelOnScreen panel(columnOf({rowOf("a"), rowOf("b")}));
     EXPECT_EQ(focusedRow(), "");
 }
 
 TEST(Interaction, walksTheRowsByTabAndArrows) {
-    PanelOnScreen panel(column({row("a"), column({row("b")}), text("-"), row("c")}));
+    PanelOnScreen panel(columnOf({rowOf("a"), columnOf({rowOf("b")}), text("-"), rowOf("c")}));
     press(panel, Qt::Key_Tab);
     EXPECT_EQ(focusedRow(), "a");
     press(panel, Qt::Key_Down);
@@ -122,10 +103,10 @@ TEST(Interaction, walksTheRowsByTabAndArrows) {
 }
 
 TEST(Interaction, walksInsertedRowsInReadingOrder) {
-    PanelOnScreen panel(column({row("a"), row("c")}));
-    auto keyed = row("b");
+    PanelOnScreen panel(columnOf({rowOf("a"), rowOf("c")}));
+    auto keyed = rowOf("b");
     keyed.key = "b";
-    panel.show(column({row("a"), keyed, row("c")}));
+    panel.show(columnOf({rowOf("a"), keyed, rowOf("c")}));
     std::string order;
     for (int i = 0; i < 3; ++i) {
         press(panel, Qt::Key_Down);
@@ -136,7 +117,7 @@ TEST(Interaction, walksInsertedRowsInReadingOrder) {
 
 TEST(Interaction, actsOnReturnEnterAndSpace) {
     int acted = 0;
-    PanelOnScreen panel(column({row("Connect", [&] { ++acted; })}));
+    PanelOnScreen panel(columnOf({rowOf("Connect", [&] { ++acted; })}));
     press(panel, Qt::Key_Down);
     for (const auto key : {Qt::Key_Return, Qt::Key_Enter, Qt::Key_Space})
         press(panel, key);
@@ -144,7 +125,7 @@ TEST(Interaction, actsOnReturnEnterAndSpace) {
 }
 
 TEST(Interaction, closesThePanelOnEscape) {
-    PanelOnScreen panel(column({row("a")}));
+    PanelOnScreen panel(columnOf({rowOf("a")}));
     int closed = 0;
     panel.nsPanel().setDidOrderOut([&] { ++closed; });
     press(panel, Qt::Key_Down);
@@ -157,9 +138,9 @@ TEST(Interaction, closesThePanelOnEscape) {
 
 TEST(Interaction, reportsThePointerEnteringAndLeaving) {
     std::vector<bool> told;
-    auto hovered = row("a");
+    auto hovered = rowOf("a");
     hovered.onHover = [&](bool isHovering) { told.push_back(isHovering); };
-    PanelOnScreen panel(column({hovered}));
+    PanelOnScreen panel(columnOf({hovered}));
     moveOver(*panel.row("a"));
     QEvent leave(QEvent::Leave);
     QApplication::sendEvent(panel.row("a"), &leave);
@@ -168,13 +149,13 @@ TEST(Interaction, reportsThePointerEnteringAndLeaving) {
 
 TEST(Interaction, reportsThatThePointerLeftWhenTheRowOrThePanelDisappears) {
     std::vector<bool> told;
-    auto hovered = row("a");
+    auto hovered = rowOf("a");
     hovered.onHover = [&](bool isHovering) { told.push_back(isHovering); };
-    PanelOnScreen panel(column({hovered}));
+    PanelOnScreen panel(columnOf({hovered}));
     moveOver(*panel.row("a"));
-    panel.show(column({}));
+    panel.show(columnOf({}));
     EXPECT_EQ(told, (std::vector{true, false}));
-    panel.show(column({hovered}));
+    panel.show(columnOf({hovered}));
     moveOver(*panel.row("a"));
     panel.nsPanel().orderOut();
     EXPECT_EQ(told, (std::vector{true, false, true, false}));
@@ -182,30 +163,30 @@ TEST(Interaction, reportsThatThePointerLeftWhenTheRowOrThePanelDisappears) {
 
 TEST(Interaction, keepsHoverAndFocusThroughAnUpdate) {
     std::vector<bool> told;
-    auto hovered = row("a");
+    auto hovered = rowOf("a");
     hovered.onHover = [&](bool isHovering) { told.push_back(isHovering); };
-    PanelOnScreen panel(column({hovered, row("b")}));
+    PanelOnScreen panel(columnOf({hovered, rowOf("b")}));
     auto* widget = panel.row("a");
     moveOver(*widget);
     press(panel, Qt::Key_Down);
     hovered.background = Color::gray;
     hovered.backgroundOpacity = 0.12;
     hovered.children = {text("another text")};
-    panel.show(column({hovered, row("b")}));
+    panel.show(columnOf({hovered, rowOf("b")}));
     EXPECT_EQ(panel.row("a"), widget);
     EXPECT_TRUE(widget->hasFocus());
     EXPECT_EQ(told, std::vector{true});
 }
 
 TEST(Interaction, followsAKeyedRowToAnotherPlace) {
-    auto a = row("a"), b = row("b");
+    auto a = rowOf("a"), b = rowOf("b");
     a.key = "1";
     b.key = "2";
-    PanelOnScreen panel(column({a, b}));
+    PanelOnScreen panel(columnOf({a, b}));
     auto* widget = panel.row("b");
     press(panel, Qt::Key_Up);
     ASSERT_TRUE(widget->hasFocus());
-    panel.show(column({b, a}));
+    panel.show(columnOf({b, a}));
     EXPECT_EQ(panel.row("b"), widget);
     EXPECT_TRUE(widget->hasFocus());
     EXPECT_LT(panel.row("b")->mapToGlobal(QPoint()).y(), panel.row("a")->mapToGlobal(QPoint()).y());
@@ -214,17 +195,17 @@ TEST(Interaction, followsAKeyedRowToAnotherPlace) {
 class PopoverInteraction : public ::testing::Test {
   protected:
     ViewNode tree(std::vector<ViewNode> rows) {
-        auto more = row("More");
-        Popover popover{column(std::move(rows)), [this] { ++dismissed; }};
+        auto more = rowOf("More");
+        Popover popover{columnOf(std::move(rows)), [this] { ++dismissed; }};
         more.popover = std::make_shared<Popover>(popover);
-        return column({row("Connect"), more, row("Quit")});
+        return columnOf({rowOf("Connect"), more, rowOf("Quit")});
     }
 
     int dismissed = 0;
 };
 
 TEST_F(PopoverInteraction, opensBesideThePanelWithinTheScreen) {
-    PanelOnScreen panel(tree({row("Logout")}));
+    PanelOnScreen panel(tree({rowOf("Logout")}));
     auto* popover = panel.popover();
     ASSERT_NE(popover, nullptr);
     const auto* card = dynamic_cast<FloatingWindow*>(&panel.window());
@@ -233,18 +214,18 @@ TEST_F(PopoverInteraction, opensBesideThePanelWithinTheScreen) {
 }
 
 TEST_F(PopoverInteraction, opensOnTheOtherSideIfThereIsNoRoom) {
-    PanelOnScreen panel(column({row("More")}));
+    PanelOnScreen panel(columnOf({rowOf("More")}));
     panel.nsPanel().setFrameOrigin(100000, 300);
-    panel.show(tree({row("Logout")}));
+    panel.show(tree({rowOf("Logout")}));
     const auto* card = dynamic_cast<FloatingWindow*>(&panel.window());
     EXPECT_LT(panel.popover()->card().right(), card->card().left());
 }
 
 TEST_F(PopoverInteraction, staysOpenThroughAnUpdate) {
-    PanelOnScreen panel(tree({row("Logout")}));
+    PanelOnScreen panel(tree({rowOf("Logout")}));
     auto* popover = panel.popover();
     auto* logout = panel.row("Logout");
-    panel.show(tree({row("Logout"), row("Docs")}));
+    panel.show(tree({rowOf("Logout"), rowOf("Docs")}));
     EXPECT_EQ(panel.popover(), popover);
     EXPECT_EQ(panel.row("Logout"), logout);
     EXPECT_NE(panel.row("Docs"), nullptr);
@@ -252,14 +233,14 @@ TEST_F(PopoverInteraction, staysOpenThroughAnUpdate) {
 }
 
 TEST_F(PopoverInteraction, closesWhenTheTreeNoLongerHasIt) {
-    PanelOnScreen panel(tree({row("Logout")}));
-    panel.show(column({row("Connect"), row("More"), row("Quit")}));
+    PanelOnScreen panel(tree({rowOf("Logout")}));
+    panel.show(columnOf({rowOf("Connect"), rowOf("More"), rowOf("Quit")}));
     EXPECT_EQ(panel.popover(), nullptr);
     EXPECT_EQ(dismissed, 0);
 }
 
 TEST_F(PopoverInteraction, closesBeforeThePanelOnEscape) {
-    PanelOnScreen panel(tree({row("Logout")}));
+    PanelOnScreen panel(tree({rowOf("Logout")}));
     QTest::keyClick(panel.popover(), Qt::Key_Escape);
     EXPECT_EQ(dismissed, 1);
     EXPECT_TRUE(panel.nsPanel().isVisible());
@@ -267,7 +248,7 @@ TEST_F(PopoverInteraction, closesBeforeThePanelOnEscape) {
 
 TEST_F(PopoverInteraction, aClickElsewhereInThePanelOnlyClosesIt) {
     int connected = 0;
-    auto shown = tree({row("Logout")});
+    auto shown = tree({rowOf("Logout")});
     shown.children[0].action = [&] { ++connected; };
     PanelOnScreen panel(shown);
     auto* popover = panel.popover();
@@ -280,8 +261,8 @@ TEST_F(PopoverInteraction, aClickElsewhereInThePanelOnlyClosesIt) {
 
 TEST_F(PopoverInteraction, walksAndActsByKeyboard) {
     std::string acted;
-    PanelOnScreen panel(
-        tree({row("Logout", [&] { acted += "logout"; }), row("Docs", [&] { acted += "docs"; })}));
+    PanelOnScreen panel(tree(
+        {rowOf("Logout", [&] { acted += "logout"; }), rowOf("Docs", [&] { acted += "docs"; })}));
     QTest::keyClick(panel.popover(), Qt::Key_Down);
     QTest::keyClick(panel.popover()->focusWidget(), Qt::Key_Down);
     QTest::keyClick(panel.popover()->focusWidget(), Qt::Key_Return);
@@ -289,7 +270,7 @@ TEST_F(PopoverInteraction, walksAndActsByKeyboard) {
 }
 
 TEST_F(PopoverInteraction, reappearsWithThePanel) {
-    PanelOnScreen panel(tree({row("Logout")}));
+    PanelOnScreen panel(tree({rowOf("Logout")}));
     panel.nsPanel().orderOut();
     runLoopUntilIdle();
     EXPECT_TRUE(panel.cards().empty());
@@ -299,15 +280,15 @@ TEST_F(PopoverInteraction, reappearsWithThePanel) {
 }
 
 TEST_F(PopoverInteraction, closesWithTheRowThatPresentsIt) {
-    PanelOnScreen panel(tree({row("Logout")}));
-    panel.show(column({text("logged out")}));
+    PanelOnScreen panel(tree({rowOf("Logout")}));
+    panel.show(columnOf({text("logged out")}));
     EXPECT_EQ(panel.popover(), nullptr);
 }
 
 class AlertInteraction : public ::testing::Test {
   protected:
     ViewNode tree() {
-        auto node = column({row("Uninstall Quoxelin")});
+        auto node = columnOf({rowOf("Uninstall Quoxelin")});
         node.alert = std::make_shared<Alert>(Alert{
             "Uninstall Quoxelin",
             "<b>This</b> will remove all.",
@@ -358,7 +339,7 @@ TEST_F(AlertInteraction, staysOpenThroughAnUpdate) {
 
 TEST_F(AlertInteraction, closesWhenTheTreeNoLongerHasIt) {
     PanelOnScreen panel(tree());
-    panel.show(column({row("Uninstall Quoxelin")}));
+    panel.show(columnOf({rowOf("Uninstall Quoxelin")}));
     EXPECT_EQ(panel.alert(), nullptr);
     EXPECT_EQ(acted, "");
 }

@@ -21,6 +21,7 @@ class PanelOnScreen {
         options.contentRect = {0, 0, 300, 400};
         options.hasShadow = true;
         options.level = NSFloatingWindowLevel;
+        options.title = "Quoxelin";
         panel = panels.makePanel(options);
         hosting = std::static_pointer_cast<QtHostingView>(panels.makeHostingView());
         NSVisualEffectView background;

@@ -31,12 +31,15 @@ static NSMutableArray<StageTracking*>* trackingsOf(NSView* view) {
 @implementation NSView (Stage)
 @dynamic hidden, hiddenOrHasHiddenAncestor, layer, needsLayout;
 @dynamic accessibilityElement, accessibilityEnabled, accessibilityRole, accessibilityLabel;
+@dynamic accessibilityHelp, accessibilityExpanded;
 
 + (void)load {
     using namespace quoxelin::stage;
     keepObject(self, @"layer");
     keepObject(self, @"accessibilityRole");
     keepObject(self, @"accessibilityLabel");
+    keepObject(self, @"accessibilityHelp");
+    keepFlag(self, @"accessibilityExpanded", @"isAccessibilityExpanded");
     keepFlag(self, @"accessibilityElement", @"isAccessibilityElement");
     keepFlag(self, @"accessibilityEnabled", @"isAccessibilityEnabled");
     exchange(self, @selector(setNeedsLayout:), @selector(stage_setNeedsLayout:));

@@ -69,6 +69,8 @@ typedef NS_ENUM(NSInteger, NSWindowTitleVisibility) {
 @property(getter=isAccessibilityEnabled) BOOL accessibilityEnabled;
 @property(copy) NSString* accessibilityRole;
 @property(copy) NSString* accessibilityLabel;
+@property(copy) NSString* accessibilityHelp;
+@property(getter=isAccessibilityExpanded) BOOL accessibilityExpanded;
 @end
 
 @interface NSCell (Stage)

@@ -1,0 +1,38 @@
+"""How long the panel takes to show what the daemon sends. Counted is the time of its thread, so
+other programs do not matter."""
+
+import pytest
+
+from support.application import surroundings
+from support.sim import build_directory
+from support.steered import SteeredProcess
+
+
+@pytest.fixture
+def panel(tmp_path):
+    program = SteeredProcess([build_directory() / "panel-states"], env=surroundings(tmp_path))
+    try:
+        yield program
+    finally:
+        program.end()
+
+
+def milliseconds(answer: dict) -> float:
+    return answer["microseconds"] / 1000
+
+
+@pytest.mark.parametrize("state", ["more", "switch-account"])
+def test_accounts_that_arrive_in_an_open_popover_cost_in_proportion(panel, state):
+    def cost(count: int) -> float:
+        panel.do("show", state=state)
+        return milliseconds(panel.do("accounts", count=count))
+    cost(100)
+    assert cost(1000) < 20 * cost(100)
+
+
+@pytest.mark.parametrize("field", ["name", "host", "addresses", "reason"])
+@pytest.mark.parametrize("piece", ["x", "word ", "line\n", "許可", "a-b.c:d/"])
+def test_a_text_of_100_000_characters_is_shown_within_10_ms(panel, field, piece):
+    text = "fd7a::" + piece * (100_000 // len(piece))
+    panel.do("show", state="jailed")
+    assert milliseconds(panel.do("long_text", field=field, text=text)) < 10
