@@ -53,11 +53,6 @@ struct Lists {
     }
 };
 
-std::string failureOf(std::string_view text) {
-    const auto outer = decode<Outer>(text);
-    return outer ? "" : outer.error().description;
-}
-
 bool parses(std::string_view text) {
     return parse(text).has_value();
 }
@@ -194,26 +189,8 @@ TEST(Json, refusesNestingDeeperThan512) {
     EXPECT_TRUE(parses("[" + nested(511) + "," + nested(511) + "]"));
 }
 
-TEST(Json, ignoresNumbersThatFitNoTypeInMembersThatAreNotRead) {
-    const std::string huge = "123456789012345678901234567890";
-    for (const auto& number : {huge, '-' + huge, huge + ".5", std::string("1e400"),
-                               std::string("-1E+99999"), std::string("18446744073709551616")}) {
-        EXPECT_EQ(decode<Inner>(R"({"x":)" + number + R"(,"ID":7})"), (Inner{7, {}})) << number;
-        EXPECT_EQ(decode<Inner>(R"({"ID":7,"x":[{"y":)" + number + "}]}"), (Inner{7, {}}))
-            << number;
-        EXPECT_FALSE(decode<Inner>(R"({"ID":)" + number + "}").has_value()) << number;
-    }
-    EXPECT_EQ(decode<Inner>(R"({"x":)" + huge + R"(,"Name":"\"1e400, 1","ID":4e0})"),
-              (Inner{4, "\"1e400, 1"}));
+TEST(Json, ignoresAVeryLongNumberInAMemberThatIsNotRead) {
     EXPECT_EQ(decode<Inner>("{\"x\":" + repeated("9", 100'000) + ",\"ID\":1}"), (Inner{1, {}}));
-}
-
-TEST(Json, refusesMalformedNumbersHoweverLong) {
-    for (const auto* const number :
-         {"0123456789012345678901234567890", "123456789012345678901234567890.",
-          "123456789012345678901234567890e", "--123456789012345678901234567890",
-          "123456789012345678901234567890-", "1e400.5", "123456789012345678901234567890x"})
-        EXPECT_FALSE(parses(std::string("{\"x\":1e999,\"y\":") + number + "}")) << number;
 }
 
 TEST(Json, keepsNothingFromOneTextToTheNext) {
@@ -283,24 +260,6 @@ TEST(JsonRecords, fillEveryMember) {
                                "unknown":{"ID":"ignored"}})"),
         (Outer{
             "", false, {{4, {}}}, {{"x", "y"}}, {{{"a", {3, {}}}, {"b", {2, {}}}}}, {{1, "n"}}}));
-}
-
-TEST(JsonRecords, sayWhereTheyFail) {
-    EXPECT_EQ(failureOf(R"([])"), "the whole should be an object");
-    EXPECT_EQ(failureOf(R"({"flag":true})"), "text is missing");
-    EXPECT_EQ(failureOf(R"({"text":null,"flag":true})"), "text should be a string");
-    EXPECT_EQ(failureOf(R"({"text":"","flag":1})"), "flag should be a boolean");
-    EXPECT_EQ(failureOf(R"({"text":"","flag":true,"list":{}})"), "list should be an array");
-    EXPECT_EQ(failureOf(R"({"text":"","flag":true,"list":[{"ID":1},{}]})"),
-              "list[1].ID is missing");
-    EXPECT_EQ(failureOf(R"({"text":"","flag":true,"list":[null]})"), "list[0] should be an object");
-    EXPECT_EQ(failureOf(R"({"text":"","flag":true,"words":["a",1]})"),
-              "words[1] should be a string");
-    EXPECT_EQ(failureOf(R"({"text":"","flag":true,"map":{"k":{"ID":1.5}}})"),
-              "map.k.ID should be an integer of at most 64 bits");
-    EXPECT_EQ(failureOf(R"({"text":"","flag":true,"inner":{"ID":1,"Name":0}})"),
-              "inner.Name should be a string");
-    EXPECT_EQ(failureOf("{").substr(0, 9), "no JSON: ");
 }
 
 TEST(JsonRecords, encodeToTheKeysThatTheyAreDecodedFrom) {

@@ -42,16 +42,20 @@ std::filesystem::path goldenFile(const std::string& name) {
 
 } // namespace
 
+std::string goldenText(const std::string& name) {
+    std::ifstream in(goldenFile(name), std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), {}};
+}
+
 ::testing::AssertionResult matchesGolden(const std::string& name, const std::string& text) {
     const auto file = goldenFile(name);
     if (const char* const rebaseline = std::getenv("QUOXELIN_REBASELINE");
         rebaseline != nullptr && std::string_view(rebaseline) == "1")
         return write(file, text);
 
-    std::ifstream in(file, std::ios::binary);
-    if (!in)
+    if (!std::filesystem::exists(file))
         return ::testing::AssertionFailure() << file << " is missing (see scripts/rebaseline)";
-    const std::string expected{std::istreambuf_iterator<char>(in), {}};
+    const auto expected = goldenText(name);
     if (expected == text)
         return ::testing::AssertionSuccess();
     return firstDifference(file, expected, text);

@@ -5,6 +5,9 @@
 
 namespace quoxelin::testing {
 
+/// The content of Tests/Golden/<name>.txt; empty if it is missing.
+std::string goldenText(const std::string& name);
+
 /// Succeeds if the text equals Tests/Golden/<name>.txt. Otherwise reports the first line that
 /// differs.
 ///

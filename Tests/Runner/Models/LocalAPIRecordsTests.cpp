@@ -63,44 +63,6 @@ TEST(DaemonStatus, failsIfTheTopIsNotAnObject) {
         EXPECT_FALSE(DaemonStatus::parse(body).has_value()) << body;
 }
 
-TEST(ProfileInfo, decodesStrictly) {
-    EXPECT_EQ(json::decode<ProfileInfo>(R"({"id":"a","name":"A","node_id":5,"user_email":"e",
-                                            "is_current":true,"other":1})"),
-              (ProfileInfo{"a", "A", 5, "e", true}));
-    EXPECT_EQ(
-        json::decode<ProfileInfo>(R"({"id":"a","name":"A","node_id":null,"is_current":false})"),
-        (ProfileInfo{"a", "A", std::nullopt, std::nullopt, false}));
-    for (const auto* const body :
-         {R"({"name":"A","is_current":true})", R"({"id":"a","is_current":true})",
-          R"({"id":"a","name":"A"})", R"({"id":1,"name":"A","is_current":true})",
-          R"({"id":"a","name":null,"is_current":true})", R"({"id":"a","name":"A","is_current":1})",
-          R"({"id":"a","name":"A","is_current":"true"})",
-          R"({"id":"a","name":"A","is_current":true,"node_id":"5"})",
-          R"({"id":"a","name":"A","is_current":true,"node_id":5.5})",
-          R"({"id":"a","name":"A","is_current":true,"user_email":[]})"})
-        EXPECT_FALSE(json::decode<ProfileInfo>(body).has_value()) << body;
-}
-
-TEST(ProfilesResponse, mayHaveNoProfiles) {
-    EXPECT_EQ(json::decode<ProfilesResponse>(R"({"current_profile_id":"a"})"),
-              (ProfilesResponse{"a", {}}));
-    EXPECT_EQ(json::decode<ProfilesResponse>(R"({"current_profile_id":"","profiles":null})"),
-              (ProfilesResponse{"", {}}));
-}
-
-TEST(ProfilesResponse, failsAsAWhole) {
-    const auto failure = [](std::string_view body) {
-        return json::decode<ProfilesResponse>(body).error().description;
-    };
-    EXPECT_EQ(failure(R"({"profiles":[]})"), "current_profile_id is missing");
-    EXPECT_EQ(failure(R"({"current_profile_id":null})"), "current_profile_id should be a string");
-    EXPECT_EQ(failure(R"({"current_profile_id":"a","profiles":{}})"),
-              "profiles should be an array");
-    EXPECT_EQ(failure(R"({"current_profile_id":"a","profiles":[
-                          {"id":"a","name":"A","is_current":true},{"id":"b","name":"B"}]})"),
-              "profiles[1].is_current is missing");
-}
-
 TEST(ProfilesResponse, encodesToTheKeysItIsDecodedFrom) {
     const ProfilesResponse profiles{
         "a", {{"a", "A", 5, "e", true}, {"b", "B", std::nullopt, std::nullopt, false}}};

@@ -64,6 +64,17 @@ class SimulatedNetworkExtensionTest : public ::testing::Test {
 
 using SimulatedNetworkExtension = SimulatedNetworkExtensionTest;
 
+TEST_F(SimulatedNetworkExtension, showsAChangeToAManagerOnceItIsLoaded) {
+    const auto first = saveNew("one", "First");
+    const auto second = loadAll().at(0);
+    const auto changed = Network::ofTunnel("one", "Changed");
+    EXPECT_EQ(save(first, changed), std::nullopt);
+    EXPECT_EQ(first->configuration(), changed);
+    EXPECT_EQ(second->configuration().localizedDescription, "First");
+    EXPECT_EQ(load(second), std::nullopt);
+    EXPECT_EQ(second->configuration(), changed);
+}
+
 TEST_F(SimulatedNetworkExtension, readsAnUnsavedConfigurationAsEmpty) {
     const auto manager = network.makeTunnelProviderManager();
     EXPECT_EQ(load(manager), std::nullopt);
