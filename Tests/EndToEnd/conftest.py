@@ -5,6 +5,7 @@ import pytest
 from support import box as boxes
 from support.application import Application
 from support.sim import Sim, build_directory
+from support.vpn_adapter import adapter, plugin
 
 # Everything that the tests fetch is on this machine, so do not use a proxy.
 for name in ("http_proxy", "HTTP_PROXY", "all_proxy", "ALL_PROXY"):
