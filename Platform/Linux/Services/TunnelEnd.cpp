@@ -41,7 +41,7 @@ Connection connectTo(const std::string& address) {
 /// Empty if NetworkManager is not there, because its tunnels end with it. Absent if it does not
 /// answer.
 std::optional<std::vector<std::string>> activeConnections(sd_bus* bus) {
-    sd_bus_error error = SD_BUS_ERROR_NULL;
+    sd_bus_error error = {};
     sd_bus_message* reply = nullptr;
     sd_bus_get_property(bus, networkManager, "/org/freedesktop/NetworkManager", networkManager,
                         "ActiveConnections", &error, &reply, "ao");

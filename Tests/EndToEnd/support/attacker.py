@@ -78,8 +78,11 @@ class Connection:
             said += self.socket.recv(4096)
         self.socket.sendall(b"BEGIN\r\n")
         self.serial = 0
-        self.send(self.message("Hello", "", b"", destination=BUS, path=BUS_PATH, interface=BUS))
-        error, name = self.answer()
+        try:
+            self.send(self.message("Hello", "", b"", destination=BUS, path=BUS_PATH, interface=BUS))
+            error, name = self.answer()
+        except ConnectionError:
+            error = None
         if error is None:
             raise ConnectionError("The bus hangs up.")
         self.name = name[4:-1].decode()
