@@ -42,8 +42,9 @@ class HelperService : public ::testing::Test {
         sd_bus_start(bus.get());
         sd_bus_attach_event(bus.get(), event.get(), SD_EVENT_PRIORITY_NORMAL);
         sd_bus_set_fd(far.get(), ends[1], ends[1]);
-        sd_bus_set_server(far.get(), 1,
-                          SD_ID128_MAKE(1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1));
+        sd_id128_t server = {};
+        server.bytes[0] = 1;
+        sd_bus_set_server(far.get(), 1, server);
         sd_bus_add_filter(far.get(), nullptr, &HelperService::arrived, this);
         sd_bus_start(far.get());
         EXPECT_GE(service.begin(), 0);
