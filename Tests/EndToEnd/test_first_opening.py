@@ -25,8 +25,8 @@ def connected_daemon():
 
 def shown_card(desktop, before, columns=(0, None)):
     """Waits for the card, watches it for a while, and returns its place and size if these never
-    changed, except for its width by a point: its right edge is not light in each picture. The border
-    is not light, so it is one point larger."""
+    changed. The first frame may show a scroll bar, which is not light, at its right edge. The border is
+    not light either, so it is one point larger."""
     def card():
         return desktop.screen.picture(desktop.width, desktop.height).light_area(before, *columns)
     seen = [desktop.await_that(card, "card")]

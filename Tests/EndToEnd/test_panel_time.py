@@ -1,5 +1,5 @@
-"""How long the panel takes to show what the daemon sends. Counted is the time of its thread, so
-other programs do not matter."""
+"""How long the panel takes to show what the daemon sends. Counted is the time of its thread, and of
+several times the least: other programs slow it down through the caches that they share with it."""
 
 import pytest
 
@@ -24,9 +24,10 @@ def milliseconds(answer: dict) -> float:
 @pytest.mark.parametrize("state", ["more", "switch-account"])
 def test_accounts_that_arrive_in_an_open_popover_cost_in_proportion(panel, state):
     def cost(count: int) -> float:
-        panel.do("show", state=state)
-        return milliseconds(panel.do("accounts", count=count))
-    cost(100)
+        def once() -> float:
+            panel.do("show", state=state)
+            return milliseconds(panel.do("accounts", count=count))
+        return min(once() for _ in range(3))
     assert cost(1000) < 20 * cost(100)
 
 
@@ -38,5 +39,4 @@ def test_a_text_of_100_000_characters_is_shown_within_10_ms(panel, field, piece)
     for _ in range(5):
         panel.do("show", state="jailed")
         costs.append(milliseconds(panel.do("long_text", field=field, text=text)))
-    # Other programs slow a thread down through the caches that they share with it.
     assert min(costs) < 10
