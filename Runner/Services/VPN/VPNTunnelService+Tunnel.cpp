@@ -41,8 +41,8 @@ void VPNTunnelService::startVPNTunnel() {
         connectionStatus = VPNConnectionStatus::error;
         return;
     }
-    if (rawStatus == static_cast<int>(NEVPNStatus::connected) ||
-        rawStatus == static_cast<int>(NEVPNStatus::connecting)) {
+    if (*rawStatus == static_cast<int>(NEVPNStatus::connected) ||
+        *rawStatus == static_cast<int>(NEVPNStatus::connecting)) {
         log(fmt::format("Already connected or connecting (status: {}), skipping start",
                         *rawStatus));
         pendingStartAfterApproval = false;
