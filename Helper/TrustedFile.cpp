@@ -35,7 +35,7 @@ std::optional<std::vector<std::string>> namesIn(std::string_view path) {
 /// Also detects access control lists, because their mask replaces the group's bits.
 std::optional<std::string> whyNotKept(const struct stat& status, const Trust& trust) {
     if (status.st_uid != trust.owner)
-        return "belongs to somebody else";
+        return "belongs to another user";
     if ((status.st_mode & (S_IWGRP | S_IWOTH)) != 0)
         return "can be written by others";
     return std::nullopt;

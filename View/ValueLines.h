@@ -8,7 +8,7 @@
 namespace quoxelin {
 
 /// The lines of a text that breaks at spaces only, `limit` at most (0 for no limit). `fits` tells
-/// whether a line is narrow enough. A word that is too wide gets a line of its own, and the last
+/// whether a line is narrow enough. A word that is too wide gets a separate line, and the last
 /// line takes the rest; the renderer cuts such lines in the middle.
 template <typename Fits>
 std::vector<std::string> valueLines(std::string_view text, int limit, const Fits& fits) {

@@ -10,8 +10,8 @@ namespace quoxelin {
 /// or decorates is left out. Call once, before the first window is made. Main thread only.
 void describeElementsToAssistiveTechnology();
 
-/// Has assistive technology say the text, after what it is saying now. Does nothing if nobody
-/// listens.
+/// Has assistive technology say the text, after what it is saying now. Does nothing if no
+/// assistive technology runs.
 void announce(QWidget& widget, const QString& text);
 
 } // namespace quoxelin

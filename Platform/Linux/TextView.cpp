@@ -84,7 +84,7 @@ void TextView::forgetLayout() {
 }
 
 /// As wide as a layout makes it. A sum of whole advances can be less, and then the last letter
-/// goes to a line of its own.
+/// wraps to another line.
 TextView::Line TextView::measured(const QString& line) const {
     laidOut += line.size();
     QTextLayout layout(line, font());

@@ -21,7 +21,7 @@ struct SimulatedTunnels {
     /// If set, every start is refused with this error.
     std::optional<Error> startError;
 
-    /// Why tunnels end that nobody stopped.
+    /// Why tunnels end that were not stopped.
     std::optional<Error> disconnectError;
 
     /// The number of starts while the tunnel was up or coming up, which are mistakes.

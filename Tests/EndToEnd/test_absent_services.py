@@ -21,8 +21,8 @@ MISSING = [
     " panel",
     "[App] The notification server is not available: notifications are dropped",
     "[App] NetworkManager is not available: there can be no tunnel",
-    "[App] polkit is not available: nobody can be asked for an authorization",
-    "[App] PackageKit is not available: there is no looking for updates",
+    "[App] polkit is not available: no authorization can be granted",
+    "[App] PackageKit is not available: updates cannot be checked",
 ]
 HELPER = ("com.quoxelin.desktop.Helper", "/com/quoxelin/desktop/Helper",
           "com.quoxelin.desktop.HelperToolProtocol")

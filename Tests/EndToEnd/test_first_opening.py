@@ -64,7 +64,7 @@ def opened_for_the_first_time(desktop, daemon, icon, late_compositor=False, lowe
         # A scroll bar is not light.
         assert shown[:2] == (place["x"], place["y"]) and shown[3] == place["height"]
         assert 0 <= place["width"] - shown[2] <= 3
-    # A scroll bar needs room of its own.
+    # A scroll bar makes it wider.
     assert CARD_WIDTH <= shown[2] <= CARD_WIDTH + 20 and shown[3] > lowest
     return shown
 

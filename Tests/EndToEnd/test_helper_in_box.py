@@ -138,7 +138,7 @@ def test_it_passes_no_argument_that_the_application_does_not_send(box, call):
 ALTERED = {
     "a link in place of the program": (
         f"mv {TOOL} {TOOL}.real; ln -s quoxelin.real {TOOL}", f"mv {TOOL}.real {TOOL}"),
-    "a link to somebody's own program": (
+    "a link to another user's program": (
         f"mv {TOOL} /usr/lib/real; ln -s {HOME}/quoxelin {TOOL}", f"mv /usr/lib/real {TOOL}"),
     "a link in place of a folder": (
         f"mv {RESOURCES} {RESOURCES}.real; ln -s Resources.real {RESOURCES}",
@@ -148,11 +148,11 @@ ALTERED = {
         "rm /usr/lib/quoxelin-desktop; mv /usr/lib/real /usr/lib/quoxelin-desktop"),
     "a program that a group can write": (f"chmod g+w {TOOL}", f"chmod g-w {TOOL}"),
     "a program that all can write": (f"chmod o+w {TOOL}", f"chmod o-w {TOOL}"),
-    "a program of somebody's": (f"chown tester {TOOL}", f"chown root {TOOL}"),
+    "another user's program": (f"chown tester {TOOL}", f"chown root {TOOL}"),
     "a program with a set-id bit": (f"chmod u+s {TOOL}", f"chmod u-s {TOOL}"),
     "a folder that a group can write": (f"chmod g+w {RESOURCES}", f"chmod g-w {RESOURCES}"),
     "a folder above that all can write": ("chmod o+w,+t /usr/lib", "chmod o-w,-t /usr/lib"),
-    "a folder of somebody's": (f"chown tester {RESOURCES}", f"chown root {RESOURCES}"),
+    "another user's folder": (f"chown tester {RESOURCES}", f"chown root {RESOURCES}"),
     "a script": (f"mv {TOOL} {TOOL}.real; printf '#!/bin/sh\\nid\\n' >{TOOL}; chmod 755 {TOOL}",
                  f"mv {TOOL}.real {TOOL}"),
     "a pipe": (f"mv {TOOL} {TOOL}.real; mkfifo -m 755 {TOOL}", f"rm {TOOL}; mv {TOOL}.real {TOOL}"),

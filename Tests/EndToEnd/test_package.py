@@ -50,7 +50,7 @@ def dpkg(box, *arguments):
 
 
 def install(box, package):
-    """From inside the box, which has folders of its own."""
+    """Runs inside the box, where other folders are mounted."""
     inside = f"/root/{package.name}"
     box.path(inside).write_bytes(package.read_bytes())
     dpkg(box, "--install", inside)

@@ -229,7 +229,7 @@ def test_a_refused_start_ends_disconnected_and_a_refused_change_is_an_error(box,
     assert adapter.call("failure") == {
         "domain": DOMAIN, "code": 3, "error-text": "Not authorized to control networking."}
     box.refuse(MODIFY)
-    # Nothing to save, so nobody is asked.
+    # An unchanged configuration needs no authorization.
     assert adapter.call("save") == {}
     refusal = {"domain": DOMAIN, "code": 5, "error-text": "Insufficient privileges"}
     assert adapter.call("save", description="Refused") == refusal

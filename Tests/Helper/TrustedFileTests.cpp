@@ -130,7 +130,7 @@ TEST_F(TrustedFile, isRefusedWhenOthersCanWriteADirectoryAboveIt) {
 
 TEST_F(TrustedFile, isRefusedIfItBelongsToAnotherUser) {
     owner = ::geteuid() + 1;
-    EXPECT_THAT(refusal(), HasSubstr("belongs to somebody else"));
+    EXPECT_THAT(refusal(), HasSubstr("belongs to another user"));
 }
 
 TEST_F(TrustedFile, isRefusedWithSetIdBits) {

@@ -80,7 +80,7 @@ def test_a_newer_version_replaces_the_older_one_completely(extension):
     with plugin.open() as reader:
         extension.write(f"{NAME}.name", "[VPN Connection]\nname=newer\n", 0o644)
         assert extension.run().returncode == 0
-        # The file was replaced, not overwritten: whoever has it open still reads the old one.
+        # The file was replaced, not overwritten: a program that has it open still reads the old one.
         assert reader.read() == "[VPN Connection]\n"
     assert plugin.read_text() == "[VPN Connection]\nname=newer\n"
 

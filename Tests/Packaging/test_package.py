@@ -38,7 +38,7 @@ def packaged():
 
 
 def content(archive, top="./"):
-    """"MODE PATH" of every file, and of the folders that are nobody else's."""
+    """"MODE PATH" of every file, and of each folder that only this package has."""
     found = set()
     for entry in archive:
         name = entry.name.removeprefix(top) + ("/" if entry.isdir() else "")

@@ -30,9 +30,9 @@ void MissingServices::begin() {
     watch(system, "org.freedesktop.NetworkManager", Counts::running,
           {"NetworkManager", "there can be no tunnel"});
     watch(system, "org.freedesktop.PolicyKit1", Counts::runningOrActivatable,
-          {"polkit", "nobody can be asked for an authorization"});
+          {"polkit", "no authorization can be granted"});
     watch(system, "org.freedesktop.PackageKit", Counts::runningOrActivatable,
-          {"PackageKit", "there is no looking for updates"});
+          {"PackageKit", "updates cannot be checked"});
 }
 
 void MissingServices::watch(Bus& bus, const char* busName, Counts counts, Service service) {

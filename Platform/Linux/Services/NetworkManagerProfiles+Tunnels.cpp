@@ -78,7 +78,7 @@ Result<void, Error> NetworkManagerProfiles::start(const std::string& uuid) {
     auto* connection = find(uuid);
     if (connection == nullptr)
         return tl::unexpected(
-            vpnError(NEVPNError::configurationInvalid, "The VPN connection is no longer there"));
+            vpnError(NEVPNError::configurationInvalid, "The VPN connection no longer exists"));
     if (!configurationOf(NM_CONNECTION(connection)).isEnabled)
         return tl::unexpected(
             vpnError(NEVPNError::configurationDisabled, "The VPN connection is disabled"));

@@ -77,7 +77,7 @@ Result<NMRemoteConnection*, Error> NetworkManagerProfiles::saved(const std::stri
     auto* connection = find(uuid);
     if (connection == nullptr)
         return tl::unexpected(
-            vpnError(NEVPNError::configurationStale, "The VPN connection is no longer there"));
+            vpnError(NEVPNError::configurationStale, "The VPN connection no longer exists"));
     return connection;
 }
 

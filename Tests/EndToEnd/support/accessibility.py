@@ -63,7 +63,7 @@ class AccessibilityBus:
         address = until(lambda: answer(session, "org.a11y.Bus", "/org/a11y/bus", "org.a11y.Bus",
                                        "GetAddress"), "accessibility bus")[0]
         session.close_sync()
-        # Signals come in a thread of their own.
+        # A separate thread receives the signals.
         context = GLib.MainContext()
         self._loop = GLib.MainLoop(context)
         context.push_thread_default()
@@ -150,7 +150,7 @@ def connection(address: str) -> Gio.DBusConnection:
 
 
 def answer(bus, owner: str, path: str, interface: str, method: str, arguments=None) -> tuple:
-    """Empty while nobody answers."""
+    """Empty until the application answers."""
     try:
         return bus.call_sync(owner, path, interface, method, arguments, None,
                              Gio.DBusCallFlags.NONE, int(DEADLINE * 1000), None).unpack()

@@ -25,7 +25,7 @@ TEST(MissingServices, areNotReportedIfTheyAreThere) {
                                   [&](const std::string& line) { told.push_back(line); });
     EXPECT_TRUE(told.empty());
     for (const auto* absent :
-         {"PackageKit is not available: there is no looking for updates",
+         {"PackageKit is not available: updates cannot be checked",
           "The notification server is not available: notifications are dropped"})
         runLoopUntil([&] { return std::count(told.begin(), told.end(), absent) == 1; });
     for (const auto& line : told)
