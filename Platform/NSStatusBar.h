@@ -29,6 +29,7 @@ class NSStatusBarButton {
     /// Null clears the image.
     virtual void setImage(std::shared_ptr<NSImage> image) = 0;
     virtual void setTitle(const std::string& title) = 0;
+    virtual void setToolTip(const std::string& toolTip) = 0;
     /// Called on every click.
     virtual void setAction(std::function<void()> action) = 0;
     /// The button's frame on the screen. Absent while it has no window.

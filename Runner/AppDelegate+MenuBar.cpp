@@ -40,6 +40,11 @@ void AppDelegate::setupMenuBar() {
         },
         appState, std::make_shared<UpdaterViewModel>(updaterController->updater()),
         systemExtension);
+    // The state is published before it changes.
+    toolTipObserver = appState->objectWillChange([this] {
+        platform.dispatch.main().async(mainThread.weakly([this] { updateStatusItemToolTip(); }));
+    });
+    updateStatusItemToolTip();
     hostingController = std::make_unique<HostingController>(
         platform.dispatch.main(), platform.panels.makeHostingView(), menuBar->erased());
 
@@ -109,6 +114,14 @@ void AppDelegate::updateStatusItemIcon() {
         button->setImage(nullptr);
         button->setTitle("QX");
     }
+}
+
+void AppDelegate::updateStatusItemToolTip() {
+    auto* const button = statusItem ? statusItem->button() : nullptr;
+    const auto state = menuBar->content->connectionState();
+    const auto toolTip = "Quoxelin" + (state.empty() ? "" : ": " + state);
+    if (button != nullptr && std::exchange(statusItemToolTip, toolTip) != toolTip)
+        button->setToolTip(toolTip);
 }
 
 void AppDelegate::togglePopover() {

@@ -70,6 +70,7 @@ class AppDelegate final : public NSApplicationDelegate,
     void setupMenuBar();
     void setupMainMenu();
     void updateStatusItemIcon();
+    void updateStatusItemToolTip();
 
     /// The action of a click on the status item.
     void togglePopover();
@@ -118,6 +119,8 @@ class AppDelegate final : public NSApplicationDelegate,
     /// Always empty: the system tints the icon when its appearance changes.
     std::optional<Subscription> appearanceObserver;
     std::optional<Subscription> appActiveObserver;
+    std::optional<Subscription> toolTipObserver;
+    std::string statusItemToolTip;
     AppLogger& logger;
     MainThread mainThread{platform.dispatch};
 };

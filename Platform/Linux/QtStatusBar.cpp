@@ -55,6 +55,11 @@ class QtStatusBar::Button final : public QObject, public NSStatusBarButton {
         refresh();
     }
 
+    void setToolTip(const std::string& newToolTip) override {
+        toolTip = QString::fromStdString(newToolTip);
+        showToolTip();
+    }
+
     void setAction(std::function<void()> newAction) override { action = std::move(newAction); }
 
     /// StatusNotifierItem trays do not report where the icon is, only where it was clicked.
@@ -82,6 +87,7 @@ class QtStatusBar::Button final : public QObject, public NSStatusBarButton {
                 embed();
         }
         refresh();
+        showToolTip();
     }
 
   private:
@@ -108,14 +114,17 @@ class QtStatusBar::Button final : public QObject, public NSStatusBarButton {
             return;
         const auto tint = colorForIconAt(area());
         const auto icon = image ? image->icon(tint) : textIcon(title, tint);
-        if (item) {
+        if (item)
             item->setIcon(image ? installedIcon() : QString(), icon);
-            item->setToolTip(toolTip);
-        }
-        if (embedded) {
+        if (embedded)
             embedded->setIcon(icon);
+    }
+
+    void showToolTip() {
+        if (item)
+            item->setToolTip(toolTip);
+        if (embedded)
             embedded->setToolTip(toolTip);
-        }
     }
 
     void activate(const QPoint& reported) {
@@ -137,7 +146,7 @@ class QtStatusBar::Button final : public QObject, public NSStatusBarButton {
     QtStatusBar& bar;
     std::shared_ptr<TemplateImage> image;
     std::string title;
-    QString toolTip = QApplication::applicationDisplayName();
+    QString toolTip;
     std::function<void()> action;
     std::optional<QPoint> lastClick;
     std::optional<StatusNotifierItem> item;

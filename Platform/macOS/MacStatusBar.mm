@@ -28,6 +28,7 @@ class Button final : public NSStatusBarButton {
     }
 
     void setTitle(const std::string& title) override { button.title = toNSString(title); }
+    void setToolTip(const std::string& toolTip) override { button.toolTip = toNSString(toolTip); }
 
     void setAction(std::function<void()> action) override {
         target = [[QXActionTarget alloc] initWithFunction:std::move(action)];

@@ -137,11 +137,16 @@ ViewNode QuoxelinMenuBarContent::accountHeader() {
     return header;
 }
 
+std::string QuoxelinMenuBarContent::connectionState() const {
+    if (!app->login->isLoggedIn)
+        return {};
+    return app->login->jailedReason ? "Blocked by Device Policy" : statusText(app->vpn->status);
+}
+
 ViewNode QuoxelinMenuBarContent::connectionStatusLine() {
     const bool blocked = app->login->jailedReason.has_value();
     const auto status = app->vpn->status;
-    auto words = view::text(blocked ? "Blocked by Device Policy" : statusText(status),
-                            Font::headline, Color::secondary);
+    auto words = view::text(connectionState(), Font::headline, Color::secondary);
     words.announcesChanges = true;
     auto line = view::horizontalStack(
         {

@@ -93,6 +93,9 @@ class QuoxelinMenuBarContent final : public ObservableObject {
     /// actions do nothing.
     ViewNode body();
 
+    /// The connection's state in the panel's words; empty while no user is logged in.
+    std::string connectionState() const;
+
     /// Called when the panel is first shown. Asks the user to allow notifications.
     void onAppear();
 

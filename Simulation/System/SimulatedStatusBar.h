@@ -27,6 +27,7 @@ class SimulatedStatusBar final : public NSStatusBar {
             image = std::dynamic_pointer_cast<Image>(value);
         }
         void setTitle(const std::string& value) override { title = value; }
+        void setToolTip(const std::string& value) override { toolTip = value; }
         void setAction(std::function<void()> value) override { action = std::move(value); }
         std::optional<NSRect> frameOnScreen() const override { return frame; }
 
@@ -39,6 +40,7 @@ class SimulatedStatusBar final : public NSStatusBar {
         /// Null if there is none.
         std::shared_ptr<Image> image;
         std::string title;
+        std::string toolTip;
         std::function<void()> action;
         /// Empty if the button has no window.
         std::optional<NSRect> frame;

@@ -168,6 +168,20 @@ def test_the_icons_menu_quits(desktop, application, tray):
     assert application.exit_code() == 0
 
 
+def test_the_icons_tool_tip_tells_the_connections_state(desktop, daemon, application):
+    desktop.start_tray("xfce4-panel")
+    desktop.wait_icon("xfce4-panel")
+    assert desktop.tool_tip() == "Quoxelin"
+    open_panel(desktop, application, "xfce4-panel")
+    application.wait_text('"Login Quoxelin"')
+    application.press("Login Quoxelin")
+    desktop.await_that(daemon.login_url, "login")
+    application.open_url(daemon.visit_login())
+    desktop.await_that(lambda: desktop.tool_tip() == "Quoxelin: Connected", "tool tip with the state")
+    application.press("Disconnect")
+    desktop.await_that(lambda: desktop.tool_tip() == "Quoxelin: Disconnected", "changed tool tip")
+
+
 @pytest.mark.parametrize("kind", ["trayer", "xfce4-panel"])
 def test_the_icon_appears_in_a_late_tray_and_again_when_the_tray_restarts(
         desktop, application, kind):

@@ -88,6 +88,21 @@ TEST_F(AppDelegateLaunchedMenuBar, keepsTheIconWhateverTheConnectionDoes) {
     EXPECT_EQ(icon().image, before);
 }
 
+TEST_F(AppDelegateMenuBar, tellsTheConnectionsStateInTheToolTip) {
+    launchAndSettle();
+    EXPECT_EQ(icon().toolTip, "Quoxelin");
+    LoginViewState login;
+    login.isLoggedIn = true;
+    appState->login = login;
+    appState->vpn = VpnViewState{VPNConnectionStatus::connected};
+    dispatch.runUntilIdle();
+    EXPECT_EQ(icon().toolTip, "Quoxelin: Connected");
+    login.jailedReason = "disk not encrypted";
+    appState->login = login;
+    dispatch.runUntilIdle();
+    EXPECT_EQ(icon().toolTip, "Quoxelin: Blocked by Device Policy");
+}
+
 // The panel
 
 TEST_F(AppDelegateMenuBar, makesABorderlessFloatingPanel) {

@@ -3,6 +3,7 @@
 import ctypes
 import os
 import pathlib
+import re
 import shutil
 import subprocess
 import tempfile
@@ -299,6 +300,16 @@ class Desktop:
     def wait_item(self):
         """Waits until the StatusNotifierItem tray has an item."""
         self.await_that(self._items, "item in the tray")
+
+    def tool_tip(self) -> str:
+        """What the StatusNotifierItem tray tells about its item."""
+        owner, _, path = self._items().partition("/")
+        asked = subprocess.run(
+            ["dbus-send", "--session", "--print-reply", f"--dest={owner}", f"/{path}",
+             "org.freedesktop.DBus.Properties.Get", "string:org.kde.StatusNotifierItem",
+             "string:ToolTip"],
+            env=self.environment, capture_output=True, text=True, timeout=DEADLINE)
+        return "".join(re.findall(r'string "(.*)"', asked.stdout))
 
     def wait_no_icon(self, kind: str):
         self.await_that(lambda: len(self.icon_pixels(kind)) == 1, f"end of the icon in {kind}")

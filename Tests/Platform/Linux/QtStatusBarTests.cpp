@@ -174,7 +174,7 @@ TEST_F(QtStatusBarTest, isWhereItWasLastClickedOrInTheTraysCornerButNeverAtThePo
     isAt({302, 201});
 }
 
-TEST_F(QtStatusBarTest, hasAToolTip) {
+TEST_F(QtStatusBarTest, tellsTheStateInItsToolTip) {
     const auto tray = startTray();
     const auto service = registration(*tray);
     const auto shownToolTip = [&] {
@@ -190,7 +190,9 @@ TEST_F(QtStatusBarTest, hasAToolTip) {
         tip.endStructure();
         return title.toStdString() + text.toStdString();
     };
-    EXPECT_EQ(shownToolTip(), "Quoxelin");
+    EXPECT_EQ(shownToolTip(), "");
+    item->button()->setToolTip("Quoxelin: Connected");
+    EXPECT_EQ(shownToolTip(), "Quoxelin: Connected");
 }
 
 /// The icon that an installation has, in this test's private directory.

@@ -16,6 +16,23 @@ struct OpenPanel : PanelOnScreen {
         : PanelOnScreen(panels, panelStates().front().scene()->tree()) {}
 };
 
+bool hasToolTip(NSView* view, NSString* text) {
+    if ([view.toolTip isEqualToString:text])
+        return true;
+    for (NSView* part in view.subviews)
+        if (hasToolTip(part, text))
+            return true;
+    return false;
+}
+
+/// Whether a view in one of this program's windows has that tool tip.
+bool isShownAsToolTip(NSString* text) {
+    for (NSWindow* window in NSApp.windows)
+        if (hasToolTip(window.contentView, text))
+            return true;
+    return false;
+}
+
 } // namespace
 
 TEST(MacStatusBar, putsItsItemOnTheScreen) {
@@ -27,6 +44,16 @@ TEST(MacStatusBar, putsItsItemOnTheScreen) {
         const auto frame = item->button()->frameOnScreen();
         return frame && frame->width > 0 && frame->height > 0;
     }));
+}
+
+TEST(MacStatusBar, showsTheItemsToolTip) {
+    MacStatusBar bar;
+    const auto item = bar.statusItemWithLength(NSSquareStatusItemLength);
+    item->button()->setToolTip("Quoxelin: Connected");
+    EXPECT_TRUE(isShownAsToolTip(@"Quoxelin: Connected"));
+    item->button()->setToolTip("Quoxelin");
+    EXPECT_FALSE(isShownAsToolTip(@"Quoxelin: Connected"));
+    EXPECT_TRUE(isShownAsToolTip(@"Quoxelin"));
 }
 
 TEST(MacPanels, openAPanelInTheSizeOfItsContent) {
