@@ -85,8 +85,8 @@ int run() {
 
 } // namespace quoxelin::helper
 
-/// Started by the system bus, as root. Its caller cannot change what it does: it takes no arguments,
-/// clears its environment and has the installation's paths built in.
+/// Started by the system bus, as root. Its caller cannot change what it does: it takes no
+/// arguments, clears its environment and has the installation's paths built in.
 int main(int argc, char**) {
     if (argc != 1)
         return quoxelin::helper::fail("it takes no arguments; the system bus starts it");

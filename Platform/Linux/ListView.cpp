@@ -9,9 +9,6 @@ namespace quoxelin {
 ListView::ListView()
     : ElementView(ViewNode::Kind::list), column(new QWidget), scrollView(new ScrollView(this)),
       children(*column, QBoxLayout::TopToBottom) {
-    auto* layout = new QVBoxLayout(this);
-    layout->setContentsMargins(0, 0, 0, 0);
-    layout->addWidget(scrollView);
     scrollView->setWidget(column);
     column->setAutoFillBackground(false);
     column->installEventFilter(this);
@@ -57,6 +54,11 @@ bool ListView::eventFilter(QObject* watched, QEvent* event) {
     if (watched == column && event->type() == QEvent::LayoutRequest)
         updateGeometry();
     return QWidget::eventFilter(watched, event);
+}
+
+/// Without a layout, which would be asked for the height instead of this widget.
+void ListView::resizeEvent(QResizeEvent*) {
+    scrollView->setGeometry(contentsRect());
 }
 
 void ListView::paintEvent(QPaintEvent*) {

@@ -24,6 +24,7 @@ class ListView final : public QWidget, public ElementView {
     void bindContent(const ViewNode& node) override;
     void readContent(ViewNode& node) const override;
     bool eventFilter(QObject* watched, QEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
 
   private:

@@ -23,8 +23,8 @@ class NetworkManagerClient {
         bool tunnels = false;
         /// NetworkManager has appeared or disappeared.
         bool presence = false;
-        /// NetworkManager's reasons for the end of tunnels that were not stopped, by the connection's
-        /// UUID.
+        /// NetworkManager's reasons for the end of tunnels that were not stopped, by the
+        /// connection's UUID.
         std::map<std::string, std::string> reasons;
     };
 

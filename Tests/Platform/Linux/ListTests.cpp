@@ -3,6 +3,8 @@
 #include "Tests/Platform/Linux/PanelRows.h"
 #include "Tests/Support/PanelStates.h"
 
+#include <QScrollArea>
+#include <QScrollBar>
 #include <gtest/gtest.h>
 
 namespace quoxelin::testing {
@@ -28,6 +30,17 @@ ListView& listIn(QWidget& card) {
     throw std::logic_error("no list");
 }
 
+int accountsInView(PanelOnScreen& panel) {
+    int inView = 0;
+    for (const auto* row : listIn(*panel.popover()).findChildren<QAbstractButton*>())
+        inView += row->visibleRegion().boundingRect() == row->rect();
+    return inView;
+}
+
+bool listScrolls(PanelOnScreen& panel) {
+    return listIn(*panel.popover()).findChild<QScrollArea*>()->verticalScrollBar()->maximum() > 0;
+}
+
 } // namespace
 
 TEST(List, growsAndShrinksWithTheAccounts) {
@@ -43,6 +56,24 @@ TEST(List, growsAndShrinksWithTheAccounts) {
     EXPECT_GT(ten, two);
     EXPECT_EQ(heightOf(30), ten);
     EXPECT_EQ(heightOf(2), two);
+}
+
+TEST(List, showsTenRowsAtOnceAndAllThatStandsBelow) {
+    for (const bool isSwitcher : {false, true})
+        for (const int count : {9, 10, 11, 200}) {
+            SCOPED_TRACE(std::to_string(count) + (isSwitcher ? " to switch" : " in the menu"));
+            const auto scene = sceneWithAccounts(count);
+            scene->edit([=](LoginViewState& login) { login.isLoggedIn = !isSwitcher; });
+            scene->content->isSwitchAccountPopoverPresented = isSwitcher;
+            PanelOnScreen panel(scene->tree());
+            runLoopUntilLaidOut();
+            EXPECT_EQ(accountsInView(panel), std::min(count, 10));
+            EXPECT_EQ(listScrolls(panel), count > 10);
+            const auto rows = isSwitcher ? std::vector<std::string>{"Add Account"}
+                                         : std::vector<std::string>{"Logout", "Uninstall Quoxelin"};
+            for (const auto& label : rows)
+                EXPECT_TRUE(isInView(panel, label)) << label;
+        }
 }
 
 TEST(List, leavesItsRowsTheirWidth) {
