@@ -107,8 +107,11 @@ void FloatingWindow::fitContent() {
     if (!isVisible()) {
         isBlended = desktopBlendsWindows();
         updateShape();
-        if (auto* content = scrollView->widget())
+        if (auto* content = scrollView->widget()) {
             updateLayouts(*content);
+            // Updating asks for another update, which is done by now.
+            QCoreApplication::removePostedEvents(content, QEvent::LayoutRequest);
+        }
     }
     const auto size = wantedCardSize().grownBy(shadowMargins());
     if (size == this->size())

@@ -82,6 +82,26 @@ TEST(Layout, knowsTheSizeOfWhatItWillShowWhileItIsHidden) {
     }
 }
 
+TEST(Layout, restsWhileThePanelHasNotBeenOpened) {
+    struct Counter final : QObject {
+        bool eventFilter(QObject*, QEvent* event) override {
+            requests += event->type() == QEvent::LayoutRequest ? 1 : 0;
+            return false;
+        }
+        int requests = 0;
+    };
+    PanelOnScreen panel(panelStates().front().scene()->tree(), false);
+    for (const auto& state : panelStates()) {
+        SCOPED_TRACE(state.name);
+        panel.show(state.scene()->tree());
+        runLoopUntilLaidOut();
+        Counter counter;
+        panel.window().installEventFilter(&counter);
+        runLoopUntilLaidOut();
+        EXPECT_EQ(counter.requests, 0);
+    }
+}
+
 TEST(Layout, isInPlaceWhereverAWindowManagerHasMovedTheWindowMeanwhile) {
     PanelOnScreen panel(panelStates().front().scene()->tree());
     panel.nsPanel().setFrameOrigin(100, 300);

@@ -16,7 +16,7 @@ namespace quoxelin::testing {
 /// A panel on the screen, as the application opens it.
 class PanelOnScreen {
   public:
-    explicit PanelOnScreen(const ViewNode& tree) {
+    explicit PanelOnScreen(const ViewNode& tree, bool opens = true) {
         NSPanelOptions options;
         options.contentRect = {0, 0, 300, 400};
         options.hasShadow = true;
@@ -29,8 +29,10 @@ class PanelOnScreen {
         background.subview = hosting;
         panel->setContentView(background);
         hosting->setRootView(tree);
-        panel->setFrameOrigin(100, 100);
-        panel->makeKeyAndOrderFront();
+        if (opens) {
+            panel->setFrameOrigin(100, 100);
+            panel->makeKeyAndOrderFront();
+        }
         runLoopUntilIdle();
     }
 
