@@ -6,6 +6,8 @@
 @interface QXLabel : NSTextField
 - (void)setTextStyle:(NSFontTextStyle)style weight:(quoxelin::FontWeight)weight;
 @property(nonatomic, readonly) NSFontTextStyle textStyle;
+/// The text without the line breaks of the screen. VoiceOver reads this one.
+@property(nonatomic, copy) NSString* wholeText;
 @end
 
 /// One of the system's symbols.

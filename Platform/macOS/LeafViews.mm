@@ -15,6 +15,10 @@
         self.font = font;
 }
 
+- (NSString*)accessibilityValue {
+    return self.wholeText;
+}
+
 /// Lets the row receive the clicks.
 - (NSView*)hitTest:(NSPoint)point {
     return nil;
@@ -91,19 +95,19 @@ void TextView::bindContent(const ViewNode& node) {
     if (text == node.text)
         return;
     text = node.text;
-    label.stringValue = toNSString(text);
+    label.wholeText = toNSString(text);
+    label.stringValue = label.wholeText;
     if (announcesChanges && view().window.visible)
         NSAccessibilityPostNotificationWithUserInfo(
             view().window, NSAccessibilityAnnouncementRequestedNotification, @{
-                NSAccessibilityAnnouncementKey : label.stringValue,
+                NSAccessibilityAnnouncementKey : label.wholeText,
                 NSAccessibilityPriorityKey : @(NSAccessibilityPriorityMedium),
             });
 }
 
 void TextView::readContent(ViewNode& node) const {
-    // The label has a value's lines as they are broken on the screen.
     const bool isValue = label.lineBreakMode == NSLineBreakByTruncatingMiddle;
-    node.text = isValue ? text : toString(label.stringValue);
+    node.text = toString(isValue ? label.wholeText : label.stringValue);
     node.truncation = isValue ? Truncation::middle : Truncation::tail;
     node.announcesChanges = announcesChanges;
     node.font = theme::recordOf(label.textStyle).value_or(Font::body);

@@ -1,5 +1,6 @@
 #include "Simulation/Desktop/macOS/MacScreen.h"
 
+#include "Platform/macOS/LeafViews.h"
 #include "Platform/macOS/MacDesktop.h"
 #include "Platform/macOS/ObjC.h"
 #include "Platform/macOS/QXPanel.h"
@@ -139,7 +140,9 @@ std::vector<std::string> MacScreen::texts() const {
     std::vector<std::string> texts;
     for (NSWindow* window : windowsOnScreen())
         for (NSTextField* label : labelsIn(window))
-            texts.push_back(toString(label.stringValue));
+            texts.push_back(toString([label isKindOfClass:[QXLabel class]]
+                                         ? static_cast<QXLabel*>(label).wholeText
+                                         : label.stringValue));
     return texts;
 }
 

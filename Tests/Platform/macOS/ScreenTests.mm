@@ -59,6 +59,21 @@ TEST_F(MacScreenTest, readsTheTextsFromTopToBottom) {
     EXPECT_TRUE(screen.texts().empty());
 }
 
+TEST_F(MacScreenTest, readsAValueWithoutTheLineBreaksOfTheScreen) {
+    auto value = row("Copy Email", [] {});
+    value.children = {text("Email: a.rather.long.name@a-long-domain.example")};
+    value.children[0].truncation = Truncation::middle;
+    ViewNode column;
+    column.width = 260;
+    column.children = {value};
+    onScreen.hosting->setRootView(column);
+    ASSERT_TRUE(comesTrue([&] {
+        const auto place = screen.placeOf("Copy Email");
+        return place && place->height > 40;
+    })) << "two lines";
+    EXPECT_EQ(screen.texts(), std::vector<std::string>{value.children[0].text});
+}
+
 TEST_F(MacScreenTest, pressesRowsAndButtons) {
     EXPECT_EQ(screen.press("Connect"), SteeredScreen::Press::done);
     EXPECT_EQ(presses, 1);
