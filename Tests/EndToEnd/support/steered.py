@@ -6,7 +6,8 @@ import subprocess
 import threading
 import time
 
-DEADLINE = 10.0
+# Seconds to wait for what must happen, also on a busy machine. Tests of a time limit measure it.
+DEADLINE = 30.0
 
 
 class SteeringError(AssertionError):
