@@ -34,9 +34,9 @@ class MainQueue : public Queue {
 /// destroyed.
 class SerialQueue : public Queue {
   public:
-    /// Returns once this work and everything submitted before it has run. Never call it from the
-    /// queue itself.
-    virtual void sync(Work work) = 0;
+    /// Waits until everything submitted before has run, but no longer than that. Returns whether it
+    /// has run. Never call it from the queue itself.
+    virtual bool wait(Duration longest) = 0;
 };
 
 /// Threads and time. Injected into everything that is asynchronous or waits, so that tests can run
@@ -47,8 +47,8 @@ class Dispatch {
 
     virtual MainQueue& main() = 0;
 
-    /// Concurrent queues. Work may block forever: other work still gets a thread until 64 are
-    /// blocked.
+    /// Concurrent queues, one for each quality. Work may block forever: other work of the same
+    /// quality still gets a thread until 64 are blocked.
     virtual Queue& global(QualityOfService quality) = 0;
 
     /// A new queue. Its work may block forever without holding up other queues.

@@ -8,14 +8,11 @@ void ThreadSerialQueue::async(Work work) {
     thread.async(std::move(work));
 }
 
-void ThreadSerialQueue::sync(Work work) {
-    // Shared, because the queue's thread may still be in set_value when the caller continues.
+bool ThreadSerialQueue::wait(Duration longest) {
+    // Shared, because the queue's thread may get there after the caller has gone on.
     const auto performed = std::make_shared<std::promise<void>>();
-    async([performed, &work] {
-        work();
-        performed->set_value();
-    });
-    performed->get_future().wait();
+    async([performed] { performed->set_value(); });
+    return performed->get_future().wait_for(longest) == std::future_status::ready;
 }
 
 } // namespace quoxelin

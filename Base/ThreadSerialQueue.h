@@ -11,7 +11,7 @@ namespace quoxelin {
 class ThreadSerialQueue final : public SerialQueue {
   public:
     void async(Work work) override;
-    void sync(Work work) override;
+    bool wait(Duration longest) override;
 
   private:
     ThreadPool thread{1, std::chrono::milliseconds(0)};

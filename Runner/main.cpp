@@ -39,8 +39,8 @@ int launch(const LaunchOptions& options) {
         [](const std::string& line) { AppLogger::shared().log("App", line); });
     const int code = platform.application.run(*delegate);
     lasting.settle();
-    AppLogger::shared().flush();
-    std::fflush(nullptr);
+    AppLogger::shared().flush(seconds(0.5));
+    std::fflush(stdout); // all streams would include the log, whose disk may hang
     // For the same reason, do not run static destructors.
     std::_Exit(code);
 }

@@ -10,13 +10,6 @@
 
 namespace quoxelin {
 
-namespace {
-
-constexpr std::size_t globalThreadLimit = 64;
-constexpr std::chrono::seconds threadPatience{5};
-
-} // namespace
-
 /// One event stands for all waiting work. Work that is added meanwhile waits for the next turn of
 /// the loop, so a flood of work does not stop windows from painting.
 class QtDispatch::Main final : public QObject, public MainQueue {
@@ -68,8 +61,7 @@ class QtDispatch::Main final : public QObject, public MainQueue {
     bool turnIsDue = false;
 };
 
-QtDispatch::QtDispatch()
-    : mainQueue(std::make_shared<Main>()), globalThreads(globalThreadLimit, threadPatience) {}
+QtDispatch::QtDispatch() : mainQueue(std::make_shared<Main>()) {}
 
 QtDispatch::~QtDispatch() = default;
 
@@ -77,8 +69,8 @@ MainQueue& QtDispatch::main() {
     return *mainQueue;
 }
 
-Queue& QtDispatch::global(QualityOfService) {
-    return globalThreads;
+Queue& QtDispatch::global(QualityOfService quality) {
+    return globalQueues.at(static_cast<std::size_t>(quality)).threads;
 }
 
 std::unique_ptr<SerialQueue> QtDispatch::makeSerial(std::string) {

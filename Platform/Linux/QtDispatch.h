@@ -2,6 +2,7 @@
 
 #include "Base/ThreadPool.h"
 
+#include <array>
 #include <memory>
 #include <thread>
 
@@ -23,10 +24,13 @@ class QtDispatch final : public Dispatch {
 
   private:
     class Main;
+    struct Global {
+        ThreadPool threads{64, std::chrono::seconds(5)};
+    };
 
     const std::thread::id mainThread = std::this_thread::get_id();
     std::shared_ptr<Main> mainQueue;
-    ThreadPool globalThreads;
+    std::array<Global, 5> globalQueues;
 };
 
 } // namespace quoxelin

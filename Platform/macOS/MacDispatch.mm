@@ -51,11 +51,13 @@ class Serial final : public SerialQueue {
 
     void async(Work work) override { submit(queue, std::move(work)); }
 
-    void sync(Work work) override {
-        const Work* const performed = &work;
-        dispatch_sync(queue, ^{
-            (*performed)();
+    bool wait(Duration longest) override {
+        const auto performed = dispatch_semaphore_create(0);
+        dispatch_async(queue, ^{
+            dispatch_semaphore_signal(performed);
         });
+        return dispatch_semaphore_wait(performed,
+                                       dispatch_time(DISPATCH_TIME_NOW, longest.count())) == 0;
     }
 
   private:

@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <fmt/format.h>
+#include <new>
 #include <system_error>
 #include <vector>
 
@@ -29,12 +30,13 @@ AppLogger& AppLogger::shared() {
 
 void AppLogger::log(const std::string& category, const std::string& message) {
     auto line = fmt::format("[{}] {} {}\n", category, timestamp(), message);
-    queue->async([line = std::move(line), path = logPath] { append(line, path); });
+    queue->async(
+        [line = std::move(line), path = logPath, wasCut = wasCut] { append(line, path, *wasCut); });
     dependencies.systemLog.log(fmt::format("[{}] {}", category, message));
 }
 
-void AppLogger::flush() {
-    queue->sync([] {});
+void AppLogger::flush(Duration longest) {
+    queue->wait(longest);
 }
 
 std::string AppLogger::resolveLogPath() const {
@@ -58,18 +60,21 @@ std::string AppLogger::timestamp() const {
                        (now - wholeSeconds).count());
 }
 
-void AppLogger::append(const std::string& line, const std::string& path) {
+void AppLogger::append(const std::string& line, const std::string& path, bool& wasCut) try {
     if (!isValidUtf8(line))
         return;
-    std::FILE* const file = std::fopen(path.c_str(), "ab");
+    // Holds the whole line, so it is written at once and other processes' lines cannot split it.
+    std::vector<char> buffer(line.size() + 2);
+    std::FILE* const file = std::fopen(path.c_str(), "abe");
     if (file == nullptr)
         return;
-    // The buffer holds the whole line, so it is written at once and other processes' lines cannot
-    // split it.
-    std::vector<char> buffer(line.size() + 1);
     std::setvbuf(file, buffer.data(), _IOFBF, buffer.size());
-    std::fwrite(line.data(), 1, line.size(), file);
-    std::fclose(file);
+    if (wasCut)
+        std::fputc('\n', file);
+    const auto written = std::fwrite(line.data(), 1, line.size(), file);
+    wasCut = std::fclose(file) != 0 || written != line.size();
+} catch (const std::bad_alloc&) {
+    // Without this line.
 }
 
 } // namespace quoxelin

@@ -29,20 +29,22 @@ class AppLogger {
     /// order of the calls.
     void log(const std::string& category, const std::string& message);
 
-    /// Returns once all lines logged so far are in the file. For the end of the process. Do not
-    /// call it on the logger's queue.
-    void flush();
+    /// Waits until all lines logged so far are in the file, but no longer than that: a disk may
+    /// hang. Do not call it on the logger's queue.
+    void flush(Duration longest);
 
     const std::string& path() const { return logPath; }
 
   private:
     std::string resolveLogPath() const;
     std::string timestamp() const;
-    static void append(const std::string& line, const std::string& path);
+    static void append(const std::string& line, const std::string& path, bool& wasCut);
 
     Dependencies dependencies;
     std::unique_ptr<SerialQueue> queue;
     std::string logPath;
+    /// Whether the last line may lack its end, as on a full disk. Used only on the queue.
+    std::shared_ptr<bool> wasCut = std::make_shared<bool>(false);
 };
 
 } // namespace quoxelin

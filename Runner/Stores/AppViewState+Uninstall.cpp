@@ -69,7 +69,8 @@ void AppViewState::runPrivilegedCleanup(std::function<void(bool succeeded)> comp
             log(error ? "Privileged cleanup error: " + *error : "Privileged cleanup completed");
             completion(!error);
         });
-    dependencies.dispatch.global(QualityOfService::userInitiated)
+    // Another queue than that of the requests, which a daemon that never answers may fill.
+    dependencies.dispatch.global(QualityOfService::userInteractive)
         .async([&appleScript = dependencies.appleScript, finish] {
             std::optional<std::string> error;
             if (const auto script = appleScript.initWithSource(privilegedCleanupScript()))
@@ -98,7 +99,7 @@ void AppViewState::removeSupportFolder() {
     if (directories.empty())
         return;
     // A pending line could recreate the log file during the removal.
-    dependencies.logger.flush();
+    dependencies.logger.flush(seconds(0.05));
     std::error_code ignored;
     std::filesystem::remove_all(directories.front() / "Quoxelin", ignored);
 }

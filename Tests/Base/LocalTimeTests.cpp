@@ -44,6 +44,12 @@ TEST_F(LocalTime, agreesWithTheStandardLibraryInEverySeason) {
     }
 }
 
+TEST_F(LocalTime, followsAChangeOfTheZone) {
+    EXPECT_EQ(localTime(0).tm_hour, 1);
+    ::setenv("TZ", "JST-9", 1);
+    EXPECT_EQ(localTime(0).tm_hour, 9);
+}
+
 TEST_F(LocalTime, countsBackBeforeTheEpoch) {
     const std::time_t time = -86400 * 366 * 5 - 1;
     auto ours = localTime(time);

@@ -13,7 +13,7 @@ TEST(ThreadSerialQueue, performsWorkOneByOneInOrder) {
     std::vector<int> order; // unguarded on purpose
     for (int i = 0; i < 1000; ++i)
         queue.async([&, i] { order.push_back(i); });
-    queue.sync([] {});
+    ASSERT_TRUE(queue.wait(seconds(60)));
     ASSERT_EQ(order.size(), 1000u);
     for (int i = 0; i < 1000; ++i)
         EXPECT_EQ(order[static_cast<std::size_t>(i)], i);
@@ -30,7 +30,7 @@ TEST(ThreadSerialQueue, keepsTheOrderOfEachOfManyWriters) {
         });
     for (auto& writer : writers)
         writer.join();
-    queue.sync([] {});
+    ASSERT_TRUE(queue.wait(seconds(60)));
     ASSERT_EQ(order.size(), 1000u);
     std::vector<int> next(4, 0);
     for (const auto& [writer, i] : order)
@@ -41,10 +41,10 @@ TEST(ThreadSerialQueue, doesNotDelayOtherQueuesWhileItsWorkBlocks) {
     ThreadSerialQueue blocked, free;
     const auto open = std::make_shared<std::latch>(1);
     blocked.async([=] { open->wait(); });
-    bool performed = false;
-    free.sync([&] { performed = true; });
-    EXPECT_TRUE(performed);
+    EXPECT_TRUE(free.wait(seconds(60)));
+    EXPECT_FALSE(blocked.wait(seconds(0.001)));
     open->count_down();
+    EXPECT_TRUE(blocked.wait(seconds(60)));
 }
 
 TEST(ThreadSerialQueue, performsPendingWorkBeforeItIsDestroyed) {

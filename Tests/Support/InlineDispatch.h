@@ -37,7 +37,7 @@ class InlineDispatch final : public Dispatch {
     };
     struct Serial final : SerialQueue {
         void async(Work work) override { work(); }
-        void sync(Work work) override { work(); }
+        bool wait(Duration) override { return true; }
     };
 
     Main mainQueue;

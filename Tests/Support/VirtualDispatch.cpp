@@ -59,20 +59,21 @@ class VirtualDispatch::Serial final : public SerialQueue {
         owner.submitBackground([&owner = owner, state = state] { owner.drain(state); });
     }
 
-    void sync(Work work) override {
-        bool done = false;
-        async([&] {
-            work();
-            done = true;
-        });
-        if (!owner.isMainThread())
-            owner.waitUntil([&] { return done; });
-        while (!done) {
-            if (owner.jobs.empty() && !owner.resumeAParkedFiber())
-                throw std::logic_error("the serial queue is blocked for ever");
-            if (!done && !owner.jobs.empty())
+    bool wait(Duration longest) override {
+        const auto end = owner.clock + longest;
+        const auto done = std::make_shared<bool>(false);
+        async([done] { *done = true; });
+        while (!*done) {
+            if (!owner.jobs.empty()) {
                 owner.runOne();
+            } else if (!owner.resumeAParkedFiber()) {
+                const bool isOver = owner.wakeUps.empty() || *owner.wakeUps.begin() > end;
+                owner.clock = isOver ? end : *owner.wakeUps.begin();
+                if (isOver)
+                    return false;
+            }
         }
+        return true;
     }
 
   private:

@@ -69,9 +69,12 @@ TEST(QtDispatch, keepsTheMainThreadFreeWhileSixtyFourExchangesHang) {
     bool mainPerformed = false;
     dispatch.main().async([&] { mainPerformed = true; });
     runLoopUntil([&] { return mainPerformed; });
-    bool serialPerformed = false;
-    dispatch.makeSerial("log")->sync([&] { serialPerformed = true; });
-    EXPECT_TRUE(serialPerformed);
+    EXPECT_TRUE(dispatch.makeSerial("log")->wait(seconds(60)));
+    const auto performed = std::make_shared<std::latch>(4);
+    for (const auto quality : {QualityOfService::userInteractive, QualityOfService::standard,
+                               QualityOfService::utility, QualityOfService::background})
+        dispatch.global(quality).async([=] { performed->count_down(); });
+    performed->wait();
     open->count_down();
 }
 

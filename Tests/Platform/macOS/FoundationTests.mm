@@ -122,7 +122,8 @@ TEST(MacDispatch, keepsTheOrderOfASerialQueue) {
     std::vector<int> done;
     for (int i = 0; i < 100; ++i)
         queue->async([&, i] { done.push_back(i); });
-    queue->sync([&] { done.push_back(100); });
+    queue->async([&] { done.push_back(100); });
+    EXPECT_TRUE(queue->wait(seconds(60)));
     EXPECT_EQ(done.size(), 101u);
     EXPECT_TRUE(std::is_sorted(done.begin(), done.end()));
 }

@@ -5,8 +5,10 @@
 #include "Tests/Support/TemporaryDirectory.h"
 #include "Tests/Support/VirtualDispatch.h"
 
+#include <csignal>
 #include <gtest/gtest.h>
 #include <sstream>
+#include <sys/resource.h>
 #include <thread>
 
 namespace quoxelin::testing {
@@ -186,11 +188,11 @@ TEST_F(AppLoggerTest, writesLongMessagesWhole) {
 
 TEST_F(AppLoggerTest, hasEveryLineInTheFileAfterAFlush) {
     auto logger = makeLogger();
-    logger.flush();
+    logger.flush(seconds(1));
     EXPECT_FALSE(fs::exists(file()));
     for (int i = 0; i < 100; ++i)
         logger.log("App", std::to_string(i));
-    logger.flush();
+    logger.flush(seconds(1));
     std::istringstream lines(contentsOf(file()));
     std::string line;
     for (int i = 0; i < 100; ++i) {
@@ -198,6 +200,26 @@ TEST_F(AppLoggerTest, hasEveryLineInTheFileAfterAFlush) {
         EXPECT_EQ(line, "[App] 2024-05-01 13:02:03.417 " + std::to_string(i));
     }
     EXPECT_FALSE(std::getline(lines, line));
+}
+
+TEST_F(AppLoggerTest, beginsANewLineAfterOneThatAFullDiskHasCut) {
+    auto logger = makeLogger();
+    write(logger, "App", "whole");
+    const auto signalBefore = std::signal(SIGXFSZ, SIG_IGN);
+    rlimit unlimited{};
+    ::getrlimit(RLIMIT_FSIZE, &unlimited);
+    const rlimit full{fs::file_size(file()) + 10, unlimited.rlim_max};
+    ::setrlimit(RLIMIT_FSIZE, &full);
+    write(logger, "App", "cut");
+    write(logger, "App", "lost");
+    ::setrlimit(RLIMIT_FSIZE, &unlimited);
+    std::signal(SIGXFSZ, signalBefore);
+    write(logger, "App", "whole again");
+    write(logger, "App", "and again");
+    EXPECT_EQ(contentsOf(file()), "[App] 2024-05-01 13:02:03.417 whole\n"
+                                  "[App] 2024\n"
+                                  "[App] 2024-05-01 13:02:03.417 whole again\n"
+                                  "[App] 2024-05-01 13:02:03.417 and again\n");
 }
 
 TEST_F(AppLoggerTest, writesPendingLinesBeforeItIsDestroyed) {
