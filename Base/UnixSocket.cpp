@@ -58,11 +58,11 @@ Result<std::size_t, SystemError> retryingInterrupted(Call call) {
 } // namespace
 
 Result<std::unique_ptr<Connection>, ConnectError> UnixSocket::connect(const std::string& path) {
-    const int descriptor = openStreamSocket();
+    auto socket = std::make_unique<UnixSocket>(-1); // first, as there may be no memory
+    const int descriptor = socket->descriptor = openStreamSocket();
     if (descriptor < 0)
         return tl::unexpected(
             ConnectError{ConnectError::Reason::socketCreateFailed, SystemError::last()});
-    auto socket = std::make_unique<UnixSocket>(descriptor);
     if (path.size() >= pathFieldSize)
         return tl::unexpected(
             ConnectError{ConnectError::Reason::socketPathTooLong, SystemError{ENAMETOOLONG}});
@@ -77,7 +77,8 @@ Result<std::unique_ptr<Connection>, ConnectError> UnixSocket::connect(const std:
 }
 
 UnixSocket::~UnixSocket() {
-    ::close(descriptor);
+    if (descriptor >= 0)
+        ::close(descriptor);
 }
 
 Result<std::size_t, SystemError> UnixSocket::read(std::span<char> into) {

@@ -196,3 +196,5 @@ def test_hanging_buses_neither_delay_the_icon_nor_leak(daemon, recorded):
                 used.append([len(os.listdir(f"/proc/{application.pid}/{kind}"))
                              for kind in ("task", "fd")])
             assert used[-1] == used[0]
+            application.send_signal(signal.SIGTERM)
+            assert application.exit_code(deadline=2) == 0

@@ -6,7 +6,9 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <fmt/format.h>
+#include <new>
 
 namespace quoxelin {
 
@@ -15,6 +17,8 @@ namespace {
 constexpr std::size_t readSize = 4'096;
 constexpr std::size_t logoutResponseSize = 1'024;
 constexpr Duration pauseBetweenAttempts = seconds(3.0);
+constexpr std::size_t longestBacklog = std::size_t(1) << 20;
+constexpr Duration pauseWhileBehind = seconds(0.001);
 
 /// Buffers that grew beyond this for one huge line are released.
 constexpr std::size_t keptCapacity = std::size_t(1) << 20;
@@ -66,8 +70,8 @@ void HashiBusClient::connectLoop() {
 void HashiBusClient::follow(std::unique_ptr<Connection> connection) {
     dependencies.logger.log("HashiBus", "Connected to socket");
     postNote("HashiBus connected");
-    // If the request cannot be written, the stream ends at once.
-    static_cast<void>(connection->write(requestData));
+    if (!connection->write(requestData))
+        connection->shutdown(); // else the daemon would wait for the request and we for its stream
     readStream(*connection);
     connection.reset();
     postNote("HashiBus disconnected: nil");
@@ -80,7 +84,7 @@ void HashiBusClient::postNote(std::string note) {
     });
 }
 
-void HashiBusClient::readStream(Connection& connection) {
+void HashiBusClient::readStream(Connection& connection) try {
     const auto interruption = stopSignal.onStop([&connection] { connection.shutdown(); });
     std::array<char, readSize> scratch{};
     while (isRunning) {
@@ -96,6 +100,11 @@ void HashiBusClient::readStream(Connection& connection) {
         }
         processData({scratch.data(), *count});
     }
+} catch (const std::bad_alloc&) {
+    // Without what is left of this stream; the next one begins with the daemon's whole state.
+    buffer = {};
+    scanned = 0;
+    dependencies.logger.log("HashiBus", "Read error: " + SystemError{ENOMEM}.message());
 }
 
 void HashiBusClient::processData(std::string_view data) {
@@ -135,12 +144,21 @@ void HashiBusClient::processLine(std::string_view line, std::size_t padding) {
     auto decoded = json::decode<HashiBusNotify>(line, padding);
     if (!decoded)
         return;
+    waitForMainThread();
+    const auto size = line.size() + sizeof(HashiBusNotify);
+    backlog += size;
     dependencies.dispatch.main().async(
-        [self = shared_from_this(),
+        [self = shared_from_this(), size,
          notify = std::make_shared<const HashiBusNotify>(*std::move(decoded))] {
+            self->backlog -= size;
             if (const auto receiver = self->delegate.lock())
                 receiver->hashiBusDidReceiveNotify(*notify);
         });
+}
+
+void HashiBusClient::waitForMainThread() const {
+    while (isRunning && backlog > longestBacklog)
+        dependencies.dispatch.sleep(pauseWhileBehind);
 }
 
 void HashiBusClient::performLogout() {

@@ -26,7 +26,8 @@ class HashiBusClientDelegate {
 /// Follows the daemon's notification stream for the life of the process: connects, reads line by
 /// line, and reconnects 3 seconds after an attempt fails or ends.
 ///
-/// The loop runs on its own serial queue; only that queue uses the connection and the buffer.
+/// The loop runs on its own serial queue; only that queue uses the connection and the buffer. While
+/// the main thread is behind, the loop waits, so that a flood stays with the daemon.
 class HashiBusClient : public std::enable_shared_from_this<HashiBusClient> {
   public:
     struct Dependencies {
@@ -57,6 +58,7 @@ class HashiBusClient : public std::enable_shared_from_this<HashiBusClient> {
     void readStream(Connection& connection);
     void processData(std::string_view data);
     void processLine(std::string_view line, std::size_t padding);
+    void waitForMainThread() const;
     void postNote(std::string note);
     void performLogout();
 
@@ -66,6 +68,8 @@ class HashiBusClient : public std::enable_shared_from_this<HashiBusClient> {
     std::unique_ptr<SerialQueue> queue;
     std::atomic<bool> isRunning = false;
     StopSignal stopSignal;
+    /// The memory of the notifications that the main thread has not handled yet, about.
+    std::atomic<std::size_t> backlog = 0;
 
     // Deliberately not reset on reconnect: after the first connection, header lines go through the
     // parser and are ignored.

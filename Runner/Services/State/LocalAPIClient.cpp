@@ -10,9 +10,11 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <charconv>
 #include <fmt/format.h>
 #include <functional>
+#include <new>
 #include <vector>
 
 namespace quoxelin {
@@ -88,6 +90,19 @@ Outcome exchange(Connection& connection, const std::string& request, const Inter
     });
 }
 
+/// Leaves the connection open for the caller to close.
+Outcome attempt(const LocalAPIClient::Dependencies& dependencies, const std::string& socketPath,
+                const std::string& request, const Interpret& interpret,
+                std::unique_ptr<Connection>& connection) try {
+    auto connected = dependencies.connector.connect(socketPath);
+    if (!connected)
+        return failed(connected.error());
+    connection = *std::move(connected);
+    return exchange(*connection, request, interpret, dependencies.logger);
+} catch (const std::bad_alloc&) {
+    return failed(Case::readFailed, SystemError{ENOMEM}.message());
+}
+
 /// Sends one request over a new connection, on a background thread, and calls the completion there.
 /// Uses only those dependencies that live as long as the process, never the client.
 void perform(const LocalAPIClient::Dependencies& dependencies, const std::string& socketPath,
@@ -96,12 +111,8 @@ void perform(const LocalAPIClient::Dependencies& dependencies, const std::string
     dependencies.dispatch.global(QualityOfService::userInitiated)
         .async([dependencies, socketPath, request = std::move(request),
                 interpret = std::move(interpret), completion = std::move(completion)] {
-            const auto connection = dependencies.connector.connect(socketPath);
-            // The connection closes after the completion returns.
-            if (connection)
-                completion(exchange(**connection, request, interpret, dependencies.logger));
-            else
-                completion(failed(connection.error()));
+            std::unique_ptr<Connection> connection; // closes after the completion returns
+            completion(attempt(dependencies, socketPath, request, interpret, connection));
         });
 }
 

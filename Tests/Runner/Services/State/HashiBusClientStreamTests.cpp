@@ -62,6 +62,31 @@ TEST_F(HashiBusClientStream, dropsOtherLinesSilently) {
     EXPECT_EQ(log().size(), 2u);
 }
 
+TEST_F(HashiBusClientStream, waitsWhileTheMainThreadIsBehind) {
+    start();
+    std::string flood, versions;
+    for (int i = 0; i < 10'000; ++i) {
+        flood += line(std::to_string(i));
+        versions += std::to_string(i);
+    }
+    daemon.send(flood);
+    dispatch.runUntilIdle();
+    EXPECT_FALSE(delegate->versions.empty());
+    EXPECT_LT(delegate->versions.size(), versions.size() / 2);
+    dispatch.advance(seconds(1));
+    EXPECT_EQ(delegate->versions, versions);
+}
+
+TEST_F(HashiBusClientStream, stopsWhileTheMainThreadIsBehind) {
+    start();
+    for (int i = 0; i < 10'000; ++i)
+        daemon.notify("{}");
+    dispatch.runUntilIdle();
+    client->stop();
+    dispatch.advance(seconds(1));
+    EXPECT_EQ(dispatch.unfinishedBackgroundWork(), 0u);
+}
+
 TEST_F(HashiBusClientStream, keepsTheOrderOfNotesAndNotifications) {
     struct Ordered final : HashiBusClientDelegate {
         explicit Ordered(SimulatedSystemLog& log) : log(log) {}
@@ -169,6 +194,7 @@ TEST_F(HashiBusClientStream, readsALineOfManyMegabytes) {
     start();
     send("{\"Version\":\"long\",\"x\":\"" + std::string(std::size_t(48) << 20, 'x') + "\"}\n" +
          line(" then short"));
+    dispatch.advance(seconds(1)); // the main thread takes the first before the second comes
     EXPECT_EQ(delegate->versions, "long then short");
 }
 
