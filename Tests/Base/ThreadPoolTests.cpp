@@ -16,11 +16,11 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// Reports the end of the thread that made it.
-class ThreadEnd {
+/// Reports the end of the thread or the work that has it.
+class End {
   public:
-    explicit ThreadEnd(std::function<void()> tell) : tell(std::move(tell)) {}
-    ~ThreadEnd() { tell(); }
+    explicit End(std::function<void()> tell) : tell(std::move(tell)) {}
+    ~End() { tell(); }
 
   private:
     std::function<void()> tell;
@@ -52,6 +52,19 @@ TEST(ThreadPool, startsAThreadWhileAllOthersAreBlocked) {
     std::binary_semaphore performed(0);
     pool.async([&] { performed.release(); });
     performed.acquire();
+}
+
+TEST(ThreadPool, startsAThreadForTheSecondOfTwoWorksWhenOneThreadIsIdle) {
+    // Several times, because the first thread may not be idle yet.
+    for (int attempt = 0; attempt < 10; ++attempt) {
+        ThreadPool pool(2, 1h);
+        for (int turn = 0; turn < 100; ++turn)
+            std::this_thread::yield();
+        const auto met = std::make_shared<std::latch>(2);
+        pool.async([=] { met->arrive_and_wait(); });
+        pool.async([=] { met->arrive_and_wait(); });
+        met->wait();
+    }
 }
 
 TEST(ThreadPool, doesNotGrowBeyondItsLimit) {
@@ -88,7 +101,7 @@ TEST(ThreadPool, letsAllButOneIdleThreadExit) {
         const auto met = std::make_shared<std::barrier<>>(8);
         for (int i = 0; i < 8; ++i)
             pool.async([=] {
-                thread_local ThreadEnd end([=] { ended->release(); });
+                thread_local End end([=] { ended->release(); });
                 met->arrive_and_wait();
             });
         for (int i = 0; i < 7; ++i)
@@ -155,7 +168,7 @@ TEST(ThreadPool, endsItsIdleThreadsWhenDestroyed) {
     const auto ended = std::make_shared<std::latch>(1);
     {
         ThreadPool pool(1, 1h);
-        pool.async([=] { thread_local ThreadEnd end([=] { ended->count_down(); }); });
+        pool.async([=] { thread_local End end([=] { ended->count_down(); }); });
     }
     ended->wait();
 }
@@ -163,8 +176,15 @@ TEST(ThreadPool, endsItsIdleThreadsWhenDestroyed) {
 TEST(ThreadPool, releasesCapturesWithoutWaitingForTheNextWork) {
     ThreadPool pool(1, 1h);
     const auto released = std::make_shared<std::latch>(1);
-    pool.async([end = std::make_shared<ThreadEnd>([=] { released->count_down(); })] {});
+    pool.async([end = std::make_shared<End>([=] { released->count_down(); })] {});
     released->wait();
+}
+
+TEST(ThreadPool, takesWorkFromTheEndOfWhatAWorkHolds) {
+    ThreadPool pool(1, 1h);
+    std::binary_semaphore performed(0);
+    pool.async([end = std::make_shared<End>([&] { pool.async([&] { performed.release(); }); })] {});
+    performed.acquire();
 }
 
 } // namespace quoxelin::testing

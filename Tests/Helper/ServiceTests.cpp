@@ -88,6 +88,17 @@ class HelperService : public ::testing::Test {
         return send(call);
     }
 
+    /// What a new caller is told about such a request.
+    std::string told(const std::string& path, const std::vector<std::string>& words) {
+        const auto call = callOf(":2." + std::to_string(outcomes.size()), "RunGoTool");
+        sd_bus_message_append_basic(call.get(), 's', path.c_str());
+        sd_bus_message_open_container(call.get(), 'a', "s");
+        for (const auto& word : words)
+            sd_bus_message_append_basic(call.get(), 's', word.c_str());
+        sd_bus_message_close_container(call.get());
+        return reasons[send(call)];
+    }
+
     static int arrived(sd_bus_message* message, void* self, sd_bus_error*) {
         return static_cast<HelperService*>(self)->take(message);
     }
@@ -97,6 +108,7 @@ class HelperService : public ::testing::Test {
         if (sd_bus_message_get_reply_cookie(message, &number) >= 0) {
             const auto* error = sd_bus_message_get_error(message);
             outcomes[number] = error == nullptr ? "replied" : error->name;
+            reasons[number] = error == nullptr ? "" : error->message;
             return 1;
         }
         const std::string member = sd_bus_message_get_member(message);
@@ -131,6 +143,7 @@ class HelperService : public ::testing::Test {
     std::vector<Owned<sd_bus_message>> lost;
     std::vector<std::string> asked;
     std::map<std::uint64_t, std::string> outcomes;
+    std::map<std::uint64_t, std::string> reasons;
     std::vector<std::string> log;
     Owned<sd_event> event = made<sd_event>(&sd_event_new);
     Owned<sd_bus> bus = made<sd_bus>(&sd_bus_new);
@@ -163,6 +176,19 @@ TEST_F(HelperService, servesWhatArrivesBeforeItsNameIsReleased) {
     EXPECT_EQ(outcomes[call], allowed);
     advance(std::chrono::seconds(61));
     EXPECT_FALSE(isServing());
+}
+
+TEST_F(HelperService, readsRequestsUpToTheirLimits) {
+    using Words = std::vector<std::string>;
+    const std::string read = "Only the bundled programs are run.";
+    const std::string tooLarge = "The request is too large.";
+    const Words up = {"up", "--conductor-host", "a.example.com", "--signal-host", "b.example.com"};
+    EXPECT_EQ(told("/program", up), read);
+    EXPECT_EQ(told("/program", Words(6, "up")), tooLarge);
+    EXPECT_EQ(told(std::string(4096, '/'), {}), read);
+    EXPECT_EQ(told(std::string(4097, '/'), {}), tooLarge);
+    EXPECT_EQ(told("/program", {std::string(1024, 'u')}), read);
+    EXPECT_EQ(told("/program", {std::string(1025, 'u')}), tooLarge);
 }
 
 TEST_F(HelperService, endsWhenItLosesTheBus) {
