@@ -13,24 +13,28 @@
 namespace quoxelin {
 
 ChildViews::ChildViews(QWidget& owner, QBoxLayout::Direction direction)
-    : layout(new QBoxLayout(direction, &owner)) {
-    layout->setContentsMargins(0, 0, 0, 0);
-}
+    : owner(owner), direction(direction) {}
 
 void ChildViews::bind(const ViewNode& parent) {
     const auto& nodes = parent.children;
+    alignment = parent.alignment;
+    spacing = static_cast<int>(std::lround(parent.spacing));
+    if (layout == nullptr) {
+        if (nodes.empty())
+            return;
+        layout = new QBoxLayout(direction, &owner);
+        layout->setContentsMargins(0, 0, 0, 0);
+    }
     // Setting a property restarts the layout, even if the value is the same.
-    if (const auto spacing = static_cast<int>(std::lround(parent.spacing));
-        layout->spacing() != spacing)
+    if (layout->spacing() != spacing)
         layout->setSpacing(spacing);
     views = reconciled(std::move(views), nodes);
-    alignment = parent.alignment;
     const bool isCentered = alignment == Alignment::center;
     // Otherwise each child that is shown has all children laid out again.
     layout->setEnabled(false);
     for (std::size_t i = 0; i < nodes.size(); ++i) {
         Qt::Alignment across;
-        if (layout->direction() == QBoxLayout::LeftToRight)
+        if (direction == QBoxLayout::LeftToRight)
             across = isCentered ? Qt::AlignCenter : Qt::AlignVCenter;
         else if (isCentered)
             across = Qt::AlignHCenter;
@@ -38,6 +42,12 @@ void ChildViews::bind(const ViewNode& parent) {
             across = Qt::AlignLeft;
         place(*views[i], across, static_cast<int>(i));
         views[i]->bind(nodes[i]);
+        // After its children: each that appears in a visible widget has it laid out again.
+        if (auto& widget = views[i]->widget(); widget.isHidden()) {
+            widget.show();
+            if (widget.isVisible())
+                views[i]->windowDidShow();
+        }
     }
     layout->setEnabled(true);
 }
@@ -45,21 +55,26 @@ void ChildViews::bind(const ViewNode& parent) {
 void ChildViews::place(ElementView& view, Qt::Alignment across, int position) {
     auto& widget = view.widget();
     if (auto* item = layout->itemAt(position); item == nullptr || item->widget() != &widget) {
-        layout->removeWidget(&widget);
+        // The layout searches all its items.
+        if (widget.parentWidget() == &owner)
+            layout->removeWidget(&widget);
         layout->insertWidget(position, &widget);
-        widget.show();
     }
     if (auto* item = layout->itemAt(position); item->alignment() != across)
         layout->setAlignment(&widget, across);
 }
 
 void ChildViews::read(ViewNode& node) const {
+    node.alignment = alignment;
+    node.spacing = spacing;
+    if (layout == nullptr)
+        return;
     node.spacing = layout->spacing();
     // Without children the alignment cannot be read from a widget.
-    const bool isCentered = layout->isEmpty()
-                                ? alignment == Alignment::center
-                                : layout->itemAt(0)->alignment().testFlag(Qt::AlignHCenter);
-    node.alignment = isCentered ? Alignment::center : Alignment::leading;
+    if (!layout->isEmpty())
+        node.alignment = layout->itemAt(0)->alignment().testFlag(Qt::AlignHCenter)
+                             ? Alignment::center
+                             : Alignment::leading;
     // The order on the screen.
     for (int i = 0; i < layout->count(); ++i) {
         const auto* widget = layout->itemAt(i)->widget();
@@ -88,6 +103,8 @@ void ChildViews::collectReadable(std::vector<QWidget*>& widgets) {
 
 int ChildViews::heightOfFirst(std::size_t count, int width) const {
     int height = 0;
+    if (layout == nullptr)
+        return height;
     for (int i = 0; i < layout->count() && static_cast<std::size_t>(i) < count; ++i) {
         const auto* item = layout->itemAt(i);
         const int wanted =

@@ -19,14 +19,20 @@ class ChildViews {
     void windowDidHide();
     void collectReadable(std::vector<QWidget*>& widgets);
 
+    std::size_t count() const { return views.size(); }
+
     /// The height of the first `count` children below each other.
     int heightOfFirst(std::size_t count, int width) const;
 
   private:
     void place(ElementView& view, Qt::Alignment across, int position);
 
-    QBoxLayout* layout;
+    QWidget& owner;
+    const QBoxLayout::Direction direction;
+    /// Null before there were children: many stacks stay empty, and a layout costs much.
+    QBoxLayout* layout = nullptr;
     Alignment alignment = Alignment::leading;
+    int spacing = 0;
     std::vector<std::unique_ptr<ElementView>> views;
 };
 

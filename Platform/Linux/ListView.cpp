@@ -38,10 +38,10 @@ void ListView::collectReadable(std::vector<QWidget*>& widgets) {
 }
 
 void ListView::bindContent(const ViewNode& node) {
-    const auto before = column->layout()->count();
+    const auto before = children.count();
     children.bind(node);
     // A hidden list gets no layout requests.
-    if (column->layout()->count() != before)
+    if (children.count() != before)
         updateGeometry();
 }
 

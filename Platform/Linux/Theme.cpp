@@ -60,8 +60,15 @@ double contrastBetween(const QColor& a, const QColor& b) {
     return (lighter + 0.05) / (darker + 0.05);
 }
 
+/// Looking a font up is slow, and every text asks.
 double systemPointSize() {
-    return QFontInfo(QApplication::font()).pointSizeF();
+    static QFont known;
+    static double size = 0;
+    if (const auto font = QApplication::font(); size == 0 || font != known) {
+        known = font;
+        size = QFontInfo(font).pointSizeF();
+    }
+    return size;
 }
 
 } // namespace

@@ -84,8 +84,9 @@ ViewNode QuoxelinMenuBarContent::profileRow(const ProfileInfo& profile, bool log
     row.children.push_back(profile.isCurrent
                                ? leadingSymbol({view::symbol("checkmark", Font::callout)})
                                : leadingSymbol({}));
-    row.children.push_back(view::value(view::text(name, Font::callout), 1));
-    row.children.push_back(view::spacer());
+    auto words = view::value(view::text(name, Font::callout), 1);
+    words.fillsWidth = true;
+    row.children.push_back(std::move(words));
     row.action = mainThread.weakly(
         [this, id = profile.id, isCurrent = profile.isCurrent, loggedIn, dismiss] {
             if (isCurrent)
@@ -120,12 +121,12 @@ ViewNode QuoxelinMenuBarContent::addAccountRow(const Action& dismiss) {
 
 std::shared_ptr<const Popover> QuoxelinMenuBarContent::morePopover() {
     const Action dismiss = mainThread.weakly([this] { isMorePopoverPresented = false; });
-    std::vector<ViewNode> children{
-        view::keyed("header", popoverHeader()),
-        view::keyed("profiles", profileList(true, dismiss)),
-        view::keyed("logout divider", view::divider()),
-        view::keyed("logout", row("Logout", isHoveringLogout, [this] { app->logout(); })),
-    };
+    std::vector<ViewNode> children;
+    children.push_back(view::keyed("header", popoverHeader()));
+    children.push_back(view::keyed("profiles", profileList(true, dismiss)));
+    children.push_back(view::keyed("logout divider", view::divider()));
+    children.push_back(
+        view::keyed("logout", row("Logout", isHoveringLogout, [this] { app->logout(); })));
     if (!isWhiteLabelBuild()) {
         children.push_back(view::keyed("about divider", view::divider()));
         children.push_back(

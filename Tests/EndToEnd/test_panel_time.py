@@ -22,13 +22,12 @@ def milliseconds(answer: dict) -> float:
 
 
 @pytest.mark.parametrize("state", ["more", "switch-account"])
-def test_accounts_that_arrive_in_an_open_popover_cost_in_proportion(panel, state):
-    def cost(count: int) -> float:
-        def once() -> float:
-            panel.do("show", state=state)
-            return milliseconds(panel.do("accounts", count=count))
-        return min(once() for _ in range(3))
-    assert cost(1000) < 20 * cost(100)
+def test_a_thousand_accounts_that_arrive_in_an_open_popover_are_shown_within_100_ms(panel, state):
+    costs = []
+    for _ in range(10):
+        panel.do("show", state=state)
+        costs.append(milliseconds(panel.do("accounts", count=1000)))
+    assert min(costs) < 100
 
 
 @pytest.mark.parametrize("field", ["name", "host", "addresses", "reason"])
