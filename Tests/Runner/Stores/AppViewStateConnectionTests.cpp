@@ -38,6 +38,20 @@ TEST_F(AppViewStateConnection, turnsOffTheDaemonAndTheTunnel) {
     EXPECT_EQ(appState->vpn->status, VPNConnectionStatus::disconnected);
 }
 
+TEST_F(AppViewStateConnection, asksTheDaemonBeforeItStopsTheTunnel) {
+    appState->connect();
+    advance(seconds(5));
+    const auto before = dispatch.submittedQualities().size();
+    auto atTheStop = before;
+    system.networkExtension.onRequest = [&](const std::string& request) {
+        if (request == "stop")
+            atTheStop = dispatch.submittedQualities().size();
+    };
+    appState->disconnect();
+    run();
+    EXPECT_EQ(atTheStop, before + 1);
+}
+
 TEST_F(AppViewStateConnection, stopsTheTunnelWithoutWaitingForTheDaemon) {
     appState->connect();
     advance(seconds(5));
@@ -202,6 +216,16 @@ TEST_F(AppViewStateConnection, leavesOnePendingCheckWhenTwoSavingsOverlap) {
                      "12.500 VPN connection failed after 3 retries"}));
     EXPECT_EQ(tunnelCommands(),
               (Lines{"1.000 start", "1.500 start", "4.500 start", "7.500 start", "10.500 start"}));
+}
+
+TEST_F(AppViewStateConnection, checksNothingAfterAConnectThatIsNotApproved) {
+    refuseTunnelStarts();
+    appState->connect();
+    advance(seconds(1));
+    systemExtension->isApproved = false;
+    appState->connect();
+    advance(seconds(60));
+    EXPECT_EQ(count("VPN connection retry 1/3"), 0);
 }
 
 TEST_F(AppViewStateConnection, checksNothingAfterADisconnect) {

@@ -38,9 +38,10 @@ TEST_F(AppViewStateLoginPolling, asksNothingOnceLoggedIn) {
     run();
     forget();
     appState->pollForLoginCompletion();
-    advance(seconds(200));
+    advance(seconds(1));
     EXPECT_EQ(requests(), Lines{});
     EXPECT_EQ(stateLines(), Lines{});
+    EXPECT_EQ(dispatch.nextInstant(), std::nullopt);
 }
 
 TEST_F(AppViewStateLoginPolling, connectsOnceWhenTheStatusReportsTheLogin) {
@@ -60,6 +61,7 @@ TEST_F(AppViewStateLoginPolling, connectsOnceWhenTheStatusReportsTheLogin) {
     EXPECT_EQ(appState->login->nodeID, 9);
     EXPECT_EQ(appState->login->hostName, "laptop");
     EXPECT_EQ(appState->login->quoxelinIPs, "100.64.0.1,fd7a::1");
+    EXPECT_EQ(dispatch.nextInstant(), std::nullopt);
 }
 
 TEST_F(AppViewStateLoginPolling, countsEveryActiveBackendStateAsLoggedInWhateverItsCase) {
@@ -179,6 +181,7 @@ TEST_F(AppViewStateLoginPolling, dropsAStatusThatArrivesAfterTheBusReportedTheLo
     EXPECT_TRUE(appState->login->isLoggedIn);
     EXPECT_EQ(count("connect"), 1);
     EXPECT_EQ(countRequests(getStatus), 1);
+    EXPECT_EQ(dispatch.nextInstant(), std::nullopt);
 }
 
 TEST_F(AppViewStateLoginPolling, letsPollingRunsOverlap) {

@@ -30,6 +30,30 @@ TEST_F(AppViewStateLogout, logsOutInOrder) {
     EXPECT_EQ(appState->profiles->size(), 2u);
 }
 
+TEST_F(AppViewStateLogout, publishesTheEmptyAccountAfterTheTunnelIsStopped) {
+    startAndForget();
+    bus(bareMap);
+    bool wasLoggedIn = false;
+    system.networkExtension.onRequest = [&](const std::string& request) {
+        wasLoggedIn = request == "stop" && appState->login->isLoggedIn;
+    };
+    addTunnelConfiguration();
+    systemExtension->isApproved = true;
+    appState->connect();
+    advance(seconds(5));
+    appState->logout();
+    EXPECT_TRUE(wasLoggedIn);
+    EXPECT_FALSE(appState->login->isLoggedIn);
+}
+
+TEST_F(AppViewStateLogout, publishesTheEmptyAccountEvenIfItWasEmpty) {
+    int publications = -1; // the value at subscription
+    const auto subscription =
+        appState->login.subscribe([&](const LoginViewState&) { ++publications; });
+    appState->logout();
+    EXPECT_EQ(publications, 1);
+}
+
 TEST_F(AppViewStateLogout, checksNoTunnelAfterALogout) {
     systemExtension->isApproved = true;
     run();
@@ -112,6 +136,15 @@ TEST_F(AppViewStateLogout, restoresNoAccountFromAStatusRequestedBeforeTheLogout)
     EXPECT_EQ(appState->login.get(), LoginViewState{});
     EXPECT_EQ(count("connect"), 0);
     EXPECT_EQ(countRequests(getStatus), 0);
+}
+
+TEST_F(AppViewStateLogout, learnsOfTheJailFromAStatusWhileLoggingOut) {
+    startAndForget();
+    appState->logout();
+    answerStatus(R"({"jailed":true,"jail_reason":"old system"})");
+    appState->pollForLoginCompletion();
+    advance(seconds(1));
+    EXPECT_EQ(appState->login->jailedReason, "old system");
 }
 
 TEST_F(AppViewStateLogout, pollsForTheLoginThatFollowsALogout) {

@@ -92,21 +92,39 @@ TEST_F(AppViewStateSwitching, goesBackWhenASwitchFails) {
 }
 
 TEST_F(AppViewStateSwitching, refreshesUpToTenTimesUntilTheDaemonHasSwitched) {
-    // The daemon accepts the switch but still names the old profile.
-    daemon.answer("POST", "/localapi/v0/profiles/switch", SimulatedDaemon::ok());
-    daemon.deliveries["/localapi/v0/profiles/switch"].delay = seconds(1);
+    for (const auto action : {&AppViewState::switchProfile, &AppViewState::switchProfileAndLogin}) {
+        AppFixture app;
+        // The daemon accepts the switch but still names the old profile.
+        app.daemon.answer("POST", "/localapi/v0/profiles/switch", SimulatedDaemon::ok());
+        app.daemon.deliveries["/localapi/v0/profiles/switch"].delay = seconds(1);
+        app.answerProfiles(R"({"current_profile_id":"a","profiles":[]})");
+        ((*app.appState).*action)("b");
+        app.advance(seconds(0.5));
+        app.appState->refreshProfiles();
+        app.advance(seconds(0.4));
+        EXPECT_EQ(app.appState->currentProfileId.get(), "a");
+        app.forget();
+        app.advance(seconds(100));
+        Lines expected;
+        for (int i = 0; i < 10; ++i)
+            expected.push_back(fmt::format("{:.3f} {}", 1 + 0.3 * i, getProfiles));
+        auto refreshes = app.timedRequests();
+        std::erase(refreshes, "1.000 " + login);
+        EXPECT_EQ(refreshes, expected);
+    }
+}
+
+TEST_F(AppViewStateSwitching, publishesTheProfilesBeforeTheIdOfTheCurrentOne) {
+    Lines seen;
+    const auto subscription = appState->currentProfileId.subscribe(
+        [&](const std::string& id) { seen.push_back(current().substr(0, 1) + " for " + id); });
     appState->switchProfile("b");
-    advance(seconds(0.5));
+    EXPECT_EQ(seen.back(), "b for b");
+    run();
+    daemon.model.switchProfile("a");
     appState->refreshProfiles();
-    advance(seconds(0.4));
-    EXPECT_EQ(current(), "a/a");
-    forget();
-    advance(seconds(100));
-    Lines expected;
-    for (int i = 0; i < 10; ++i)
-        expected.push_back(fmt::format("{:.3f} {}", 1 + 0.3 * i, getProfiles));
-    EXPECT_EQ(timedRequests(), expected);
-    EXPECT_EQ(count("refreshProfiles called"), 10);
+    run();
+    EXPECT_EQ(seen.back(), "a for a");
 }
 
 TEST_F(AppViewStateSwitching, stopsRefreshingOnceTheDaemonHasSwitched) {

@@ -85,6 +85,23 @@ TEST_F(AppViewStateUninstall, removesEverythingInOrderAndQuits) {
     EXPECT_TRUE(system.application.isTerminating() || system.application.hasTerminated());
 }
 
+TEST_F(AppViewStateUninstall, removesTheLoginItemThenTheConfigurationThenTheFolder) {
+    Lines order;
+    system.serviceManagement.mainAppRegistration().onChange = [&](SMAppServiceStatus) {
+        order.push_back("login item");
+    };
+    system.networkExtension.onRequest = [&](const std::string& request) {
+        order.push_back(request);
+    };
+    system.networkExtension.answerDelay = seconds(1);
+    appState->uninstall();
+    advance(seconds(1.5));
+    EXPECT_EQ(order, (Lines{"stop", "login item", "loadAll", "remove"}));
+    EXPECT_TRUE(fs::exists(supportFolder()));
+    advance(seconds(1));
+    EXPECT_FALSE(fs::exists(supportFolder()));
+}
+
 TEST_F(AppViewStateUninstall, isTheOnlyOneInProgress) {
     system.appleScript.waitForPassword();
     appState->uninstall();
