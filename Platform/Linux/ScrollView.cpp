@@ -60,6 +60,10 @@ void ThinScrollBarStyle::drawComplexControl(ComplexControl control,
                                             const QWidget* widget) const {
     if (control != CC_ScrollBar)
         return QProxyStyle::drawComplexControl(control, option, painter, widget);
+    // The toolkit may show the bar for a moment when a window opens, even if all is in view.
+    if (const auto* bar = qstyleoption_cast<const QStyleOptionSlider*>(option);
+        bar == nullptr || bar->maximum <= bar->minimum)
+        return;
     const auto handle =
         QRectF(subControlRect(control, option, SC_ScrollBarSlider, widget)).adjusted(2, 1, -2, -1);
     painter->save();

@@ -25,8 +25,7 @@ def connected_daemon():
 
 def shown_card(desktop, before, columns=(0, None)):
     """Waits for the card, watches it for a while, and returns its place and size if these never
-    changed. The first frame may show a scroll bar, which is not light, at its right edge. The border is
-    not light either, so it is one point larger."""
+    changed. The border is not light, so it is one point larger."""
     def card():
         return desktop.screen.picture(desktop.width, desktop.height).light_area(before, *columns)
     seen = [desktop.await_that(card, "card")]
@@ -34,7 +33,7 @@ def shown_card(desktop, before, columns=(0, None)):
     while time.monotonic() < end:
         seen.append(card())
     x, y, width, height = seen[-1]
-    assert all(one in ((x, y, width, height), (x, y, width - 1, height)) for one in seen), seen
+    assert set(seen) == {(x, y, width, height)}
     return x - 1, y - 1, width + 2, height + 2
 
 
@@ -61,11 +60,8 @@ def opened_for_the_first_time(desktop, daemon, icon, late_compositor=False, lowe
         desktop.click(*icon)
         shown = shown_card(desktop, before, columns)
         place = application.do("panel")
-        # A scroll bar is not light.
-        assert shown[:2] == (place["x"], place["y"]) and shown[3] == place["height"]
-        assert 0 <= place["width"] - shown[2] <= 3
-    # A scroll bar makes it wider.
-    assert CARD_WIDTH <= shown[2] <= CARD_WIDTH + 20 and shown[3] > lowest
+    assert shown == (place["x"], place["y"], place["width"], place["height"])
+    assert shown[2] == CARD_WIDTH and shown[3] > lowest
     return shown
 
 
