@@ -18,7 +18,7 @@ std::string Url::scheme() const {
 std::vector<Url::QueryItem> Url::queryItems() const {
     const auto view = boost::urls::parse_uri_reference(whole).value();
     std::vector<QueryItem> items;
-    if (!view.has_query())
+    if (view.encoded_query().empty()) // the library reads beyond an empty query
         return items;
     // Only HTML forms encode a space as a plus sign.
     boost::urls::encoding_opts options;

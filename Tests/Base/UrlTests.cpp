@@ -57,6 +57,8 @@ TEST(Url, decodesTheItemsOfItsQueryInOrder) {
     EXPECT_EQ(items[3].value, "x");
     EXPECT_EQ(items[4].value, "");
     EXPECT_TRUE(Url::parse("quoxelin://c")->queryItems().empty());
+    for (const auto* const empty : {"quoxelin://c?", "quoxelin://c?#token=a"})
+        EXPECT_TRUE(Url::parse(empty)->queryItems().empty()) << empty;
 }
 
 } // namespace quoxelin

@@ -77,6 +77,20 @@ TEST_F(HashiBusClientStream, waitsWhileTheMainThreadIsBehind) {
     EXPECT_EQ(delegate->versions, versions);
 }
 
+TEST_F(HashiBusClientStream, followsADaemonThatRestartsEachMinuteOfADay) {
+    constexpr std::size_t minutes = 24 * 60;
+    start();
+    for (std::size_t minute = 0; minute < minutes; ++minute) {
+        send(line("a"));
+        daemon.closeBus();
+        dispatch.advance(seconds(60));
+    }
+    EXPECT_EQ(delegate->versions, std::string(minutes, 'a'));
+    EXPECT_EQ(daemon.busConnections(), minutes + 1);
+    EXPECT_EQ(daemon.openConnections(), 1u);
+    EXPECT_EQ(dispatch.unfinishedBackgroundWork(), 1u);
+}
+
 TEST_F(HashiBusClientStream, stopsWhileTheMainThreadIsBehind) {
     start();
     for (int i = 0; i < 10'000; ++i)

@@ -100,6 +100,10 @@ struct Naming {
     const char* name;
 };
 
+void PrintTo(const Naming& naming, std::ostream* out) {
+    *out << naming.name;
+}
+
 class LocalizedDescription : public VPNTunnelServiceTest,
                              public ::testing::WithParamInterface<Naming> {};
 
