@@ -58,7 +58,8 @@ def test_the_panel_opens_in_its_size_and_place(desktop, application):
 def test_the_pop_over_opens_beside_it_and_escape_closes_first_it_and_then_the_panel(
         desktop, application):
     panel = desktop.wait_stable_card()
-    application.press("Switch Account")
+    row = application.do("where", label="Switch Account")
+    desktop.click(row["x"] + row["width"] // 2, row["y"] + row["height"] // 2)
     application.wait_text('"Add Account"')
     desktop.await_that(lambda: desktop.wait_stable_card()[2] >= 2 * panel[2], "shown pop-over")
     desktop.keys("Escape")
