@@ -114,6 +114,17 @@ TEST_F(AppDelegateLifecycle, terminatesWhenTheUserQuits) {
     EXPECT_EQ(lines("App").back(), "Quoxelin Desktop App terminated (quoxelind still running)");
 }
 
+TEST_F(AppDelegateLifecycle, asksTheHelperBeforeItStopsTheTunnel) {
+    const auto before = system.xpc.connectionsMade();
+    auto atTheStop = before;
+    system.networkExtension.onRequest = [&](const std::string& request) {
+        if (request == "stop")
+            atTheStop = system.xpc.connectionsMade();
+    };
+    delegate->applicationWillTerminate();
+    EXPECT_EQ(atTheStop, before + 1);
+}
+
 class AppDelegateBeforeLaunch : public AppDelegateFixture {};
 
 TEST_F(AppDelegateBeforeLaunch, asksTheHelperAndThenStopsTheTunnelWithoutWaitingForEither) {

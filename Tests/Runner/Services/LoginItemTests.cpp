@@ -58,6 +58,7 @@ TEST_F(LoginItemTest, storesNothingAfterAFirstFailure) {
 TEST_F(LoginItemTest, registersAtEveryLaunchWithoutABuild) {
     EXPECT_EQ(launch(std::nullopt), LoginItem::Registration::registered);
     EXPECT_EQ(launch(std::nullopt), LoginItem::Registration::registered);
+    EXPECT_FALSE(defaults.contains("loginItemRegisteredBuild"));
     defaults.set("loginItemRegisteredBuild", "");
     EXPECT_EQ(launch(std::nullopt), LoginItem::Registration::registered);
     EXPECT_EQ(item.registrations(), 3);

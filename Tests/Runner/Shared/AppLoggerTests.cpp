@@ -6,10 +6,12 @@
 #include "Tests/Support/VirtualDispatch.h"
 
 #include <csignal>
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sstream>
 #include <sys/resource.h>
 #include <thread>
+#include <unistd.h>
 
 namespace quoxelin::testing {
 
@@ -72,11 +74,11 @@ TEST_F(AppLoggerTest, stampsALineWithTheTimeOfTheCall) {
             return queues.date() + passed;
         }
         Dispatch& queues;
-        std::chrono::milliseconds passed{0};
+        std::chrono::microseconds passed{0};
     } time(dispatch);
     AppLogger logger({time, fileManager, systemLog});
     logger.log("App", "first");
-    time.passed = std::chrono::milliseconds(583);
+    time.passed = std::chrono::microseconds(583'900);
     write(logger, "App", "second");
     EXPECT_EQ(contentsOf(file()), "[App] 2024-05-01 13:02:03.417 first\n"
                                   "[App] 2024-05-01 13:02:04.000 second\n");
@@ -110,6 +112,18 @@ TEST_F(AppLoggerTest, usesThePathEvenIfTheDirectoryCannotBeMade) {
     fs::create_directories(directory());
     write(logger, "App", "the way is free");
     EXPECT_EQ(contentsOf(file()), "[App] 2024-05-01 13:02:03.417 the way is free\n");
+}
+
+TEST_F(AppLoggerTest, closesTheFileAfterEachLine) {
+    auto logger = makeLogger();
+    const auto firstFree = [] {
+        const int free = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
+        ::close(free);
+        return free;
+    };
+    const auto before = firstFree();
+    write(logger, "App", "a line");
+    EXPECT_EQ(firstFree(), before);
 }
 
 TEST_F(AppLoggerTest, appendsToAnExistingFile) {

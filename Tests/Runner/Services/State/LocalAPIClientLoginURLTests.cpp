@@ -1,19 +1,24 @@
 #include "Runner/Services/State/LocalAPIClient.h"
 
+#include <array>
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 namespace quoxelin::testing {
 
 namespace {
 
+/// In the order of preference.
+constexpr std::array spellings = {"interactive_login_url", "interactiveLoginURL",
+                                  "interactiveLoginUrl", "InteractiveLoginURL",
+                                  "InteractiveLoginUrl"};
+
 constexpr auto loginURL = &LocalAPIClient::extractInteractiveLoginURL;
 
 } // namespace
 
 TEST(LocalAPIClientLoginURL, isFoundUnderEverySpelling) {
-    for (const auto* const key :
-         {"interactive_login_url", "interactiveLoginURL", "interactiveLoginUrl",
-          "InteractiveLoginURL", "InteractiveLoginUrl"}) {
+    for (const auto* const key : spellings) {
         const auto member = std::string("{\"") + key + "\":\"u\"}";
         EXPECT_EQ(loginURL(member), "u");
         EXPECT_EQ(loginURL("{\"a\":" + member + "}"), "u");
@@ -28,7 +33,9 @@ TEST(LocalAPIClientLoginURL, isPreferredAtTheTopInTheOrderOfTheSpellings) {
               "a");
     EXPECT_EQ(loginURL(R"({"a":{"interactive_login_url":"n"},"InteractiveLoginUrl":"top"})"),
               "top");
-    EXPECT_EQ(loginURL(R"({"InteractiveLoginURL":"b","interactiveLoginUrl":"a"})"), "a");
+    for (std::size_t i = 1; i < spellings.size(); ++i)
+        EXPECT_EQ(loginURL(fmt::format(R"({{"{}":"b","{}":"a"}})", spellings[i], spellings[i - 1])),
+                  "a");
 }
 
 TEST(LocalAPIClientLoginURL, isSearchedDepthFirstInTheDocumentsOrder) {

@@ -34,8 +34,8 @@ TEST(LocalAPIError, printsItsCaseWithWhatItCarries) {
     EXPECT_EQ(printed(Case::socketPathTooLong), "socketPathTooLong");
     EXPECT_EQ(printed(Case::badHTTPResponse), "badHTTPResponse");
     EXPECT_EQ(printed(Case::decodeFailed), "decodeFailed");
-    EXPECT_EQ((LocalAPIError{Case::connectFailed, "\x01\ré"}.debugDescription()),
-              R"(connectFailed("\u{1}\ré"))");
+    EXPECT_EQ((LocalAPIError{Case::connectFailed, "\x01\x1F\x7F ~\r\té"}.debugDescription()),
+              R"(connectFailed("\u{1}\u{1F}\u{7F} ~\r\té"))");
 }
 
 } // namespace quoxelin
