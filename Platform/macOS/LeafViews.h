@@ -34,6 +34,7 @@ class TextView final : public ElementView {
     /// Shows a value in lines that are broken for that width.
     void show(CGFloat available) const;
     CGFloat width(NSString* line) const;
+    CGFloat widestLine() const;
     bool isCut() const;
 
     QXLabel* const label;

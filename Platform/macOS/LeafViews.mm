@@ -140,7 +140,10 @@ CGSize TextView::contentSize(CGFloat available) const {
     const auto bounds = [label frameForAlignmentRect:NSMakeRect(0, 0, available, CGFLOAT_MAX)];
     CGRect taken = NSZeroRect;
     taken.size = [label.cell cellSizeForBounds:bounds];
-    const auto size = [label alignmentRectForFrame:taken].size;
+    auto size = [label alignmentRectForFrame:taken].size;
+    // The cell may measure less than a line needs, and then the line is broken once more.
+    if (label.lineBreakMode == NSLineBreakByTruncatingMiddle)
+        size.width = std::max(size.width, std::min(available, widestLine()));
     NSFont* const font = label.font;
     CGFloat height = size.height;
     if (label.maximumNumberOfLines > 0) {
@@ -151,15 +154,18 @@ CGSize TextView::contentSize(CGFloat available) const {
     return CGSizeMake(std::ceil(size.width), std::ceil(height));
 }
 
+CGFloat TextView::widestLine() const {
+    CGFloat widest = 0;
+    for (NSString* line in [label.stringValue componentsSeparatedByString:@"\n"])
+        widest = std::max(widest, width(line));
+    return widest;
+}
+
 bool TextView::isCut() const {
     const auto place = label.frame;
     const CGFloat room = [label alignmentRectForFrame:place].size.width;
-    if (!label.cell.wraps) {
-        for (NSString* line in [label.stringValue componentsSeparatedByString:@"\n"])
-            if (width(line) > room)
-                return true;
-        return false;
-    }
+    if (!label.cell.wraps)
+        return widestLine() > room;
     const auto unlimited = NSMakeRect(0, 0, place.size.width, CGFLOAT_MAX);
     return [label.cell cellSizeForBounds:unlimited].height > place.size.height + 1;
 }

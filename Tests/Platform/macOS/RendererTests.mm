@@ -1,5 +1,7 @@
 #include "Platform/macOS/LeafViews.h"
+#include "Platform/macOS/MacDesktop.h"
 #include "Platform/macOS/MacHostingView.h"
+#include "Tests/Platform/macOS/PanelOnScreen.h"
 #include "Tests/Support/Golden.h"
 #include "Tests/Support/PanelStates.h"
 #include "Tests/Support/ViewText.h"
@@ -68,6 +70,13 @@ ViewNode headline(FontWeight weight) {
     return text;
 }
 
+void collect(NSView* view, std::vector<QXLabel*>& labels) {
+    if ([view isKindOfClass:[QXLabel class]])
+        labels.push_back(static_cast<QXLabel*>(view));
+    for (NSView* each in view.subviews)
+        collect(each, labels);
+}
+
 bool isBold(NSFont* font) {
     return ([[NSFontManager sharedFontManager] traitsOfFont:font] & NSBoldFontMask) != 0;
 }
@@ -86,6 +95,32 @@ TEST(MacRenderer, putsTextWhereItsPaddingEnds) {
     ASSERT_NE(label, nil);
     EXPECT_EQ([label alignmentRectForFrame:label.frame].origin.x, 14);
     EXPECT_LT(label.frame.origin.x, 14);
+}
+
+TEST(MacRenderer, hasRoomForEveryTextInEveryState) {
+    MacDesktop desktop{LaunchOptions{}};
+    int checked = 0;
+    for (const auto& state : panelStates()) {
+        SCOPED_TRACE(state.name);
+        const auto scene = state.scene();
+        PanelOnScreen onScreen(desktop.panels, scene->tree());
+        onScreen.panel->makeKeyAndOrderFront();
+        std::vector<QXLabel*> labels;
+        for (NSWindow* window in NSApp.windows)
+            if (window.visible)
+                collect(window.contentView, labels);
+        for (QXLabel* label : labels) {
+            // A cut text has a tool tip.
+            if (label.superview.toolTip != nil || label.stringValue.length == 0)
+                continue;
+            const auto room = label.frame.size;
+            const auto needed =
+                [label.cell cellSizeForBounds:NSMakeRect(0, 0, room.width, CGFLOAT_MAX)];
+            EXPECT_LE(needed.height, room.height + 1) << label.wholeText.UTF8String;
+            ++checked;
+        }
+    }
+    EXPECT_GT(checked, 400);
 }
 
 } // namespace quoxelin::testing

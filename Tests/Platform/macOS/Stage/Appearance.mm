@@ -10,6 +10,15 @@ NSFontTextStyle const NSFontTextStyleHeadline = @"Headline",
 
 @implementation NSFont (Stage)
 
+/// A font with Japanese letters, because GNUstep does not take letters that a font lacks from
+/// another.
++ (void)load {
+    [[NSUserDefaults standardUserDefaults] registerDefaults:@{
+        @"NSFont" : @"NotoSansCJKjp-Regular",
+        @"NSBoldFont" : @"NotoSansCJKjp-Bold",
+    }];
+}
+
 /// Headlines are bold.
 + (NSFont*)preferredFontForTextStyle:(NSFontTextStyle)style options:(NSDictionary*)options {
     NSDictionary<NSString*, NSNumber*>* const sizes = @{

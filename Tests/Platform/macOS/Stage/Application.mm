@@ -56,7 +56,9 @@ static const char buttonKey = 0, windowKey = 0, itemsKey = 0;
 
 /// Shows the button in a small window in the upper right corner.
 - (void)stageShow:(CGFloat)length {
-    constexpr CGFloat squareWidth = 24, height = 22, fromTheRight = 100;
+    constexpr CGFloat squareWidth = 24, height = 22;
+    // The clock and the items of the system are there.
+    constexpr CGFloat fromTheRight = 350;
     const NSRect screen = [[NSScreen mainScreen] frame];
     const CGFloat width = length > 0 ? length : squareWidth;
     NSWindow* const window =

@@ -13,21 +13,29 @@
 
 @end
 
+/// AppKit's cell insets its text on both sides, also without a border.
+static const CGFloat inset = 2;
+
 @implementation NSTextFieldCell (Stage)
+
+- (NSRect)titleRectForBounds:(NSRect)bounds {
+    return NSInsetRect([super titleRectForBounds:bounds], inset, 0);
+}
 
 /// The size of the text within the bounds, which GNUstep ignores.
 - (NSSize)cellSizeForBounds:(NSRect)bounds {
+    const CGFloat available = bounds.size.width - 2 * inset;
     NSSize size = self.cellSize;
-    if (!self.wraps || size.width <= bounds.size.width) {
-        size.width = std::min(size.width, bounds.size.width);
-        return size;
+    if (self.wraps && size.width > available) {
+        constexpr CGFloat anyHeight = 1e6;
+        const NSRect taken =
+            [self.attributedStringValue boundingRectWithSize:NSMakeSize(available, anyHeight)
+                                                     options:NSStringDrawingUsesLineFragmentOrigin];
+        size.width = std::ceil(taken.size.width);
+        size.height = std::max(size.height, std::ceil(taken.size.height));
     }
-    constexpr CGFloat anyHeight = 1e6;
-    const NSRect taken =
-        [self.attributedStringValue boundingRectWithSize:NSMakeSize(bounds.size.width, anyHeight)
-                                                 options:NSStringDrawingUsesLineFragmentOrigin];
-    return NSMakeSize(std::min(bounds.size.width, std::ceil(taken.size.width)),
-                      std::max(size.height, std::ceil(taken.size.height)));
+    size.width = std::min(size.width, available) + 2 * inset;
+    return size;
 }
 
 @end
@@ -52,9 +60,8 @@
     quoxelin::stage::keepInteger(self, @"maximumNumberOfLines");
 }
 
-/// The cell insets its text on both sides.
 - (NSEdgeInsets)alignmentRectInsets {
-    return {0, 2, 0, 2};
+    return {0, inset, 0, inset};
 }
 
 /// On a Mac a field without a border has no bezel either.
