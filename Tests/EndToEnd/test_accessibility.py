@@ -51,6 +51,22 @@ def test_every_state_is_read_as_its_golden_text_says(bus, panel):
     assert dumps == {file.stem: file.read_text() for file in GOLDEN.glob("*.txt")}
 
 
+def test_nothing_is_reported_where_nothing_changed(bus, panel):
+    def events_of(name: str) -> list[str]:
+        panel.do("show", state=name)
+        return bus.take_events()
+
+    names = panel.do("states")["names"]
+    changes = {name: events_of(name) for name in names}
+    # Most states differ by more than a color from the one before.
+    assert sum(map(bool, changes.values())) > len(names) / 2
+    for name in names:
+        events_of(name)
+        # The window system reports a new window a little later.
+        repeated = [events_of(name) for _ in range(10)]
+        assert [] in repeated, f"{name}: {repeated[-1]}"
+
+
 def test_a_change_of_the_connection_is_announced_once(bus, panel):
     panel.do("show", state="disconnected")
     until(bus.application, "panel")

@@ -14,6 +14,7 @@ from .steered import DEADLINE, SteeringError
 ROOT = "/org/a11y/atspi/accessible/root"
 REGISTRY = "org.a11y.atspi.Registry"
 ACCESSIBLE = "org.a11y.atspi.Accessible"
+EVENT = "org.a11y.atspi.Event."
 # The numbers of the states that a dump shows.
 STATES = {5: "collapsed", 9: "expandable", 10: "expanded", 11: "focusable", 42: "has-popup"}
 ENABLED, FOCUSED = 8, 12
@@ -30,6 +31,7 @@ class AccessibilityBus:
         self._environment = desktop.environment
         self._folder = desktop.home
         self.announcements: list[str] = []
+        self._events: list[str] = []
 
     def __enter__(self):
         self._launcher = subprocess.Popen(
@@ -68,14 +70,30 @@ class AccessibilityBus:
         self._loop = GLib.MainLoop(context)
         context.push_thread_default()
         self._bus = connection(address)
-        self._bus.signal_subscribe(None, "org.a11y.atspi.Event.Object", "Announcement", None, None,
-                                   Gio.DBusSignalFlags.NONE, self._announced)
+        for kind in ("Object", "Window", "Focus", "Document"):
+            self._bus.signal_subscribe(None, EVENT + kind, None, None, None,
+                                       Gio.DBusSignalFlags.NONE, self._happened)
+            # Programs send only what was asked for.
+            answer(self._bus, REGISTRY, "/org/a11y/atspi/registry", REGISTRY, "RegisterEvent",
+                   GLib.Variant("(sass)", (f"{kind.lower()}:", [], "")))
         context.pop_thread_default()
         self._thread = threading.Thread(target=self._loop.run, daemon=True)
         self._thread.start()
 
-    def _announced(self, _bus, _sender, _path, _interface, _signal, arguments):
-        self.announcements.append(arguments.unpack()[3])
+    def _happened(self, _bus, _sender, path, interface, signal, arguments):
+        if signal == "Announcement":
+            self.announcements.append(arguments.unpack()[3])
+        self._events.append(f"{interface}.{signal} of {path}: {arguments.print_(False)}")
+
+    def take_events(self) -> list[str]:
+        """All events since the last time. The bus keeps the order, so what programs have sent until
+        now is before our own event."""
+        self._bus.emit_signal(None, "/", EVENT + "Object", "End", None)
+        mark = f"{EVENT}Object.End of /: ()"
+        until(lambda: mark in self._events, "event of ours")
+        at = self._events.index(mark)
+        taken, self._events = self._events[:at], self._events[at + 1:]
+        return taken
 
     def wait_announcement(self, text: str):
         until(lambda: text in self.announcements, f"announcement {text!r}")
