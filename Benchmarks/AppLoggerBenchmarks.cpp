@@ -7,6 +7,7 @@
 
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
+#include <filesystem>
 #include <string>
 #include <unistd.h>
 
@@ -21,10 +22,11 @@ struct SilentLog final : SystemLog {
 
 } // namespace
 
-/// The bare system calls: open, append, close.
+/// The bare system calls: open, append, close, for a file at the same depth.
 void appendWithSystemCalls(benchmark::State& state) {
     const testing::TemporaryDirectory directory;
-    const auto path = directory.path() / "app.log";
+    std::filesystem::create_directory(directory.path() / "Quoxelin");
+    const auto path = directory.path() / "Quoxelin" / "app.log";
     const std::string line = "[HashiBus] 2024-05-01 13:02:03.417 Connected to socket\n";
     for (auto _ : state) {
         const int file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0644);

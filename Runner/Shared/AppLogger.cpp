@@ -1,5 +1,6 @@
 #include "Runner/Shared/AppLogger.h"
 
+#include "Base/FileAppend.h"
 #include "Base/Immortal.h"
 #include "Base/LocalTime.h"
 #include "Base/Utf8.h"
@@ -7,12 +8,11 @@
 #include "Platform/Platform.h"
 #include "Platform/SystemLog.h"
 
-#include <cstdio>
 #include <filesystem>
-#include <fmt/format.h>
+#include <fmt/compile.h>
+#include <iterator>
 #include <new>
 #include <system_error>
-#include <vector>
 
 namespace quoxelin {
 
@@ -29,10 +29,10 @@ AppLogger& AppLogger::shared() {
 }
 
 void AppLogger::log(const std::string& category, const std::string& message) {
-    auto line = fmt::format("[{}] {} {}\n", category, timestamp(), message);
+    auto line = lineOf(category, message);
     queue->async(
         [line = std::move(line), path = logPath, wasCut = wasCut] { append(line, path, *wasCut); });
-    dependencies.systemLog.log(fmt::format("[{}] {}", category, message));
+    dependencies.systemLog.log(fmt::format(FMT_COMPILE("[{}] {}"), category, message));
 }
 
 void AppLogger::flush(Duration longest) {
@@ -50,29 +50,27 @@ std::string AppLogger::resolveLogPath() const {
     return directory / "app.log";
 }
 
-std::string AppLogger::timestamp() const {
+std::string AppLogger::lineOf(const std::string& category, const std::string& message) const {
     using namespace std::chrono;
     const auto now = floor<milliseconds>(dependencies.dispatch.date().time_since_epoch());
     const auto wholeSeconds = floor<std::chrono::seconds>(now);
     const auto local = localTime(static_cast<std::time_t>(wholeSeconds.count()));
-    return fmt::format("{:04}-{:02}-{:02} {:02}:{:02}:{:02}.{:03}", local.tm_year + 1900,
-                       local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec,
-                       (now - wholeSeconds).count());
+    fmt::memory_buffer line;
+    fmt::format_to(std::back_inserter(line),
+                   FMT_COMPILE("[{}] {:04}-{:02}-{:02} {:02}:{:02}:{:02}.{:03} {}\n"), category,
+                   local.tm_year + 1900, local.tm_mon + 1, local.tm_mday, local.tm_hour,
+                   local.tm_min, local.tm_sec, (now - wholeSeconds).count(), message);
+    return fmt::to_string(line);
 }
 
 void AppLogger::append(const std::string& line, const std::string& path, bool& wasCut) try {
     if (!isValidUtf8(line))
         return;
-    // Holds the whole line, so it is written at once and other processes' lines cannot split it.
-    std::vector<char> buffer(line.size() + 2);
-    std::FILE* const file = std::fopen(path.c_str(), "abe");
-    if (file == nullptr)
-        return;
-    std::setvbuf(file, buffer.data(), _IOFBF, buffer.size());
-    if (wasCut)
-        std::fputc('\n', file);
-    const auto written = std::fwrite(line.data(), 1, line.size(), file);
-    wasCut = std::fclose(file) != 0 || written != line.size();
+    // One write, so that other processes' lines cannot split it.
+    const auto text = wasCut ? '\n' + line : std::string();
+    const auto& whole = wasCut ? text : line;
+    if (const auto written = appendToFile(path, whole); written > 0)
+        wasCut = written < whole.size();
 } catch (const std::bad_alloc&) {
     // Without this line.
 }

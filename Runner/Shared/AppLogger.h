@@ -37,7 +37,7 @@ class AppLogger {
 
   private:
     std::string resolveLogPath() const;
-    std::string timestamp() const;
+    std::string lineOf(const std::string& category, const std::string& message) const;
     static void append(const std::string& line, const std::string& path, bool& wasCut);
 
     Dependencies dependencies;
