@@ -9,7 +9,7 @@ import subprocess
 import pytest
 
 from support.application import Application
-from support.buses import Bus, HungBus
+from support.buses import HELPER, HELPER_METHODS, Bus, HungBus
 from support.desktop import Desktop
 from support.order import assert_in_order
 from support.steered import DEADLINE
@@ -24,10 +24,6 @@ MISSING = [
     "[App] polkit is not available: no authorization can be granted",
     "[App] PackageKit is not available: updates cannot be checked",
 ]
-HELPER = ("com.quoxelin.desktop.Helper", "/com/quoxelin/desktop/Helper",
-          "com.quoxelin.desktop.HelperToolProtocol")
-HELPER_METHODS = {"Ping": ("", "b", "ret = True"), "RunGoTool": ("sas", "s", "ret = ''")}
-
 
 class RealApplication(Application):
     """The product, which accepts no commands."""

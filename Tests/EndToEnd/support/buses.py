@@ -25,6 +25,11 @@ CONFIGURATION = """<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Con
 </busconfig>
 """
 
+# A privileged helper that succeeds at everything, for `Bus.mock`.
+HELPER = ("com.quoxelin.desktop.Helper", "/com/quoxelin/desktop/Helper",
+          "com.quoxelin.desktop.HelperToolProtocol")
+HELPER_METHODS = {"Ping": ("", "b", "ret = True"), "RunGoTool": ("sas", "s", "ret = ''")}
+
 
 class Bus:
     """A "session" or "system" bus that is not running yet and has no activatable services.
