@@ -77,10 +77,14 @@ TEST(HelperCommandLine, takesTheHostsOnlyFromTheBundle) {
 
 TEST(HelperCommandLine, findsTheHostsInThePropertyList) {
     const auto hosts = hostsIn("<plist><dict><key>QXConductorURL</key><string>a&amp;b</string>"
-                               "<key>QXSignalURL</key><integer>3</integer></dict></plist>");
+                               "<key>QXSignalURL</key><string>s</string></dict></plist>");
     ASSERT_TRUE(hosts);
     EXPECT_EQ(hosts->conductor, "a&b");
-    EXPECT_EQ(hosts->signal, "");
+    EXPECT_EQ(hosts->signal, "s");
+    EXPECT_EQ(hostsIn("<plist><dict><key>QXSignalURL</key><integer>3</integer></dict></plist>")
+                  .value()
+                  .signal,
+              "");
     EXPECT_FALSE(hostsIn("<plist>"));
 }
 

@@ -9,6 +9,7 @@ namespace {
 
 using enum Refusal::Reason;
 using ::testing::ElementsAre;
+using ::testing::EndsWith;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
@@ -81,6 +82,10 @@ class HelperRequests : public ::testing::Test {
             std::exchange(questions[answered].answer, nullptr)(true);
     }
 
+    static std::string reason(const std::optional<Outcome>& outcome) {
+        return outcome && !*outcome ? outcome->error().text : "";
+    }
+
     static std::optional<Refusal::Reason> refusal(const std::optional<Outcome>& outcome) {
         return outcome && !*outcome ? std::optional(outcome->error().reason) : std::nullopt;
     }
@@ -134,6 +139,47 @@ TEST_F(HelperRequests, passNoHostThatTheBundleDoesNotName) {
     list = std::string("<plist>");
     EXPECT_EQ(refusal(*ask(":1.5", daemon, {"up"})), failed);
     EXPECT_THAT(questions, IsEmpty());
+}
+
+TEST_F(HelperRequests, forHelpNeedNothingOfTheBundle) {
+    list = tl::unexpected(std::string("belongs to another user"));
+    EXPECT_FALSE(ask(":1.7", daemon, {"--help"})->has_value());
+    EXPECT_EQ(refusal(*ask(":1.7", daemon, {})), invalidArguments);
+}
+
+TEST_F(HelperRequests, areToldWhyTheyAreRefused) {
+    EXPECT_EQ(reason(*ask(":1.5", "/bin/sh", {"-c", "id"})), "Only the bundled programs are run.");
+    EXPECT_THAT(log.back(), EndsWith("Asked for: /bin/sh -c id"));
+    EXPECT_EQ(reason(*ask(":1.5", tool, {"reboot"})),
+              "The program is not run with these arguments.");
+    list = std::string("<plist>");
+    EXPECT_EQ(reason(*ask(":1.5", daemon, {"up"})), "The bundle is not as it was installed.");
+    EXPECT_THAT(log.back(), HasSubstr("installed. The property list is broken. Asked for: "));
+    list = tl::unexpected(std::string("belongs to another user"));
+    ask(":1.5", daemon, {"up"});
+    EXPECT_THAT(log.back(), HasSubstr("installed. belongs to another user Asked for: "));
+    const auto stranger = ask(":1.99");
+    unidentified.at(0).second(std::nullopt);
+    EXPECT_EQ(reason(*stranger), "Not authorized.");
+    fileProblem = "is a symbolic link";
+    const auto changed = ask();
+    consent();
+    EXPECT_EQ(reason(*changed), "The program is not as it was installed.");
+    fileProblem = "";
+    startProblem = "Exec format error";
+    const auto broken = ask();
+    consent();
+    EXPECT_EQ(reason(*broken), "The program could not be started.");
+}
+
+TEST_F(HelperRequests, askForTheUserOnceUntilTheConnectionEnds) {
+    ask(":1.99");
+    unidentified.at(0).second(1002);
+    ask(":1.99");
+    EXPECT_EQ(unidentified.size(), 1u);
+    requests->callerHasGone(":1.99");
+    ask(":1.99");
+    EXPECT_EQ(unidentified.size(), 2u);
 }
 
 TEST_F(HelperRequests, areRefusedToTheWrongCaller) {
@@ -197,14 +243,16 @@ TEST_F(HelperRequests, ofAConnectionThatTheBusDoesNotKnowAreRefused) {
 
 TEST_F(HelperRequests, askOneQuestionForEachConnection) {
     std::vector<std::shared_ptr<std::optional<Outcome>>> asked;
-    for (std::size_t count = 0; count <= Requests::mostArrivals; ++count)
+    for (int count = 0; count < 9; ++count)
         asked.push_back(ask(":1.99"));
     EXPECT_EQ(unidentified.size(), 1u);
-    EXPECT_EQ(refusal(*asked.back()), limitsExceeded);
+    EXPECT_FALSE(asked[7]->has_value());
+    EXPECT_EQ(refusal(*asked[8]), limitsExceeded);
+    EXPECT_EQ(reason(*asked[8]), "Too many requests at once.");
     EXPECT_FALSE(ask(":1.5")->has_value()) << "one connection does not hold up another";
     unidentified[0].second(1002);
     consent();
-    EXPECT_EQ(questions.size(), 1 + Requests::mostArrivals);
+    EXPECT_EQ(questions.size(), 9u);
     requests.reset();
     EXPECT_EQ(log.back(), "refused user 1002 1 more times");
 }
@@ -214,8 +262,9 @@ TEST_F(HelperRequests, ofOneUserWaitAndLeaveRoomForOthers) {
     for (int count = 0; count < 1000; ++count)
         flood.push_back(ask());
     EXPECT_EQ(questions.size(), Requests::mostQuestions);
-    EXPECT_FALSE(flood[Requests::mostQuestions]->has_value());
-    EXPECT_EQ(refusal(*flood.back()), limitsExceeded);
+    EXPECT_FALSE(flood[65]->has_value()) << "64 wait";
+    EXPECT_EQ(refusal(*flood[66]), limitsExceeded);
+    EXPECT_EQ(reason(*flood[66]), "Too many requests at once.");
 
     const auto other = ask(":1.6");
     const auto root = ask(":1.7");
@@ -231,16 +280,22 @@ TEST_F(HelperRequests, ofOneUserWaitAndLeaveRoomForOthers) {
 }
 
 TEST_F(HelperRequests, thatWaitForAnAnswerAreCountedApartFromRunningPrograms) {
-    for (std::size_t count = 0; count < Requests::mostPrograms; ++count)
+    for (int count = 0; count < 8; ++count)
         ask();
     consent();
-    EXPECT_EQ(running.size(), Requests::mostPrograms);
+    EXPECT_EQ(running.size(), 8u);
     const auto waiting = ask();
-    EXPECT_EQ(questions.size(), Requests::mostPrograms + 1) << "polkit is asked all the same";
+    for (int count = 1; count < 64; ++count)
+        ask();
     consent();
-    EXPECT_EQ(running.size(), Requests::mostPrograms);
+    EXPECT_EQ(questions.size(), 72u) << "polkit is asked all the same";
+    EXPECT_EQ(running.size(), 8u);
+    const auto tooMany = ask();
+    consent();
+    EXPECT_EQ(refusal(*tooMany), limitsExceeded);
+    EXPECT_EQ(reason(*tooMany), "Too many programs run.");
     running[3]("", "exit code 0");
-    EXPECT_EQ(running.size(), Requests::mostPrograms + 1);
+    EXPECT_EQ(running.size(), 9u);
     running.back()("late", "exit code 0");
     EXPECT_EQ(**waiting, "late");
 }

@@ -25,10 +25,13 @@ namespace {
 
 using ::testing::Contains;
 using ::testing::Each;
+using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::Not;
 using ::testing::Pair;
 using ::testing::SizeIs;
+using ::testing::StartsWith;
+using ::testing::StrEq;
 
 /// The helper on a bus, whose other end plays the bus, polkit and the callers.
 class HelperService : public ::testing::Test {
@@ -88,9 +91,25 @@ class HelperService : public ::testing::Test {
         return send(call);
     }
 
+    /// The bus reports that a connection has ended.
+    void ends(const std::string& caller) {
+        const auto signal = made<sd_bus_message>([&](sd_bus_message** message) {
+            return sd_bus_message_new_signal(far.get(), message, "/org/freedesktop/DBus",
+                                             "org.freedesktop.DBus", "NameOwnerChanged");
+        });
+        sd_bus_message_set_sender(signal.get(), "org.freedesktop.DBus");
+        sd_bus_message_append(signal.get(), "sss", caller.c_str(), caller.c_str(), "");
+        send(signal);
+    }
+
     /// What a new caller is told about such a request.
     std::string told(const std::string& path, const std::vector<std::string>& words) {
-        const auto call = callOf(":2." + std::to_string(outcomes.size()), "RunGoTool");
+        return told(":2." + std::to_string(outcomes.size()), path, words);
+    }
+
+    std::string told(const std::string& caller, const std::string& path,
+                     const std::vector<std::string>& words) {
+        const auto call = callOf(caller, "RunGoTool");
         sd_bus_message_append_basic(call.get(), 's', path.c_str());
         sd_bus_message_open_container(call.get(), 'a', "s");
         for (const auto& word : words)
@@ -189,6 +208,51 @@ TEST_F(HelperService, readsRequestsUpToTheirLimits) {
     EXPECT_EQ(told(std::string(4097, '/'), {}), tooLarge);
     EXPECT_EQ(told("/program", {std::string(1024, 'u')}), read);
     EXPECT_EQ(told("/program", {std::string(1025, 'u')}), tooLarge);
+}
+
+TEST_F(HelperService, readsNothingMoreOfACallerWhoseRequestWasTooLarge) {
+    const std::string tooLarge = "The request is too large.";
+    EXPECT_EQ(told(":1.5", std::string(4097, '/'), {}), tooLarge);
+    EXPECT_EQ(told(":1.5", "/program", {"up"}), tooLarge);
+    EXPECT_EQ(told(":1.6", "/program", {"up"}), "Only the bundled programs are run.");
+    ends(":1.5");
+    EXPECT_EQ(told(":1.5", "/program", {"up"}), "Only the bundled programs are run.");
+}
+
+TEST_F(HelperService, asksPolkitAboutTheCallerAndLetsItAskTheUser) {
+    silent = {"CheckAuthorization"};
+    ask(":1.5");
+    ask(":1.6");
+    std::set<std::string> names;
+    for (const auto* const caller : {":1.5", ":1.6"}) {
+        auto* const question = lost.at(names.size()).get();
+        const char *kind, *key, *who, *action, *name;
+        const char* details[4];
+        std::uint32_t flags = 0;
+        ASSERT_GT(sd_bus_message_read(question, "(sa{sv})sa{ss}us", &kind, 1, &key, "s", &who,
+                                      &action, 2, &details[0], &details[1], &details[2],
+                                      &details[3], &flags, &name),
+                  0);
+        EXPECT_STREQ(kind, "system-bus-name");
+        EXPECT_STREQ(key, "name");
+        EXPECT_STREQ(who, caller);
+        EXPECT_STREQ(action, "com.quoxelin.desktop.helper.run");
+        EXPECT_THAT(details, ElementsAre(StrEq("program"), StrEq("quoxelin"), StrEq("command"),
+                                         StrEq("quoxelin up")));
+        EXPECT_EQ(flags, 1u) << "polkit may ask the user";
+        EXPECT_THAT(name, StartsWith("quoxelin-helper-"));
+        names.insert(name);
+    }
+    EXPECT_THAT(names, SizeIs(2));
+}
+
+TEST_F(HelperService, withdrawsTheQuestionOfACallerThatHasGone) {
+    silent = {"CheckAuthorization"};
+    const auto call = ask(":1.5");
+    ask(":1.6");
+    ends(":1.5");
+    EXPECT_THAT(asked, Contains("CancelCheckAuthorization").Times(1));
+    EXPECT_FALSE(outcomes.contains(call));
 }
 
 TEST_F(HelperService, endsWhenItLosesTheBus) {

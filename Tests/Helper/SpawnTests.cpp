@@ -73,6 +73,18 @@ TEST(HelperSpawn, passesNothingOfOursToTheProgram) {
     EXPECT_THAT(output, Not(HasSubstr("descriptor 3\n")));
 }
 
+TEST(HelperSpawn, leavesNoDescriptorOpen) {
+    const auto firstFree = [] {
+        const int free = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
+        ::close(free);
+        return free;
+    };
+    const int before = firstFree();
+    outputOfProbe({"probe"});
+    EXPECT_FALSE(spawn(opened("/usr/no-such-program"), {"program"}));
+    EXPECT_EQ(firstFree(), before);
+}
+
 TEST(HelperSpawn, returnsBothOutputsInOneAnswer) {
     EXPECT_THAT(outputOfProbe({"probe"}), HasSubstr("error output\n"));
 }

@@ -27,6 +27,21 @@ TEST(HelperText, replacesWhatTheBusForbids) {
     EXPECT_EQ(asUtf8("\xE2\x82x"), "\uFFFD\uFFFDx");
 }
 
+TEST(HelperText, knowsTheFirstAndTheLastCharacterOfEachLength) {
+    for (const std::string character :
+         {"\x01", "\x7F", "\xC2\x80", "\xDF\xBF", "\xE0\xA0\x80", "\xED\x9F\xBF", "\xEE\x80\x80",
+          "\xEF\xBF\xBF", "\xF0\x90\x80\x80", "\xF4\x8F\xBF\xBF"})
+        EXPECT_EQ(asUtf8(character), character);
+    for (const std::string bytes :
+         {"\x80", "\xBF", "\xC1\xBF", "\xE0\x9F\xBF", "\xED\xA0\x80", "\xED\xBF\xBF",
+          "\xF0\x8F\xBF\xBF", "\xF4\x90\x80\x80", "\xF8\x88\x80\x80\x80"}) {
+        std::string replaced;
+        for (std::size_t count = 0; count < bytes.size(); ++count)
+            replaced += "\uFFFD";
+        EXPECT_EQ(asUtf8(bytes), replaced);
+    }
+}
+
 TEST(HelperText, dropsHalfACharacterAtTheCut) {
     for (const auto* half : {"", "\xC3", "\xE2", "\xE2\x82", "\xF0\x9F\x94"})
         EXPECT_EQ(asUtf8("caf\xC3\xA9"s + half), "caf\xC3\xA9");
@@ -36,7 +51,7 @@ TEST(HelperText, dropsHalfACharacterAtTheCut) {
 }
 
 TEST(HelperText, isLoggedAsOneLineOfAscii) {
-    EXPECT_EQ(forLog("a \\ \n\r\t\x7F\xC3\xA9"), "a \\x5c \\x0a\\x0d\\x09\\x7f\\xc3\\xa9");
+    EXPECT_EQ(forLog("a~ \\ \n\r\t\x7F\xC3\xA9"), "a~ \\x5c \\x0a\\x0d\\x09\\x7f\\xc3\\xa9");
     EXPECT_EQ(forLog(std::string(200, 'a')), std::string(200, 'a'));
     EXPECT_EQ(forLog(std::string(201, 'a')), std::string(200, 'a') + "...");
     EXPECT_EQ(forLog(std::string(1000, '\n')).size(), 203u);
