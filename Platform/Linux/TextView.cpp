@@ -2,6 +2,7 @@
 
 #include "Platform/Linux/AccessibleElements.h"
 #include "Platform/Linux/Foreground.h"
+#include "Platform/Linux/Wayland/LayeredToolTips.h"
 #include "View/ValueLines.h"
 
 #include <QHelpEvent>
@@ -17,8 +18,8 @@ namespace {
 
 qsizetype laidOut = 0;
 
-/// Breaks a paragraph into lines of that width. The last line of `limit` (0 for no limit) is the
-/// whole rest.
+} // namespace
+
 QStringList wrapped(const QString& paragraph, const QFont& font, int width, qsizetype limit) {
     laidOut += paragraph.size();
     QStringList lines;
@@ -38,8 +39,6 @@ QStringList wrapped(const QString& paragraph, const QFont& font, int width, qsiz
     layout.endLayout();
     return lines;
 }
-
-} // namespace
 
 TextView::TextView() : ElementView(ViewNode::Kind::text) {
     setTextFormat(Qt::PlainText);
@@ -203,9 +202,10 @@ bool TextView::isCut() const {
 
 bool TextView::event(QEvent* event) {
     if (event->type() == QEvent::ToolTip && isCut()) {
+        const auto pointer = static_cast<QHelpEvent*>(event)->globalPos();
         // The toolkit breaks the lines of rich text only.
-        QToolTip::showText(static_cast<QHelpEvent*>(event)->globalPos(),
-                           Qt::convertFromPlainText(text()), this);
+        if (!LayeredToolTips::show(*this, text(), pointer))
+            QToolTip::showText(pointer, Qt::convertFromPlainText(text()), this);
         return true;
     }
     return QLabel::event(event);

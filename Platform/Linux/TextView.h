@@ -8,6 +8,10 @@
 
 namespace quoxelin {
 
+/// Breaks a paragraph into lines of that width. The last line of `limit` (0 for no limit) is the
+/// whole rest.
+QStringList wrapped(const QString& paragraph, const QFont& font, int width, qsizetype limit = 0);
+
 /// A text, always shown as plain text.
 class TextView final : public QLabel, public ElementView {
   public:

@@ -14,6 +14,7 @@ pytestmark = pytest.mark.xdist_group("sway")
 CARD_WIDTH = 272
 GAP = 5
 CHOOSER = "Export Logs — Quoxelin"
+HOST = "minas-laptop.hoshizora.quoxelin.example"
 BESIDE_EVERYTHING = (300, 600)
 
 
@@ -97,19 +98,23 @@ def test_the_open_panel_grows_downward_when_the_user_logs_in(desktop, applicatio
     assert high[:3] == low[:3] and high[3] > low[3] + 100
 
 
-@pytest.mark.parametrize("row, inside", [("More", "Logout")])
-def test_a_pop_over_opens_beside_its_row_and_closes_by_escape(desktop, connected, row, inside):
-    panel = assert_in_place(desktop, connected)
-    top = connected.do("where", label=row)["y"]
-    desktop.seat.click(*center(connected, row))
-    connected.wait_text(f'"{inside}"')
-    seen = desktop.wait_stable_card()
-    # Panel and pop-over together, side by side.
+def open_popover(desktop, application, panel, row: str, inside: str):
+    """Clicks the row, and checks that panel and pop-over are side by side."""
+    top = application.do("where", label=row)["y"]
+    desktop.seat.click(*center(application, row))
+    application.wait_text(f'"{inside}"')
+    seen = desktop.await_that(lambda: (card := desktop.wait_stable_card())[2] > panel[2] and card,
+                              "shown pop-over")
     assert seen[0] + seen[2] == panel[0] + panel[2]
     assert 2 * CARD_WIDTH - 6 <= seen[2] <= 2 * CARD_WIDTH + 10
-    content = connected.do("where", label=inside)
+    content = application.do("where", label=inside)
     assert content["x"] + content["width"] <= panel[0]
     assert seen[1] <= top <= seen[1] + seen[3]
+
+
+def test_a_pop_over_opens_beside_its_row_and_closes_by_escape(desktop, connected):
+    panel = assert_in_place(desktop, connected)
+    open_popover(desktop, connected, panel, "More", "Logout")
     desktop.seat.keys("Escape")
     desktop.await_that(lambda: close_to(desktop.wait_stable_card(), panel), "end of the pop-over")
     desktop.seat.keys("Escape")
@@ -119,9 +124,8 @@ def test_a_pop_over_opens_beside_its_row_and_closes_by_escape(desktop, connected
 def test_a_press_in_the_panel_closes_the_pop_over_only(desktop, application):
     desktop.click_icon()
     application.wait_text('"Switch Account"')
-    panel = desktop.wait_stable_card()
-    desktop.seat.click(*center(application, "Switch Account"))
-    application.wait_text('"Add Account"')
+    panel = assert_in_place(desktop, application)
+    open_popover(desktop, application, panel, "Switch Account", "Add Account")
     desktop.seat.click(panel[0] + panel[2] // 2, panel[1] + 3)
     desktop.await_that(lambda: close_to(desktop.wait_stable_card(), panel), "end of the pop-over")
 
@@ -196,6 +200,21 @@ def test_the_folder_chooser_is_an_ordinary_window_that_the_panel_makes_room_for(
     # The chooser has the keyboard again.
     desktop.seat.keys("Escape")
     desktop.await_that(lambda: not desktop.ordinary_windows(), "end of the folder chooser")
+
+
+def test_a_value_that_is_cut_is_whole_in_a_tool_tip_beside_the_panel(desktop, connected):
+    panel = assert_in_place(desktop, connected)
+    x, y = center(connected, f"Copy DNS: {HOST}")
+    # The border, then a gap, then the tip, whose upper edge is at the pointer.
+    beside = panel[0] - 20, y + 6
+    before = desktop.picture().pixel(*beside)
+    shown = connected.do("text")["texts"]
+    desktop.seat.move(x, y)
+    desktop.await_that(lambda: len(connected.do("text")["texts"]) > len(shown), "tool tip")
+    # Lines break at spaces.
+    assert "".join(connected.do("text")["texts"][-1].split()) == f"DNS:{HOST}"
+    desktop.await_that(lambda: desktop.picture().pixel(*beside) != before, "shown tool tip")
+    assert desktop.ordinary_windows() == []
 
 
 def test_what_opens_the_panel_without_a_click_opens_it_where_the_icon_was_clicked_or_in_the_corner(

@@ -2,9 +2,9 @@
 
 #include "Platform/Linux/FloatingWindow.h"
 #include "Platform/Linux/ScreenGeometry.h"
+#include "Platform/Linux/TextView.h"
 
 #include <QApplication>
-#include <QHelpEvent>
 #include <QToolTip>
 
 namespace quoxelin {
@@ -19,9 +19,24 @@ bool isLayered(const QWidget& window) {
 
 } // namespace
 
+LayeredToolTips* LayeredToolTips::instance = nullptr;
+
 LayeredToolTips::LayeredToolTips() {
-    if (LayerShell::instance() != nullptr)
-        qApp->installEventFilter(this);
+    if (LayerShell::instance() == nullptr)
+        return;
+    instance = this;
+    qApp->installEventFilter(this);
+}
+
+LayeredToolTips::~LayeredToolTips() {
+    instance = nullptr;
+}
+
+bool LayeredToolTips::show(const QWidget& widget, const QString& text, const QPoint& pointer) {
+    if (instance == nullptr || !isLayered(*widget.window()))
+        return false;
+    instance->showBeside(*widget.window(), text, pointer);
+    return true;
 }
 
 bool LayeredToolTips::eventFilter(QObject* object, QEvent* event) {
@@ -29,11 +44,6 @@ bool LayeredToolTips::eventFilter(QObject* object, QEvent* event) {
     if (widget == nullptr)
         return false;
     switch (event->type()) {
-    case QEvent::ToolTip:
-        if (widget->toolTip().isEmpty() || !isLayered(*widget->window()))
-            return false;
-        show(*widget->window(), widget->toolTip(), static_cast<QHelpEvent*>(event)->globalPos());
-        return true;
     case QEvent::Leave:
     case QEvent::MouseButtonPress:
     case QEvent::KeyPress:
@@ -47,16 +57,19 @@ bool LayeredToolTips::eventFilter(QObject* object, QEvent* event) {
     }
 }
 
-void LayeredToolTips::show(QWidget& window, const QString& text, const QPoint& pointer) {
-    tip = std::make_unique<LayeredWindow<QLabel>>(text, nullptr, Qt::ToolTip);
+void LayeredToolTips::showBeside(const QWidget& window, const QString& text,
+                                 const QPoint& pointer) {
+    QStringList lines;
+    for (const auto& paragraph : text.split('\n'))
+        lines += wrapped(paragraph, QToolTip::font(), window.width());
+    tip = std::make_unique<LayeredWindow<QLabel>>(lines.join('\n'), nullptr, Qt::ToolTip);
+    tip->setTextFormat(Qt::PlainText);
     tip->setAttribute(Qt::WA_TransparentForMouseEvents);
     tip->setPalette(QToolTip::palette());
     tip->setFont(QToolTip::font());
     tip->setFrameShape(QFrame::Box);
     tip->setMargin(tipMargin);
     tip->setAutoFillBackground(true);
-    tip->setWordWrap(true);
-    tip->setMaximumWidth(window.width());
     tip->adjustSize();
     // On a layer shell, what is above what is up to the compositor.
     const auto* card = dynamic_cast<const FloatingWindow*>(&window);

@@ -5,6 +5,7 @@
 #include "Platform/Linux/Snapshot.h"
 
 #include <QAbstractButton>
+#include <QApplication>
 #include <QLabel>
 #include <algorithm>
 
@@ -64,6 +65,9 @@ std::vector<std::string> QtScreen::texts() const {
     for (const auto* window : windowsOnScreen())
         for (const auto* label : visibleLabels(*window))
             texts.push_back(label->text().toStdString());
+    for (const auto* window : QApplication::topLevelWidgets())
+        if (const auto* tip = qobject_cast<const QLabel*>(window); tip && tip->isVisible())
+            texts.push_back(tip->text().toStdString());
     return texts;
 }
 
