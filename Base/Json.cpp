@@ -2,6 +2,7 @@
 
 #include "Base/Immortal.h"
 #include "Base/JsonDecoder.h"
+#include "Base/JsonNumbers.h"
 
 #include <cmath>
 #include <fmt/format.h>
@@ -55,69 +56,6 @@ Value treeOf(Element element) {
     for (const auto inner : *array)
         elements.push_back(treeOf(inner));
     return elements;
-}
-
-bool isDigit(char c) {
-    return c >= '0' && c <= '9';
-}
-
-std::size_t endOfString(std::string_view text, std::size_t opening) {
-    for (std::size_t at = opening + 1; at < text.size(); ++at) {
-        if (text[at] == '\\')
-            ++at;
-        else if (text[at] == '"')
-            return at + 1;
-    }
-    return text.size();
-}
-
-/// Shortens the digits so that a floating-point type can hold the value, but no integer type can. A
-/// malformed token stays malformed.
-std::string tamed(std::string_view token) {
-    std::string text;
-    bool isExponent = false;
-    for (std::size_t at = 0; at < token.size(); ++at) {
-        text += token[at];
-        isExponent = isExponent || token[at] == 'e' || token[at] == 'E';
-        if (!isDigit(token[at]))
-            continue;
-        const auto end = std::min(token.find_first_not_of("0123456789", at), token.size());
-        if (isExponent)
-            text.back() = '9';
-        if (isExponent || end - at > 1)
-            text += '9';
-        at = end - 1;
-    }
-    return isExponent ? text : text + "e99";
-}
-
-/// The library rejects a whole text for one number that none of its types can hold. This makes each
-/// such number smaller but still out of range for integers, so that only a member that reads it
-/// fails. Absent if there is no such number.
-std::optional<std::string> withHugeNumbersTamed(std::string_view text, dom::parser& parser) {
-    constexpr std::size_t alwaysHeld = 18;
-    std::string result;
-    std::size_t copied = 0;
-    for (std::size_t at = 0; at < text.size();) {
-        if (text[at] == '"') {
-            at = endOfString(text, at);
-            continue;
-        }
-        if (text[at] != '-' && !isDigit(text[at])) {
-            ++at;
-            continue;
-        }
-        const auto end = std::min(text.find_first_not_of("0123456789+-.eE", at), text.size());
-        const auto token = text.substr(at, end - at);
-        const bool mayBeHuge =
-            token.size() > alwaysHeld || token.find_first_of("eE") != std::string_view::npos;
-        if (mayBeHuge && parser.parse(token.data(), token.size()).error() != simdjson::SUCCESS) {
-            result.append(text, copied, at - copied).append(tamed(token));
-            copied = end;
-        }
-        at = end;
-    }
-    return copied == 0 ? std::nullopt : std::optional(result.append(text, copied));
 }
 
 /// Kept for the next text, to reuse its memory.
@@ -205,7 +143,10 @@ const Value* Value::find(std::string_view key) const {
 }
 
 Result<Value, Error> parse(std::string_view text) {
-    return parseDocument(text, 0).map([](const auto& document) { return treeOf(document->root); });
+    const auto plain = withPlainIntegers(text);
+    return parseDocument(plain ? *plain : text, 0).map([](const auto& document) {
+        return treeOf(document->root);
+    });
 }
 
 std::string serialize(const Value& value) {

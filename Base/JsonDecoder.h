@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Base/Json.h"
+#include "Base/JsonNumbers.h"
 #include "Base/ProgrammingFault.h"
 
 #include <algorithm>
@@ -37,6 +38,8 @@ struct Decoding {
     std::shared_ptr<Document> document;
     std::string path = {};
     std::string what = {};
+    /// Whether a floating-point number may have stood for an integer that it cannot hold.
+    bool isRounded = false;
 
     bool failed() const { return !what.empty(); }
     void forgive() { what.clear(), path.clear(); }
@@ -68,9 +71,12 @@ inline bool decodeValue(Element value, bool* into, Decoding& decoding) {
 }
 
 inline bool decodeValue(Element value, std::int64_t* into, Decoding& decoding) {
+    constexpr auto largestExact = std::int64_t(1) << 53;
     std::int64_t number = 0;
     if (value.get(number) != simdjson::SUCCESS) {
         const auto other = withoutContents(value).integer(); // such as 4.0
+        if (!other || *other <= -largestExact || *other >= largestExact)
+            decoding.isRounded = true;
         if (!other)
             return decoding.because("should be an integer of at most 64 bits");
         number = *other;
@@ -279,7 +285,10 @@ Result<Record, Error> decode(std::string_view text, std::size_t padding) {
         return tl::unexpected(std::move(document.error()));
     Decoding decoding{*std::move(document)};
     Result<Record, Error> record;
-    if (!decodeValue(decoding.document->root, &*record, decoding))
+    const bool succeeded = decodeValue(decoding.document->root, &*record, decoding);
+    if (const auto plain = decoding.isRounded ? withPlainIntegers(text) : std::nullopt)
+        return decode<Record>(*plain, 0);
+    if (!succeeded)
         return tl::unexpected(
             Error{(decoding.path.empty() ? "the whole" : decoding.path) + ' ' + decoding.what});
     return record;

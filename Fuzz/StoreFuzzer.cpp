@@ -6,7 +6,7 @@
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     using namespace quoxelin::testing;
     ::testing::FLAGS_gtest_break_on_failure = true;
-    StoreWalk walk{Dice(quoxelin::fuzzing::text(data, std::min<std::size_t>(size, 1'000)))};
+    StoreWalk walk{Dice(quoxelin::fuzzing::text(data, std::min<std::size_t>(size, 250)))};
     while (!walk.isOver())
         walk.step();
     walk.end();

@@ -89,6 +89,11 @@ TEST(Json, takesEveryIntegralNumberInRangeAsAnInteger) {
     EXPECT_EQ(integerIn("9223372036854775807"), INT64_MAX);
     EXPECT_EQ(integerIn("-9223372036854775808"), INT64_MIN);
     EXPECT_EQ(integerIn("-9223372036854775808.0"), INT64_MIN);
+    EXPECT_EQ(integerIn("9223372036854775807.0"), INT64_MAX);
+    EXPECT_EQ(integerIn("9007199254740993.0"), 9007199254740993);
+    EXPECT_EQ(integerIn("-90071992547409930e-1"), -9007199254740993);
+    EXPECT_EQ(integerIn("92233720368547758E+2"), 9223372036854775800);
+    EXPECT_EQ(integerIn("0.00000009007199254740993e23"), 9007199254740993);
 }
 
 TEST(Json, rejectsOtherNumbersAsIntegers) {
@@ -96,6 +101,13 @@ TEST(Json, rejectsOtherNumbersAsIntegers) {
          {"4.5", "9223372036854775808", "-9223372036854775809", "9223372036854775808.0", "1e19",
           "1e400", "-1e400", "18446744073709551616", "123456789012345678901234567890"})
         EXPECT_EQ(integerIn(text), std::nullopt) << text;
+}
+
+TEST(Json, changesNothingButNumbers) {
+    EXPECT_EQ(parse(R"(["\"9007199254740993.0"])")->elements()[0].string(), "\"9007199254740993.0");
+    for (const auto* const text : {"00000000000000001.0", "9007199254740993.", "9007199254740993e",
+                                   "--9007199254740993.0", "9007199254740993.0.0"})
+        EXPECT_FALSE(parse(text)) << text;
 }
 
 TEST(Json, readsEveryNumberAsAFloatingPointNumber) {

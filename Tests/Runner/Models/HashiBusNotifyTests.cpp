@@ -31,4 +31,14 @@ TEST(HashiBusNotify, takesEveryMember) {
     EXPECT_EQ(json::encode(expected), json);
 }
 
+TEST(HashiBusNotify, keepsEveryDigitOfAnIdentifier) {
+    const auto notify = json::decode<HashiBusNotify>(
+        R"({"NetMap":{"SelfNode":{"Node":{"ID":9007199254740993.0,"UserID":9223372036854775807e0}},)"
+        R"("Peers":[{"Node":{"ID":90071992547409930e-1,"UserID":4}}]}})");
+    ASSERT_TRUE(notify);
+    EXPECT_EQ(notify->netMap->selfNode->node->id, 9007199254740993);
+    EXPECT_EQ(notify->netMap->selfNode->node->userID, INT64_MAX);
+    EXPECT_EQ(notify->netMap->peers->get()[0].node->id, 9007199254740993);
+}
+
 } // namespace quoxelin
