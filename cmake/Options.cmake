@@ -17,6 +17,13 @@ target_compile_options(quoxelin_warnings INTERFACE -Wall -Wextra -Wpedantic -Wer
 # The same sources give the same bytes in every folder.
 add_compile_options($<$<CONFIG:Release>:-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.>)
 
+# Inline functions that nothing calls stay out of the programs, and relative relocations take about a bit
+# each instead of 24 bytes.
+if(NOT APPLE)
+    add_link_options(
+        $<$<CONFIG:Release>:-Wl,--gc-sections> $<$<CONFIG:Release>:-Wl,-z,pack-relative-relocs>)
+endif()
+
 if(QUOXELIN_SANITIZERS)
     add_compile_options(-fsanitize=${QUOXELIN_SANITIZERS} -fno-sanitize-recover=all
         -fno-omit-frame-pointer)
