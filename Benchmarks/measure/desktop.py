@@ -8,7 +8,7 @@ import time
 
 from .library import unused
 from .stage import Stage, kibibytes, wait_idle
-from .table import Row
+from .table import Row, collect
 
 STARTS = 9
 SLOW_STARTS = 3
@@ -20,7 +20,10 @@ FRAME, TWO_FRAMES = 16, 33
 
 
 def rows(stage: Stage) -> list[Row]:
-    return [*starts(stage), *clicks(stage), *idle(stage), unused_libraries(stage)]
+    return collect({"start to icon": lambda: starts(stage),
+                    "click to painted panel": lambda: clicks(stage),
+                    "memory and wake-ups while idle": lambda: idle(stage),
+                    "libraries loaded, not used": lambda: [unused_libraries(stage)]})
 
 
 def starts(stage: Stage) -> list[Row]:

@@ -11,7 +11,7 @@ from support.sim import Sim
 
 from .relay import recorded_line, renamed
 from .stage import PANEL_AREA, Stage, kibibytes, wait_idle, worked
-from .table import Row
+from .table import Row, collect
 
 UPDATES = 15
 LINES_TO_STATE = 100
@@ -22,8 +22,11 @@ LONG_LINE = 8_500_000
 
 def rows(stage: Stage) -> list[Row]:
     small, large = (recorded_line(stage.sim, peers) for peers in (10, 20_000))
-    return [peak_memory(stage), to_state(stage, large), update(stage, 10, small, 16),
-            update(stage, 20_000, large, 50), *flood(stage, small)]
+    return collect({"peak memory for one line": lambda: [peak_memory(stage)],
+                    "line to state": lambda: [to_state(stage, large)],
+                    "notification to changed pixels": lambda: [update(stage, 10, small, 16),
+                                                               update(stage, 20_000, large, 50)],
+                    "1,000 notifications/s": lambda: flood(stage, small)})
 
 
 def peak_memory(stage: Stage) -> Row:

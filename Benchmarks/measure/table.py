@@ -1,7 +1,9 @@
 """The table that scripts/bench prints: what ours costs beside a reference."""
 
 import math
-from typing import NamedTuple
+from typing import Callable, NamedTuple
+
+from support.steered import SteeringError
 
 HEADINGS = ("measured", "ours", "reference", "beside", "ratio", "at most", "met")
 
@@ -38,6 +40,17 @@ class Row(NamedTuple):
         # One more digit than a limit has, so that a ratio just above it does not look equal.
         return (self.name, amount(self.ours, self.unit), amount(self.reference, self.unit), self.beside,
                 "-" if math.isinf(self.ratio) else f"{self.ratio:.3g}", number(self.at_most), self.verdict)
+
+
+def collect(parts: dict[str, Callable[[], list[Row]]]) -> list[Row]:
+    """The rows of all parts. One that waits in vain stays in the table with what it waited for."""
+    rows = []
+    for name, measure in parts.items():
+        try:
+            rows += measure()
+        except (TimeoutError, SteeringError) as failure:
+            rows.append(Row(name, gap=str(failure)))
+    return rows
 
 
 def number(value: float | None) -> str:

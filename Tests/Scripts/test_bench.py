@@ -11,7 +11,7 @@ sys.path[:0] = [str(ROOT / "Benchmarks"), str(ROOT / "Tests/EndToEnd")]
 from measure.growth import script  # noqa: E402
 from measure.library import unused  # noqa: E402
 from measure.relay import renamed  # noqa: E402
-from measure.table import Row, render, summary  # noqa: E402
+from measure.table import Row, collect, render, summary  # noqa: E402
 
 
 @pytest.mark.parametrize(
@@ -32,6 +32,15 @@ def test_what_was_not_measured_stays_in_the_table_with_its_reason():
     table = render(rows)
     assert "nm-applet is not installed" in table and "not measured" in table
     assert summary(rows) == "1 met, 0 not met, 1 not measured"
+
+
+def test_a_part_that_waits_in_vain_does_not_end_the_others():
+    def fail():
+        raise TimeoutError("a click changed nothing")
+
+    rows = collect({"click": fail, "log": lambda: [Row("log", 1, 2, "ns", "x", 1)]})
+    assert [row.verdict for row in rows] == ["not measured", "yes"]
+    assert rows[0].gap == "a click changed nothing"
 
 
 def test_a_library_is_unused_if_nothing_else_takes_a_symbol_from_it():
