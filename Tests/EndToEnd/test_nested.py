@@ -5,6 +5,7 @@ import pytest
 
 from support.application import Application
 from support.nested import HEIGHT, WIDTH, Nested
+from support.private_desktop import box, center, close_to
 
 # One after the other on the same desktop.
 pytestmark = pytest.mark.xdist_group("nested")
@@ -33,15 +34,6 @@ def application(desktop, daemon):
     desktop.wait_no_card()
 
 
-def box(place: dict) -> tuple[int, int, int, int]:
-    return place["x"], place["y"], place["width"], place["height"]
-
-
-def close_to(seen, wanted) -> bool:
-    """The border and the shadow belong to neither."""
-    return all(abs(a - b) <= 3 for a, b in zip(seen, wanted))
-
-
 def test_the_panel_opens_in_its_size_and_place(desktop, application):
     seen = desktop.wait_stable_card()
     assert close_to(seen, box(application.do("panel")))
@@ -58,8 +50,7 @@ def test_the_panel_opens_in_its_size_and_place(desktop, application):
 def test_the_pop_over_opens_beside_it_and_escape_closes_first_it_and_then_the_panel(
         desktop, application):
     panel = desktop.wait_stable_card()
-    row = application.do("where", label="Switch Account")
-    desktop.click(row["x"] + row["width"] // 2, row["y"] + row["height"] // 2)
+    desktop.click(*center(application.do("where", label="Switch Account")))
     application.wait_text('"Add Account"')
     desktop.await_that(lambda: desktop.wait_stable_card()[2] >= 2 * panel[2], "shown pop-over")
     desktop.keys("Escape")

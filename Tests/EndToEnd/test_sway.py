@@ -6,6 +6,7 @@ import time
 import pytest
 
 from support.application import Application
+from support.private_desktop import box, center, close_to
 from support.sway import Sway
 
 # One after the other on the same desktop.
@@ -50,18 +51,8 @@ def connected(desktop, logged_in_daemon):
         yield application
 
 
-def center(application, label: str) -> tuple[int, int]:
-    place = application.do("where", label=label)
-    return place["x"] + place["width"] // 2, place["y"] + place["height"] // 2
-
-
-def box(place: dict) -> tuple[int, int, int, int]:
-    return place["x"], place["y"], place["width"], place["height"]
-
-
-def close_to(seen, wanted) -> bool:
-    """The border and the shadow belong to neither."""
-    return all(abs(a - b) <= 3 for a, b in zip(seen, wanted))
+def row_at(application, label: str) -> tuple[int, int]:
+    return center(application.do("where", label=label))
 
 
 def assert_in_place(desktop, application, output: int = 0):
@@ -101,7 +92,7 @@ def test_the_open_panel_grows_downward_when_the_user_logs_in(desktop, applicatio
 def open_popover(desktop, application, panel, row: str, inside: str):
     """Clicks the row, and checks that panel and pop-over are side by side."""
     top = application.do("where", label=row)["y"]
-    desktop.seat.click(*center(application, row))
+    desktop.seat.click(*row_at(application, row))
     application.wait_text(f'"{inside}"')
     seen = desktop.await_that(lambda: (card := desktop.wait_stable_card())[2] > panel[2] and card,
                               "shown pop-over")
@@ -137,7 +128,7 @@ def test_a_click_elsewhere_closes_everything(desktop, application, place, button
     desktop.click_icon()
     application.wait_text('"Switch Account"')
     if pops_over:
-        desktop.seat.click(*center(application, "Switch Account"))
+        desktop.seat.click(*row_at(application, "Switch Account"))
         application.wait_text('"Add Account"')
     desktop.seat.click(*place, button)
     application.wait(panel_visible=0)
@@ -204,7 +195,7 @@ def test_the_folder_chooser_is_an_ordinary_window_that_the_panel_makes_room_for(
 
 def test_a_value_that_is_cut_is_whole_in_a_tool_tip_beside_the_panel(desktop, connected):
     panel = assert_in_place(desktop, connected)
-    x, y = center(connected, f"Copy DNS: {HOST}")
+    x, y = row_at(connected, f"Copy DNS: {HOST}")
     # The border, then a gap, then the tip, whose upper edge is at the pointer.
     beside = panel[0] - 20, y + 6
     before = desktop.picture().pixel(*beside)

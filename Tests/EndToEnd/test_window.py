@@ -6,6 +6,7 @@ import pytest
 
 from support.application import Application
 from support.desktop import HEIGHT, WIDTH, Desktop
+from support.private_desktop import center
 
 BESIDE_EVERYTHING = (300, 600)
 
@@ -55,8 +56,7 @@ def open_panel(desktop, application, tray):
 
 def row(application, label: str) -> tuple[int, int]:
     """The center of the row on the screen."""
-    place = application.do("where", label=label)
-    return place["x"] + place["width"] // 2, place["y"] + place["height"] // 2
+    return center(application.do("where", label=label))
 
 
 def panel_place(application) -> dict:

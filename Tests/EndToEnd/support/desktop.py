@@ -2,15 +2,13 @@
 
 import ctypes
 import os
-import pathlib
 import re
-import shutil
 import subprocess
-import tempfile
 import time
 
 from .pictures import Picture
-from .steered import DEADLINE, SteeringError, end_process, wait_until
+from .private_desktop import PrivateDesktop
+from .steered import DEADLINE, SteeringError, end_process
 
 WIDTH, HEIGHT = 1024, 700
 
@@ -148,7 +146,7 @@ class _Resources(ctypes.Structure):
                 ("outputs", ctypes.POINTER(ctypes.c_ulong))]
 
 
-class Desktop:
+class Desktop(PrivateDesktop):
     """`monitors` are widths of equally high screens beside each other.
 
     with Desktop() as desktop:
@@ -162,25 +160,8 @@ class Desktop:
         self.window_manager, self.width, self.height = window_manager, width, height
         self.monitors = monitors
 
-    def __enter__(self):
-        self.home = pathlib.Path(tempfile.mkdtemp(prefix="qxdesk-"))
-        self._processes: list[subprocess.Popen] = []
-        self._trays: dict[str, subprocess.Popen] = {}
-        try:
-            self._start()
-        except BaseException:
-            self.__exit__()
-            raise
-        return self
-
-    def __exit__(self, *_):
-        if hasattr(self, "screen"):
-            self.screen.close()
-        for process in reversed(self._processes):
-            end_process(process)
-        shutil.rmtree(self.home, ignore_errors=True)
-
     def _start(self):
+        self._trays: dict[str, subprocess.Popen] = {}
         directories = {"HOME": self.home}
         for name in ("config", "cache", "run"):
             (self.home / name).mkdir(mode=0o700)
@@ -211,37 +192,19 @@ class Desktop:
             "XDG_CURRENT_DESKTOP": "XFCE",
             "QT_QPA_PLATFORM": "xcb",
         }
-        self._spawn_told("DISPLAY", ["Xvfb", "-displayfd", "{}", "-screen", "0",
-                                     f"{self.width}x{self.height}x24", "-nolisten", "tcp", "-noreset"])
-        self.environment["DISPLAY"] = ":" + self.environment["DISPLAY"]
-        self._spawn_told("DBUS_SESSION_BUS_ADDRESS",
-                         ["dbus-daemon", "--session", "--nofork", "--print-address={}"])
+        self.environment["DISPLAY"] = self._spawn_x_server(self.width, self.height, self.environment)
+        self.environment["DBUS_SESSION_BUS_ADDRESS"] = self._spawn_told(
+            ["dbus-daemon", "--session", "--nofork", "--print-address={}"], self.environment)
         self.screen = Screen(self.environment["DISPLAY"])
+        self._end.callback(self.screen.close)
         if self.monitors:
             self.screen.split(*self.monitors, height=self.height)
         if self.window_manager is None:
             return
-        self._spawn([self.window_manager])
+        self._spawn([self.window_manager], self.environment)
         # A window that is shown while the window manager starts may stay invisible for good. Only
         # window managers know about desktops.
         self.await_that(lambda: self._succeeds(["xdotool", "get_desktop"]), "window manager")
-
-    def _spawn(self, command: list[str], **popen) -> subprocess.Popen:
-        process = subprocess.Popen(command, env=self.environment, cwd=self.home,
-                                   stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
-                                   stderr=subprocess.DEVNULL, start_new_session=True, **popen)
-        self._processes.append(process)
-        return process
-
-    def _spawn_told(self, variable: str, command: list[str]):
-        """Starts a program that writes its display or address to the descriptor "{}"."""
-        reader, writer = os.pipe()
-        self._spawn([part.replace("{}", str(writer)) for part in command], pass_fds=[writer])
-        os.close(writer)
-        with open(reader) as told:
-            self.environment[variable] = told.readline().strip()
-        if not self.environment[variable]:
-            raise SteeringError(f"{command[0]} did not start")
 
     # Trays
 
@@ -253,7 +216,7 @@ class Desktop:
             folder.mkdir(parents=True, exist_ok=True)
             (folder / "xfce4-panel.xml").write_text(XFCE_PANEL.format(
                 position=EDGES[edge][0], mode=EDGES[edge][1]))
-        self._trays[kind] = self._spawn([*TRAYS[kind], *options])
+        self._trays[kind] = self._spawn([*TRAYS[kind], *options], self.environment)
         self.await_that(lambda: self._succeeds(READY[kind]), f"{kind} that is ready")
 
     def _succeeds(self, command: list[str]) -> bool:
@@ -342,8 +305,6 @@ class Desktop:
     def shows_card_at(self, x: int, y: int) -> bool:
         """Whether the light background of a card is painted there."""
         return min(self.screen.pixels(x, y, 1, 1)[:3]) > 0xF0
-
-    await_that = staticmethod(wait_until)
 
     def opened_urls(self) -> list[str]:
         return self.opened.read_text().split("\n")[:-1] if self.opened.exists() else []

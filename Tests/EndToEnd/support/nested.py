@@ -2,23 +2,21 @@
 fills an X server in memory, whose pointer and keyboard are theirs."""
 
 import os
-import pathlib
 import re
 import shutil
 import subprocess
-import tempfile
 import time
 
 from .buses import Bus
 from .desktop import Screen
-from .steered import DEADLINE, end_process, wait_until
-from .sway import as_somebody_else
+from .private_desktop import CompositorDesktop
+from .steered import DEADLINE
 
 WIDTH, HEIGHT = 1280, 800
 WATCHER = "org.kde.StatusNotifierWatcher"
 
 
-class Nested:
+class Nested(CompositorDesktop):
     """
     with Nested("kwin") as desktop:
         with Application(socket, environment=desktop.environment) as application:
@@ -27,40 +25,14 @@ class Nested:
 
     def __init__(self, compositor: str):
         self.compositor = compositor
-        self._processes: list[subprocess.Popen] = []
-        self.screen = None
-
-    def __enter__(self):
-        self.home = pathlib.Path(tempfile.mkdtemp(prefix="qxnest-"))
-        self._bus = Bus("session")
-        try:
-            self._start()
-        except BaseException:
-            self.__exit__()
-            raise
-        return self
-
-    def __exit__(self, *_):
-        if self.screen:
-            self.screen.close()
-        for process in reversed(self._processes):
-            end_process(process)
-        self._bus.__exit__()
-        shutil.rmtree(self.home, ignore_errors=True)
 
     def _start(self):
+        self._bus = self._end.enter_context(Bus("session"))
         self._bus.start()
         # The tray's end of the bus.
         self._bus.mock(WATCHER, "/StatusNotifierWatcher", WATCHER,
                        methods={"RegisterStatusNotifierItem": ("s", "", "")})
-        reader, writer = os.pipe()
-        self._processes.append(subprocess.Popen(
-            ["Xvfb", "-displayfd", str(writer), "-screen", "0", f"{WIDTH}x{HEIGHT}x24", "+extension",
-             "GLX", "-nolisten", "tcp", "-noreset"], pass_fds=[writer], stdin=subprocess.DEVNULL,
-            stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, start_new_session=True))
-        os.close(writer)
-        with open(reader) as told:
-            self.outer = ":" + told.readline().strip()
+        self.outer = self._spawn_x_server(WIDTH, HEIGHT, dict(os.environ))
         self._run = self.home / "run"
         self._run.mkdir(mode=0o700)
         environment = {
@@ -68,11 +40,7 @@ class Nested:
             "XDG_CONFIG_HOME": str(self.home), "DISPLAY": self.outer, "LIBGL_ALWAYS_SOFTWARE": "1",
             "KWIN_COMPOSE": "Q", "MUTTER_DEBUG_DUMMY_MODE_SPECS": f"{WIDTH}x{HEIGHT}",
         } | self._bus.environment
-        with open(self.home / "log", "w") as log:
-            self._processes.append(subprocess.Popen(
-                as_somebody_else(self._command(), self.home, self._run), env=environment,
-                cwd=self.home, stdin=subprocess.DEVNULL, stdout=log, stderr=log,
-                start_new_session=True))
+        self._spawn_compositor(self._command(), self._run, environment)
         display = self._await(lambda: next(
             (path for path in self._run.iterdir() if re.fullmatch(r"wl-test", path.name)), None),
             "socket")
@@ -86,6 +54,7 @@ class Nested:
                 (path for path in self._run.iterdir() if "auth" in path.name), None), "X authority")
             self.environment |= {"DISPLAY": display[1], "XAUTHORITY": str(authority)}
         self.screen = Screen(self.outer)
+        self._end.callback(self.screen.close)
         if self.compositor == "mutter":
             self._await(lambda: self.screen.pixels(600, 400, 1, 1)[:3] != bytes(3), "wallpaper")
             # Before the first press it tells no X window about motion, and presses arrive where the
@@ -102,9 +71,6 @@ class Nested:
         return [program, "--x11-display", self.outer, "--width", str(WIDTH), "--height", str(HEIGHT),
                 "--socket", "wl-test", "--no-lockscreen", "--no-global-shortcuts"]
 
-    def _await(self, holds, what: str):
-        return wait_until(holds, lambda: f"{what}\n{(self.home / 'log').read_text()[-3000:]}")
-
     def items(self) -> list[str]:
         """The names of all items that have been registered so far."""
         return re.findall(r'RegisterStatusNotifierItem "(:[\d.]+)"', "\n".join(self._bus.calls(WATCHER)))
@@ -116,23 +82,8 @@ class Nested:
              "/StatusNotifierItem", "org.kde.StatusNotifierItem.Activate", f"int32:{x}",
              f"int32:{y}"], check=True, capture_output=True, timeout=DEADLINE)
 
-    await_that = staticmethod(wait_until)
-
     def card(self) -> tuple[int, int, int, int] | None:
-        """The place and size of what is light on the screen and was not in the beginning."""
         return self.screen.picture(WIDTH, HEIGHT).light_area(self.background)
-
-    def wait_stable_card(self) -> tuple[int, int, int, int]:
-        last = None
-
-        def is_stable():
-            nonlocal last
-            before, last = last, self.card()
-            return last if last and last == before else None
-        return self._await(is_stable, "card")
-
-    def wait_no_card(self):
-        self._await(lambda: self.card() is None, "end of all cards")
 
     def _xdotool(self, *arguments):
         subprocess.run(["xdotool", *map(str, arguments)], check=True, timeout=DEADLINE,

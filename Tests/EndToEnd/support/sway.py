@@ -5,29 +5,17 @@ import json
 import os
 import pathlib
 import re
-import shutil
 import subprocess
-import tempfile
 
 from .buses import Bus
 from .pictures import Picture
+from .private_desktop import CompositorDesktop
 from .seat import Seat
-from .steered import DEADLINE, end_process, wait_until
+from .steered import DEADLINE
 
 WIDTH, HEIGHT = 1280, 800
-NOBODY = 65534
 
-
-def as_somebody_else(command: list, *directories: pathlib.Path) -> list:
-    """For compositors, which refuse to run as root; the directories become that user's."""
-    if os.getuid() != 0:
-        return command
-    for path in directories:
-        os.chown(path, NOBODY, NOBODY)
-    return ["setpriv", f"--reuid={NOBODY}", f"--regid={NOBODY}", "--clear-groups", *command]
-
-
-class Sway:
+class Sway(CompositorDesktop):
     """
     with Sway() as desktop:
         with Application(socket, environment=desktop.environment) as application:
@@ -39,29 +27,10 @@ class Sway:
         self.outputs, self.scale, self.bar = outputs, scale, bar
         # Logical sizes: of one screen and of all.
         self.width, self.height = WIDTH // scale, HEIGHT // scale
-        self._processes: list[subprocess.Popen] = []
-        self.seat = None
-
-    def __enter__(self):
-        self.home = pathlib.Path(tempfile.mkdtemp(prefix="qxsway-"))
-        self._bus = Bus("session")
-        try:
-            self._bus.start()
-            self._start()
-        except BaseException:
-            self.__exit__()
-            raise
-        return self
-
-    def __exit__(self, *_):
-        if self.seat:
-            self.seat.close()
-        for process in reversed(self._processes):
-            end_process(process)
-        self._bus.__exit__()
-        shutil.rmtree(self.home, ignore_errors=True)
 
     def _start(self):
+        self._bus = self._end.enter_context(Bus("session"))
+        self._bus.start()
         configuration = self.home / "configuration"
         configuration.write_text("xwayland disable\n" + "".join(
             f"output HEADLESS-{number + 1} resolution {WIDTH}x{HEIGHT} scale {self.scale} "
@@ -75,10 +44,7 @@ class Sway:
             "XDG_CONFIG_HOME": str(self.home), "XDG_DATA_DIRS": str(self.home / "share"),
             "WLR_BACKENDS": "headless", "WLR_LIBINPUT_NO_DEVICES": "1", "WLR_RENDERER": "pixman",
             "WLR_HEADLESS_OUTPUTS": str(self.outputs)} | self._bus.environment
-        self.log = open(self.home / "log", "w+")
-        self._processes.append(subprocess.Popen(
-            as_somebody_else(["sway", "--config", configuration], self.home, self.run), env=environment, cwd=self.home,
-            stdin=subprocess.DEVNULL, stdout=self.log, stderr=self.log, start_new_session=True))
+        self._spawn_compositor(["sway", "--config", configuration], self.run, environment)
         display = self._await_file(r"wayland-\d+")
         self._environment = environment | {
             "WAYLAND_DISPLAY": str(display), "SWAYSOCK": str(self._await_file(r"sway-ipc\..*"))}
@@ -87,14 +53,9 @@ class Sway:
             "XDG_CURRENT_DESKTOP": "sway", "QT_QPA_PLATFORM": "", "NO_AT_BRIDGE": "1",
             "XDG_DATA_DIRS": f"{self.home / 'share'}:/usr/share"}
         self.seat = Seat(str(display), self.width * self.outputs, self.height)
+        self._end.callback(self.seat.close)
         self._await(self._shows_bar, "bar")
         self.background = self.picture()
-
-    def _await(self, holds, what: str):
-        def why() -> str:
-            self.log.seek(0)
-            return f"{what}\n{self.log.read()[-3000:]}"
-        return wait_until(holds, why)
 
     def _await_file(self, pattern: str) -> pathlib.Path:
         return self._await(lambda: next(
@@ -137,23 +98,8 @@ class Sway:
         return sum(self.background.pixel(5, row) != desktop for row in rows) // self.scale
 
     def card(self) -> tuple[int, int, int, int] | None:
-        """The place and size of what is light on the screen and was not in the beginning."""
         found = self.picture().light_area(self.background)
         return found and tuple(round(value / self.scale) for value in found)
-
-    await_that = staticmethod(wait_until)
-
-    def wait_stable_card(self, what: str = "card") -> tuple[int, int, int, int]:
-        last = None
-
-        def is_stable():
-            nonlocal last
-            before, last = last, self.card()
-            return last if last and last == before else None
-        return self._await(is_stable, what)
-
-    def wait_no_card(self):
-        self._await(lambda: self.card() is None, "end of all cards")
 
     # Input
 
