@@ -35,6 +35,25 @@ TEST(PropertyList, findsStringsByKey) {
     EXPECT_THAT(stringsOfPropertyList(list("")), Optional(IsEmpty()));
 }
 
+TEST(PropertyList, knowsTheFirstAndTheLastCharacterOfEachLength) {
+    const std::vector<std::pair<std::string, std::string>> characters = {
+        {"&#1;", "\x01"},
+        {"&#x7F;", "\x7F"},
+        {"&#x80;", "\xC2\x80"},
+        {"&#x7FF;", "\xDF\xBF"},
+        {"&#x800;", "\xE0\xA0\x80"},
+        {"&#xD7FF;", "\xED\x9F\xBF"},
+        {"&#xE000;", "\xEE\x80\x80"},
+        {"&#xFFFF;", "\xEF\xBF\xBF"},
+        {"&#x10000;", "\xF0\x90\x80\x80"},
+        {"&#x50000;", "\xF1\x90\x80\x80"},
+        {"&#x10FFFF;", "\xF4\x8F\xBF\xBF"}};
+    for (const auto& [reference, character] : characters)
+        EXPECT_THAT(stringsOfPropertyList(list("<key>K</key><string>" + reference + "</string>")),
+                    Optional(UnorderedElementsAre(Pair("K", character))))
+            << reference;
+}
+
 TEST(PropertyList, isEmptyIfItIsMalformed) {
     for (const std::string& broken : {std::string(),
                                       std::string("no XML"),
@@ -56,6 +75,8 @@ TEST(PropertyList, isEmptyIfItIsMalformed) {
                                       list("<key>K</key><string>&other;</string>"),
                                       list("<key>K</key><string>&#0;</string>"),
                                       list("<key>K</key><string>&#xD800;</string>"),
+                                      list("<key>K</key><string>&#xDFFF;</string>"),
+                                      list("<key>K</key><string>&#4294967361;</string>"),
                                       list("<key>K</key><string>&#65x;</string>"),
                                       list("<key>K</key><string>&#x110000;</string>")})
         EXPECT_EQ(stringsOfPropertyList(broken), std::nullopt) << broken;

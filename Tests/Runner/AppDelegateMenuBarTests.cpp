@@ -253,16 +253,18 @@ TEST_F(AppDelegateLaunchedMenuBar, keepsOnePanel) {
 }
 
 TEST_F(AppDelegateLaunchedMenuBar, worksOnTheMainThreadWhereverItIsCalled) {
-    system.statusBar.images.clear();
-    dispatch.global(QualityOfService::standard).async([&] {
-        delegate->updateStatusItemIcon();
-        delegate->showWindow();
-        delegate->togglePopover();
-        delegate->togglePopover();
-    });
-    run();
+    const auto fromAnotherThread = [&](void (AppDelegate::*call)()) {
+        dispatch.global(QualityOfService::standard).async([&, call] { ((*delegate).*call)(); });
+        run();
+    };
+    ASSERT_FALSE(panel().isVisible());
+    fromAnotherThread(&AppDelegate::showWindow);
     EXPECT_TRUE(panel().isVisible());
+    system.statusBar.images.clear();
+    fromAnotherThread(&AppDelegate::updateStatusItemIcon);
     EXPECT_EQ(icon().title, "QX");
+    fromAnotherThread(&AppDelegate::togglePopover);
+    EXPECT_FALSE(panel().isVisible());
 }
 
 TEST_F(AppDelegateMenuBar, cannotShowAPanelThatWasNeverMade) {
