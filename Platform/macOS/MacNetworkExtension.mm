@@ -4,7 +4,15 @@
 #include "Platform/macOS/FrameworkNotifications.h"
 #include "Platform/macOS/ObjC.h"
 
+#include <Availability.h>
 #import <NetworkExtension/NetworkExtension.h>
+
+// New in macOS 13, which older SDKs lack. Every supported system has it.
+#if !defined(__MAC_13_0) || __MAC_OS_X_VERSION_MAX_ALLOWED < __MAC_13_0
+@interface NEVPNConnection (LastDisconnectError)
+- (void)fetchLastDisconnectErrorWithCompletionHandler:(void (^)(NSError* error))handler;
+@end
+#endif
 
 namespace quoxelin {
 
