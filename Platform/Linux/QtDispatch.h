@@ -25,7 +25,8 @@ class QtDispatch final : public Dispatch {
   private:
     class Main;
     struct Global {
-        ThreadPool threads{64, std::chrono::seconds(5)};
+        /// More threads than a user can make requests hang that the daemon never answers.
+        ThreadPool threads{512, std::chrono::seconds(5)};
     };
 
     const std::thread::id mainThread = std::this_thread::get_id();

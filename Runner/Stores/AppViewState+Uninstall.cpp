@@ -69,8 +69,7 @@ void AppViewState::runPrivilegedCleanup(std::function<void(bool succeeded)> comp
             log(error ? "Privileged cleanup error: " + *error : "Privileged cleanup completed");
             completion(!error);
         });
-    // Another queue than that of the requests, which a daemon that never answers may fill.
-    dependencies.dispatch.global(QualityOfService::userInteractive)
+    dependencies.dispatch.global(QualityOfService::userInitiated)
         .async([&appleScript = dependencies.appleScript, finish] {
             std::optional<std::string> error;
             if (const auto script = appleScript.initWithSource(privilegedCleanupScript()))

@@ -58,11 +58,11 @@ TEST_F(AppViewStateUninstall, runsTheWholeCleanupAsOneScript) {
               "\" with administrator privileges"});
 }
 
-TEST_F(AppViewStateUninstall, runsTheScriptInTheBackgroundOnAQueueFreeOfRequests) {
+TEST_F(AppViewStateUninstall, runsTheScriptInTheBackground) {
     const auto before = dispatch.submittedQualities().size();
     appState->uninstall();
     ASSERT_EQ(dispatch.submittedQualities().size(), before + 1);
-    EXPECT_EQ(dispatch.submittedQualities().back(), QualityOfService::userInteractive);
+    EXPECT_EQ(dispatch.submittedQualities().back(), QualityOfService::userInitiated);
     EXPECT_TRUE(system.appleScript.executedSources().empty());
 }
 
