@@ -85,8 +85,8 @@ class World {
 };
 
 using Helper = SimulatedXPC::Helper;
-using Step = void (*)(World&);
-const std::vector<Step> everything{
+using HelperStep = void (*)(World&);
+const std::vector<HelperStep> everything{
     [](World& world) { world.ping(); },
     [](World& world) { world.up(); },
     [](World& world) { world.commandUp(); },

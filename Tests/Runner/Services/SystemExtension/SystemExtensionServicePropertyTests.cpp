@@ -7,13 +7,13 @@ namespace quoxelin::testing {
 namespace {
 
 /// A service and a system to which anything may happen.
-struct AnyCourse : ExtensionUnderTest {
+struct ExtensionCourse : ExtensionUnderTest {
     int completed = 0;
     int failed = 0;
     int needed = 0;
     int rebooted = 0;
 
-    AnyCourse() {
+    ExtensionCourse() {
         service->onCompleted = [this] { count(completed); };
         service->onFailed = [this] { count(failed); };
         service->onNeedsUserApproval = [this] { count(needed); };
@@ -55,53 +55,53 @@ struct AnyCourse : ExtensionUnderTest {
     }
 };
 
-using Step = void (*)(AnyCourse&);
+using ExtensionStep = void (*)(ExtensionCourse&);
 
 /// Events in any order. Those of the service come first; the last of them ends it.
 constexpr std::size_t eventsOfTheService = 3;
-const std::vector<Step> events{
-    [](AnyCourse& on) { on.service->activate(); },
-    [](AnyCourse& on) {
+const std::vector<ExtensionStep> events{
+    [](ExtensionCourse& on) { on.service->activate(); },
+    [](ExtensionCourse& on) {
         on.dispatch.global(QualityOfService::standard).async([&on] { on.service->activate(); });
         on.dispatch.runUntilIdle();
     },
-    [](AnyCourse& on) {
+    [](ExtensionCourse& on) {
         on.destroy();
         on.trace.take();
     },
-    [](AnyCourse& on) { on.becomeActive(); },
-    [](AnyCourse& on) { on.extensions.requireApproval(); },
-    [](AnyCourse& on) { on.extensions.approve(); },
-    [](AnyCourse& on) { on.fail(OSSystemExtensionError::requestCanceled, "canceled"); },
-    [](AnyCourse& on) { on.fail(OSSystemExtensionError::requestSuperseded, "superseded"); },
-    [](AnyCourse& on) { on.refuseWith(13, "authorize"); },
-    [](AnyCourse& on) { on.refuseWith(10, "forbidden"); },
-    [](AnyCourse& on) { on.refuseWith(4, "no entry", "NSCocoaErrorDomain"); },
-    [](AnyCourse& on) { on.extensions.activationError.reset(); },
-    [](AnyCourse& on) { on.extensions.answersActivations = false; },
-    [](AnyCourse& on) { on.extensions.answersActivations = true; },
-    [](AnyCourse& on) { on.extensions.answersProperties = false; },
-    [](AnyCourse& on) {
+    [](ExtensionCourse& on) { on.becomeActive(); },
+    [](ExtensionCourse& on) { on.extensions.requireApproval(); },
+    [](ExtensionCourse& on) { on.extensions.approve(); },
+    [](ExtensionCourse& on) { on.fail(OSSystemExtensionError::requestCanceled, "canceled"); },
+    [](ExtensionCourse& on) { on.fail(OSSystemExtensionError::requestSuperseded, "superseded"); },
+    [](ExtensionCourse& on) { on.refuseWith(13, "authorize"); },
+    [](ExtensionCourse& on) { on.refuseWith(10, "forbidden"); },
+    [](ExtensionCourse& on) { on.refuseWith(4, "no entry", "NSCocoaErrorDomain"); },
+    [](ExtensionCourse& on) { on.extensions.activationError.reset(); },
+    [](ExtensionCourse& on) { on.extensions.answersActivations = false; },
+    [](ExtensionCourse& on) { on.extensions.answersActivations = true; },
+    [](ExtensionCourse& on) { on.extensions.answersProperties = false; },
+    [](ExtensionCourse& on) {
         on.extensions.propertiesError = Error{OSSystemExtensionErrorDomain, 1, "unknown"};
     },
-    [](AnyCourse& on) {
+    [](ExtensionCourse& on) {
         on.extensions.answersProperties = true;
         on.extensions.propertiesError.reset();
     },
-    [](AnyCourse& on) { on.extensions.answerDelay = seconds(1.5); },
-    [](AnyCourse& on) { on.extensions.answerDelay = Duration::zero(); },
-    [](AnyCourse& on) { on.extensions.result = 1; },
-    [](AnyCourse& on) { on.extensions.result = 7; },
-    [](AnyCourse& on) { on.extensions.result = 0; },
-    [](AnyCourse& on) { on.extensions.bundledVersion += ".1"; },
-    [](AnyCourse& on) { on.extensions.extensions.clear(); },
-    [](AnyCourse& on) { on.dispatch.runUntilIdle(); },
-    [](AnyCourse& on) { on.dispatch.advance(seconds(0.7)); },
-    [](AnyCourse& on) { on.dispatch.advance(seconds(20)); },
+    [](ExtensionCourse& on) { on.extensions.answerDelay = seconds(1.5); },
+    [](ExtensionCourse& on) { on.extensions.answerDelay = Duration::zero(); },
+    [](ExtensionCourse& on) { on.extensions.result = 1; },
+    [](ExtensionCourse& on) { on.extensions.result = 7; },
+    [](ExtensionCourse& on) { on.extensions.result = 0; },
+    [](ExtensionCourse& on) { on.extensions.bundledVersion += ".1"; },
+    [](ExtensionCourse& on) { on.extensions.extensions.clear(); },
+    [](ExtensionCourse& on) { on.dispatch.runUntilIdle(); },
+    [](ExtensionCourse& on) { on.dispatch.advance(seconds(0.7)); },
+    [](ExtensionCourse& on) { on.dispatch.advance(seconds(20)); },
 };
 
 /// Brings some events about. The service lives through all unless it may end.
-void follow(AnyCourse& course, bool mayEnd) {
+void follow(ExtensionCourse& course, bool mayEnd) {
     for (const auto at : *rc::gen::container<std::vector<std::size_t>>(
              rc::gen::inRange<std::size_t>(0, events.size()))) {
         const bool ends = at + 1 == eventsOfTheService;
@@ -118,7 +118,7 @@ std::size_t countOf(const std::vector<std::string>& lines, const std::string& li
 } // namespace
 
 RC_GTEST_PROP(SystemExtensionServiceProperties, alwaysFreesTheGuardOnceTheSystemHasReported, ()) {
-    AnyCourse course;
+    ExtensionCourse course;
     follow(course, false);
     // Requests without an answer end as superseded, which blocks activations for thirty seconds.
     course.repair();
@@ -134,7 +134,7 @@ RC_GTEST_PROP(SystemExtensionServiceProperties, alwaysFreesTheGuardOnceTheSystem
 }
 
 RC_GTEST_PROP(SystemExtensionServiceProperties, reportsEachOutcomeByCallbackAndNotification, ()) {
-    AnyCourse course;
+    ExtensionCourse course;
     follow(course, false);
     course.dispatch.advance(seconds(120));
     const auto lines = course.trace.take();
@@ -159,7 +159,7 @@ RC_GTEST_PROP(SystemExtensionServiceProperties, reportsEachOutcomeByCallbackAndN
 }
 
 RC_GTEST_PROP(SystemExtensionServiceProperties, reportsNothingAfterDestruction, ()) {
-    AnyCourse course;
+    ExtensionCourse course;
     follow(course, true);
     course.destroy();
     course.trace.take();

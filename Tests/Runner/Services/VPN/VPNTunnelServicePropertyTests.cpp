@@ -9,7 +9,7 @@ namespace {
 using Network = SimulatedNetworkExtension;
 
 /// Events that can happen to the tunnel service, in any order.
-enum class Step {
+enum class TunnelStep {
     start,
     startFromAnotherThread,
     stop,
@@ -45,10 +45,10 @@ enum class Step {
     waitLong,
     destroy,
 };
-constexpr int stepCount = static_cast<int>(Step::destroy) + 1;
+constexpr int stepCount = static_cast<int>(TunnelStep::destroy) + 1;
 
 /// A service on a simulated system, and its pending completions.
-struct AnyCourse : TunnelUnderTest {
+struct TunnelCourse : TunnelUnderTest {
     int asked = 0;
     std::map<int, int> completed;
     bool isGone = false;
@@ -71,28 +71,28 @@ struct AnyCourse : TunnelUnderTest {
         return &network.tunnel(ours == saved.end() ? 0 : ours - saved.begin());
     }
 
-    void perform(Step step) {
+    void perform(TunnelStep step) {
         if (!isGone)
             performOnService(step);
         performOnSystem(step);
         RC_ASSERT(network.tunnels.needlessStarts == 0);
     }
 
-    void performOnService(Step step) {
+    void performOnService(TunnelStep step) {
         auto& queue = dispatch.global(QualityOfService::standard);
-        if (step == Step::start)
+        if (step == TunnelStep::start)
             service->start();
-        else if (step == Step::stop)
+        else if (step == TunnelStep::stop)
             service->stop();
-        else if (step == Step::ensureSaved)
+        else if (step == TunnelStep::ensureSaved)
             service->ensureConfigurationSaved(owed());
-        else if (step == Step::remove)
+        else if (step == TunnelStep::remove)
             service->removeConfiguration(owed());
-        else if (step == Step::startFromAnotherThread)
+        else if (step == TunnelStep::startFromAnotherThread)
             callFrom(queue, [this] { service->start(); });
-        else if (step == Step::ensureSavedFromAnotherThread)
+        else if (step == TunnelStep::ensureSavedFromAnotherThread)
             callFrom(queue, [this, done = owed()] { service->ensureConfigurationSaved(done); });
-        else if (step == Step::destroy)
+        else if (step == TunnelStep::destroy)
             end();
     }
 
@@ -113,83 +113,83 @@ struct AnyCourse : TunnelUnderTest {
         trace.take();
     }
 
-    void performOnSystem(Step step);
-    void performOnTunnel(Step step);
-    void performOnPreferences(Step step);
+    void performOnSystem(TunnelStep step);
+    void performOnTunnel(TunnelStep step);
+    void performOnPreferences(TunnelStep step);
 };
 
-void AnyCourse::performOnSystem(Step step) {
+void TunnelCourse::performOnSystem(TunnelStep step) {
     static const Error failure{"NEVPNErrorDomain", 5, "no"};
     using Operation = Network::Operation;
-    if (step == Step::failLoadAll)
+    if (step == TunnelStep::failLoadAll)
         network.errors[Operation::loadAll] = failure;
-    else if (step == Step::failLoad)
+    else if (step == TunnelStep::failLoad)
         network.errors[Operation::load] = failure;
-    else if (step == Step::failSave)
+    else if (step == TunnelStep::failSave)
         network.errors[Operation::save] = failure;
-    else if (step == Step::failRemove)
+    else if (step == TunnelStep::failRemove)
         network.errors[Operation::remove] = failure;
-    else if (step == Step::answerBeforeReturning)
+    else if (step == TunnelStep::answerBeforeReturning)
         network.answers = Network::Answers::beforeReturning;
-    else if (step == Step::answerOnMainThread)
+    else if (step == TunnelStep::answerOnMainThread)
         network.answers = Network::Answers::onMainThread;
-    else if (step == Step::answerOnAnotherThread)
+    else if (step == TunnelStep::answerOnAnotherThread)
         network.answers = Network::Answers::onAnotherThread;
-    else if (step == Step::answerLate)
+    else if (step == TunnelStep::answerLate)
         network.answerDelay = seconds(0.75);
-    else if (step == Step::answerSoon)
+    else if (step == TunnelStep::answerSoon)
         network.answerDelay = Duration::zero();
-    else if (step == Step::takeATurn)
+    else if (step == TunnelStep::takeATurn)
         dispatch.runUntilIdle();
-    else if (step == Step::waitShortly)
+    else if (step == TunnelStep::waitShortly)
         dispatch.advance(seconds(0.4));
-    else if (step == Step::waitLong)
+    else if (step == TunnelStep::waitLong)
         dispatch.advance(seconds(10));
     performOnTunnel(step);
     performOnPreferences(step);
 }
 
-void AnyCourse::performOnTunnel(Step step) {
+void TunnelCourse::performOnTunnel(TunnelStep step) {
     static const Error refused{"NEVPNErrorDomain", 2, "no"};
-    if (step == Step::failStarts) {
+    if (step == TunnelStep::failStarts) {
         network.tunnels.startError = refused;
-    } else if (step == Step::letTunnelsFail) {
+    } else if (step == TunnelStep::letTunnelsFail) {
         network.tunnels.comeUp = false;
-    } else if (step == Step::takeConnectionsAway) {
+    } else if (step == TunnelStep::takeConnectionsAway) {
         network.hasConnections = false;
-    } else if (step == Step::repair) {
+    } else if (step == TunnelStep::repair) {
         network.errors.clear();
         network.tunnels.startError.reset();
         network.tunnels.comeUp = true;
         network.hasConnections = true;
     } else if (auto* const tunnel = someTunnel()) {
-        if (step == Step::dropTunnel)
+        if (step == TunnelStep::dropTunnel)
             tunnel->drop();
-        else if (step == Step::reassertTunnel)
+        else if (step == TunnelStep::reassertTunnel)
             tunnel->reassert(seconds(1));
-        else if (step == Step::reportUnknownStatus)
+        else if (step == TunnelStep::reportUnknownStatus)
             tunnel->report(99);
     }
 }
 
-void AnyCourse::performOnPreferences(Step step) {
-    if (step == Step::requireApproval) {
+void TunnelCourse::performOnPreferences(TunnelStep step) {
+    if (step == TunnelStep::requireApproval) {
         network.requireApproval();
-    } else if (step == Step::allow) {
+    } else if (step == TunnelStep::allow) {
         network.allow();
-    } else if (step == Step::decline) {
+    } else if (step == TunnelStep::decline) {
         network.decline();
-    } else if (step == Step::handOutCopies) {
+    } else if (step == TunnelStep::handOutCopies) {
         network.sharesProtocols = false;
-    } else if (step == Step::changeNothingButTell) {
+    } else if (step == TunnelStep::changeNothingButTell) {
         network.tellConfigurationChange();
-    } else if (step == Step::anotherApplicationSaves) {
+    } else if (step == TunnelStep::anotherApplicationSaves) {
         network.addConfiguration(network.ofTunnel(foreignProvider, "Other"));
         network.tellConfigurationChange();
     } else if (!network.configurations().empty()) {
-        if (step == Step::aPersonRemoves) {
+        if (step == TunnelStep::aPersonRemoves) {
             network.removeConfiguration(0);
-        } else if (step == Step::aPersonDisables) {
+        } else if (step == TunnelStep::aPersonDisables) {
             auto configuration = network.configurations().at(0);
             configuration.isEnabled = false;
             network.changeConfiguration(0, configuration);
@@ -197,18 +197,18 @@ void AnyCourse::performOnPreferences(Step step) {
     }
 }
 
-std::vector<Step> anyCourse() {
+std::vector<TunnelStep> anyCourse() {
     const auto numbers = *rc::gen::container<std::vector<int>>(rc::gen::inRange(0, stepCount));
-    std::vector<Step> steps;
+    std::vector<TunnelStep> steps;
     for (const int number : numbers)
-        steps.push_back(static_cast<Step>(number));
+        steps.push_back(static_cast<TunnelStep>(number));
     return steps;
 }
 
 } // namespace
 
 RC_GTEST_PROP(VPNTunnelServiceProperties, completesEverythingExactlyOnceAndStartsNothingTwice, ()) {
-    AnyCourse course;
+    TunnelCourse course;
     course.create();
     for (const auto step : anyCourse())
         course.perform(step);
@@ -222,25 +222,25 @@ RC_GTEST_PROP(VPNTunnelServiceProperties, completesEverythingExactlyOnceAndStart
 }
 
 RC_GTEST_PROP(VPNTunnelServiceProperties, losesNoStartThatHasNotSucceeded, ()) {
-    AnyCourse course;
+    TunnelCourse course;
     course.create();
     for (const auto step : anyCourse()) {
-        if (step != Step::destroy)
+        if (step != TunnelStep::destroy)
             course.perform(step);
     }
     // Let everything settle with the last start refused ...
     auto& network = course.network;
-    course.perform(Step::repair);
+    course.perform(TunnelStep::repair);
     course.dispatch.advance(seconds(60));
     if (auto* const tunnel = course.someTunnel())
         tunnel->drop();
     course.dispatch.runUntilIdle();
-    course.perform(Step::failStarts);
-    course.perform(Step::start);
+    course.perform(TunnelStep::failStarts);
+    course.perform(TunnelStep::start);
     course.dispatch.advance(seconds(60));
     RC_ASSERT(course.service->connectionStatus.get() == VPNConnectionStatus::error);
     // ... until the user allows it. Then the tunnel starts without another request.
-    course.perform(Step::repair);
+    course.perform(TunnelStep::repair);
     network.allow();
     course.dispatch.advance(seconds(60));
     network.allow(); // a configuration saved only now has to be allowed again
@@ -249,13 +249,13 @@ RC_GTEST_PROP(VPNTunnelServiceProperties, losesNoStartThatHasNotSucceeded, ()) {
 }
 
 RC_GTEST_PROP(VPNTunnelServiceProperties, touchesNoOtherApplicationsConfiguration, ()) {
-    AnyCourse course;
+    TunnelCourse course;
     for (const char* name : {"One", "Two"})
         course.network.addConfiguration(Network::ofTunnel(foreignProvider, name));
     course.create();
     for (const auto step : anyCourse()) {
-        if (step != Step::aPersonRemoves && step != Step::aPersonDisables &&
-            step != Step::anotherApplicationSaves)
+        if (step != TunnelStep::aPersonRemoves && step != TunnelStep::aPersonDisables &&
+            step != TunnelStep::anotherApplicationSaves)
             course.perform(step);
     }
     course.dispatch.advance(seconds(60));
