@@ -47,8 +47,8 @@ class Dispatch {
 
     virtual MainQueue& main() = 0;
 
-    /// Concurrent queues, one for each quality. Work may block forever: other work of the same
-    /// quality still gets a thread until 64 are blocked.
+    /// Concurrent queues, one for each quality. Work may block forever: it can hold up only work of
+    /// the same quality, once the system provides no more threads.
     virtual Queue& global(QualityOfService quality) = 0;
 
     /// A new queue. Its work may block forever without holding up other queues.

@@ -44,8 +44,8 @@ std::string tamed(std::string_view token) {
     return isExponent ? text : text + "e99";
 }
 
-/// The text with those numbers replaced for which `replacement` gives another token. Absent if
-/// there are none.
+/// The text with each number replaced for which `replacement` returns a token. Empty if it returns
+/// none.
 template <typename Replacement>
 std::optional<std::string> withNumbersReplaced(std::string_view text, Replacement replacement) {
     std::string result;
@@ -72,17 +72,18 @@ std::optional<std::string> withNumbersReplaced(std::string_view text, Replacemen
 /// Shorter integers with a fraction or an exponent are exact as floating-point numbers.
 constexpr std::size_t shortestInexact = 17;
 
-/// The digits of an integer that is written with a fraction or an exponent. Absent if the token is
-/// no such integer or does not fit.
+/// The digits of an integer that is written with a fraction or an exponent. Empty if the token is
+/// another number, or too large for 64 bits.
 std::optional<std::string> plainInteger(std::string_view token) {
     const auto mantissa = token.substr(0, token.find_first_of("eE"));
     auto exponent = token.substr(std::min(mantissa.size() + 1, token.size()));
     if (exponent.starts_with('+'))
         exponent.remove_prefix(1);
-    std::int64_t scale = 0;
+    std::int32_t power = 0;
     const auto* const end = exponent.data() + exponent.size();
-    if (!exponent.empty() && std::from_chars(exponent.data(), end, scale).ec != std::errc())
+    if (!exponent.empty() && std::from_chars(exponent.data(), end, power).ec != std::errc())
         return std::nullopt;
+    std::int64_t scale = power;
     std::string digits(mantissa);
     if (const auto point = digits.find('.'); point != std::string::npos) {
         scale -= static_cast<std::int64_t>(digits.size() - point - 1);

@@ -6,34 +6,7 @@
 
 #include <vector>
 
-namespace {
-
 using namespace quoxelin;
-
-class SplitConnection final : public Connection {
-  public:
-    SplitConnection(std::string_view bytes, std::string_view sizes) : bytes(bytes), sizes(sizes) {}
-
-    Result<std::size_t, SystemError> read(std::span<char> into) override {
-        const auto size = sizes.empty() ? into.size() : static_cast<unsigned char>(sizes[next]);
-        next = sizes.empty() ? 0 : (next + 1) % sizes.size();
-        const auto count = std::min({into.size(), std::max<std::size_t>(size, 1), bytes.size()});
-        std::copy_n(bytes.data(), count, into.data());
-        bytes.remove_prefix(count);
-        return count;
-    }
-    Result<std::size_t, SystemError> write(std::string_view request) override {
-        return request.size();
-    }
-    void shutdown() override { bytes = {}; }
-
-  private:
-    std::string_view bytes;
-    const std::string_view sizes;
-    std::size_t next = 0;
-};
-
-} // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     if (size == 0 || size <= data[0])
@@ -52,8 +25,13 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     }
 
     std::vector<HashiBusNotify> received;
+    std::size_t reads = 0;
+    const auto nextSize = [&]() -> std::size_t {
+        return sizes.empty() ? stream.size()
+                             : static_cast<unsigned char>(sizes[reads++ % sizes.size()]);
+    };
     testing::InlineLink([&] {
-        return std::make_unique<SplitConnection>(stream, sizes);
+        return std::make_unique<testing::RecitingConnection>(stream, nextSize);
     }).followOneStream([&](const HashiBusNotify& notify) { received.push_back(notify); });
     fuzzing::require(received == expected);
     return 0;

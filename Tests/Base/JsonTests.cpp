@@ -1,5 +1,6 @@
 #include "Base/JsonDecoder.h"
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 namespace quoxelin::json {
@@ -94,6 +95,13 @@ TEST(Json, takesEveryIntegralNumberInRangeAsAnInteger) {
     EXPECT_EQ(integerIn("-90071992547409930e-1"), -9007199254740993);
     EXPECT_EQ(integerIn("92233720368547758E+2"), 9223372036854775800);
     EXPECT_EQ(integerIn("0.00000009007199254740993e23"), 9007199254740993);
+}
+
+TEST(Json, takesExponentsOfAnySize) {
+    for (const auto* const exponent :
+         {"-2147483648", "-2147483649", "-9223372036854775808", "-99999999999999999999",
+          "2147483648", "9223372036854775808"})
+        EXPECT_TRUE(json::parse(fmt::format("[1.0000000000000000e{}]", exponent))) << exponent;
 }
 
 TEST(Json, rejectsOtherNumbersAsIntegers) {

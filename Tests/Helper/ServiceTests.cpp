@@ -102,7 +102,7 @@ class HelperService : public ::testing::Test {
         send(signal);
     }
 
-    /// What a new caller is told about such a request.
+    /// The answer to a new caller's request.
     std::string told(const std::string& path, const std::vector<std::string>& words) {
         return told(":2." + std::to_string(outcomes.size()), path, words);
     }

@@ -16,14 +16,15 @@
 
 namespace quoxelin::testing {
 
-/// Sends the same bytes whatever it receives, at most `chunkSize` per read, then ends.
+/// Sends the same bytes whatever it receives, at most `chunkSize()` per read, then ends.
 class RecitingConnection final : public Connection {
   public:
-    RecitingConnection(std::string_view bytes, std::size_t chunkSize)
-        : bytes(bytes), chunkSize(std::max<std::size_t>(chunkSize, 1)) {}
+    RecitingConnection(std::string_view bytes, std::function<std::size_t()> chunkSize)
+        : bytes(bytes), chunkSize(std::move(chunkSize)) {}
 
     Result<std::size_t, SystemError> read(std::span<char> into) override {
-        const auto count = std::min({into.size(), chunkSize, bytes.size()});
+        const auto count =
+            std::min({into.size(), std::max<std::size_t>(chunkSize(), 1), bytes.size()});
         std::copy_n(bytes.data(), count, into.data());
         bytes.remove_prefix(count);
         return count;
@@ -35,7 +36,7 @@ class RecitingConnection final : public Connection {
 
   private:
     std::string_view bytes;
-    std::size_t chunkSize;
+    std::function<std::size_t()> chunkSize;
 };
 
 /// The daemon's two clients without threads, clock or files, for fuzzers and benchmarks. A call
@@ -48,7 +49,9 @@ class InlineLink final : public Connector {
         files.temporary = "/dev/null";
     }
     InlineLink(std::string_view bytes, std::size_t chunkSize)
-        : InlineLink([=] { return std::make_unique<RecitingConnection>(bytes, chunkSize); }) {}
+        : InlineLink([=] {
+              return std::make_unique<RecitingConnection>(bytes, [=] { return chunkSize; });
+          }) {}
 
     LocalAPIClient api() { return {{dispatch, *this, logger}, "socket"}; }
 
