@@ -135,16 +135,17 @@ bool ClickWatch::takeClickOnStatusItem() {
     if (press && now - press->at < longestClick &&
         (!press->place || isNear(QCursor::pos(), *press->place)))
         return press->hidWindow;
-    clickBeforePress = now;
+    clickBeforePress = Click{now, QCursor::pos()};
     return false;
 }
 
 void ClickWatch::onPress(unsigned long long kind) {
     const auto click = std::exchange(clickBeforePress, std::nullopt);
-    if (click && std::chrono::steady_clock::now() - *click < longestClick)
+    const auto point = QCursor::pos();
+    if (click && std::chrono::steady_clock::now() - click->at < longestClick &&
+        isNear(point, click->place))
         return;
     lastPress.reset();
-    const auto point = QCursor::pos();
     if (isOwnWindowAt(point) || (statusItemArea && statusItemArea().contains(point)))
         return;
     report(kind, point);

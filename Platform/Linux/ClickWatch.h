@@ -36,8 +36,8 @@ class ClickWatch final : public QObject {
 
     /// For a status item at an unknown place. The tray usually reports the click after the X server
     /// reports the press, which we first mistake for a press elsewhere. Returns true if that press
-    /// has just hidden our window: the click has then had its effect. A press that is reported
-    /// after the click is ignored.
+    /// has just hidden our window: the click has then had its effect. A press there that is
+    /// reported after the click is ignored.
     bool takeClickOnStatusItem();
 
     /// Acts like a left press outside everything that is ours.
@@ -51,6 +51,10 @@ class ClickWatch final : public QObject {
     void report(unsigned long long kind, std::optional<QPoint> place);
 
     using Instant = std::chrono::steady_clock::time_point;
+    struct Click {
+        Instant at;
+        QPoint place;
+    };
     struct Press {
         Instant at;
         std::optional<QPoint> place;
@@ -62,8 +66,8 @@ class ClickWatch final : public QObject {
     std::function<QRect()> statusItemArea;
     /// The last reported press, which may turn out to be a click on the status item.
     std::optional<Press> lastPress;
-    /// When a click was reported before its press.
-    std::optional<Instant> clickBeforePress;
+    /// A click that was reported before its press.
+    std::optional<Click> clickBeforePress;
 };
 
 } // namespace quoxelin

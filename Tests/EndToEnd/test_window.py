@@ -196,6 +196,15 @@ def test_the_icon_appears_in_a_late_tray_and_again_when_the_tray_restarts(
         desktop.wait_no_icon(kind)
 
 
+def test_a_click_elsewhere_soon_after_a_late_report_of_a_click_closes_the_panel(desktop, application):
+    desktop.start_tray("xfce4-panel")
+    desktop.wait_icon("xfce4-panel")
+    desktop.activate_item()
+    application.wait(panel_visible=1)
+    desktop.click(*BESIDE_EVERYTHING)
+    application.wait(panel_visible=0)
+
+
 def test_two_applications_do_not_disturb_each_other(desktop, daemon, tray):
     with Application(daemon.socket, environment=desktop.environment) as first:
         desktop.wait_icon(tray)

@@ -264,6 +264,14 @@ class Desktop(PrivateDesktop):
         """Waits until the StatusNotifierItem tray has an item."""
         self.await_that(self._items, "item in the tray")
 
+    def activate_item(self):
+        """Reports a click on the item, as the StatusNotifierItem tray does."""
+        owner, _, path = self._items().partition("/")
+        subprocess.run(
+            ["dbus-send", "--session", "--print-reply", f"--dest={owner}", f"/{path}",
+             "org.kde.StatusNotifierItem.Activate", "int32:0", "int32:0"],
+            env=self.environment, capture_output=True, check=True, timeout=DEADLINE)
+
     def tool_tip(self) -> str:
         """What the StatusNotifierItem tray tells about its item."""
         owner, _, path = self._items().partition("/")
