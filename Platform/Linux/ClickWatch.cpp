@@ -91,11 +91,16 @@ Subscription ClickWatch::add(unsigned long long mask, std::function<void()> hand
 }
 
 std::optional<QPoint> ClickWatch::placeOfClick(const QPoint& reported) const {
-    if (lastPress && lastPress->place &&
-        std::chrono::steady_clock::now() - lastPress->at < longestClick)
+    const auto pointer = QCursor::pos();
+    const bool isPressKnown = lastPress && lastPress->place &&
+                              std::chrono::steady_clock::now() - lastPress->at < longestClick;
+    if (isPressKnown && isNear(pointer, *lastPress->place))
         return lastPress->place;
-    if (isNear(QCursor::pos(), reported) || isOnBar(reported))
+    if (isNear(pointer, reported) || isOnBar(reported))
         return reported;
+    // A press that has hidden our window may have been anywhere.
+    if (isPressKnown && !lastPress->hidWindow)
+        return lastPress->place;
     return std::nullopt;
 }
 

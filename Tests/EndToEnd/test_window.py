@@ -5,7 +5,7 @@ import time
 import pytest
 
 from support.application import Application
-from support.desktop import HEIGHT, WIDTH, Desktop
+from support.desktop import HEIGHT, ICONS, WIDTH, Desktop
 from support.private_desktop import center
 
 BESIDE_EVERYTHING = (300, 600)
@@ -203,6 +203,21 @@ def test_a_click_elsewhere_soon_after_a_late_report_of_a_click_closes_the_panel(
     application.wait(panel_visible=1)
     desktop.click(*BESIDE_EVERYTHING)
     application.wait(panel_visible=0)
+
+
+def test_a_late_report_of_a_click_opens_the_panel_at_the_icon_and_not_at_the_last_press(
+        desktop, application):
+    desktop.start_tray("xfce4-panel")
+    desktop.wait_icon("xfce4-panel")
+    open_panel(desktop, application, "xfce4-panel")
+    opened = panel_place(application)
+    desktop.click(*BESIDE_EVERYTHING)
+    application.wait(panel_visible=0)
+    desktop.move(*ICONS["xfce4-panel"])
+    desktop.activate_item()
+    application.wait(panel_visible=1)
+    opened_again = panel_place(application)
+    assert (opened_again["x"], opened_again["y"]) == (opened["x"], opened["y"])
 
 
 def test_two_applications_do_not_disturb_each_other(desktop, daemon, tray):
