@@ -5,6 +5,7 @@ machine."""
 import os
 import signal
 import subprocess
+import time
 
 import pytest
 
@@ -180,15 +181,23 @@ def test_hanging_buses_neither_delay_the_icon_nor_leak(daemon, recorded):
         with RealApplication(daemon.socket, environment=environment) as application:
             desktop.wait_icon("trayer")
             closed = desktop.around_icon("trayer")
+
+            def seconds_until(opened):
+                """How long after a click the panel is open or closed."""
+                desktop.click_icon("trayer")
+                began = time.monotonic()
+                desktop.await_that(lambda: (desktop.around_icon("trayer") != closed) == opened,
+                                   "panel that answers", deadline=1)
+                return time.monotonic() - began
+
             used = []
             for attempt in range(1, 7):
                 application.wait_log(
                     f"[App] Helper not reachable. Retrying in {0.5 * 1.5 ** (attempt - 1):.2f} seconds"
                     f" (attempt {attempt}/10)...")
-                for opens in (True, False):
-                    desktop.click_icon("trayer")
-                    desktop.await_that(lambda: (desktop.around_icon("trayer") != closed) == opens,
-                                       "panel that answers", deadline=0.1)
+                # A busy machine may delay one of them.
+                slowest = [max(seconds_until(opened) for opened in (True, False)) for _ in range(3)]
+                assert min(slowest) < 0.1
                 used.append([len(os.listdir(f"/proc/{application.pid}/{kind}"))
                              for kind in ("task", "fd")])
             assert used[-1] == used[0]

@@ -37,6 +37,7 @@ def test_logs_in_through_the_browser_and_connects(daemon, application):
     for text in ("Name: ", "Email: ", "DNS: ", "Quoxelin IPv4: 100.", "Quoxelin IPv6: fd"):
         assert text in shown
     application.wait_log("[State] daemon WantRunning=true")
+    application.wait_log("[VPN] Status changed: NEVPNStatus(rawValue: 3)")
     assert_in_order(
         application.log(),
         "[State] Received HashiBus state: needsLogin",

@@ -28,7 +28,8 @@ CONFIGURATION = """<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Con
 # A privileged helper that succeeds at everything, for `Bus.mock`.
 HELPER = ("com.quoxelin.desktop.Helper", "/com/quoxelin/desktop/Helper",
           "com.quoxelin.desktop.HelperToolProtocol")
-HELPER_METHODS = {"Ping": ("", "b", "ret = True"), "RunGoTool": ("sas", "s", "ret = ''")}
+# The application calls RunGoTool as soon as Ping answers, so Ping is added last.
+HELPER_METHODS = {"RunGoTool": ("sas", "s", "ret = ''"), "Ping": ("", "b", "ret = True")}
 
 
 class Bus:
