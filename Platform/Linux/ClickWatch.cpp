@@ -3,7 +3,6 @@
 #include "Platform/Linux/FloatingWindow.h"
 #include "Platform/Linux/ScreenGeometry.h"
 #include "Platform/Linux/Wayland/LayerShell.h"
-#include "Platform/Linux/X11Desktop.h"
 #include "Platform/NSPanel.h"
 
 #include <QApplication>
@@ -80,10 +79,12 @@ ClickWatch::ClickWatch() {
 
 Subscription ClickWatch::add(unsigned long long mask, std::function<void()> handler) {
     if (hearsEveryPress() && handlers.empty())
-        X11Desktop::instance()->setMousePressed([this](X11Desktop::MouseButton button) {
-            onPress(button == X11Desktop::MouseButton::left ? NSEventMaskLeftMouseDown
-                                                            : NSEventMaskRightMouseDown);
-        });
+        X11Desktop::instance()->setMousePressed(
+            [this](X11Desktop::MouseButton button, X11Desktop::Moment at) {
+                onPress(button == X11Desktop::MouseButton::left ? NSEventMaskLeftMouseDown
+                                                                : NSEventMaskRightMouseDown,
+                        at);
+            });
     return handlers.add([mask, handler = std::move(handler)](unsigned long long kind) {
         if ((kind & mask) != 0)
             handler();
@@ -140,15 +141,15 @@ bool ClickWatch::takeClickOnStatusItem() {
     if (press && now - press->at < longestClick &&
         (!press->place || isNear(QCursor::pos(), *press->place)))
         return press->hidWindow;
-    clickBeforePress = Click{now, QCursor::pos()};
+    if (const auto* x11 = X11Desktop::instance())
+        clickBeforePress = Click{x11->now(), QCursor::pos()};
     return false;
 }
 
-void ClickWatch::onPress(unsigned long long kind) {
+void ClickWatch::onPress(unsigned long long kind, X11Desktop::Moment at) {
     const auto click = std::exchange(clickBeforePress, std::nullopt);
     const auto point = QCursor::pos();
-    if (click && std::chrono::steady_clock::now() - click->at < longestClick &&
-        isNear(point, click->place))
+    if (click && X11Desktop::isBefore(at, click->at) && isNear(point, click->place))
         return;
     lastPress.reset();
     if (isOwnWindowAt(point) || (statusItemArea && statusItemArea().contains(point)))

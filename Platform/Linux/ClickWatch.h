@@ -2,6 +2,7 @@
 
 #include "Base/ObserverList.h"
 #include "Platform/Linux/Wayland/ClickCatcher.h"
+#include "Platform/Linux/X11Desktop.h"
 #include "Platform/NSPanel.h"
 
 #include <QObject>
@@ -36,8 +37,8 @@ class ClickWatch final : public QObject {
 
     /// For a status item at an unknown place. The tray usually reports the click after the X server
     /// reports the press, which we first mistake for a press elsewhere. Returns true if that press
-    /// has just hidden our window: the click has then had its effect. A press there that is
-    /// reported after the click is ignored.
+    /// has just hidden our window: the click has then had its effect. A press there that preceded
+    /// the click but is reported after it is ignored.
     bool takeClickOnStatusItem();
 
     /// Acts like a left press outside everything that is ours.
@@ -47,12 +48,12 @@ class ClickWatch final : public QObject {
     bool eventFilter(QObject* object, QEvent* event) override;
 
   private:
-    void onPress(unsigned long long kind);
+    void onPress(unsigned long long kind, X11Desktop::Moment at);
     void report(unsigned long long kind, std::optional<QPoint> place);
 
     using Instant = std::chrono::steady_clock::time_point;
     struct Click {
-        Instant at;
+        X11Desktop::Moment at;
         QPoint place;
     };
     struct Press {
@@ -66,7 +67,7 @@ class ClickWatch final : public QObject {
     std::function<QRect()> statusItemArea;
     /// The last reported press, which may turn out to be a click on the status item.
     std::optional<Press> lastPress;
-    /// A click that was reported before its press.
+    /// A click that may have been reported before its press.
     std::optional<Click> clickBeforePress;
 };
 

@@ -137,7 +137,7 @@ bool X11Desktop::hasTray() const {
     return isOwned(traySelection);
 }
 
-void X11Desktop::setMousePressed(std::function<void(MouseButton)> handler) {
+void X11Desktop::setMousePressed(std::function<void(MouseButton, Moment)> handler) {
     mousePressed = std::move(handler);
     if (inputExtension == 0)
         return;
@@ -149,6 +149,13 @@ void X11Desktop::setMousePressed(std::function<void(MouseButton)> handler) {
                           : 0u};
     xcb_input_xi_select_events(connection, root, 1, &events.head);
     xcb_flush(connection);
+}
+
+/// An event carries the number of the last request that was served before it.
+X11Desktop::Moment X11Desktop::now() const {
+    const auto request = xcb_no_operation(connection);
+    xcb_flush(connection);
+    return request.sequence;
 }
 
 bool X11Desktop::nativeEventFilter(const QByteArray& eventType, void* message, qintptr*) {
@@ -169,9 +176,9 @@ bool X11Desktop::nativeEventFilter(const QByteArray& eventType, void* message, q
             !mousePressed)
             break;
         if (press->detail == 1)
-            mousePressed(MouseButton::left);
+            mousePressed(MouseButton::left, press->full_sequence);
         else if (press->detail == 3)
-            mousePressed(MouseButton::right);
+            mousePressed(MouseButton::right, press->full_sequence);
         break;
     }
     }

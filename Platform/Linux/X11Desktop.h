@@ -3,6 +3,7 @@
 #include <QAbstractNativeEventFilter>
 #include <QMargins>
 #include <QRect>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <vector>
@@ -16,6 +17,9 @@ namespace quoxelin {
 class X11Desktop final : public QAbstractNativeEventFilter {
   public:
     enum class MouseButton { left, right };
+
+    /// A point in the X server's stream of events.
+    using Moment = std::uint32_t;
 
     /// Created on first use, after the QApplication object, and never destroyed.
     static X11Desktop* instance();
@@ -37,7 +41,12 @@ class X11Desktop final : public QAbstractNativeEventFilter {
 
     /// The handler is called for every button press on the whole screen, ours included, even while
     /// another program grabs the pointer. There is one handler; an empty one stops listening.
-    void setMousePressed(std::function<void(MouseButton)> handler);
+    void setMousePressed(std::function<void(MouseButton, Moment)> handler);
+
+    /// After all that has happened, whether or not we have heard of it yet.
+    Moment now() const;
+
+    static bool isBefore(Moment a, Moment b) { return static_cast<std::int32_t>(a - b) < 0; }
 
     bool nativeEventFilter(const QByteArray& eventType, void* message, qintptr* result) override;
 
@@ -59,7 +68,7 @@ class X11Desktop final : public QAbstractNativeEventFilter {
     std::uint32_t compositorSelection;
     std::uint8_t inputExtension = 0;
     std::function<void()> trayAppeared;
-    std::function<void(MouseButton)> mousePressed;
+    std::function<void(MouseButton, Moment)> mousePressed;
 };
 
 } // namespace quoxelin

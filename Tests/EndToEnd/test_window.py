@@ -1,5 +1,6 @@
 """The real windows on a real X server: tray icon, panel, mouse and keyboard."""
 
+import signal
 import time
 
 import pytest
@@ -203,6 +204,27 @@ def test_a_click_elsewhere_soon_after_a_late_report_of_a_click_closes_the_panel(
     application.wait(panel_visible=1)
     desktop.click(*BESIDE_EVERYTHING)
     application.wait(panel_visible=0)
+
+
+def test_a_click_opens_the_panel_however_long_after_it_its_press_is_reported(desktop, application):
+    desktop.start_tray("xfce4-panel")
+    desktop.wait_icon("xfce4-panel")
+    # The application hears of both at once, and then of the click first.
+    application.send_signal(signal.SIGSTOP)
+    desktop.click(*BESIDE_EVERYTHING)
+    desktop.activate_item()
+    desktop.screen.grab()
+    application.send_signal(signal.SIGCONT)
+    # A server that is so slow that showing the panel takes longer than a click.
+    for _ in range(10):
+        time.sleep(0.2)
+        desktop.screen.ungrab()
+        time.sleep(0.002)
+        desktop.screen.grab()
+    desktop.screen.ungrab()
+    application.wait(panel_visible=1)
+    time.sleep(0.3)
+    assert panel_place(application)["visible"]
 
 
 def test_a_late_report_of_a_click_opens_the_panel_at_the_icon_and_not_at_the_last_press(

@@ -91,6 +91,17 @@ class Screen:
             self._display, selection.encode(), False), window, 0)
         self._x11.XSync(self._display, False)
 
+    def grab(self):
+        """Until `ungrab` the server serves nobody else."""
+        self._x11.XGrabServer.argtypes = [ctypes.c_void_p]
+        self._x11.XGrabServer(self._display)
+        self._x11.XSync(self._display, False)
+
+    def ungrab(self):
+        self._x11.XUngrabServer.argtypes = [ctypes.c_void_p]
+        self._x11.XUngrabServer(self._display)
+        self._x11.XSync(self._display, False)
+
     def split(self, *widths: int, height: int):
         """Makes monitors of that width beside each other. The only output belongs to the last one,
         so that is where bars are."""
@@ -268,7 +279,7 @@ class Desktop(PrivateDesktop):
         """Reports a click on the item, as the StatusNotifierItem tray does."""
         owner, _, path = self._items().partition("/")
         subprocess.run(
-            ["dbus-send", "--session", "--print-reply", f"--dest={owner}", f"/{path}",
+            ["dbus-send", "--session", "--type=method_call", f"--dest={owner}", f"/{path}",
              "org.kde.StatusNotifierItem.Activate", "int32:0", "int32:0"],
             env=self.environment, capture_output=True, check=True, timeout=DEADLINE)
 
