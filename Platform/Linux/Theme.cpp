@@ -89,7 +89,7 @@ QColor Theme::color(Color color, double opacity) const {
     case Color::primary:
         return withOpacity(text, opacity);
     case Color::secondary:
-        return withOpacity(readable(mixed(text, panelBackground(), 0.25), quietOpacity), opacity);
+        return withOpacity(readableColors().secondary, opacity);
     case Color::gray:
         return withOpacity(dark ? QColor(152, 152, 157) : QColor(142, 142, 147), opacity);
     case Color::green:
@@ -97,7 +97,7 @@ QColor Theme::color(Color color, double opacity) const {
     case Color::orange:
         return withOpacity(dark ? QColor(255, 159, 10) : QColor(217, 112, 0), opacity);
     case Color::red:
-        return withOpacity(readable(dark ? QColor(255, 105, 97) : QColor(208, 35, 30), 1), opacity);
+        return withOpacity(readableColors().red, opacity);
     }
     return {};
 }
@@ -135,6 +135,19 @@ QColor Theme::readable(QColor wanted, double opacity) const {
             return candidate;
     }
     return strongest;
+}
+
+/// Finding them is slow, and every text asks.
+const Theme::ReadableColors& Theme::readableColors() const {
+    static QPalette known;
+    static std::optional<ReadableColors> colors;
+    if (!colors || palette != known) {
+        known = palette;
+        const auto quiet = mixed(palette.color(QPalette::WindowText), panelBackground(), 0.25);
+        const auto red = isDark() ? QColor(255, 105, 97) : QColor(208, 35, 30);
+        colors = {readable(quiet, quietOpacity), readable(red, 1)};
+    }
+    return *colors;
 }
 
 QFont Theme::font(Font font, FontWeight weight) {

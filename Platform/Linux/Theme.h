@@ -42,6 +42,12 @@ class Theme {
     bool isDark() const;
     QColor readable(QColor wanted, double opacity) const;
 
+    struct ReadableColors {
+        QColor secondary;
+        QColor red;
+    };
+    const ReadableColors& readableColors() const;
+
     QPalette palette;
 };
 
