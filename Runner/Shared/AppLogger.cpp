@@ -19,7 +19,7 @@ namespace quoxelin {
 AppLogger::AppLogger(const Dependencies& dependencies)
     : dependencies(dependencies),
       queue(dependencies.dispatch.makeSerial("com.quoxelin.desktop.applogger")),
-      logPath(resolveLogPath()) {}
+      file(new File{resolveLogPath()}) {}
 
 AppLogger& AppLogger::shared() {
     static auto& instance = immortal([&platform = Platform::current()] {
@@ -30,8 +30,7 @@ AppLogger& AppLogger::shared() {
 
 void AppLogger::log(const std::string& category, const std::string& message) {
     auto line = lineOf(category, message);
-    queue->async(
-        [line = std::move(line), path = logPath, wasCut = wasCut] { append(line, path, *wasCut); });
+    queue->async([line = std::move(line), file = file] { append(line, *file); });
     dependencies.systemLog.log(fmt::format(FMT_COMPILE("[{}] {}"), category, message));
 }
 
@@ -50,11 +49,19 @@ std::string AppLogger::resolveLogPath() const {
     return directory / "app.log";
 }
 
-std::string AppLogger::lineOf(const std::string& category, const std::string& message) const {
+std::tm AppLogger::localTimeAt(std::time_t second) {
+    const std::lock_guard lock(mutex);
+    if (second != lastSecond)
+        lastLocalTime = localTime(second);
+    lastSecond = second;
+    return lastLocalTime;
+}
+
+std::string AppLogger::lineOf(const std::string& category, const std::string& message) {
     using namespace std::chrono;
     const auto now = floor<milliseconds>(dependencies.dispatch.date().time_since_epoch());
     const auto wholeSeconds = floor<std::chrono::seconds>(now);
-    const auto local = localTime(static_cast<std::time_t>(wholeSeconds.count()));
+    const auto local = localTimeAt(static_cast<std::time_t>(wholeSeconds.count()));
     fmt::memory_buffer line;
     fmt::format_to(std::back_inserter(line),
                    FMT_COMPILE("[{}] {:04}-{:02}-{:02} {:02}:{:02}:{:02}.{:03} {}\n"), category,
@@ -63,14 +70,14 @@ std::string AppLogger::lineOf(const std::string& category, const std::string& me
     return fmt::to_string(line);
 }
 
-void AppLogger::append(const std::string& line, const std::string& path, bool& wasCut) try {
+void AppLogger::append(const std::string& line, File& file) try {
     if (!isValidUtf8(line))
         return;
     // One write, so that other processes' lines cannot split it.
-    const auto text = wasCut ? '\n' + line : std::string();
-    const auto& whole = wasCut ? text : line;
-    if (const auto written = appendToFile(path, whole); written > 0)
-        wasCut = written < whole.size();
+    const auto text = file.wasCut ? '\n' + line : std::string();
+    const auto& whole = file.wasCut ? text : line;
+    if (const auto written = appendToFile(file.path, whole); written > 0)
+        file.wasCut = written < whole.size();
 } catch (const std::bad_alloc&) {
     // Without this line.
 }

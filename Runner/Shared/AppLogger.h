@@ -2,7 +2,9 @@
 
 #include "Base/Dispatch.h"
 
+#include <ctime>
 #include <memory>
+#include <mutex>
 #include <string>
 
 namespace quoxelin {
@@ -33,18 +35,27 @@ class AppLogger {
     /// hang. Do not call it on the logger's queue.
     void flush(Duration longest);
 
-    const std::string& path() const { return logPath; }
+    const std::string& path() const { return file->path; }
 
   private:
     std::string resolveLogPath() const;
-    std::string lineOf(const std::string& category, const std::string& message) const;
-    static void append(const std::string& line, const std::string& path, bool& wasCut);
+    std::string lineOf(const std::string& category, const std::string& message);
+    std::tm localTimeAt(std::time_t second);
+
+    struct File {
+        const std::string path;
+        /// Whether the last line may lack its end, as on a full disk. Used only on the queue.
+        bool wasCut = false;
+    };
+    static void append(const std::string& line, File& file);
 
     Dependencies dependencies;
     std::unique_ptr<SerialQueue> queue;
-    std::string logPath;
-    /// Whether the last line may lack its end, as on a full disk. Used only on the queue.
-    std::shared_ptr<bool> wasCut = std::make_shared<bool>(false);
+    std::shared_ptr<File> file;
+    /// The last line's second. Finding out the time zone costs as much as writing a line.
+    std::mutex mutex;
+    std::time_t lastSecond = -1;
+    std::tm lastLocalTime = {};
 };
 
 } // namespace quoxelin

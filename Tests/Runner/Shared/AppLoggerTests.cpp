@@ -46,6 +46,17 @@ TEST_F(AppLoggerTest, writesTagTimestampAndMessage) {
     EXPECT_EQ(contentsOf(file()), "[HashiBus] 2024-05-01 13:02:03.417 Connected to socket\n");
 }
 
+TEST_F(AppLoggerTest, writesEachLinesOwnTime) {
+    auto logger = makeLogger();
+    for (int line = 0; line < 3; ++line) {
+        write(logger, "App", "x");
+        dispatch.advance(seconds(0.4));
+    }
+    EXPECT_EQ(contentsOf(file()), "[App] 2024-05-01 13:02:03.417 x\n"
+                                  "[App] 2024-05-01 13:02:03.817 x\n"
+                                  "[App] 2024-05-01 13:02:04.217 x\n");
+}
+
 TEST_F(AppLoggerTest, writesOnASeparateQueue) {
     makeLogger();
     EXPECT_EQ(dispatch.serialLabels(), std::vector<std::string>{"com.quoxelin.desktop.applogger"});
