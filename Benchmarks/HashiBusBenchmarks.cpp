@@ -40,12 +40,10 @@ void setBytes(benchmark::State& state, std::size_t bytesPerIteration) {
     state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(bytesPerIteration));
 }
 
-/// At least 5 MB of lines of that length. A line's first bytes stop the parser at once.
+/// At least 5 MB of lines of that length, none of which is parsed.
 Stream streamOfLines(std::int64_t length) {
     const auto size = static_cast<std::size_t>(length);
-    std::string line(size, 'x');
-    line.replace(0, 3, "\xEF\xBB\xBF");
-    return {line, std::max<std::size_t>(1, bytesOfAStream / size)};
+    return {std::string(size, 'x'), std::max<std::size_t>(1, bytesOfAStream / size)};
 }
 
 /// Bytes in a line.
@@ -70,11 +68,13 @@ void parseWithTheLibrary(benchmark::State& state) {
 }
 BENCHMARK(parseWithTheLibrary)->Apply(peers);
 
-/// Decodes one line into the record.
+/// Decodes one line into the record. As in the stream's buffer, there is room after the line.
 void decodeNotification(benchmark::State& state) {
-    const auto line = networkMapLine(state.range(0));
+    auto line = networkMapLine(state.range(0));
+    line.reserve(line.size() + simdjson::SIMDJSON_PADDING);
     for (auto _ : state)
-        benchmark::DoNotOptimize(json::decode<HashiBusNotify>(line).has_value());
+        benchmark::DoNotOptimize(
+            json::decode<HashiBusNotify>(line, simdjson::SIMDJSON_PADDING).has_value());
     setBytes(state, line.size());
 }
 BENCHMARK(decodeNotification)->Apply(peers);

@@ -23,6 +23,11 @@ constexpr Duration pauseWhileBehind = seconds(0.001);
 /// Buffers that grew beyond this for one huge line are released.
 constexpr std::size_t keptCapacity = std::size_t(1) << 20;
 
+bool mayBeObject(std::string_view line) {
+    const auto start = line.find_first_not_of(" \t\r");
+    return start != std::string_view::npos && line[start] == '{';
+}
+
 } // namespace
 
 HashiBusClient::HashiBusClient(const Dependencies& dependencies, std::string socketPath)
@@ -138,9 +143,9 @@ void HashiBusClient::processData(std::string_view data) {
 }
 
 void HashiBusClient::processLine(std::string_view line, std::size_t padding) {
-    if (line.empty())
+    // Lines that are not notifications (e.g. chunk sizes) are ignored, most of them unparsed.
+    if (!mayBeObject(line))
         return;
-    // Lines that are not notifications (e.g. chunk sizes) are ignored.
     auto decoded = json::decode<HashiBusNotify>(line, padding);
     if (!decoded)
         return;

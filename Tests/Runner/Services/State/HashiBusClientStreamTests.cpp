@@ -52,6 +52,12 @@ TEST_F(HashiBusClientStream, acceptsAnyStatus) {
     EXPECT_EQ(delegate->versions, "a");
 }
 
+TEST_F(HashiBusClientStream, acceptsSpaceAroundALine) {
+    start();
+    send(" \t\r" + line("a") + "\r" + line("b"));
+    EXPECT_EQ(delegate->versions, "ab");
+}
+
 TEST_F(HashiBusClientStream, dropsOtherLinesSilently) {
     start();
     send(line("a") +
