@@ -5,7 +5,9 @@
 #include "View/Reconcile.h"
 
 #include <QCloseEvent>
+#include <QGuiApplication>
 #include <QKeyEvent>
+#include <QWindow>
 
 namespace quoxelin {
 
@@ -36,8 +38,20 @@ void PopoverWindow::present() {
     setScreenPoint(anchor.mapToGlobal(anchor.rect().center()));
     fitContent();
     moveBesideAnchor();
+    avoidGrab();
     show();
     content->windowDidShow();
+}
+
+/// Qt asks a Wayland compositor for a grab, which some refuse, and with it the window, unless a
+/// button has just been pressed. The kind that is refused nothing behaves the same inside our
+/// windows.
+void PopoverWindow::avoidGrab() {
+    if (!QGuiApplication::platformName().startsWith("wayland") || LayerShell::instance() != nullptr)
+        return;
+    winId();
+    auto& handle = *windowHandle();
+    handle.setFlags((handle.flags() & ~Qt::WindowType_Mask) | Qt::ToolTip);
 }
 
 void PopoverWindow::moveBesideAnchor() {

@@ -21,6 +21,7 @@ class PopoverWindow final : public FloatingWindow, public Presentation<Popover> 
     void keyPressEvent(QKeyEvent* event) override;
 
   private:
+    void avoidGrab();
     void moveBesideAnchor();
 
     QWidget& anchor;

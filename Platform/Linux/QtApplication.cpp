@@ -1,6 +1,9 @@
 #include "Platform/Linux/QtApplication.h"
 
+#include "Platform/Linux/FloatingWindow.h"
+
 #include <QApplication>
+#include <algorithm>
 
 namespace quoxelin {
 
@@ -29,10 +32,23 @@ void QtApplication::terminate() {
         this, [] { QCoreApplication::exit(0); }, Qt::QueuedConnection);
 }
 
+/// Once it is known whether a panel opens with it, from which no other window may take the
+/// keyboard.
 void QtApplication::activateIgnoringOtherApps() {
-    for (auto* window : QApplication::topLevelWidgets())
-        if (window->isVisible())
-            window->activateWindow();
+    QMetaObject::invokeMethod(
+        this,
+        [] {
+            const auto windows = QApplication::topLevelWidgets();
+            const auto isPanel = [](const QWidget* window) {
+                return window->isVisible() &&
+                       dynamic_cast<const FloatingWindow*>(window) != nullptr;
+            };
+            const bool hasPanel = std::any_of(windows.begin(), windows.end(), isPanel);
+            for (auto* window : windows)
+                if (hasPanel ? isPanel(window) : window->isVisible())
+                    window->activateWindow();
+        },
+        Qt::QueuedConnection);
 }
 
 void QtApplication::setMainMenu(const std::vector<NSMenuItem>& submenu) {

@@ -35,7 +35,7 @@ def nested(compositor):
         def click():
             desktop.move(1200, 12)
             desktop.activate_item(1200, 12)
-        yield desktop, click, lambda: desktop.screen.picture(1280, 800), 1280 - SIZE[0]
+        yield desktop, click, desktop.picture, 1280 - SIZE[0]
 
 
 def main(directory: pathlib.Path):

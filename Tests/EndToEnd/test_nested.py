@@ -4,14 +4,16 @@ window of the compositor's X server."""
 import pytest
 
 from support.application import Application
-from support.nested import HEIGHT, WIDTH, Nested
+from support.nested import HEIGHT, ICON, WIDTH, Nested
 from support.private_desktop import box, center, close_to
+from support.scenario import log_in
+from support.steps import (choose_a_folder_and_open_the_panel_above, row_at,
+                           see_the_panel_grow, shown_alert)
 
 # One after the other on the same desktop.
 pytestmark = pytest.mark.xdist_group("nested")
 
 GAP = 5
-ICON = (1000, 12)
 BESIDE_EVERYTHING = (300, 600)
 
 
@@ -27,8 +29,7 @@ def application(desktop, daemon):
     with Application(daemon.socket, environment=desktop.environment) as running:
         running.wait_log("[State] HashiBus connected")
         desktop.await_that(lambda: len(desktop.items()) > before, "item of the tray")
-        desktop.move(*ICON)
-        desktop.activate_item(*ICON)
+        desktop.click_icon()
         running.wait_text('"Login Quoxelin"')
         yield running
     desktop.wait_no_card()
@@ -50,7 +51,7 @@ def test_the_panel_opens_in_its_size_and_place(desktop, application):
 def test_the_pop_over_opens_beside_it_and_escape_closes_first_it_and_then_the_panel(
         desktop, application):
     panel = desktop.wait_stable_card()
-    desktop.click(*center(application.do("where", label="Switch Account")))
+    desktop.click(*row_at(application, "Switch Account"))
     application.wait_text('"Add Account"')
     desktop.await_that(lambda: desktop.wait_stable_card()[2] >= 2 * panel[2], "shown pop-over")
     desktop.keys("Escape")
@@ -70,3 +71,24 @@ def test_another_click_on_the_icon_closes_it(desktop, application):
     desktop.wait_stable_card()
     desktop.activate_item(*ICON)
     application.wait(panel_visible=0)
+
+
+def test_the_open_panel_grows_downward_when_the_user_logs_in(desktop, application, daemon):
+    see_the_panel_grow(desktop, application, daemon)
+    assert close_to(desktop.wait_stable_card(), box(application.do("panel")))
+
+
+def test_the_alert_is_at_the_panel_and_escape_cancels_it(desktop, application, daemon):
+    log_in(daemon, application)
+    application.wait_text('"Connected"', '"More"')
+    with shown_alert(desktop, application) as (panel, cancel):
+        # Beside it, or in its middle.
+        x, y = center(cancel)
+        assert panel[0] - panel[2] < x < panel[0] + panel[2] and panel[1] < y < panel[1] + panel[3]
+
+
+def test_the_panel_makes_room_for_the_folder_chooser(desktop, application, daemon):
+    log_in(daemon, application)
+    application.wait_text('"Connected"', '"More"')
+    choose_a_folder_and_open_the_panel_above(
+        desktop, application, lambda: desktop.shows_window("Export Logs"))

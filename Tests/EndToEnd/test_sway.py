@@ -6,7 +6,9 @@ import time
 import pytest
 
 from support.application import Application
-from support.private_desktop import box, center, close_to
+from support.private_desktop import box, close_to
+from support.steps import (choose_a_folder_and_open_the_panel_above, row_at,
+                           see_the_panel_grow, shown_alert)
 from support.sway import Sway
 
 # One after the other on the same desktop.
@@ -51,10 +53,6 @@ def connected(desktop, logged_in_daemon):
         yield application
 
 
-def row_at(application, label: str) -> tuple[int, int]:
-    return center(application.do("where", label=label))
-
-
 def assert_in_place(desktop, application, output: int = 0):
     """The card is where the application believes it to be: below the bar, at the tray's end."""
     seen = desktop.wait_stable_card()
@@ -80,13 +78,8 @@ def test_a_click_on_the_icon_opens_the_panel_below_the_bar_with_the_focus_in_it(
 def test_the_open_panel_grows_downward_when_the_user_logs_in(desktop, application, daemon):
     desktop.click_icon()
     application.wait_text('"Login Quoxelin"')
-    low = assert_in_place(desktop, application)
-    application.press("Login Quoxelin")
-    desktop.await_that(daemon.login_url, "login")
-    application.open_url(daemon.visit_login())
-    application.wait_text('"Connected"')
-    high = assert_in_place(desktop, application)
-    assert high[:3] == low[:3] and high[3] > low[3] + 100
+    see_the_panel_grow(desktop, application, daemon)
+    assert_in_place(desktop, application)
 
 
 def open_popover(desktop, application, panel, row: str, inside: str):
@@ -156,41 +149,17 @@ def test_clicks_on_the_icon_open_and_close_the_panel(desktop, application):
 
 
 def test_the_alert_is_beside_the_panel_and_escape_cancels_it(desktop, connected):
-    panel = assert_in_place(desktop, connected)
-    connected.press("More")
-    connected.wait_text('"Uninstall Quoxelin"')
-    connected.press("Uninstall Quoxelin")
-    desktop.await_that(lambda: connected.do("where", label="Cancel"), "alert")
-    desktop.await_that(lambda: desktop.wait_stable_card()[2] > panel[2] + 100, "alert that is shown")
-    seen = desktop.wait_stable_card()
-    assert seen[0] + seen[2] == panel[0] + panel[2] and desktop.ordinary_windows() == []
-    cancel = connected.do("where", label="Cancel")
-    assert seen[0] <= cancel["x"] and cancel["x"] + cancel["width"] <= panel[0]
-    assert seen[1] <= cancel["y"] and cancel["y"] + cancel["height"] <= seen[1] + seen[3]
-    desktop.seat.keys("Escape")
-    desktop.await_that(lambda: close_to(desktop.wait_stable_card(), panel), "end of the alert")
+    assert_in_place(desktop, connected)
+    with shown_alert(desktop, connected) as (panel, cancel):
+        seen = desktop.wait_stable_card()
+        assert seen[0] + seen[2] == panel[0] + panel[2] and desktop.ordinary_windows() == []
+        assert seen[0] <= cancel["x"] and cancel["x"] + cancel["width"] <= panel[0]
+        assert seen[1] <= cancel["y"] and cancel["y"] + cancel["height"] <= seen[1] + seen[3]
 
 
 def test_the_folder_chooser_is_an_ordinary_window_that_the_panel_makes_room_for(desktop, connected):
-    desktop.wait_stable_card()
-    connected.press("More")
-    connected.wait_text('"Export Logs"')
-    connected.press("Export Logs")
-    desktop.await_that(lambda: desktop.ordinary_windows() == [CHOOSER], "folder chooser")
-    connected.wait(panel_visible=0)
-    # The panel opens above it.
-    before = desktop.picture()
-    desktop.click_icon()
-    connected.wait(panel_visible=1)
-    x, y, width, height = box(connected.do("panel"))
-    desktop.await_that(lambda: desktop.picture().pixel(x + 100, y + 3) != before.pixel(x + 100, y + 3)
-                       or desktop.picture().row(y + height) != before.row(y + height), "panel")
-    assert desktop.ordinary_windows() == [CHOOSER]
-    desktop.seat.keys("Escape")
-    connected.wait(panel_visible=0)
-    # The chooser has the keyboard again.
-    desktop.seat.keys("Escape")
-    desktop.await_that(lambda: not desktop.ordinary_windows(), "end of the folder chooser")
+    choose_a_folder_and_open_the_panel_above(
+        desktop, connected, lambda: desktop.ordinary_windows() == [CHOOSER])
 
 
 def test_a_value_that_is_cut_is_whole_in_a_tool_tip_beside_the_panel(desktop, connected):

@@ -7,7 +7,8 @@ import pytest
 
 from support.application import Application
 from support.desktop import HEIGHT, ICONS, WIDTH, Desktop
-from support.private_desktop import center
+from support.scenario import log_in
+from support.steps import row_at
 
 BESIDE_EVERYTHING = (300, 600)
 
@@ -53,11 +54,6 @@ def open_panel(desktop, application, tray):
         return place["y"] > 0 and desktop.shows_card_at(place["x"] + place["width"] // 2, place["y"] + 4)
 
     desktop.await_that(is_painted, "painted panel")
-
-
-def row(application, label: str) -> tuple[int, int]:
-    """The center of the row on the screen."""
-    return center(application.do("where", label=label))
 
 
 def panel_place(application) -> dict:
@@ -111,7 +107,7 @@ def test_a_click_inside_the_panel_leaves_it_open(desktop, opened, tray):
 
 
 def test_the_pointer_marks_the_row_below_it(desktop, opened, tray):
-    x, y = row(opened, "Login Quoxelin")
+    x, y = row_at(opened, "Login Quoxelin")
     corner = x - 120, y - 8
     desktop.await_that(lambda: desktop.shows_card_at(*corner), "painted row")
     desktop.move(x, y)
@@ -121,14 +117,14 @@ def test_the_pointer_marks_the_row_below_it(desktop, opened, tray):
 
 
 def test_a_click_on_login_opens_the_browser(desktop, opened, tray, daemon):
-    desktop.click(*row(opened, "Login Quoxelin"))
+    desktop.click(*row_at(opened, "Login Quoxelin"))
     desktop.await_that(desktop.opened_urls, "browser")
     assert desktop.opened_urls() == [daemon.login_url()]
 
 
 def test_the_account_switcher_opens_beside_the_panel_and_closes_by_a_click_outside(
         desktop, opened, tray):
-    desktop.click(*row(opened, "Switch Account"))
+    desktop.click(*row_at(opened, "Switch Account"))
     opened.wait_text('"Add Account"')
     switcher = opened.do("where", label="Add Account")
     assert_wholly_on_screen(switcher)
@@ -141,7 +137,7 @@ def test_the_account_switcher_opens_beside_the_panel_and_closes_by_a_click_outsi
 
 
 def test_escape_closes_the_popover_and_then_the_panel(desktop, opened, tray):
-    desktop.click(*row(opened, "Switch Account"))
+    desktop.click(*row_at(opened, "Switch Account"))
     opened.wait_text('"Add Account"')
     desktop.keys("Escape")
     opened.wait_text(without=('"Add Account"',))
@@ -175,9 +171,7 @@ def test_the_icons_tool_tip_tells_the_connections_state(desktop, daemon, applica
     assert desktop.tool_tip() == "Quoxelin"
     open_panel(desktop, application, "xfce4-panel")
     application.wait_text('"Login Quoxelin"')
-    application.press("Login Quoxelin")
-    desktop.await_that(daemon.login_url, "login")
-    application.open_url(daemon.visit_login())
+    log_in(daemon, application)
     desktop.await_that(lambda: desktop.tool_tip() == "Quoxelin: Connected", "tool tip with the state")
     application.press("Disconnect")
     desktop.await_that(lambda: desktop.tool_tip() == "Quoxelin: Disconnected", "changed tool tip")

@@ -1,5 +1,5 @@
-"""A private Wayland desktop without a layer shell or without a bar: KWin or Mutter as a window that
-fills an X server in memory, whose pointer and keyboard are theirs."""
+"""A private Wayland desktop without a layer shell or without a bar: KWin, Mutter or Weston as a window
+that fills an X server in memory, whose pointer and keyboard are theirs."""
 
 import os
 import re
@@ -9,18 +9,30 @@ import time
 
 from .buses import Bus
 from .desktop import Screen
+from .pictures import Picture
 from .private_desktop import CompositorDesktop
 from .steered import DEADLINE
 
 WIDTH, HEIGHT = 1280, 800
+ICON = (1000, 12)
 WATCHER = "org.kde.StatusNotifierWatcher"
+
+# A wallpaper and no bar, on which a clock would run.
+WESTON = """[shell]
+background-color=0xff305070
+panel-position=none
+locking=false
+animation=none
+startup-animation=none
+close-animation=none
+"""
 
 
 class Nested(CompositorDesktop):
     """
     with Nested("kwin") as desktop:
         with Application(socket, environment=desktop.environment) as application:
-            desktop.activate_item(1100, 12)
+            desktop.click_icon()
     """
 
     def __init__(self, compositor: str):
@@ -55,16 +67,23 @@ class Nested(CompositorDesktop):
             self.environment |= {"DISPLAY": display[1], "XAUTHORITY": str(authority)}
         self.screen = Screen(self.outer)
         self._end.callback(self.screen.close)
-        if self.compositor == "mutter":
+        if self.compositor != "kwin":
             self._await(lambda: self.screen.pixels(600, 400, 1, 1)[:3] != bytes(3), "wallpaper")
+        if self.compositor == "mutter":
             # Before the first press it tells no X window about motion, and presses arrive where the
             # pointer was. xev sees the same.
             self.click(WIDTH // 2, HEIGHT - 1)
-        self.background = self.screen.picture(WIDTH, HEIGHT)
+        self.background = self.picture()
 
     def _command(self) -> list:
         if self.compositor == "mutter":
             return ["mutter", "--nested", "--wayland", "--wayland-display", "wl-test"]
+        if self.compositor == "weston":
+            configuration = self.home / "weston.ini"
+            configuration.write_text(WESTON)
+            return ["weston", "--backend=x11-backend.so", "--use-pixman", f"--width={WIDTH}",
+                    f"--height={HEIGHT}", "--socket=wl-test", "--idle-time=0",
+                    f"--config={configuration}"]
         # The installed program has a capability that a container does not grant.
         program = self.home / "kwin_wayland"
         shutil.copy("/usr/bin/kwin_wayland", program)
@@ -82,8 +101,29 @@ class Nested(CompositorDesktop):
              "/StatusNotifierItem", "org.kde.StatusNotifierItem.Activate", f"int32:{x}",
              f"int32:{y}"], check=True, capture_output=True, timeout=DEADLINE)
 
+    def click_icon(self):
+        """As if it were in a bar."""
+        self.move(*ICON)
+        self.activate_item(*ICON)
+
+    def shows_window(self, title: str) -> bool:
+        """Whether there is a window whose title begins like that."""
+        if self.compositor == "kwin":
+            searched = ["dbus-send", f"--bus={self._bus.address}", "--print-reply=literal",
+                        "--dest=org.kde.KWin", "/WindowsRunner", "org.kde.krunner1.Match",
+                        f"string:{title}"]
+        else:
+            searched = ["xdotool", "search", "--onlyvisible", "--name", f"^{title}"]
+        found = subprocess.run(searched, env=os.environ | self.environment, capture_output=True,
+                               text=True, timeout=DEADLINE)
+        # An empty answer is an array without elements.
+        return found.stdout.split() not in ([], ["array", "[", "]"])
+
+    def picture(self) -> Picture:
+        return self.screen.picture(WIDTH, HEIGHT)
+
     def card(self) -> tuple[int, int, int, int] | None:
-        return self.screen.picture(WIDTH, HEIGHT).light_area(self.background)
+        return self.picture().light_area(self.background)
 
     def _xdotool(self, *arguments):
         subprocess.run(["xdotool", *map(str, arguments)], check=True, timeout=DEADLINE,

@@ -4,6 +4,7 @@ from collections.abc import Callable
 
 from .application import Application
 from .sim import Sim
+from .steered import wait_until
 
 JAIL_REASON = "Disk encryption is off on this device."
 
@@ -44,7 +45,6 @@ def play(sim: Sim, application: Application, show: Callable[[str], None]) -> Non
 
 def log_in(sim: Sim, application: Application) -> None:
     """Logs in like a user: the panel's row, the page in the browser, the callback."""
-    opened = len(application.opened_urls())
     application.press("Login Quoxelin")
-    application.wait(urls=opened + 1)
+    wait_until(sim.login_url, "login")
     application.open_url(sim.visit_login())

@@ -113,5 +113,11 @@ class Sway(CompositorDesktop):
         plain = self.background.around(x, y, 6 * self.scale)
         self._await(lambda: self.picture().around(x, y, 6 * self.scale) != plain, "icon")
 
+    def click(self, x: int, y: int):
+        self.seat.click(x, y)
+
+    def keys(self, *names: str):
+        self.seat.keys(*names)
+
     def click_icon(self, output: int = 0):
         self.seat.click(*self.icon(output))
