@@ -4,7 +4,9 @@
 #include "Tests/Platform/macOS/PanelOnScreen.h"
 #include "Tests/Support/TemporaryDirectory.h"
 
+#include <atomic>
 #include <fstream>
+#include <future>
 #include <gtest/gtest.h>
 
 namespace quoxelin::testing {
@@ -104,12 +106,51 @@ TEST(MacDispatch, releasesWorkOnTheQueueThatRanIt) {
     EXPECT_EQ(living, 0);
 }
 
+TEST(MacDispatch, releasesWorkFromOtherThreadsOnTheQueueThatRanIt) {
+    constexpr int count = 2000;
+    MacDispatch dispatch;
+    const auto submitter = dispatch.makeSerial("test");
+    std::atomic<int> elsewhere = 0;
+    int released = 0;
+    const auto release = [&](void*) {
+        if (dispatch.isMainThread())
+            ++released;
+        else
+            ++elsewhere;
+    };
+    submitter->async([&] {
+        for (int i = 0; i < count; ++i)
+            dispatch.main().async([token = std::shared_ptr<void>(nullptr, release)] {});
+    });
+    EXPECT_TRUE(comesTrue([&] { return released + elsewhere == count; }));
+    EXPECT_EQ(elsewhere, 0);
+    EXPECT_TRUE(submitter->wait(seconds(60)));
+}
+
+TEST(MacDispatch, waitsForTheWorkOfASerialQueue) {
+    MacDispatch dispatch;
+    const auto queue = dispatch.makeSerial("test");
+    std::promise<void> go;
+    std::atomic<bool> done = false;
+    queue->async([&done, going = go.get_future().share()] {
+        going.wait();
+        done = true;
+    });
+    EXPECT_FALSE(queue->wait(std::chrono::milliseconds(1)));
+    go.set_value();
+    EXPECT_TRUE(queue->wait(seconds(60)));
+    EXPECT_TRUE(done);
+}
+
 TEST(MacDispatch, dropsWorkThatWasCanceled) {
     MacDispatch dispatch;
     int done = 0, living = 0;
     auto canceled = dispatch.main().asyncAfter(
         std::chrono::milliseconds(1), [&, token = std::make_shared<Token>(living)] { done += 10; });
-    dispatch.main().asyncAfter(std::chrono::milliseconds(2), [&] { ++done; });
+    dispatch.main().asyncAfter(std::chrono::milliseconds(2), [&] {
+        EXPECT_TRUE(dispatch.isMainThread());
+        ++done;
+    });
     canceled.cancel();
     EXPECT_EQ(living, 0);
     EXPECT_TRUE(comesTrue([&] { return done > 0; }));

@@ -35,7 +35,10 @@ class MacHelperTest : public ServiceTest {
             @[ @"com.quoxelin.desktop.Helper", @(team) ];
         stage::serviceStatus()[@"com.quoxelin.desktop.helper.plist"] =
             @(static_cast<NSInteger>(SMAppServiceStatus::enabled));
-        listener.emplace(bundle, team, [this](const std::string& line) { log.push_back(line); });
+        listener.emplace(bundle, team, [this](const std::string& line) {
+            EXPECT_TRUE([NSThread isMainThread]);
+            log.push_back(line);
+        });
     }
 
     ~MacHelperTest() override {
@@ -231,6 +234,7 @@ TEST_F(MacHelperTest, leavesProgramsRunningWhenItEnds) {
     listener.reset();
     std::ofstream(go) << "go";
     EXPECT_TRUE(comesTrue([&] { return std::filesystem::exists(done); }));
+    EXPECT_TRUE(events.arrive());
     EXPECT_THAT(events.get(), ElementsAre(interrupted));
 }
 

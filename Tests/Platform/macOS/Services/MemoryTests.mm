@@ -13,12 +13,14 @@ namespace {
 
 using Counts = std::map<std::string, int>;
 
-/// The number of live objects by class. GNUstep's views leak their transforms.
+/// The number of live objects by class. GNUstep's views leak their transforms, and its fonts stay
+/// for good from when they are first drawn.
 Counts objects() {
     Counts counts;
     for (const Class* each = GSDebugAllocationClassList(); each != nullptr && *each != Nil; ++each)
-        if (*each != [NSAffineTransform class])
-            counts[class_getName(*each)] = GSDebugAllocationCount(*each);
+        counts[class_getName(*each)] = GSDebugAllocationCount(*each);
+    counts.erase("NSAffineTransform");
+    counts.erase("CairoFontInfo");
     return counts;
 }
 
@@ -44,16 +46,18 @@ class MacMemoryTest : public ::testing::Test {
 
 TEST_F(MacMemoryTest, aHundredOpeningsOfThePanelLeaveNothingBehind) {
     MacPanels panels;
-    const auto open = [&](int times) {
-        for (int i = 0; i < times; ++i)
+    // Every state in turn, so popovers and alerts too.
+    const auto open = [&](std::size_t times) {
+        for (std::size_t i = 0; i < times; ++i)
             @autoreleasepool {
-                PanelOnScreen onScreen(panels, panelStates().front().scene()->tree());
+                const auto scene = panelStates()[i % panelStates().size()].scene();
+                PanelOnScreen onScreen(panels, scene->tree());
                 onScreen.panel->makeKeyAndOrderFront();
                 onScreen.panel->orderOut();
                 [[NSRunLoop mainRunLoop] runMode:NSDefaultRunLoopMode beforeDate:[NSDate date]];
             }
     };
-    open(11);
+    open(panelStates().size());
     const auto before = objects();
     open(100);
     EXPECT_EQ(grownSince(before), Counts());

@@ -25,6 +25,7 @@ class MacNetworkExtensionTest : public ServiceTest {
     void loadAll() {
         extension.loadAllFromPreferences([this, kept = keepsake()](Result<Managers, Error> found) {
             EXPECT_EQ(kept, keepsake());
+            EXPECT_TRUE([NSThread isMainThread]);
             loaded.add(std::move(found));
         });
     }

@@ -16,6 +16,19 @@ class MacWorkspaceTest : public ServiceTest {
     MacWorkspace workspace;
 };
 
+class MacOpenPanelTest : public ServiceTest {
+  protected:
+    void begin() {
+        panel.begin({}, [this, kept = keepsake()](std::optional<std::filesystem::path> chosen) {
+            EXPECT_EQ(kept, keepsake());
+            answers.add(chosen ? chosen->string() : "nothing");
+        });
+    }
+
+    MacOpenPanel panel;
+    Answers<std::string> answers;
+};
+
 } // namespace
 
 TEST_F(MacWorkspaceTest, opensAddressesAndFolders) {
@@ -36,6 +49,19 @@ TEST_F(MacWorkspaceTest, findsApplicationsAndOpensThem) {
     ASSERT_EQ(found, "/Applications/Mail.app");
     workspace.openApplication(*found);
     EXPECT_NE(opened().find("Mail.app"), std::string::npos);
+}
+
+TEST_F(MacOpenPanelTest, reportsTheChosenFolder) {
+    begin();
+    EXPECT_TRUE(answers.get().empty());
+    ASSERT_TRUE(stage::answerOpenPanel([NSURL fileURLWithPath:@"/tmp" isDirectory:YES]));
+    EXPECT_EQ(answers.get(), std::vector<std::string>{"/tmp"});
+}
+
+TEST_F(MacOpenPanelTest, reportsThatTheUserChoseNothing) {
+    begin();
+    ASSERT_TRUE(stage::answerOpenPanel(nil));
+    EXPECT_EQ(answers.get(), std::vector<std::string>{"nothing"});
 }
 
 } // namespace quoxelin::testing

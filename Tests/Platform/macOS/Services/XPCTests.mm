@@ -62,12 +62,17 @@ class MacXPCTest : public ServiceTest {
 
     std::shared_ptr<HelperToolProtocol> farEndOf(NSXPCConnection& connection) {
         std::shared_ptr<HelperToolProtocol> farEnd;
+        bool isAnswered = false;
         connection.remoteObjectProxyWithErrorHandler(
             [this, kept = keepsake()](const Error& error) {
                 EXPECT_EQ(kept, keepsake());
                 events.add("error " + std::to_string(error.code));
             },
-            [&](std::shared_ptr<HelperToolProtocol> found) { farEnd = std::move(found); });
+            [&](std::shared_ptr<HelperToolProtocol> found) {
+                isAnswered = true;
+                farEnd = std::move(found);
+            });
+        EXPECT_TRUE(isAnswered);
         return farEnd;
     }
 
@@ -165,6 +170,17 @@ TEST_F(MacXPCTest, answersTwoAtATime) {
     one->pingWithReply(replied());
     other->pingWithReply(replied());
     EXPECT_TRUE(events.arrive(2));
+}
+
+TEST_F(MacXPCTest, doesNotWaitForAConnectionWhoseMessageFailed) {
+    const auto farEnd = farEndOf(*open());
+    stage::failNext(@"ping", errorOf(NSCocoaErrorDomain, 4101));
+    farEnd->pingWithReply(replied());
+    ASSERT_TRUE(events.arrive());
+    EXPECT_EQ(events.get(), (Events{"error 4101"}));
+    const auto began = std::chrono::steady_clock::now();
+    xpc.awaitReplies(seconds(5));
+    EXPECT_LT(std::chrono::steady_clock::now() - began, seconds(5));
 }
 
 TEST_F(MacXPCTest, waitsBrieflyForOpenConnections) {

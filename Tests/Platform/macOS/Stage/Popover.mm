@@ -5,7 +5,7 @@
 using quoxelin::stage::associate;
 using quoxelin::stage::associated;
 
-static const char windowKey = 0, sizeKey = 0;
+static const char windowKey = 0, sizeKey = 0, controllerKey = 0;
 
 /// A popover is a borderless window beside its view.
 @interface StagePopoverWindow : NSPanel
@@ -70,6 +70,16 @@ static NSHashTable<NSPopover*>* shownPopovers() {
 @end
 
 @implementation NSPopover (Stage)
+
+// GNUstep's popover never releases its controller.
+
+- (NSViewController*)contentViewController {
+    return associated(self, &controllerKey);
+}
+
+- (void)setContentViewController:(NSViewController*)controller {
+    associate(self, &controllerKey, controller);
+}
 
 - (NSSize)contentSize {
     return [associated(self, &sizeKey) sizeValue];

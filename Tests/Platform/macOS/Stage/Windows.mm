@@ -35,7 +35,8 @@ static const char parentKey = 0, handlerKey = 0, alertWindowKey = 0, alertTarget
     [self stage_orderWindow:place relativeTo:other];
 }
 
-// Replaces GNUstep's sheets, which run a modal loop inside beginSheet.
+// Replaces GNUstep's sheets, which run a modal loop inside beginSheet. The handler is called later,
+// as AppKit's is once the sheet has moved away.
 
 - (NSWindow*)sheetParent {
     return [associated(self, &parentKey) nonretainedObjectValue];
@@ -60,7 +61,9 @@ static const char parentKey = 0, handlerKey = 0, alertWindowKey = 0, alertTarget
     associate(sheet, &parentKey, nil);
     [sheet orderOut:nil];
     if (handler != nil)
-        handler(code);
+        dispatch_async(dispatch_get_main_queue(), ^{
+            handler(code);
+        });
 }
 
 - (void)endSheet:(NSWindow*)sheet {

@@ -97,13 +97,19 @@ static StageConnection* stageOf(NSXPCConnection* connection);
 }
 
 /// Sends a message: `deliver` gets the receiver, and a block to call before a reply. The block
-/// returns whether the message still expects one.
-- (void)send:(void (^)(id receiver, BOOL (^take)(void)))deliver
+/// returns whether the message still expects one. A failing operation leaves the connection open.
+- (void)send:(NSString*)operation
+         deliver:(void (^)(id receiver, BOOL (^take)(void)))deliver
     errorHandler:(void (^)(NSError*))errorHandler {
+    NSError* const error = quoxelin::stage::outcomeOf(operation);
     if (!self.isResumed)
         [NSException raise:NSInternalInconsistencyException format:@"it was not resumed"];
     void (^const failed)(NSError*) = [errorHandler copy];
     dispatch_async(self.queue, ^{
+        if (error != nil) {
+            failed(error);
+            return;
+        }
         NSInteger code = connectionInvalid;
         id const receiver = self.isInvalid ? nil : [self receiver:&code];
         if (code != 0) {
@@ -176,33 +182,31 @@ static StageConnection* stageOf(NSXPCConnection* connection);
                 arguments:(NSArray<NSString*>*)arguments
                 withReply:(void (^)(NSString*))reply {
     StageConnection* const connection = self.connection;
-    quoxelin::stage::outcomeOf(@"runGoToolWithPath");
-    [connection
-                send:^(id receiver, BOOL (^take)(void)) {
-                    [receiver runGoToolWithPath:path
-                                      arguments:arguments
-                                      withReply:^(NSString* output) {
-                                          dispatch_async(connection.queue, ^{
-                                              if (take())
-                                                  reply(output);
-                                          });
-                                      }];
-                }
+    [connection send:@"runGoToolWithPath"
+             deliver:^(id receiver, BOOL (^take)(void)) {
+                 [receiver runGoToolWithPath:path
+                                   arguments:arguments
+                                   withReply:^(NSString* output) {
+                                       dispatch_async(connection.queue, ^{
+                                           if (take())
+                                               reply(output);
+                                       });
+                                   }];
+             }
         errorHandler:self.errorHandler];
 }
 
 - (void)pingWithReply:(void (^)(BOOL))reply {
     StageConnection* const connection = self.connection;
-    quoxelin::stage::outcomeOf(@"ping");
-    [connection
-                send:^(id receiver, BOOL (^take)(void)) {
-                    [receiver pingWithReply:^(BOOL isThere) {
-                        dispatch_async(connection.queue, ^{
-                            if (take())
-                                reply(isThere);
-                        });
-                    }];
-                }
+    [connection send:@"ping"
+             deliver:^(id receiver, BOOL (^take)(void)) {
+                 [receiver pingWithReply:^(BOOL isThere) {
+                     dispatch_async(connection.queue, ^{
+                         if (take())
+                             reply(isThere);
+                     });
+                 }];
+             }
         errorHandler:self.errorHandler];
 }
 
