@@ -78,6 +78,46 @@ TEST(MacPanels, reportOnceThatAPanelWasHidden) {
     EXPECT_EQ(hidden, 1);
 }
 
+TEST(MacPanels, reportThatThePanelWasHiddenWithItsApplication) {
+    MacPanels panels;
+    OpenPanel open(panels);
+    int hidden = 0;
+    open.panel->setDidOrderOut([&] { ++hidden; });
+    open.panel->makeKeyAndOrderFront();
+    [[NSNotificationCenter defaultCenter] postNotificationName:NSApplicationDidHideNotification
+                                                        object:NSApp];
+    EXPECT_EQ(hidden, 1);
+    EXPECT_FALSE(open.panel->isVisible());
+}
+
+TEST(MacPanels, keepAHandlerThatReplacesItselfUntilItReturns) {
+    MacPanels panels;
+    OpenPanel open(panels);
+    std::size_t length = 0;
+    open.panel->setDidOrderOut([&, kept = std::string(100, 'k')] {
+        open.panel->setDidOrderOut(nullptr);
+        length = kept.size();
+    });
+    open.panel->makeKeyAndOrderFront();
+    open.panel->orderOut();
+    EXPECT_EQ(length, 100u);
+}
+
+TEST(MacPanels, followTheSizeOfTheirContent) {
+    MacPanels panels;
+    OpenPanel open(panels);
+    open.panel->makeKeyAndOrderFront();
+    NSWindow* shown = nil;
+    for (NSWindow* window in NSApp.windows)
+        if (window.visible && [window isKindOfClass:NSClassFromString(@"QXPanel")])
+            shown = window;
+    ViewNode tall;
+    tall.width = 260;
+    tall.height = shown.frame.size.height + 100;
+    open.hosting->setRootView(tall);
+    EXPECT_EQ(shown.frame.size.height, *tall.height);
+}
+
 TEST(MacQuitSignals, arriveOnTheMainThread) {
     int quits = 0;
     // Too long for a buffer inside the object, so that the sanitizer sees a use after free.

@@ -43,10 +43,13 @@ class MacPopoverTest : public ::testing::Test {
         if (isPresented) {
             const auto popover = std::make_shared<Popover>();
             popover->content = row("Within", [this] { ++within; });
-            popover->onDismiss = [this] {
+            // Removes itself. Its text is too long for a buffer inside the object, so that the
+            // sanitizer sees a use after free.
+            popover->onDismiss = [this, kept = std::string(100, 'k')] {
                 ++dismissals;
                 isPresented = false;
                 show();
+                EXPECT_EQ(kept.size(), 100u);
             };
             column.children.front().popover = popover;
         }

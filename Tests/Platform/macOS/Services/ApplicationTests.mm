@@ -46,6 +46,13 @@ TEST_F(MacApplicationTest, runsUntilItIsTerminated) {
     EXPECT_EQ(delegate.events.back(), "terminating");
 }
 
+TEST_F(MacApplicationTest, runsNoLongerThanATurnIfItWasTerminatedBefore) {
+    Delegate delegate;
+    application.terminate();
+    EXPECT_EQ(application.run(delegate), 0);
+    EXPECT_EQ(delegate.events.back(), "terminating");
+}
+
 TEST_F(MacApplicationTest, answersTheQuitEventOfALogout) {
     Delegate delegate;
     whenItRuns(^{

@@ -26,7 +26,7 @@ TEST_F(MacHostTest, waitsForAnOpenConnectionBeforeItEnds) {
     const auto connection = host.platform().xpc.privilegedConnection("com.quoxelin.desktop.Helper");
     connection->setInvalidationHandler([&isInvalidated] { isInvalidated = true; });
     connection->resume();
-    constexpr auto aWhile = 20 * NSEC_PER_MSEC;
+    constexpr auto aWhile = 200 * NSEC_PER_MSEC;
     dispatch_after(dispatch_time(DISPATCH_TIME_NOW, aWhile),
                    dispatch_get_global_queue(QOS_CLASS_DEFAULT, 0), ^{
                        connection->invalidate();
