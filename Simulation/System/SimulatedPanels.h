@@ -37,6 +37,9 @@ class SimulatedPanels final : public Panels {
         });
     }
 
+    /// Called before a panel is ordered front.
+    std::function<void()> willOrderFront;
+
     /// Whether new panels have a content view.
     bool panelsHaveContentView = true;
 
@@ -82,7 +85,11 @@ class SimulatedPanels::Panel final : public NSPanel {
         place.y = y;
     }
     bool isVisible() const override { return visible; }
-    void makeKeyAndOrderFront() override { visible = key = true; }
+    void makeKeyAndOrderFront() override {
+        if (owner.willOrderFront)
+            owner.willOrderFront();
+        visible = key = true;
+    }
     void orderOut() override {
         if (!visible)
             return;

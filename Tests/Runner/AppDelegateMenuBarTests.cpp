@@ -178,6 +178,14 @@ TEST_F(AppDelegateMenuBar, showsThePanelCenteredUnderTheIcon) {
     EXPECT_EQ(system.application.activations(), 1);
 }
 
+TEST_F(AppDelegateLaunchedMenuBar, activatesTheApplicationBeforeItShowsThePanel) {
+    std::vector<int> activations;
+    system.panels.willOrderFront = [&] { activations.push_back(system.application.activations()); };
+    icon().click();
+    EXPECT_EQ(activations, std::vector{1});
+    system.panels.willOrderFront = nullptr;
+}
+
 TEST_F(AppDelegateLaunchedMenuBar, togglesThePanelAndFollowsTheIcon) {
     icon().click();
     EXPECT_TRUE(panel().isVisible());

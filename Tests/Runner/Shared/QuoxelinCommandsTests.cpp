@@ -61,6 +61,13 @@ TEST_F(QuoxelinCommandsTest, bringsTheConnectionUp) {
     EXPECT_EQ(system.xpc.openConnections(), 0u);
 }
 
+TEST_F(QuoxelinCommandsTest, invalidatesTheConnectionBeforeItPassesTheReplyOn) {
+    std::optional<std::size_t> open;
+    makeCommands().execQuoxelinUp([&](const auto&) { open = system.xpc.openConnections(); });
+    dispatch.runUntilIdle();
+    EXPECT_EQ(open, 0u);
+}
+
 TEST_F(QuoxelinCommandsTest, bringsTheConnectionDown) {
     system.xpc.setOutput("down", "failed, but that is the tool's affair");
     makeCommands().execQuoxelinDown(success());

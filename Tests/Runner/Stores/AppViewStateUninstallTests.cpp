@@ -273,6 +273,18 @@ TEST_F(AppViewStateUninstall, removesALinkAndNotWhatItPointsTo) {
     EXPECT_TRUE(fs::exists(elsewhere / "precious"));
 }
 
+TEST_F(AppViewStateUninstall, writesTheWaitingLinesOfTheLogBeforeItRemovesTheFolder) {
+    // Behind a link, the log can still be read afterward.
+    const auto elsewhere = directory.path() / "elsewhere";
+    fs::rename(supportFolder(), elsewhere);
+    fs::create_directory_symlink(elsewhere, supportFolder());
+    appState->uninstall();
+    run();
+    EXPECT_FALSE(fs::is_symlink(supportFolder()));
+    EXPECT_NE(contentsOf(elsewhere / "app.log").find("Removed 1 VPN configuration(s)"),
+              std::string::npos);
+}
+
 TEST_F(AppViewStateUninstall, continuesWhateverFailsOfConfigurationDaemonAndLoginItem) {
     daemon.refuseConnections();
     system.networkExtension.errors[SimulatedNetworkExtension::Operation::remove] = {

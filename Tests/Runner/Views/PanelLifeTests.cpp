@@ -115,6 +115,14 @@ TEST_F(PanelLife, leavesATreeThatDoesNothingAfterDestruction) {
     }
 }
 
+TEST_F(PanelLife, ignoresARebootThatTheExtensionReportsAfterDestruction) {
+    const auto reported = systemExtension->onWillCompleteAfterReboot;
+    ASSERT_TRUE(reported);
+    content.reset();
+    reported();
+    EXPECT_THAT(logAfterward(), IsEmpty());
+}
+
 TEST_F(PanelLife, survivesEveryActionOfEveryState) {
     for (const auto& state : panelStates()) {
         SCOPED_TRACE(state.name);

@@ -325,6 +325,24 @@ TEST_F(QuoxelinMenuBarContentLoggedIn, doesNotReopenAPopoverAfterTheNextLogin) {
     EXPECT_FALSE(shows("Logout"));
 }
 
+TEST_F(QuoxelinMenuBarContentTests, doesNotReopenTheListOfAccountsAfterTheNextLogout) {
+    click("Switch Account");
+    EXPECT_TRUE(shows("Add Account"));
+    logIn();
+    appState->login = LoginViewState{};
+    EXPECT_TRUE(shows("Switch Account"));
+    EXPECT_FALSE(shows("Add Account"));
+}
+
+TEST_F(QuoxelinMenuBarContentTests, tellsAccountsApartThatTheDaemonListsUnderOneId) {
+    appState->profiles = {{"work", "one@example.com", 1, std::nullopt, false},
+                          {"work", "two@example.com", 2, std::nullopt, false}};
+    content->isSwitchAccountPopoverPresented = true;
+    const auto shown = tree();
+    EXPECT_EQ(findRow(shown, "one@example.com")->key, "work");
+    EXPECT_NE(findRow(shown, "two@example.com")->key, "work");
+}
+
 TEST_F(QuoxelinMenuBarContentLoggedIn, keepsAPopoverOpenWhileDetailsOfTheAccountChange) {
     click("More");
     edit([](auto& login) { login.hostName = "another"; });

@@ -337,4 +337,15 @@ TEST_F(VPNTunnelService, doesNotConfigureAManagerRemovedMeanwhile) {
     EXPECT_EQ(network.requests, Lines{});
 }
 
+TEST_F(VPNTunnelService, doesNothingWithAReloadedConfigurationAfterItsEnd) {
+    saveOurs();
+    createAndSettle();
+    network.answerDelay = seconds(1);
+    network.tellConfigurationChange();
+    EXPECT_EQ(settleAndTake(), Lines{"[VPN] Configuration changed; reloading manager"});
+    destroy();
+    dispatch.advance(seconds(10));
+    EXPECT_EQ(trace.take(), Lines{});
+}
+
 } // namespace quoxelin::testing

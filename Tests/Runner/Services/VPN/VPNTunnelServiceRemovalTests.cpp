@@ -176,4 +176,17 @@ TEST_F(VPNTunnelService, completesARemovalOnceEveryConfigurationHasAnswered) {
     EXPECT_EQ(std::count(lines.begin(), lines.end(), "2 [VPN] Removed 5 VPN configuration(s)"), 1);
 }
 
+TEST_F(VPNTunnelService, savesNothingOnceARemovalHasBegun) {
+    saveOurs();
+    createAndSettle();
+    network.answerDelay = seconds(1);
+    service->ensureConfigurationSaved(noting("saved"));
+    dispatch.advance(seconds(1.5));
+    EXPECT_EQ(network.requests, (Lines{"loadAll", "load"}));
+    service->removeConfiguration(noting("removed"));
+    dispatch.advance(seconds(20));
+    EXPECT_EQ(std::count(network.requests.begin(), network.requests.end(), "save"), 0);
+    EXPECT_TRUE(network.configurations().empty());
+}
+
 } // namespace quoxelin::testing
