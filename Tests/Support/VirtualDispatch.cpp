@@ -5,11 +5,10 @@
 
 namespace quoxelin::testing {
 
-struct VirtualDispatch::Fiber {
-    std::condition_variable turn;
+struct VirtualDispatch::Worker {
     Work work;
     bool quit = false;
-    std::thread thread;
+    Fiber fiber;
 };
 
 struct VirtualDispatch::SerialState {
@@ -66,7 +65,7 @@ class VirtualDispatch::Serial final : public SerialQueue {
         while (!*done) {
             if (!owner.jobs.empty()) {
                 owner.runOne();
-            } else if (!owner.resumeAParkedFiber()) {
+            } else if (!owner.resumeAParkedWorker()) {
                 const bool isOver = owner.wakeUps.empty() || *owner.wakeUps.begin() > end;
                 owner.clock = isOver ? end : *owner.wakeUps.begin();
                 if (isOver)
@@ -119,7 +118,7 @@ std::unique_ptr<SerialQueue> VirtualDispatch::makeSerial(std::string label) {
 }
 
 bool VirtualDispatch::isMainThread() const {
-    return std::this_thread::get_id() == testThread;
+    return std::this_thread::get_id() == testThread && running == nullptr;
 }
 
 void VirtualDispatch::sleep(Duration duration) {
@@ -160,52 +159,35 @@ void VirtualDispatch::runOne() {
         job.work();
         return;
     }
-    if (idleFibers.empty()) {
-        fibers.push_back(std::make_unique<Fiber>());
-        auto& fiber = *fibers.back();
-        fiber.thread = std::thread([this, &fiber] { fiberMain(fiber); });
-        idleFibers.push_back(&fiber);
+    if (idle.empty()) {
+        workers.push_back(std::make_unique<Worker>());
+        auto& worker = *workers.back();
+        worker.fiber.start([this, &worker] { performWork(worker); });
+        idle.push_back(&worker);
     }
-    auto& fiber = *idleFibers.back();
-    idleFibers.pop_back();
-    fiber.work = std::move(job.work);
-    resume(fiber);
+    auto& worker = *idle.back();
+    idle.pop_back();
+    worker.work = std::move(job.work);
+    resume(worker);
 }
 
-void VirtualDispatch::resume(Fiber& fiber) {
-    std::unique_lock lock(baton);
-    running = &fiber;
-    fiber.turn.notify_one();
-    // The test's thread waits on the fiber's own condition, which is signaled again when the fiber
-    // hands control back.
-    fiber.turn.wait(lock, [&] { return running == nullptr; });
-}
-
-void VirtualDispatch::handBackAndWait(Fiber& fiber) {
-    std::unique_lock lock(baton);
+void VirtualDispatch::resume(Worker& worker) {
+    running = &worker;
+    worker.fiber.resume();
     running = nullptr;
-    fiber.turn.notify_one();
-    fiber.turn.wait(lock, [&] { return running == &fiber; });
 }
 
-void VirtualDispatch::fiberMain(Fiber& fiber) {
-    {
-        std::unique_lock lock(baton);
-        fiber.turn.wait(lock, [&] { return running == &fiber; });
-    }
-    while (!fiber.quit) {
+void VirtualDispatch::performWork(Worker& worker) {
+    while (!worker.quit) {
         try {
-            fiber.work();
+            worker.work();
         } catch (const Unwinding&) {
         }
-        fiber.work = nullptr;
+        worker.work = nullptr;
         --unfinished;
-        idleFibers.push_back(&fiber);
-        handBackAndWait(fiber);
+        idle.push_back(&worker);
+        worker.fiber.handBack();
     }
-    const std::lock_guard lock(baton);
-    running = nullptr;
-    fiber.turn.notify_one();
 }
 
 void VirtualDispatch::waitUntil(std::function<bool()> ready) {
@@ -213,21 +195,21 @@ void VirtualDispatch::waitUntil(std::function<bool()> ready) {
         throw std::logic_error("the main thread must never block");
     if (ready())
         return;
-    auto& fiber = *running;
-    parked.push_back({&fiber, std::move(ready)});
-    handBackAndWait(fiber);
+    auto& worker = *running;
+    parked.push_back({&worker, std::move(ready)});
+    worker.fiber.handBack();
     if (unwinding)
         throw Unwinding{};
 }
 
-bool VirtualDispatch::resumeAParkedFiber() {
+bool VirtualDispatch::resumeAParkedWorker() {
     const auto found =
         std::find_if(parked.begin(), parked.end(), [](const auto& one) { return one.ready(); });
     if (found == parked.end())
         return false;
-    auto& fiber = *found->fiber;
+    auto& worker = *found->worker;
     parked.erase(found);
-    resume(fiber);
+    resume(worker);
     return true;
 }
 
@@ -235,7 +217,7 @@ void VirtualDispatch::runUntilIdle() {
     do {
         while (!jobs.empty())
             runOne();
-    } while (resumeAParkedFiber());
+    } while (resumeAParkedWorker());
 }
 
 std::optional<Duration> VirtualDispatch::nextInstant() const {
@@ -273,18 +255,17 @@ void VirtualDispatch::endAllWork() {
     jobs.clear();
     timers.clear();
     while (!parked.empty()) {
-        auto& fiber = *parked.front().fiber;
+        auto& worker = *parked.front().worker;
         parked.pop_front();
-        resume(fiber);
+        resume(worker);
     }
     jobs.clear();
-    for (const auto& fiber : fibers) {
-        fiber->quit = true;
-        resume(*fiber);
-        fiber->thread.join();
+    for (const auto& worker : workers) {
+        worker->quit = true;
+        resume(*worker);
     }
-    fibers.clear();
-    idleFibers.clear();
+    workers.clear();
+    idle.clear();
     unfinished = 0;
     unwinding = false;
 }

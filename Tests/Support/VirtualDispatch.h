@@ -1,13 +1,12 @@
 #pragma once
 
 #include "Base/Dispatch.h"
+#include "Tests/Support/Fiber.h"
 
-#include <condition_variable>
 #include <deque>
 #include <functional>
 #include <list>
 #include <map>
-#include <mutex>
 #include <optional>
 #include <set>
 #include <string>
@@ -19,10 +18,9 @@ namespace quoxelin::testing {
 /// Threads and time controlled by the test. Work runs only when the test says so, one piece at a
 /// time, in order of submission, and always with the same outcome.
 ///
-/// The test's thread is the main thread. Background work runs on separate threads, but only one
-/// thread runs at a time: work that blocks (in `sleep` or `waitUntil`) hands control over and
-/// continues when its condition holds. Code that blocks forever in production can be observed here
-/// at exact times.
+/// The test's thread is the main thread. Background work runs on fibers, one at a time: work that
+/// blocks (in `sleep` or `waitUntil`) hands control over and continues when its condition holds.
+/// Code that blocks forever in production can be observed here at exact times.
 class VirtualDispatch final : public Dispatch {
   public:
     VirtualDispatch();
@@ -69,19 +67,18 @@ class VirtualDispatch final : public Dispatch {
     class Global;
     class Serial;
     struct SerialState;
-    struct Fiber;
+    struct Worker;
     struct Unwinding {};
     struct Parked {
-        Fiber* fiber;
+        Worker* worker;
         std::function<bool()> ready;
     };
 
     void submitBackground(Work work);
     void runOne();
-    void resume(Fiber& fiber);
-    void fiberMain(Fiber& fiber);
-    void handBackAndWait(Fiber& fiber);
-    bool resumeAParkedFiber();
+    void resume(Worker& worker);
+    void performWork(Worker& worker);
+    bool resumeAParkedWorker();
     void drain(const std::shared_ptr<SerialState>& serial);
 
     const std::thread::id testThread = std::this_thread::get_id();
@@ -102,11 +99,10 @@ class VirtualDispatch final : public Dispatch {
     std::vector<QualityOfService> qualities;
     std::vector<std::string> labels;
 
-    std::mutex baton;
-    Fiber* running = nullptr; // null for the test's thread
+    Worker* running = nullptr; // null for the test's thread
     bool unwinding = false;
-    std::vector<std::unique_ptr<Fiber>> fibers;
-    std::vector<Fiber*> idleFibers;
+    std::vector<std::unique_ptr<Worker>> workers;
+    std::vector<Worker*> idle;
 };
 
 } // namespace quoxelin::testing
