@@ -6,8 +6,8 @@
 namespace quoxelin::testing {
 
 /// A function with its own stack that runs only while its owner waits. FiberOnThread.cpp uses a
-/// thread, which every tool knows. FiberOnStack.cpp exchanges the stacks without a thread, so that
-/// nothing waits for a processor on a busy machine; the fuzzers are built with it.
+/// thread, which every tool knows. FiberOnStack.cpp exchanges the stacks without a thread; the
+/// fuzzers are built with it.
 class Fiber {
   public:
     Fiber();
