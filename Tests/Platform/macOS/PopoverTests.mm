@@ -43,11 +43,11 @@ class MacPopoverTest : public ::testing::Test {
         if (isPresented) {
             const auto popover = std::make_shared<Popover>();
             popover->content = row("Within", [this] { ++within; });
-            // Removes itself. Its text is too long for a buffer inside the object, so that the
-            // sanitizer sees a use after free.
+            // Removes or replaces itself. Its text is too long for a buffer inside the object, so
+            // that the sanitizer sees a use after free.
             popover->onDismiss = [this, kept = std::string(100, 'k')] {
                 ++dismissals;
-                isPresented = false;
+                isPresented = isInsistent;
                 show();
                 EXPECT_EQ(kept.size(), 100u);
             };
@@ -104,6 +104,8 @@ class MacPopoverTest : public ::testing::Test {
 
     int count = 0, within = 0, dismissals = 0;
     bool isPresented = false;
+    /// Whether the popover stays in the tree when the user dismisses it.
+    bool isInsistent = false;
     /// The timestamp of the last event. Static, because time must not go back between tests.
     inline static NSTimeInterval time = [NSProcessInfo processInfo].systemUptime;
     MacPanels panels;
@@ -140,6 +142,15 @@ TEST_F(MacPopoverTest, staysWhileItsOwnRowsArePressed) {
     EXPECT_EQ(within, 1);
     EXPECT_TRUE(isPresented);
     EXPECT_EQ(dismissals, 0);
+}
+
+TEST_F(MacPopoverTest, mayReplaceItsHandlerWhenItIsDismissed) {
+    isInsistent = true;
+    click(@"More");
+    EXPECT_TRUE(comesTrue([] { return rowOnScreen(@"Within") != nil; }));
+    click(@"Count");
+    EXPECT_EQ(dismissals, 1);
+    EXPECT_TRUE(isPresented);
 }
 
 TEST_F(MacPopoverTest, closesWithItsWindowWithoutADismissal) {

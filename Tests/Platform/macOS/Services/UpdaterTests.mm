@@ -39,11 +39,13 @@ TEST_F(MacUpdaterTest, endsAnObservationFromWithinIt) {
     const auto controller = makeController("key");
     int calls = 0;
     Subscription subscription;
-    subscription = controller->updater().observeCanCheckForUpdates([&](bool can) {
-        ++calls;
-        if (can)
-            subscription.cancel();
-    });
+    subscription =
+        controller->updater().observeCanCheckForUpdates([&, kept = keepsake()](bool can) {
+            ++calls;
+            if (can)
+                subscription.cancel();
+            EXPECT_EQ(kept, keepsake());
+        });
     ASSERT_TRUE(comesTrue([&] { return calls == 2; }));
     controller->checkForUpdates();
     EXPECT_FALSE(controller->updater().canCheckForUpdates());
