@@ -177,6 +177,31 @@ def test_the_icons_tool_tip_tells_the_connections_state(desktop, daemon, applica
     desktop.await_that(lambda: desktop.tool_tip() == "Quoxelin: Disconnected", "changed tool tip")
 
 
+def test_an_embedded_icon_shows_its_tool_tip_below_the_pointer(desktop, logged_in_daemon):
+    desktop.start_tray("trayer")
+    with Application(logged_in_daemon.socket, environment=desktop.environment) as application:
+        desktop.wait_icon("trayer")
+        below = desktop.around_icon("trayer")
+
+        def tip_tells(text: str) -> bool:
+            """An open one keeps its text, so the pointer comes anew, and moves, which Qt waits for."""
+            x, y = ICONS["trayer"]
+            desktop.move(*BESIDE_EVERYTHING)
+            desktop.await_that(lambda: not application.do("text")["texts"], "end of the tool tip")
+            desktop.move(x - 3, y)
+            time.sleep(0.1)
+            desktop.move(x, y)
+            end = time.monotonic() + 3
+            while not (shown := application.do("text")["texts"]) and time.monotonic() < end:
+                time.sleep(0.05)
+            return shown == [text]
+
+        desktop.await_that(lambda: tip_tells("Quoxelin: Connected"), "tool tip with the state")
+        desktop.await_that(lambda: desktop.around_icon("trayer") != below, "tool tip on the screen")
+        application.do("drop-vpn")
+        desktop.await_that(lambda: tip_tells("Quoxelin: Disconnected"), "changed tool tip")
+
+
 @pytest.mark.parametrize("kind", ["trayer", "xfce4-panel"])
 def test_the_icon_appears_in_a_late_tray_and_again_when_the_tray_restarts(
         desktop, application, kind):
