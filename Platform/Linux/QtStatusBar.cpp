@@ -167,7 +167,10 @@ QtStatusBar::QtStatusBar(QMenu& contextMenu, ClickWatch& clicks, Bus& sessionBus
       watcher(sessionBus, StatusNotifierItem::watcher, ServicePresence::Counts::running,
               [this] { follow(); }) {
     if (auto* x11 = X11Desktop::instance())
-        x11->setTrayAppeared([this] { follow(); });
+        // A tray of both kinds becomes an XEmbed tray first. An icon that is embedded then may be
+        // registered by the toolkit, too.
+        x11->setTrayAppeared(
+            [this] { QTimer::singleShot(trayPatience, this, [this] { follow(); }); });
 }
 
 QtStatusBar::~QtStatusBar() {

@@ -7,6 +7,7 @@ import pytest
 
 from support.application import Application
 from support.desktop import HEIGHT, ICONS, WIDTH, Desktop
+from support.late_watcher import LateWatcher
 from support.scenario import log_in
 from support.steps import row_at
 
@@ -214,6 +215,17 @@ def test_the_icon_appears_in_a_late_tray_and_again_when_the_tray_restarts(
         application.wait(panel_visible=0)
         desktop.end_tray(kind)
         desktop.wait_no_icon(kind)
+
+
+def test_a_tray_of_both_kinds_shows_one_icon_even_if_the_bus_is_slow(desktop, application):
+    with LateWatcher(desktop.environment["DBUS_SESSION_BUS_ADDRESS"]) as watcher:
+        with watcher.coming():
+            desktop.start_tray("trayer")
+            # If the icon were embedded at once, the toolkit would now ask the bus for other trays.
+            time.sleep(0.2)
+        desktop.await_that(lambda: watcher.items, "icon")
+        time.sleep(1)
+        assert len(watcher.items) == 1
 
 
 def test_a_click_elsewhere_soon_after_a_late_report_of_a_click_closes_the_panel(desktop, application):

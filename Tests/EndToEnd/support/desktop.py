@@ -11,6 +11,7 @@ from .private_desktop import PrivateDesktop
 from .steered import DEADLINE, SteeringError, end_process
 
 WIDTH, HEIGHT = 1024, 700
+WATCHER = "org.kde.StatusNotifierWatcher"
 
 # A bar that contains only a tray, at its upper or left end.
 XFCE_PANEL = """<?xml version="1.0" encoding="UTF-8"?>
@@ -48,7 +49,7 @@ TRAYS = {
 READY = {
     "trayer": ["xdotool", "search", "--onlyvisible", "--class", "^trayer$"],
     "xfce4-panel": ["dbus-send", "--session", "--print-reply", "--dest=org.freedesktop.DBus", "/",
-                    "org.freedesktop.DBus.GetNameOwner", "string:org.kde.StatusNotifierWatcher"],
+                    "org.freedesktop.DBus.GetNameOwner", f"string:{WATCHER}"],
 }
 ICONS = {"trayer": (WIDTH - 12, 12), "xfce4-panel": (17, 16)}
 
@@ -263,11 +264,10 @@ class Desktop(PrivateDesktop):
 
     def _items(self) -> str:
         """The items in the StatusNotifierItem tray; empty without such a tray."""
-        watcher = "org.kde.StatusNotifierWatcher"
         asked = subprocess.run(
-            ["dbus-send", "--session", "--print-reply=literal", f"--dest={watcher}",
+            ["dbus-send", "--session", "--print-reply=literal", f"--dest={WATCHER}",
              "/StatusNotifierWatcher", "org.freedesktop.DBus.Properties.Get",
-             f"string:{watcher}", "string:RegisteredStatusNotifierItems"],
+             f"string:{WATCHER}", "string:RegisteredStatusNotifierItems"],
             env=self.environment, capture_output=True, text=True, timeout=DEADLINE)
         return asked.stdout.split("[", 1)[-1].strip(" ]\n")
 

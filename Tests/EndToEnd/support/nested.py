@@ -8,14 +8,13 @@ import subprocess
 import time
 
 from .buses import Bus
-from .desktop import Screen
+from .desktop import WATCHER, Screen
 from .pictures import Picture
 from .private_desktop import CompositorDesktop
 from .steered import DEADLINE
 
 WIDTH, HEIGHT = 1280, 800
 ICON = (1000, 12)
-WATCHER = "org.kde.StatusNotifierWatcher"
 
 # A wallpaper and no bar, on which a clock would run.
 WESTON = """[shell]
