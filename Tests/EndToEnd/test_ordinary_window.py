@@ -44,10 +44,19 @@ def connected(desktop, logged_in_daemon):
 
 
 def click_row(desktop, application, label: str):
-    """Where the window is shows only on the screen."""
+    """Where the window is shows only on the screen. The row is highlighted once the compositor has
+    reported the pointer."""
     panel, card = box(application.do("panel")), desktop.wait_stable_card()
     x, y = row_at(application, label)
-    desktop.click(x + card[0] - panel[0], y + card[1] - panel[1])
+    x, y = x + card[0] - panel[0], y + card[1] - panel[1]
+
+    def is_highlighted():
+        picture = desktop.picture()
+        return picture.pixel(x, y) != picture.pixel(card[0] + 3, y)
+
+    desktop.move(x, y)
+    desktop.await_that(is_highlighted, "highlighted row")
+    desktop.click(x, y)
 
 
 def see_the_popover(desktop, application, panel):

@@ -72,6 +72,9 @@ class Nested(CompositorDesktop):
             # Before the first press it tells no X window about motion, and presses arrive where the
             # pointer was. xev sees the same.
             self.click(WIDTH // 2, HEIGHT - 1)
+        if self.compositor == "weston":
+            # It follows the pointer only after that has come in from outside its window.
+            self.move(1, 0)
         self.background = self.picture()
 
     def _command(self) -> list:
