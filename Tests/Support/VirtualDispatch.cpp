@@ -5,10 +5,11 @@
 
 namespace quoxelin::testing {
 
-struct VirtualDispatch::Worker {
+struct VirtualDispatch::Fiber {
+    std::condition_variable turn;
     Work work;
     bool quit = false;
-    Fiber fiber;
+    std::thread thread;
 };
 
 struct VirtualDispatch::SerialState {
@@ -65,7 +66,7 @@ class VirtualDispatch::Serial final : public SerialQueue {
         while (!*done) {
             if (!owner.jobs.empty()) {
                 owner.runOne();
-            } else if (!owner.resumeAParkedWorker()) {
+            } else if (!owner.resumeAParkedFiber()) {
                 const bool isOver = owner.wakeUps.empty() || *owner.wakeUps.begin() > end;
                 owner.clock = isOver ? end : *owner.wakeUps.begin();
                 if (isOver)
@@ -118,7 +119,7 @@ std::unique_ptr<SerialQueue> VirtualDispatch::makeSerial(std::string label) {
 }
 
 bool VirtualDispatch::isMainThread() const {
-    return std::this_thread::get_id() == testThread && running == nullptr;
+    return std::this_thread::get_id() == testThread;
 }
 
 void VirtualDispatch::sleep(Duration duration) {
@@ -159,35 +160,52 @@ void VirtualDispatch::runOne() {
         job.work();
         return;
     }
-    if (idle.empty()) {
-        workers.push_back(std::make_unique<Worker>());
-        auto& worker = *workers.back();
-        worker.fiber.start([this, &worker] { performWork(worker); });
-        idle.push_back(&worker);
+    if (idleFibers.empty()) {
+        fibers.push_back(std::make_unique<Fiber>());
+        auto& fiber = *fibers.back();
+        fiber.thread = std::thread([this, &fiber] { fiberMain(fiber); });
+        idleFibers.push_back(&fiber);
     }
-    auto& worker = *idle.back();
-    idle.pop_back();
-    worker.work = std::move(job.work);
-    resume(worker);
+    auto& fiber = *idleFibers.back();
+    idleFibers.pop_back();
+    fiber.work = std::move(job.work);
+    resume(fiber);
 }
 
-void VirtualDispatch::resume(Worker& worker) {
-    running = &worker;
-    worker.fiber.resume();
+void VirtualDispatch::resume(Fiber& fiber) {
+    std::unique_lock lock(baton);
+    running = &fiber;
+    fiber.turn.notify_one();
+    // The test's thread waits on the fiber's own condition, which is signaled again when the fiber
+    // hands control back.
+    fiber.turn.wait(lock, [&] { return running == nullptr; });
+}
+
+void VirtualDispatch::handBackAndWait(Fiber& fiber) {
+    std::unique_lock lock(baton);
     running = nullptr;
+    fiber.turn.notify_one();
+    fiber.turn.wait(lock, [&] { return running == &fiber; });
 }
 
-void VirtualDispatch::performWork(Worker& worker) {
-    while (!worker.quit) {
+void VirtualDispatch::fiberMain(Fiber& fiber) {
+    {
+        std::unique_lock lock(baton);
+        fiber.turn.wait(lock, [&] { return running == &fiber; });
+    }
+    while (!fiber.quit) {
         try {
-            worker.work();
+            fiber.work();
         } catch (const Unwinding&) {
         }
-        worker.work = nullptr;
+        fiber.work = nullptr;
         --unfinished;
-        idle.push_back(&worker);
-        worker.fiber.handBack();
+        idleFibers.push_back(&fiber);
+        handBackAndWait(fiber);
     }
+    const std::lock_guard lock(baton);
+    running = nullptr;
+    fiber.turn.notify_one();
 }
 
 void VirtualDispatch::waitUntil(std::function<bool()> ready) {
@@ -195,21 +213,21 @@ void VirtualDispatch::waitUntil(std::function<bool()> ready) {
         throw std::logic_error("the main thread must never block");
     if (ready())
         return;
-    auto& worker = *running;
-    parked.push_back({&worker, std::move(ready)});
-    worker.fiber.handBack();
+    auto& fiber = *running;
+    parked.push_back({&fiber, std::move(ready)});
+    handBackAndWait(fiber);
     if (unwinding)
         throw Unwinding{};
 }
 
-bool VirtualDispatch::resumeAParkedWorker() {
+bool VirtualDispatch::resumeAParkedFiber() {
     const auto found =
         std::find_if(parked.begin(), parked.end(), [](const auto& one) { return one.ready(); });
     if (found == parked.end())
         return false;
-    auto& worker = *found->worker;
+    auto& fiber = *found->fiber;
     parked.erase(found);
-    resume(worker);
+    resume(fiber);
     return true;
 }
 
@@ -217,7 +235,7 @@ void VirtualDispatch::runUntilIdle() {
     do {
         while (!jobs.empty())
             runOne();
-    } while (resumeAParkedWorker());
+    } while (resumeAParkedFiber());
 }
 
 std::optional<Duration> VirtualDispatch::nextInstant() const {
@@ -255,17 +273,18 @@ void VirtualDispatch::endAllWork() {
     jobs.clear();
     timers.clear();
     while (!parked.empty()) {
-        auto& worker = *parked.front().worker;
+        auto& fiber = *parked.front().fiber;
         parked.pop_front();
-        resume(worker);
+        resume(fiber);
     }
     jobs.clear();
-    for (const auto& worker : workers) {
-        worker->quit = true;
-        resume(*worker);
+    for (const auto& fiber : fibers) {
+        fiber->quit = true;
+        resume(*fiber);
+        fiber->thread.join();
     }
-    workers.clear();
-    idle.clear();
+    fibers.clear();
+    idleFibers.clear();
     unfinished = 0;
     unwinding = false;
 }

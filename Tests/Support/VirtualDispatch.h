@@ -1,12 +1,13 @@
 #pragma once
 
 #include "Base/Dispatch.h"
-#include "Tests/Support/Fiber.h"
 
+#include <condition_variable>
 #include <deque>
 #include <functional>
 #include <list>
 #include <map>
+#include <mutex>
 #include <optional>
 #include <set>
 #include <string>
@@ -18,9 +19,10 @@ namespace quoxelin::testing {
 /// Threads and time controlled by the test. Work runs only when the test says so, one piece at a
 /// time, in order of submission, and always with the same outcome.
 ///
-/// The test's thread is the main thread. Background work runs on fibers, one at a time: work that
-/// blocks (in `sleep` or `waitUntil`) hands control over and continues when its condition holds.
-/// Code that blocks forever in production can be observed here at exact times.
+/// The test's thread is the main thread. Background work runs on separate threads, but only one
+/// thread runs at a time: work that blocks (in `sleep` or `waitUntil`) hands control over and
+/// continues when its condition holds. Code that blocks forever in production can be observed here
+/// at exact times.
 class VirtualDispatch final : public Dispatch {
   public:
     VirtualDispatch();
@@ -67,18 +69,19 @@ class VirtualDispatch final : public Dispatch {
     class Global;
     class Serial;
     struct SerialState;
-    struct Worker;
+    struct Fiber;
     struct Unwinding {};
     struct Parked {
-        Worker* worker;
+        Fiber* fiber;
         std::function<bool()> ready;
     };
 
     void submitBackground(Work work);
     void runOne();
-    void resume(Worker& worker);
-    void performWork(Worker& worker);
-    bool resumeAParkedWorker();
+    void resume(Fiber& fiber);
+    void fiberMain(Fiber& fiber);
+    void handBackAndWait(Fiber& fiber);
+    bool resumeAParkedFiber();
     void drain(const std::shared_ptr<SerialState>& serial);
 
     const std::thread::id testThread = std::this_thread::get_id();
@@ -99,10 +102,11 @@ class VirtualDispatch final : public Dispatch {
     std::vector<QualityOfService> qualities;
     std::vector<std::string> labels;
 
-    Worker* running = nullptr; // null for the test's thread
+    std::mutex baton;
+    Fiber* running = nullptr; // null for the test's thread
     bool unwinding = false;
-    std::vector<std::unique_ptr<Worker>> workers;
-    std::vector<Worker*> idle;
+    std::vector<std::unique_ptr<Fiber>> fibers;
+    std::vector<Fiber*> idleFibers;
 };
 
 } // namespace quoxelin::testing
