@@ -43,7 +43,7 @@ class X11Desktop final : public QAbstractNativeEventFilter {
     /// another program grabs the pointer. There is one handler; an empty one stops listening.
     void setMousePressed(std::function<void(MouseButton, Moment)> handler);
 
-    /// After all that has happened, whether or not we have heard of it yet.
+    /// Later than everything that has happened so far, even if we have not received it yet.
     Moment now() const;
 
     static bool isBefore(Moment a, Moment b) { return static_cast<std::int32_t>(a - b) < 0; }

@@ -5,6 +5,7 @@
 #include <ctime>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 
 namespace quoxelin {
@@ -52,9 +53,9 @@ class AppLogger {
     Dependencies dependencies;
     std::unique_ptr<SerialQueue> queue;
     std::shared_ptr<File> file;
-    /// The last line's second. Finding out the time zone costs as much as writing a line.
+    /// Looking up the time zone is slow, so the lines of one second share it.
     std::mutex mutex;
-    std::time_t lastSecond = -1;
+    std::optional<std::time_t> lastSecond;
     std::tm lastLocalTime = {};
 };
 

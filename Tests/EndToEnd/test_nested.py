@@ -3,8 +3,7 @@ window of the compositor's X server."""
 
 import pytest
 
-from support.application import Application
-from support.nested import HEIGHT, ICON, WIDTH, Nested
+from support.nested import HEIGHT, ICON, WIDTH, Nested, opened
 from support.private_desktop import box, center, close_to
 from support.scenario import log_in
 from support.steps import (choose_a_folder_and_open_the_panel_above, row_at,
@@ -25,11 +24,7 @@ def desktop(request):
 
 @pytest.fixture
 def application(desktop, daemon):
-    before = len(desktop.items())
-    with Application(daemon.socket, environment=desktop.environment) as running:
-        running.wait_log("[State] HashiBus connected")
-        desktop.await_that(lambda: len(desktop.items()) > before, "item of the tray")
-        desktop.click_icon()
+    with opened(desktop, daemon) as running:
         running.wait_text('"Login Quoxelin"')
         yield running
     desktop.wait_no_card()

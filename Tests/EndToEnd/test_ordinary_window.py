@@ -1,12 +1,9 @@
-"""The panel on Wayland with neither a layer shell nor an X server: an ordinary window at a place of the
-compositor's choice, which it tells nobody."""
-
-import contextlib
+"""The panel on Wayland with neither a layer shell nor an X server: an ordinary window. The compositor
+chooses its place and does not tell the application."""
 
 import pytest
 
-from support.application import Application
-from support.nested import Nested
+from support.nested import Nested, opened
 from support.private_desktop import box, close_to
 from support.sim import Sim
 from support.steps import row_at, see_the_panel_grow
@@ -23,18 +20,6 @@ def desktop(request):
         yield running
 
 
-@contextlib.contextmanager
-def opened(desktop, daemon):
-    """An application whose panel has been opened by a click on its icon."""
-    before = len(desktop.items())
-    with Application(daemon.socket, environment=desktop.environment) as application:
-        application.wait_log("[State] HashiBus connected")
-        desktop.await_that(lambda: len(desktop.items()) > before, "item of the tray")
-        desktop.click_icon()
-        application.wait(panel_visible=1)
-        yield application
-
-
 @pytest.fixture
 def connected(desktop, logged_in_daemon):
     with opened(desktop, logged_in_daemon) as application:
@@ -44,8 +29,8 @@ def connected(desktop, logged_in_daemon):
 
 
 def click_row(desktop, application, label: str):
-    """Where the window is shows only on the screen. The row is highlighted once the compositor has
-    reported the pointer."""
+    """Finds the window on the screen. The row is highlighted once the compositor has reported the
+    pointer."""
     panel, card = box(application.do("panel")), desktop.wait_stable_card()
     x, y = row_at(application, label)
     x, y = x + card[0] - panel[0], y + card[1] - panel[1]

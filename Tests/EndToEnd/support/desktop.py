@@ -93,7 +93,7 @@ class Screen:
         self._x11.XSync(self._display, False)
 
     def grab(self):
-        """Until `ungrab` the server serves nobody else."""
+        """The server serves no other client until `ungrab`."""
         self._x11.XGrabServer.argtypes = [ctypes.c_void_p]
         self._x11.XGrabServer(self._display)
         self._x11.XSync(self._display, False)

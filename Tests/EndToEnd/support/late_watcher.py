@@ -1,4 +1,4 @@
-"""The bus's end of a StatusNotifierItem tray, which comes while the bus is too busy to tell."""
+"""A StatusNotifierItem tray, without a window, that appears while the bus is too busy to announce it."""
 
 import contextlib
 import os
@@ -9,7 +9,7 @@ from gi.repository import Gio, GLib
 from .desktop import WATCHER
 
 BUS = ("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus")
-# The only property that is asked for tells that there is a tray.
+# Clients ask for one property only: whether there is a tray.
 ANSWERS = {
     "RegisterStatusNotifierItem": GLib.Variant("()", ()),
     "Get": GLib.Variant("(v)", (GLib.Variant("b", True),)),
@@ -43,7 +43,7 @@ class LateWatcher:
 
     @contextlib.contextmanager
     def coming(self):
-        """Meanwhile the bus answers nobody. This tray is the first that it answers then."""
+        """Holds the bus up. When it continues, it answers this tray first."""
         asked = self._connection.call_sync(
             *BUS, "GetConnectionUnixProcessID", GLib.Variant("(s)", BUS[:1]), None,
             Gio.DBusCallFlags.NONE, -1, None)

@@ -1,12 +1,14 @@
 """A private Wayland desktop without a layer shell or without a bar: KWin, Mutter or Weston as a window
 that fills an X server in memory, whose pointer and keyboard are theirs."""
 
+import contextlib
 import os
 import re
 import shutil
 import subprocess
 import time
 
+from .application import Application
 from .buses import Bus
 from .desktop import WATCHER, Screen
 from .pictures import Picture
@@ -142,3 +144,15 @@ class Nested(CompositorDesktop):
 
     def keys(self, *names: str):
         self._xdotool("key", "--delay", 30, *names)
+
+
+@contextlib.contextmanager
+def opened(desktop: Nested, daemon):
+    """An application whose panel has been opened by a click on its icon."""
+    before = len(desktop.items())
+    with Application(daemon.socket, environment=desktop.environment) as application:
+        application.wait_log("[State] HashiBus connected")
+        desktop.await_that(lambda: len(desktop.items()) > before, "item of the tray")
+        desktop.click_icon()
+        application.wait(panel_visible=1)
+        yield application
