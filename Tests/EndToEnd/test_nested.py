@@ -31,7 +31,7 @@ def application(desktop, daemon):
 
 
 def test_the_panel_opens_in_its_size_and_place(desktop, application):
-    seen = desktop.wait_stable_card()
+    seen = desktop.wait_panel(application)
     assert close_to(seen, box(application.do("panel")))
     x, y, width, height = seen
     assert abs(width - 272) <= 3 and height < HEIGHT // 2
@@ -45,7 +45,7 @@ def test_the_panel_opens_in_its_size_and_place(desktop, application):
 
 def test_the_pop_over_opens_beside_it_and_escape_closes_first_it_and_then_the_panel(
         desktop, application):
-    panel = desktop.wait_stable_card()
+    panel = desktop.wait_panel(application)
     desktop.click(*row_at(application, "Switch Account"))
     application.wait_text('"Add Account"')
     desktop.await_that(lambda: desktop.wait_stable_card()[2] >= 2 * panel[2], "shown pop-over")
@@ -57,13 +57,13 @@ def test_the_pop_over_opens_beside_it_and_escape_closes_first_it_and_then_the_pa
 
 
 def test_a_click_elsewhere_closes_the_panel(desktop, application):
-    desktop.wait_stable_card()
+    desktop.wait_panel(application)
     desktop.click(*BESIDE_EVERYTHING)
     application.wait(panel_visible=0)
 
 
 def test_another_click_on_the_icon_closes_it(desktop, application):
-    desktop.wait_stable_card()
+    desktop.wait_panel(application)
     desktop.activate_item(*ICON)
     application.wait(panel_visible=0)
 

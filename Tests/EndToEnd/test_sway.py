@@ -55,9 +55,8 @@ def connected(desktop, logged_in_daemon):
 
 def assert_in_place(desktop, application, output: int = 0):
     """The card is where the application believes it to be: below the bar, at the tray's end."""
-    seen = desktop.wait_stable_card()
-    panel = box(application.do("panel"))
-    assert close_to(seen, panel), (seen, panel)
+    seen = desktop.wait_panel(application)
+    assert close_to(seen, box(application.do("panel")))
     x, y, width, height = seen
     assert abs(width - CARD_WIDTH) <= 3
     assert abs(y - (desktop.bar_height() + GAP)) <= 2
@@ -197,8 +196,7 @@ def test_a_bar_below_has_the_panel_above_it(daemon):
     with Sway(bar="bottom") as desktop, started(desktop, daemon) as application:
         desktop.click_icon()
         application.wait_text('"Login Quoxelin"')
-        x, y, width, height = desktop.wait_stable_card()
-        assert close_to((x, y, width, height), box(application.do("panel")))
+        x, y, width, height = desktop.wait_panel(application)
         assert abs(desktop.height - desktop.bar_height() - GAP - (y + height)) <= 2
         assert abs(desktop.width - GAP - (x + width)) <= 2
 

@@ -86,6 +86,13 @@ class CompositorDesktop(PrivateDesktop):
             return last if last and last == before else None
         return self._await(is_stable, "card")
 
+    def wait_panel(self, application, minimum_height: int = 0) -> tuple[int, int, int, int]:
+        """Where the panel is, once it is alone and has its size. Compositors may open it slowly."""
+        def is_whole():
+            card, panel = self.wait_stable_card(), box(application.do("panel"))
+            return card if card[3] > minimum_height and close_to(card[2:], panel[2:]) else None
+        return self._await(is_whole, "panel")
+
     def wait_no_card(self):
         self._await(lambda: self.card() is None, "end of all cards")
 

@@ -14,19 +14,18 @@ def row_at(application, label: str) -> tuple[int, int]:
 
 def see_the_panel_grow(desktop, application, daemon):
     """Logs in. The upper edge stays in place."""
-    low = desktop.wait_stable_card()
+    low = desktop.wait_panel(application)
     log_in(daemon, application)
     application.wait_text('"Connected"')
-    high = desktop.await_that(lambda: (card := desktop.wait_stable_card())[3] > low[3] + 100 and card,
-                              "larger panel")
-    assert high[:3] == low[:3]
+    high = desktop.wait_panel(application, low[3] + 100)
+    assert close_to(high[:3], low[:3])
 
 
 @contextlib.contextmanager
 def shown_alert(desktop, application):
     """Begins to uninstall, tells where the panel is and where the button that cancels it, and
     presses Escape."""
-    panel, before = desktop.wait_stable_card(), desktop.picture()
+    panel, before = desktop.wait_panel(application), desktop.picture()
     application.press("More")
     application.wait_text('"Uninstall Quoxelin"')
     application.press("Uninstall Quoxelin")
@@ -50,7 +49,7 @@ def shown_alert(desktop, application):
 
 def choose_a_folder_and_open_the_panel_above(desktop, application, is_chooser_shown):
     """The panel makes room for the chooser, but opens above it. Escape is for what is above."""
-    desktop.wait_stable_card()
+    desktop.wait_panel(application)
     # Compositors let a window come to the front that has been used.
     application.press("More")
     application.wait_text('"Export Logs"')
