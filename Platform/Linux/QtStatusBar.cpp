@@ -51,8 +51,8 @@ class QtStatusBar::Button final : public QObject, public NSStatusBarButton {
     }
 
     void setTitle(const std::string& newTitle) override {
-        title = newTitle;
-        refresh();
+        if (std::exchange(title, newTitle) != newTitle)
+            refresh();
     }
 
     void setToolTip(const std::string& newToolTip) override {
@@ -79,8 +79,10 @@ class QtStatusBar::Button final : public QObject, public NSStatusBarButton {
     void move() {
         if (bar.watcher.isPresent()) {
             embedded.reset();
-            if (!item)
+            if (!item) {
                 item.emplace(bar.bus, bar.contextMenu, [this](QPoint place) { activate(place); });
+                shown.reset();
+            }
         } else {
             item.reset();
             if (!embedded && bar.hasTray())
@@ -91,10 +93,19 @@ class QtStatusBar::Button final : public QObject, public NSStatusBarButton {
     }
 
   private:
+    /// Everything that the icon's pictures are drawn from.
+    struct Look {
+        std::shared_ptr<TemplateImage> image;
+        std::string title;
+        QColor tint;
+        bool operator==(const Look&) const = default;
+    };
+
     QRect area() const { return embedded ? embedded->geometry() : QRect(); }
 
     void embed() {
         embedded = std::make_unique<QSystemTrayIcon>();
+        shown.reset();
         embedded->setContextMenu(&bar.contextMenu);
         connect(embedded.get(), &QSystemTrayIcon::activated, this,
                 [this](QSystemTrayIcon::ActivationReason reason) {
@@ -109,10 +120,15 @@ class QtStatusBar::Button final : public QObject, public NSStatusBarButton {
         QTimer::singleShot(trayPatience, embedded.get(), [this] { refresh(); });
     }
 
+    /// Drawing takes milliseconds, and the application sets its image again on each click.
     void refresh() {
         if (!item && !embedded)
             return;
         const auto tint = colorForIconAt(area());
+        Look look{image, title, tint};
+        if (shown == look)
+            return;
+        shown = std::move(look);
         const auto icon = image ? image->icon(tint) : textIcon(title, tint);
         if (item)
             item->setIcon(image ? installedIcon() : QString(), icon);
@@ -149,6 +165,7 @@ class QtStatusBar::Button final : public QObject, public NSStatusBarButton {
     QString toolTip;
     std::function<void()> action;
     std::optional<QPoint> lastClick;
+    std::optional<Look> shown;
     std::optional<StatusNotifierItem> item;
     std::unique_ptr<QSystemTrayIcon> embedded;
 };
@@ -200,7 +217,10 @@ std::unique_ptr<NSStatusItem> QtStatusBar::statusItemWithLength(double) {
 }
 
 std::shared_ptr<NSImage> QtStatusBar::imageNamed(const std::string& name) {
-    return TemplateImage::named(name);
+    auto& image = images[name];
+    if (!image)
+        image = TemplateImage::named(name);
+    return image;
 }
 
 } // namespace quoxelin

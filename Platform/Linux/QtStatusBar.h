@@ -4,10 +4,12 @@
 #include "Platform/NSStatusBar.h"
 
 #include <QMenu>
+#include <map>
 
 namespace quoxelin {
 
 class ClickWatch;
+class TemplateImage;
 
 /// The desktop's tray as the status bar: a StatusNotifierItem tray on the session bus, or else an
 /// XEmbed tray. An item's icon appears with the tray and moves to a new one.
@@ -41,6 +43,7 @@ class QtStatusBar final : public QObject, public NSStatusBar {
     Bus& bus;
     ServicePresence watcher;
     ObserverList<> observers;
+    std::map<std::string, std::shared_ptr<TemplateImage>> images;
     Button* button = nullptr;
 };
 

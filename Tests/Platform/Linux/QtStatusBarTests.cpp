@@ -195,6 +195,28 @@ TEST_F(QtStatusBarTest, tellsTheStateInItsToolTip) {
     EXPECT_EQ(shownToolTip(), "Quoxelin: Connected");
 }
 
+TEST_F(QtStatusBarTest, drawsItsIconOnceHoweverOftenTheSameOneIsSet) {
+    const auto tray = startTray();
+    registration(*tray);
+    ServedBus listener(daemon.address());
+    std::vector<std::string> signals;
+    const auto observation =
+        listener.match("type='signal',interface='org.kde.StatusNotifierItem'", [&](auto* message) {
+            signals.emplace_back(sd_bus_message_get_member(message));
+        });
+    item->button()->setToolTip("before");
+    runLoopUntil([&] { return !signals.empty(); });
+    signals.clear();
+    for (int click = 0; click < 2; ++click) {
+        item->button()->setImage(bar.imageNamed("menu_icon"));
+        item->button()->setTitle("Q");
+    }
+    item->button()->setTitle("QX");
+    item->button()->setToolTip("after");
+    runLoopUntil([&] { return !signals.empty() && signals.back() == "NewToolTip"; });
+    EXPECT_EQ(signals, (std::vector<std::string>{"NewIcon", "NewIcon", "NewToolTip"}));
+}
+
 /// The icon that an installation has, in this test's private directory.
 TEST_F(QtStatusBarTest, givesTheNameOfItsInstalledIconSoThatTraysRecolorIt) {
     const QDir data(QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation));
