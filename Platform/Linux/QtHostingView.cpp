@@ -4,23 +4,38 @@
 #include "View/Reconcile.h"
 
 #include <QEvent>
+#include <QTimer>
 #include <QVBoxLayout>
 
 namespace quoxelin {
+
+namespace {
+
+/// Long enough for a tray to take the icon. The first click finds the widgets ready.
+constexpr std::chrono::milliseconds startTime{250};
+
+} // namespace
 
 class QtHostingView::Container final : public QWidget {
   public:
     Container() {
         auto* layout = new QVBoxLayout(this);
         layout->setContentsMargins(0, 0, 0, 0);
+        QTimer::singleShot(startTime, this, [this] { make(); });
     }
 
     void show(const ViewNode& newTree) {
         tree = newTree;
-        rebind();
+        if (root)
+            rebind();
     }
 
-    ViewNode readBack() const { return root ? root->readBack() : ViewNode{}; }
+    void make() {
+        if (!root)
+            rebind();
+    }
+
+    ViewNode readBack() const { return root->readBack(); }
 
   protected:
     void showEvent(QShowEvent* event) override {
@@ -66,7 +81,13 @@ void QtHostingView::setRootView(const ViewNode& tree) {
         container->show(tree);
 }
 
+void QtHostingView::makeWidgets() const {
+    if (container)
+        container->make();
+}
+
 ViewNode QtHostingView::readBack() const {
+    makeWidgets();
     return container ? container->readBack() : ViewNode{};
 }
 

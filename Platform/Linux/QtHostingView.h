@@ -16,6 +16,10 @@ class QtHostingView final : public NSHostingView {
 
     void setRootView(const ViewNode& tree) override;
 
+    /// Call before asking for their size. Otherwise they are made soon after the start, because the
+    /// icon is shown first.
+    void makeWidgets() const;
+
     /// What the widgets show now.
     ViewNode readBack() const;
 

@@ -56,19 +56,20 @@ class QtPanel final : public NSPanel {
 
     void setContentView(const NSVisualEffectView& view) override {
         window.setCornerRadius(static_cast<int>(std::lround(view.cornerRadius)));
-        if (const auto hosting = std::static_pointer_cast<QtHostingView>(view.subview))
-            window.setContent(hosting->widget());
+        content = std::static_pointer_cast<QtHostingView>(view.subview);
+        if (content)
+            window.setContent(content->widget());
     }
 
     NSRect frame() const override {
-        window.fitContent();
+        fitContent();
         return fromScreen(window.card());
     }
 
     void setFrameOrigin(double x, double y) override {
         if (auto* shell = LayerShell::instance())
             shell->measureScreens();
-        window.fitContent();
+        fitContent();
         wanted = topLeftOnScreen(x, y, window.card().height());
         window.setScreenPoint(iconPlace());
         window.fitContent();
@@ -90,6 +91,12 @@ class QtPanel final : public NSPanel {
     }
 
   private:
+    void fitContent() const {
+        if (content)
+            content->makeWidgets();
+        window.fitContent();
+    }
+
     QPoint iconPlace() const {
         return wanted + QPoint((window.card().width() - 1) / 2, -gapBelowIcon - 1);
     }
@@ -103,6 +110,7 @@ class QtPanel final : public NSPanel {
     NSRect bounds;
     /// The requested upper left corner.
     QPoint wanted;
+    std::shared_ptr<QtHostingView> content;
     mutable PanelWindow window;
 };
 

@@ -38,6 +38,22 @@ TEST(Layout, showsEveryTextCompletelyInEveryState) {
     }
 }
 
+TEST(Layout, leavesTheContentForLaterWhileTheIconAppears) {
+    PanelOnScreen panel(panelStates().front().scene()->tree(), false);
+    const auto labels = [&] { return panel.window().findChildren<QLabel*>(); };
+    EXPECT_TRUE(labels().empty());
+    runLoopUntil([&] { return !labels().empty(); });
+}
+
+TEST(Layout, hasItsContentAndSizeIfThePanelIsOpenedAtOnce) {
+    PanelOnScreen early(panelStates().front().scene()->tree(), false),
+        late(panelStates().front().scene()->tree());
+    const auto size = early.nsPanel().frame(), wanted = late.nsPanel().frame();
+    EXPECT_EQ(size.height, wanted.height);
+    EXPECT_EQ(size.width, wanted.width);
+    EXPECT_FALSE(early.window().findChildren<QLabel*>().empty());
+}
+
 TEST(Layout, givesEveryCardTheWidthOfItsRecord) {
     for (const auto& state : panelStates()) {
         SCOPED_TRACE(state.name);
@@ -91,6 +107,7 @@ TEST(Layout, restsWhileThePanelHasNotBeenOpened) {
         int requests = 0;
     };
     PanelOnScreen panel(panelStates().front().scene()->tree(), false);
+    panel.nsPanel().frame(); // makes the content
     for (const auto& state : panelStates()) {
         SCOPED_TRACE(state.name);
         panel.show(state.scene()->tree());
