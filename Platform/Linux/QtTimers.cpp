@@ -12,18 +12,10 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/// Longer delays take several steps, because Qt counts milliseconds in an int.
-constexpr std::chrono::milliseconds longestStep = std::chrono::hours(24);
 constexpr std::chrono::hours longestDelay{24 * 365 * 100};
 
 Clock::time_point deadlineAfter(Duration delay) {
     return Clock::now() + std::clamp<Duration>(delay, Duration::zero(), longestDelay);
-}
-
-/// Rounds up, so that a timer never fires early.
-std::chrono::milliseconds nextStep(Clock::time_point deadline) {
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
-    return std::clamp(left, std::chrono::milliseconds(0), longestStep);
 }
 
 } // namespace
@@ -31,7 +23,8 @@ std::chrono::milliseconds nextStep(Clock::time_point deadline) {
 /// The main thread's part. The timers' work items keep it alive.
 class QtTimers::Loop final : public QObject, public std::enable_shared_from_this<Loop> {
   public:
-    explicit Loop(Queue& mainQueue) : mainQueue(mainQueue) {}
+    Loop(Queue& mainQueue, std::chrono::milliseconds longestStep)
+        : mainQueue(mainQueue), longestStep(longestStep) {}
 
     void perform(Work work) {
         if (std::this_thread::get_id() == mainThread)
@@ -77,6 +70,12 @@ class QtTimers::Loop final : public QObject, public std::enable_shared_from_this
     }
 
   private:
+    /// Rounds up, so that a timer never fires early.
+    std::chrono::milliseconds nextStep(Clock::time_point deadline) const {
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
+        return std::clamp(left, std::chrono::milliseconds(0), longestStep);
+    }
+
     struct Timer {
         std::uint64_t number;
         Clock::time_point deadline;
@@ -84,6 +83,7 @@ class QtTimers::Loop final : public QObject, public std::enable_shared_from_this
     };
 
     Queue& mainQueue;
+    const std::chrono::milliseconds longestStep;
     const std::thread::id mainThread = std::this_thread::get_id();
     std::map<int, Timer> timers;
     std::map<std::uint64_t, int> byNumber;
@@ -103,7 +103,8 @@ struct QtTimers::CallOff {
     }
 };
 
-QtTimers::QtTimers(Queue& mainQueue) : loop(std::make_shared<Loop>(mainQueue)) {}
+QtTimers::QtTimers(Queue& mainQueue, std::chrono::milliseconds longestStep)
+    : loop(std::make_shared<Loop>(mainQueue, longestStep)) {}
 
 QtTimers::~QtTimers() = default;
 

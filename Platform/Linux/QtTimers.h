@@ -11,8 +11,10 @@ namespace quoxelin {
 /// it causes no wake-up.
 class QtTimers {
   public:
-    /// Timers started on other threads reach the main thread through the queue.
-    explicit QtTimers(Queue& mainQueue);
+    /// Timers started on other threads reach the main thread through the queue. Longer delays take
+    /// several steps, because Qt counts milliseconds in an int.
+    explicit QtTimers(Queue& mainQueue,
+                      std::chrono::milliseconds longestStep = std::chrono::hours(24));
     QtTimers(const QtTimers&) = delete;
     QtTimers& operator=(const QtTimers&) = delete;
     ~QtTimers();

@@ -155,6 +155,21 @@ TEST_F(DBusHelperTest, hasNoProxyWithoutTheService) {
     EXPECT_THAT(told, ElementsAre("invalidated"));
 }
 
+TEST_F(DBusHelperTest, hasNoProxyIfItIsInvalidatedBeforeTheBusTellsOfTheService) {
+    daemon.start();
+    FakeService helper(daemon, busName, &silence);
+    const auto connection = connect();
+    std::optional<bool> hasProxy;
+    runLoopUntil([this] { return bus.isConnected(); });
+    ASSERT_FALSE(helpers->presence().isKnown());
+    connection->remoteObjectProxyWithErrorHandler(
+        [](const Error&) {}, [&](const auto& proxy) { hasProxy = proxy != nullptr; });
+    connection->invalidate();
+    runLoopUntil([&] { return hasProxy.has_value(); });
+    EXPECT_TRUE(helpers->presence().isPresent());
+    EXPECT_FALSE(*hasProxy);
+}
+
 TEST_F(DBusHelperTest, reachesAServiceThatTheBusWouldStart) {
     std::ofstream(daemon.services() / "helper.service")
         << "[D-BUS Service]\nName=" << busName << "\nExec=/bin/false\n";

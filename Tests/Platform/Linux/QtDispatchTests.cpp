@@ -42,6 +42,17 @@ TEST(QtDispatch, defersWorkSubmittedByWorkToALaterTurn) {
     EXPECT_EQ(order, "abc");
 }
 
+TEST(QtDispatch, releasesWorkBeforeTheNextIsPerformed) {
+    QtDispatch dispatch;
+    auto held = std::make_shared<int>();
+    const std::weak_ptr<int> watched = held;
+    std::optional<bool> wasReleased;
+    dispatch.main().async([held = std::move(held)] {});
+    dispatch.main().async([&] { wasReleased = watched.expired(); });
+    runLoopUntil([&] { return wasReleased.has_value(); });
+    EXPECT_TRUE(*wasReleased);
+}
+
 TEST(QtDispatch, handlesOtherEventsDuringAnEndlessChainOfWork) {
     QtDispatch dispatch;
     bool otherEventCame = false;
@@ -172,6 +183,18 @@ TEST_F(QtTimersTest, waitForDelaysThatNoTimerOfTheToolkitCanExpress) {
     EXPECT_EQ(timers.count(), 2u);
     runLoopUntil([&] { return !negative.isPending(); });
     EXPECT_TRUE(longest.isPending());
+}
+
+TEST(QtTimers, fireOnceTheWholeDelayIsOverIfItTakesSeveralSteps) {
+    QtDispatch dispatch;
+    QtTimers timers(dispatch.main(), std::chrono::milliseconds(2));
+    const auto begin = Clock::now();
+    std::vector<Clock::duration> fired;
+    const auto item =
+        timers.start(std::chrono::milliseconds(15), [&] { fired.push_back(Clock::now() - begin); });
+    runLoopUntil([&] { return !item.isPending() && timers.count() == 0; });
+    ASSERT_EQ(fired.size(), 1u);
+    EXPECT_GE(fired.front(), std::chrono::milliseconds(15));
 }
 
 TEST(QtTimers, dropTheirWorkWhenDestroyed) {

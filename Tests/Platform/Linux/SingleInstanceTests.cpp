@@ -2,6 +2,9 @@
 #include "Tests/Platform/Linux/EventLoop.h"
 #include "Tests/Platform/Linux/PrivateBus.h"
 
+#include <future>
+#include <thread>
+
 // Tests/EndToEnd/test_absent_services.py starts second instances.
 namespace quoxelin::testing {
 
@@ -51,6 +54,37 @@ TEST(SingleInstance, theNextInstanceOwnsTheNameOnceTheFirstHasExited) {
     }
     Instance next(daemon.address());
     EXPECT_EQ(next.claim(), Role::first);
+}
+
+TEST(SingleInstance, theNextInstanceOwnsTheNameIfTheFirstExitsWhileItIsCalled) {
+    RunningBus daemon;
+    std::promise<void> started;
+    std::thread first([&] {
+        sd_bus* bus = nullptr;
+        sd_bus_new(&bus);
+        sd_bus_set_address(bus, daemon.address().toUtf8().constData());
+        sd_bus_set_bus_client(bus, 1);
+        sd_bus_start(bus);
+        sd_bus_request_name(bus, "com.quoxelin.desktop", 0);
+        started.set_value();
+        for (bool isCalled = false; !isCalled;) {
+            sd_bus_message* message = nullptr;
+            if (sd_bus_process(bus, &message) == 0)
+                sd_bus_wait(bus, UINT64_MAX);
+            if (sd_bus_message_is_method_call(message, nullptr, "Activate") > 0) {
+                isCalled = true;
+                sd_bus_release_name(bus, "com.quoxelin.desktop");
+                sd_bus_reply_method_errorf(message, SD_BUS_ERROR_NAME_HAS_NO_OWNER, "exited");
+            }
+            sd_bus_message_unref(message);
+        }
+        sd_bus_flush_close_unref(bus);
+    });
+    started.get_future().wait();
+    Instance next(daemon.address());
+    EXPECT_EQ(next.claim(), Role::first);
+    first.join();
+    EXPECT_TRUE(daemon.connect().interface()->isServiceRegistered(applicationName));
 }
 
 TEST(SingleInstance, answersTheCallsOfTheDesktop) {
