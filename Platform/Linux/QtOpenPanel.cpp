@@ -1,5 +1,6 @@
 #include "Platform/Linux/QtOpenPanel.h"
 
+#include <QDir>
 #include <QFileDialog>
 
 namespace quoxelin {
@@ -7,7 +8,9 @@ namespace quoxelin {
 void QtOpenPanel::begin(
     const NSOpenPanelOptions& options,
     std::function<void(std::optional<std::filesystem::path>)> completionHandler) {
-    auto* dialog = new QFileDialog(nullptr, QString::fromStdString(options.title));
+    // The working folder is wherever the application was started.
+    auto* dialog =
+        new QFileDialog(nullptr, QString::fromStdString(options.title), QDir::homePath());
     dialog->setAttribute(Qt::WA_DeleteOnClose);
     if (options.canChooseDirectories && !options.canChooseFiles) {
         dialog->setFileMode(QFileDialog::Directory);
