@@ -98,6 +98,19 @@ TEST(Layout, knowsTheSizeOfWhatItWillShowWhileItIsHidden) {
     }
 }
 
+TEST(Layout, opensForTheFirstTimeInTheSizeOfWhatItShowsByThen) {
+    for (const auto& state : panelStates()) {
+        SCOPED_TRACE(state.name);
+        PanelOnScreen panel(panelStates().front().scene()->tree(), false);
+        panel.nsPanel().frame();
+        panel.show(state.scene()->tree());
+        const auto size = panel.nsPanel().frame();
+        panel.nsPanel().makeKeyAndOrderFront();
+        runLoopUntilLaidOut();
+        EXPECT_EQ(panel.nsPanel().frame(), size);
+    }
+}
+
 TEST(Layout, restsWhileThePanelHasNotBeenOpened) {
     struct Counter final : QObject {
         bool eventFilter(QObject*, QEvent* event) override {
