@@ -137,6 +137,21 @@ TEST(AppViewStateEarlyUninstall, connectsToNothingDuringTheRemoval) {
     EXPECT_TRUE(app.system.networkExtension.configurations().empty());
 }
 
+TEST_F(AppViewStateUninstall, ignoresWhatTheDaemonStillSaysDuringTheRemoval) {
+    system.networkExtension.answerDelay = seconds(3);
+    appState->uninstall();
+    run();
+    forget();
+    HashiBusNotify notify;
+    notify.state = HashiBusState::needsLogin;
+    notify.jailed = true;
+    appState->hashiBusDidReceiveNotify(notify);
+    run();
+    EXPECT_EQ(stateLines(), Lines{});
+    EXPECT_EQ(requests(), Lines{});
+    EXPECT_TRUE(appState->login->isLoggedIn);
+}
+
 TEST(AppViewStateEarlyUninstall, leavesNoConfigurationOfTheFirstConnection) {
     for (const double instant : {0.0, 0.1, 0.3, 0.6, 1.0}) {
         AppFixture app;

@@ -152,6 +152,21 @@ TEST_F(VPNTunnelService, leavesNothingBehindThatWasBeingSaved) {
     }
 }
 
+TEST_F(VPNTunnelService, removesAConfigurationHoweverLongItsSavingTakes) {
+    createAndSettle();
+    // The user is asked before a configuration is saved, but not before the list is read.
+    network.onRequest = [this](const std::string& request) {
+        network.answerDelay = seconds(request == "save" ? 60 : 0);
+    };
+    service->ensureConfigurationSaved([] {});
+    dispatch.advance(seconds(1));
+    service->removeConfiguration(noting("removed"));
+    dispatch.advance(seconds(100));
+    EXPECT_TRUE(network.configurations().empty());
+    const auto lines = trace.takeTimed();
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), "60 removed"), 1);
+}
+
 TEST_F(VPNTunnelService, completesARemovalThatWaitedForASaveWhenItIsGone) {
     createAndSettle();
     network.answerDelay = seconds(1);
