@@ -9,6 +9,7 @@ import time
 
 import pytest
 
+from support.accessibility import AccessibilityBus, until
 from support.application import Application
 from support.buses import HELPER, HELPER_METHODS, Bus, HungBus
 from support.desktop import Desktop
@@ -153,6 +154,25 @@ def test_without_a_tray_a_second_start_opens_the_panel(daemon, buses, recorded):
             desktop.start_tray("trayer")
             application.wait_log("[App] The tray is available")
             desktop.wait_icon("trayer")
+
+
+def test_a_user_who_may_not_use_the_helper_reads_what_to_check(daemon, buses, recorded):
+    _, system = buses
+    system.start()
+    system.mock(*HELPER, methods=HELPER_METHODS)
+    # It allows nothing.
+    system.mock("org.freedesktop.PolicyKit1", template="polkitd")
+    with Desktop() as desktop, AccessibilityBus(desktop) as assistive:
+        environment = assistive.environment | system.environment
+        environment["PATH"] = f"{recorded.parent / 'bin'}:{environment['PATH']}"
+        with RealApplication(daemon.socket, environment=environment) as application:
+            application.wait_log(MISSING[2])
+            assert start_again(application) == (0, "")
+            until(lambda: assistive.application().find(
+                "The background service does not run, or you are not allowed to use it. "
+                "An administrator can check it with: systemctl status quoxelin-helper"), "guidance")
+            # No settings of a Linux desktop have anything to allow.
+            assert not assistive.application().find("Enable Helper (Login Items)")
 
 
 def test_simulated_instances_are_independent_of_each_other_and_of_it(session, daemon):
