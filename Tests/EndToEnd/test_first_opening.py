@@ -60,6 +60,10 @@ def opened_for_the_first_time(desktop, daemon, icon, late_compositor=False, lowe
         desktop.click(*icon)
         shown = shown_card(desktop, before, columns)
         place = application.do("panel")
+        if late_compositor:
+            # Only a compositor can show shadows.
+            width, height = desktop.panel_window_size()
+            assert width > place["width"] and height > place["height"]
     assert shown == (place["x"], place["y"], place["width"], place["height"])
     assert shown[2] == CARD_WIDTH and shown[3] > lowest
     return shown

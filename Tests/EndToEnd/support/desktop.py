@@ -321,6 +321,15 @@ class Desktop(PrivateDesktop):
                                   env=self.environment, capture_output=True, timeout=DEADLINE)
         return bool(searched.stdout.strip())
 
+    def panel_window_size(self) -> tuple[int, int]:
+        """With its shadow, which is a part of the window."""
+        found = subprocess.run(
+            ["xdotool", "search", "--onlyvisible", "--name", "^Quoxelin$", "getwindowgeometry",
+             "--shell"],
+            env=self.environment, capture_output=True, text=True, check=True, timeout=DEADLINE)
+        width, height = re.search(r"WIDTH=(\d+)\nHEIGHT=(\d+)", found.stdout).groups()
+        return int(width), int(height)
+
     def shows_card_at(self, x: int, y: int) -> bool:
         """Whether the light background of a card is painted there."""
         return min(self.screen.pixels(x, y, 1, 1)[:3]) > 0xF0
