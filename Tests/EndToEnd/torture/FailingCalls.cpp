@@ -10,16 +10,17 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
-// All calls come from one thread.
 namespace quoxelin::failing {
 
 namespace {
 
 std::string_view chosen;
-std::size_t calls = 0, failingCall = 0, blocks = 0;
+std::size_t failingCall = 0;
+std::atomic<std::size_t> ownCount = 0, blocks = 0;
+std::atomic<std::size_t>* calls = &ownCount;
 
 bool fails(std::string_view function) {
-    if (function != chosen || ++calls != failingCall)
+    if (function != chosen || ++*calls != failingCall)
         return false;
     errno = ENOBUFS;
     return true;
@@ -28,6 +29,12 @@ bool fails(std::string_view function) {
 template <typename... Values>
 long orSystemCall(const char* function, long number, Values... values) {
     return fails(function) ? -1 : ::syscall(number, values...);
+}
+
+template <typename... Values>
+long onDescriptor(const char* function, long number, int descriptor, Values... values) {
+    return descriptor <= STDERR_FILENO ? ::syscall(number, descriptor, values...)
+                                       : orSystemCall(function, number, descriptor, values...);
 }
 
 template <typename Function>
@@ -39,13 +46,17 @@ Function real(const char* name) {
 
 void choose(std::string_view function, std::size_t number) {
     chosen = function;
-    calls = 0;
+    *calls = 0;
     failingCall = number;
+}
+
+void countIn(std::atomic<std::size_t>& place) {
+    calls = &place;
 }
 
 std::size_t stop() {
     chosen = {};
-    return calls;
+    return *calls;
 }
 
 std::size_t blocksInUse() {
@@ -96,7 +107,11 @@ int connect(int descriptor, const sockaddr* address, socklen_t length) {
 }
 
 ssize_t read(int descriptor, void* into, std::size_t size) {
-    return orSystemCall("read", SYS_read, descriptor, into, size);
+    return onDescriptor("read", SYS_read, descriptor, into, size);
+}
+
+ssize_t write(int descriptor, const void* bytes, std::size_t size) {
+    return onDescriptor("write", SYS_write, descriptor, bytes, size);
 }
 
 ssize_t send(int descriptor, const void* bytes, std::size_t size, int flags) {
