@@ -40,13 +40,12 @@ class FailingApplication(Application):
 
 def until(act, is_seen):
     """Acts again if a failed call has undone it, as a user would."""
-    for _ in range(2):
-        act()
+    for _ in range(3):
         try:
+            act()
             return wait_until(is_seen, "", PATIENCE)
         except SteeringError:
             pass
-    act()
     return wait_until(is_seen, "what follows an action")
 
 
