@@ -34,9 +34,10 @@ class RefusalLog {
     /// Counts refusals without a line.
     void count(uid_t user, unsigned long refusals) { currentMinuteOf(user).omitted += refusals; }
 
-    /// Writes the counts of the minutes that are over.
-    void writeCounts() {
+    /// Writes the counts of the minutes that are over. Returns whether others are not over yet.
+    bool writeCounts() {
         forget([this](const Minute& minute) { return isOver(minute); });
+        return !minutes.empty();
     }
 
     /// Writes all counts. Call it at the end.

@@ -72,8 +72,9 @@ class Requests {
     /// The connection has ended. Drops its waiting requests; running programs continue.
     void callerHasGone(const std::string& caller);
 
-    /// Writes how many refusals the log left out. Call it from time to time.
-    void writeCounts() { refusals.writeCounts(); }
+    /// Writes how many refusals the log left out in the minutes that are over. Returns whether to
+    /// call it again, a minute later.
+    bool writeCounts() { return refusals.writeCounts(); }
 
     /// Whether there are unanswered requests or running programs.
     bool isBusy() const { return !arrivals.empty() || !requests.empty(); }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <string>
@@ -20,8 +21,15 @@ inline constexpr const char* applicationIdentifier = "com.quoxelin.desktop";
 /// request ends its connection, because the protocol has no reply for it.
 class Listener {
   public:
+    struct Time {
+        std::function<std::chrono::steady_clock::time_point()> now;
+        /// Performs the work on the main thread after the delay.
+        std::function<void(std::chrono::seconds delay, std::function<void()> work)> later;
+    };
+    static Time systemTime();
+
     Listener(std::string bundleRoot, std::string team,
-             std::function<void(const std::string&)> write);
+             std::function<void(const std::string&)> write, Time time = systemTime());
     ~Listener();
     Listener(const Listener&) = delete;
     Listener& operator=(const Listener&) = delete;

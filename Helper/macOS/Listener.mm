@@ -26,6 +26,9 @@ std::string howItEnded(int status) {
                              : "ended by signal " + std::to_string(WTERMSIG(status));
 }
 
+/// A refusal's minute is over by then, even if it began while the request was handled.
+constexpr std::chrono::seconds countInterval{61};
+
 struct Call {
     std::string path;
     Arguments arguments;
@@ -53,17 +56,18 @@ std::optional<Call> unpack(NSString* path, NSArray* arguments) {
 
 struct ListenerState {
     ListenerState(std::string bundleRoot, std::string team,
-                  std::function<void(const std::string&)> write);
+                  std::function<void(const std::string&)> write, Listener::Time time);
 
     /// Accepts a connection and gives it a name.
     std::string admit(uid_t user);
     void end(const std::string& caller);
-    /// Logs a minute later how many refusals the log left out.
+    /// Logs, when their minutes are over, how many refusals the log left out.
     void countLater();
     tl::expected<pid_t, std::string> start(const Arguments& words, Requests::Finished finished);
 
     std::weak_ptr<ListenerState> self;
     std::string team;
+    Listener::Time time;
     unsigned long admitted = 0;
     bool isCounting = false;
     std::map<std::string, uid_t> users;
@@ -73,8 +77,8 @@ struct ListenerState {
 };
 
 ListenerState::ListenerState(std::string bundleRoot, std::string team,
-                             std::function<void(const std::string&)> write)
-    : team(std::move(team)),
+                             std::function<void(const std::string&)> write, Listener::Time time)
+    : team(std::move(team)), time(std::move(time)),
       requests({
           bundleRoot,
           [this](const std::string& caller, std::function<void(std::optional<uid_t>)> answer) {
@@ -96,7 +100,7 @@ ListenerState::ListenerState(std::string bundleRoot, std::string team,
               return start(words, std::move(finished));
           },
           std::move(write),
-          &RefusalLog::Clock::now,
+          this->time.now,
       }) {}
 
 std::string ListenerState::admit(uid_t user) {
@@ -113,14 +117,14 @@ void ListenerState::end(const std::string& caller) {
 void ListenerState::countLater() {
     if (std::exchange(isCounting, true))
         return;
-    const auto later = self;
-    dispatch_after(dispatch_time(DISPATCH_TIME_NOW, 61 * NSEC_PER_SEC), dispatch_get_main_queue(),
-                   ^{
-                       if (const auto state = later.lock()) {
-                           state->isCounting = false;
-                           state->requests.writeCounts();
-                       }
-                   });
+    time.later(countInterval, [later = self] {
+        const auto state = later.lock();
+        if (!state)
+            return;
+        state->isCounting = false;
+        if (state->requests.writeCounts())
+            state->countLater();
+    });
 }
 
 tl::expected<pid_t, std::string> ListenerState::start(const Arguments& words,
@@ -138,8 +142,12 @@ tl::expected<pid_t, std::string> ListenerState::start(const Arguments& words,
         while (::waitpid(program->process, &status, 0) < 0 && errno == EINTR) {
         }
         dispatch_async(dispatch_get_main_queue(), ^{
-            if (later.lock())
-                finished(outputOf(*program), howItEnded(status));
+            const auto state = later.lock();
+            if (!state)
+                return;
+            // Requests that waited for this program's end may be refused now.
+            state->countLater();
+            finished(outputOf(*program), howItEnded(status));
         });
     }).detach();
     return process;
@@ -235,9 +243,19 @@ using quoxelin::helper::ListenerState;
 
 namespace quoxelin::helper {
 
+Listener::Time Listener::systemTime() {
+    return {&RefusalLog::Clock::now, [](std::chrono::seconds delay, std::function<void()> work) {
+                const auto span = static_cast<int64_t>(delay.count() * NSEC_PER_SEC);
+                dispatch_after(dispatch_time(DISPATCH_TIME_NOW, span), dispatch_get_main_queue(), ^{
+                    work();
+                });
+            }};
+}
+
 Listener::Listener(std::string bundleRoot, std::string team,
-                   std::function<void(const std::string&)> write)
-    : state(std::make_shared<ListenerState>(std::move(bundleRoot), team, std::move(write))) {
+                   std::function<void(const std::string&)> write, Time time)
+    : state(std::make_shared<ListenerState>(std::move(bundleRoot), team, std::move(write),
+                                            std::move(time))) {
     state->self = state;
     state->delegate = [[QXHelperDelegate alloc] init];
     state->delegate->state = state;

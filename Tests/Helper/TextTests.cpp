@@ -90,7 +90,7 @@ TEST_F(HelperRefusalLog, saysItAtTheEndOfTheMinuteAndAtTheEndOfAll) {
         log(1000, [] { return "refused"; });
     log.count(1001, 3);
     lines.clear();
-    log.writeCounts();
+    EXPECT_TRUE(log.writeCounts());
     EXPECT_THAT(lines, IsEmpty());
     now += std::chrono::minutes(1);
     log.count(1002, 4);
@@ -100,6 +100,7 @@ TEST_F(HelperRefusalLog, saysItAtTheEndOfTheMinuteAndAtTheEndOfAll) {
     log.finish();
     log.finish();
     EXPECT_THAT(lines, ElementsAre("refused user 1002 4 more times"));
+    EXPECT_FALSE(log.writeCounts());
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 #include "Platform/ServiceManagement.h"
 #include "Platform/macOS/MacXPC.h"
 #include "Tests/Platform/macOS/Services/ServiceFixture.h"
+#include "Tests/Support/VirtualDispatch.h"
 
 #import "Helper/macOS/QXHelperToolProtocol.h"
 
@@ -35,10 +36,15 @@ class MacHelperTest : public ServiceTest {
             @[ @"com.quoxelin.desktop.Helper", @(team) ];
         stage::serviceStatus()[@"com.quoxelin.desktop.helper.plist"] =
             @(static_cast<NSInteger>(SMAppServiceStatus::enabled));
-        listener.emplace(bundle, team, [this](const std::string& line) {
+        const auto record = [this](const std::string& line) {
             EXPECT_TRUE([NSThread isMainThread]);
             log.push_back(line);
-        });
+        };
+        const auto later = [this](std::chrono::seconds delay, std::function<void()> work) {
+            clock.main().asyncAfter(delay, std::move(work));
+        };
+        const auto now = [this] { return std::chrono::steady_clock::time_point(clock.now()); };
+        listener.emplace(bundle, team, record, helper::Listener::Time{now, later});
     }
 
     ~MacHelperTest() override {
@@ -98,6 +104,37 @@ class MacHelperTest : public ServiceTest {
         return events.arrive(before + 1) ? events.get().back() : "nothing";
     }
 
+    /// Asks for programs that run until `letProgramsEnd`.
+    void startPrograms(std::size_t count, const std::string& atTheirEnd = "true") {
+        write("quoxelin",
+              "while [ ! -e " + bundle + "/go ]; do sleep 0.01; done; echo end; " + atTheirEnd);
+        while (count-- > 0)
+            startProgram();
+    }
+    void startProgram() {
+        const auto farEnd = helper();
+        farEnd->runGoToolWithPath(pathOf("quoxelin"), {"up"},
+                                  [this](const std::string& output) { events.add(output); });
+        // The answer comes after the request has reached the main queue.
+        const auto isThere = std::make_shared<bool>(false);
+        farEnd->pingWithReply([isThere](bool) {
+            dispatch_async(dispatch_get_main_queue(), ^{
+                *isThere = true;
+            });
+        });
+        ASSERT_TRUE(comesTrue([isThere] { return *isThere; }));
+    }
+    void letProgramsEnd() const { std::ofstream(bundle + "/go") << "go"; }
+
+    /// Five more than the log takes in a minute.
+    void sendManyForbiddenRequests() {
+        for (int count = 0; count < 25; ++count)
+            EXPECT_EQ(run("/bin/sh", {}), interrupted);
+    }
+
+    static constexpr const char* interrupted = "error 4097";
+
+    VirtualDispatch clock;
     MacXPC xpc;
     std::string bundle;
     std::vector<std::string> log;
@@ -105,8 +142,6 @@ class MacHelperTest : public ServiceTest {
     Answers<std::string> events;
     std::vector<std::shared_ptr<NSXPCConnection>> connections;
 };
-
-constexpr const char* interrupted = "error 4097";
 
 } // namespace
 
@@ -225,17 +260,78 @@ TEST_F(MacHelperTest, givesAProgramNothingOfItsOwn) {
 }
 
 TEST_F(MacHelperTest, leavesProgramsRunningWhenItEnds) {
-    const auto go = bundle + "/go";
     const auto done = bundle + "/done";
-    write("quoxelin", "while [ ! -e " + go + " ]; do sleep 0.01; done; echo end; touch " + done);
-    helper()->runGoToolWithPath(pathOf("quoxelin"), {"up"},
-                                [this](const std::string& output) { events.add(output); });
-    ASSERT_TRUE(comesTrue([this] { return log.size() == 1; }));
+    startPrograms(1, "touch " + done);
+    ASSERT_EQ(log.size(), 1u);
     listener.reset();
-    std::ofstream(go) << "go";
+    letProgramsEnd();
     EXPECT_TRUE(comesTrue([&] { return std::filesystem::exists(done); }));
     EXPECT_TRUE(events.arrive());
     EXPECT_THAT(events.get(), ElementsAre(interrupted));
+}
+
+TEST_F(MacHelperTest, countsTheRefusalsThatTheLogLeftOut) {
+    stage::signatures().user = 501;
+    sendManyForbiddenRequests();
+    ASSERT_EQ(log.size(), 20u);
+    clock.advance(seconds(61) - Duration(1));
+    EXPECT_EQ(log.size(), 20u);
+    clock.advance(Duration(1));
+    ASSERT_EQ(log.size(), 21u);
+    EXPECT_EQ(log.back(), "refused user 501 5 more times");
+    EXPECT_EQ(clock.nextInstant(), std::nullopt);
+}
+
+TEST_F(MacHelperTest, countsTheRefusalsOfAMinuteThatBeganAfterAnotherRequest) {
+    EXPECT_EQ(run(pathOf("quoxelind"), {"--help"}), "daemon --help\n");
+    clock.advance(seconds(30));
+    stage::signatures().user = 501;
+    sendManyForbiddenRequests();
+    clock.advance(seconds(31));
+    ASSERT_EQ(log.size(), 22u);
+    clock.advance(seconds(61));
+    EXPECT_EQ(log.back(), "refused user 501 5 more times");
+    EXPECT_EQ(clock.nextInstant(), std::nullopt);
+}
+
+TEST_F(MacHelperTest, countsTheRefusalsOfRequestsThatWaited) {
+    constexpr std::size_t running = 8, waiting = 25;
+    stage::signatures().user = 501;
+    startPrograms(running + waiting);
+    ASSERT_EQ(log.size(), running);
+    clock.advance(seconds(61));
+    EXPECT_EQ(clock.nextInstant(), std::nullopt);
+    sign("quoxelin", {@"quoxelin", @"OTHER67890"});
+    letProgramsEnd();
+    EXPECT_TRUE(events.arrive(running + waiting));
+    clock.advance(seconds(61));
+    EXPECT_EQ(log.back(), "refused user 501 5 more times");
+}
+
+TEST_F(MacHelperTest, leavesItsClientsAloneWhenItCounts) {
+    startPrograms(1);
+    sendManyForbiddenRequests();
+    clock.advance(seconds(61));
+    EXPECT_THAT(log.back(), HasSubstr("5 more times"));
+    const auto before = events.get().size();
+    letProgramsEnd();
+    EXPECT_TRUE(events.arrive(before + 1));
+    EXPECT_EQ(events.get().back(), "end\n");
+    EXPECT_EQ(ping(), "there");
+}
+
+TEST_F(MacHelperTest, countsBySystemTime) {
+    const auto time = helper::Listener::systemTime();
+    const auto before = std::chrono::steady_clock::now();
+    EXPECT_LE(before, time.now());
+    Answers<std::string> due;
+    time.later(std::chrono::hours(1), [&due] { due.add("in an hour"); });
+    time.later(std::chrono::seconds(0), [&due] {
+        EXPECT_TRUE([NSThread isMainThread]);
+        due.add("at once");
+    });
+    EXPECT_TRUE(due.arrive());
+    EXPECT_THAT(due.get(), ElementsAre("at once"));
 }
 
 TEST_F(MacHelperTest, isHeldToItsSignatureByTheApplication) {

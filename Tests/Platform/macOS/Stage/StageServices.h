@@ -1,6 +1,7 @@
 #pragma once
 
 #import <UserNotifications/UserNotifications.h>
+#include <unistd.h>
 
 // The state of the stage's services, for tests to read and change.
 
@@ -40,6 +41,8 @@ using Signature = NSArray<NSString*>*;
 struct SignatureState {
     /// This process's signature.
     Signature own = nil;
+    /// The user whom services take for this process's.
+    uid_t user = ::geteuid();
     /// The signatures of other programs and of bundles, by path.
     NSMutableDictionary<NSString*, Signature>* byPath = [NSMutableDictionary dictionary];
     /// The signature of the process behind a Mach service, if it is not this one.

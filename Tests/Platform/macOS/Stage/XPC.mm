@@ -1,6 +1,5 @@
 #import <Foundation/Foundation.h>
 #import <objc/runtime.h>
-#include <unistd.h>
 
 #import "Helper/macOS/QXHelperToolProtocol.h"
 #import "Tests/Platform/macOS/Stage/Stage.h"
@@ -289,7 +288,7 @@ static StageConnection* stageOf(NSXPCConnection* connection) {
 }
 
 - (uid_t)effectiveUserIdentifier {
-    return geteuid();
+    return quoxelin::stage::signatures().user;
 }
 
 - (void (^)(void))interruptionHandler {
