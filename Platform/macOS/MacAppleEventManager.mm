@@ -4,7 +4,7 @@
 #include "Platform/macOS/ObjC.h"
 
 #import <AppKit/AppKit.h>
-#include <vector>
+#include <deque>
 
 /// Calls the handler with the direct object of each event as a string.
 @interface QXEventTarget : NSObject
@@ -35,14 +35,16 @@
 namespace quoxelin {
 
 struct MacAppleEventManager::Receiver {
+    /// One may arrive while another is handled; it comes last.
     void deliver() {
-        if (!handler)
-            return;
-        for (auto& each : std::exchange(waiting, {}))
-            handler(std::move(each));
+        while (handler && !waiting.empty()) {
+            auto first = std::move(waiting.front());
+            waiting.pop_front();
+            handler(std::move(first));
+        }
     }
 
-    std::vector<std::optional<std::string>> waiting;
+    std::deque<std::optional<std::string>> waiting;
     std::function<void(std::optional<std::string>)> handler;
     QXEventTarget* target = nil;
     FrameworkNotifications notifications;

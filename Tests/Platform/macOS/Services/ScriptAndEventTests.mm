@@ -82,6 +82,21 @@ TEST_F(MacAppleEventsTest, waitForTheirHandler) {
     EXPECT_EQ(urls, (Urls{"quoxelin://one", "quoxelin://two"}));
 }
 
+TEST_F(MacAppleEventsTest, keepTheirOrderWhenOneArrivesWhileAnotherIsHandled) {
+    MacAppleEventManager manager;
+    launch();
+    EXPECT_TRUE(open(@"quoxelin://one"));
+    EXPECT_TRUE(open(@"quoxelin://two"));
+    manager.setEventHandler(kInternetEventClass, kAEGetURL,
+                            [this](const std::optional<std::string>& url) {
+                                urls.push_back(url.value_or("nothing"));
+                                if (urls.size() == 1)
+                                    EXPECT_TRUE(open(@"quoxelin://three"));
+                            });
+    ASSERT_TRUE(comesTrue([&] { return urls.size() == 3; }));
+    EXPECT_EQ(urls, (Urls{"quoxelin://one", "quoxelin://two", "quoxelin://three"}));
+}
+
 TEST_F(MacAppleEventsTest, areDroppedAfterDestruction) {
     {
         MacAppleEventManager manager;

@@ -1,5 +1,7 @@
+#import <AppKit/AppKit.h>
 #import <objc/runtime.h>
 
+#import "Tests/Platform/macOS/Stage/Properties.h"
 #import "Tests/Platform/macOS/Stage/Stage.h"
 #import "Tests/Platform/macOS/Stage/StageServices.h"
 
@@ -85,6 +87,29 @@ bool sendEvent(AEEventClass eventClass, AEEventID eventID, NSAppleEventDescripto
     return true;
 }
 
+static NSMutableArray<void (^)(void)>* postedEvents() {
+    static NSMutableArray* const all = [NSMutableArray array];
+    return all;
+}
+
+static void deliverPostedEvent() {
+    void (^const first)(void) = postedEvents().firstObject;
+    if (first == nil)
+        return;
+    [postedEvents() removeObjectAtIndex:0];
+    first();
+}
+
+void postEvent(AEEventClass eventClass, AEEventID eventID, NSAppleEventDescriptor* event) {
+    [postedEvents() addObject:^{
+        sendEvent(eventClass, eventID, event);
+    }];
+    CFRunLoopPerformBlock(CFRunLoopGetMain(), kCFRunLoopCommonModes, ^{
+        deliverPostedEvent();
+    });
+    CFRunLoopWakeUp(CFRunLoopGetMain());
+}
+
 NSMutableArray<NSString*>* scripts() {
     static NSMutableArray<NSString*>* const all = [NSMutableArray array];
     static dispatch_once_t once;
@@ -97,6 +122,19 @@ NSMutableArray<NSString*>* scripts() {
 }
 
 } // namespace quoxelin::stage
+
+@implementation NSApplication (StageEvents)
+
++ (void)load {
+    quoxelin::stage::exchange(self, @selector(finishLaunching), @selector(stage_finishLaunching));
+}
+
+- (void)stage_finishLaunching {
+    [self stage_finishLaunching];
+    quoxelin::stage::deliverPostedEvent();
+}
+
+@end
 
 @implementation NSAppleScript (Stage)
 

@@ -1,4 +1,6 @@
-#import <Foundation/Foundation.h>
+#import <AppKit/AppKit.h>
+
+#import "Tests/Platform/macOS/Stage/Properties.h"
 
 /// GNUstep does not report that the loop is about to wait, so a timer calls the observer.
 struct StageRunLoopObserver {
@@ -32,3 +34,69 @@ void CFRunLoopObserverInvalidate(CFRunLoopObserverRef observer) {
 }
 
 void CFRelease(CFRunLoopObserverRef) {}
+
+/// The blocks that were given to the main run loop.
+@interface StageBlocks : NSObject
+@end
+
+@implementation StageBlocks
+
++ (NSMutableArray<void (^)(void)>*)pending {
+    static NSMutableArray* const all = [NSMutableArray array];
+    return all;
+}
+
++ (void)perform {
+    NSArray<void (^)(void)>* due = nil;
+    @synchronized(self.pending) {
+        due = [self.pending copy];
+        [self.pending removeAllObjects];
+    }
+    for (void (^block)(void) in due)
+        block();
+}
+
+@end
+
+void CFRunLoopPerformBlock(CFRunLoopRef, NSString*, void (^block)(void)) {
+    @synchronized(StageBlocks.pending) {
+        [StageBlocks.pending addObject:[block copy]];
+    }
+}
+
+/// From another thread, as GNUstep does not wake up a loop for the work of its own thread.
+void CFRunLoopWakeUp(CFRunLoopRef) {
+    dispatch_async(dispatch_get_global_queue(0, 0), ^{
+        [StageBlocks
+            performSelectorOnMainThread:@selector(perform)
+                             withObject:nil
+                          waitUntilDone:NO
+                                  modes:@[ NSDefaultRunLoopMode, NSModalPanelRunLoopMode ]];
+    });
+}
+
+@interface NSObject (StageMainQueue)
++ (void*)mainQueueFileDescriptor;
+@end
+
+@implementation NSApplication (StageModalLoops)
+
++ (void)load {
+    quoxelin::stage::exchange(self, @selector(beginModalSessionForWindow:),
+                              @selector(stage_beginModalSessionForWindow:));
+}
+
+/// GNUstep's modal loops leave the main queue alone.
+- (NSModalSession)stage_beginModalSessionForWindow:(NSWindow*)window {
+    static dispatch_once_t once;
+    dispatch_once(&once, ^{
+        Class const drainer = NSClassFromString(@"GSMainQueueDrainer");
+        [[NSRunLoop mainRunLoop] addEvent:[drainer mainQueueFileDescriptor]
+                                     type:ET_RDESC
+                                  watcher:[[drainer alloc] init]
+                                  forMode:NSModalPanelRunLoopMode];
+    });
+    return [self stage_beginModalSessionForWindow:window];
+}
+
+@end

@@ -62,6 +62,9 @@ UpdaterState& updates();
 
 /// Simulates an event from another program. Returns false if it has no handler.
 bool sendEvent(AEEventClass eventClass, AEEventID eventID, NSAppleEventDescriptor* event);
+/// The same for an event that waits for this program: the first one that waits is delivered by
+/// launching, between its two notifications, and the others by the main loop.
+void postEvent(AEEventClass eventClass, AEEventID eventID, NSAppleEventDescriptor* event);
 
 /// The source of every script that ran.
 NSMutableArray<NSString*>* scripts();

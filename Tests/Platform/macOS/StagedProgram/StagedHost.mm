@@ -6,6 +6,8 @@
 #import "Tests/Platform/macOS/Stage/StageAppKit.h"
 #import "Tests/Platform/macOS/Stage/StageServices.h"
 #include <cstdio>
+#include <cstdlib>
+#include <sstream>
 
 /// A helper that records its commands and replies without output.
 @interface QXStagedHelper : NSObject <HelperToolProtocol>
@@ -52,12 +54,24 @@ json::Array texts(NSArray* items, NSString* path) {
     return all;
 }
 
-void openURL(const std::optional<std::string>& url) {
+NSAppleEventDescriptor* eventWith(const std::optional<std::string>& directObject) {
     NSAppleEventDescriptor* const event = [[NSAppleEventDescriptor alloc] init];
-    if (url)
-        [event setParamDescriptor:[NSAppleEventDescriptor descriptorWithString:toNSString(*url)]
+    if (directObject)
+        [event setParamDescriptor:[NSAppleEventDescriptor
+                                      descriptorWithString:toNSString(*directObject)]
                        forKeyword:keyDirectObject];
-    stage::sendEvent(::kInternetEventClass, ::kAEGetURL, event);
+    return event;
+}
+
+/// What other programs have sent before this one runs: a URL or "quit" a line.
+void postEarlyEvents() {
+    const char* const events = std::getenv("QUOXELIN_STAGED_EVENTS");
+    std::istringstream lines(events != nullptr ? events : "");
+    for (std::string line; std::getline(lines, line);)
+        if (line == "quit")
+            stage::postEvent(kCoreEventClass, kAEQuitApplication, eventWith(std::nullopt));
+        else
+            stage::postEvent(::kInternetEventClass, ::kAEGetURL, eventWith(line));
 }
 
 /// Commands for what the user does outside of the panel.
@@ -67,11 +81,11 @@ void addDesktopCommands(Steering& steering) {
                        [] { stage::sendGlobalEvent(::NSEventMaskLeftMouseDown); });
     steering.add("open-url", [](SteeringReader& reader) {
         const auto url = reader.text("url");
-        return doing([url] { openURL(url); });
+        return doing(
+            [url] { stage::sendEvent(::kInternetEventClass, ::kAEGetURL, eventWith(url)); });
     });
     steering.addAction("end-session", [] {
-        stage::sendEvent(kCoreEventClass, kAEQuitApplication,
-                         [[NSAppleEventDescriptor alloc] init]);
+        stage::sendEvent(kCoreEventClass, kAEQuitApplication, eventWith(std::nullopt));
     });
     steering.addAction("become-active", [] {
         [[NSNotificationCenter defaultCenter]
@@ -127,6 +141,7 @@ StagedHost::StagedHost(const LaunchOptions& options)
     addScreenCommands(steering, screen, host.platform());
     addDesktopCommands(steering);
     addReports(steering, helper);
+    postEarlyEvents();
 }
 
 } // namespace quoxelin

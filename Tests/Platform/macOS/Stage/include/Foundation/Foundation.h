@@ -108,6 +108,8 @@ CFRunLoopObserverCreateWithHandler(const void* allocator, CFRunLoopActivity acti
 void CFRunLoopAddObserver(CFRunLoopRef loop, CFRunLoopObserverRef observer, NSString* mode);
 void CFRunLoopObserverInvalidate(CFRunLoopObserverRef observer);
 void CFRelease(CFRunLoopObserverRef observer);
+void CFRunLoopPerformBlock(CFRunLoopRef loop, NSString* mode, void (^block)(void));
+void CFRunLoopWakeUp(CFRunLoopRef loop);
 #ifdef __cplusplus
 }
 #endif
