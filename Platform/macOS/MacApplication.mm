@@ -2,6 +2,7 @@
 
 #include "Base/NotificationCenter.h"
 #include "Platform/macOS/FrameworkNotifications.h"
+#include "Platform/macOS/MainRunLoop.h"
 #include "Platform/macOS/ObjC.h"
 #include "Platform/macOS/QXActionTarget.h"
 
@@ -18,11 +19,9 @@
 @implementation QXApplication
 
 - (void)terminate:(id)sender {
-    // End the dialog's modal loop first, then the main loop.
+    // This ends the modal loop of the topmost dialog, and the last time the main loop.
     if (self.modalWindow != nil)
-        dispatch_async(dispatch_get_main_queue(), ^{
-            [self terminate:sender];
-        });
+        quoxelin::onMainRunLoop([] { [NSApp terminate:nil]; });
     [self stop:sender];
     // The loop checks whether to stop only after an event.
     [self postEvent:[NSEvent otherEventWithType:NSEventTypeApplicationDefined
@@ -128,9 +127,7 @@ int MacApplication::run(NSApplicationDelegate& delegate) {
 }
 
 void MacApplication::terminate() {
-    dispatch_async(dispatch_get_main_queue(), ^{
-        [NSApp terminate:nil];
-    });
+    onMainRunLoop([] { [NSApp terminate:nil]; });
 }
 
 void MacApplication::activateIgnoringOtherApps() {
