@@ -5,7 +5,6 @@
 #include "View/Reconcile.h"
 
 #include <QCloseEvent>
-#include <QGuiApplication>
 #include <QKeyEvent>
 #include <QWindow>
 
@@ -47,7 +46,7 @@ void PopoverWindow::present() {
 /// button has just been pressed. The kind that is refused nothing behaves the same inside our
 /// windows.
 void PopoverWindow::avoidGrab() {
-    if (!QGuiApplication::platformName().startsWith("wayland") || LayerShell::instance() != nullptr)
+    if (!LayerShell::isMissing())
         return;
     winId();
     auto& handle = *windowHandle();

@@ -103,6 +103,9 @@ class QtPanel final : public NSPanel {
 
     /// Not from the window's present place, which a window manager may be changing.
     void moveToPlace() {
+        // It stays where it is, and Qt would place its popovers beside where it is not.
+        if (window.isVisible() && LayerShell::isMissing())
+            return;
         const QRect card(wanted, window.card().size());
         window.moveCard(movedOntoScreen(card, iconPlace()).topLeft());
     }

@@ -31,8 +31,8 @@ def connected(desktop, logged_in_daemon):
 def click_row(desktop, application, label: str):
     """Finds the window on the screen. The row is highlighted once the compositor has reported the
     pointer."""
-    panel, card = box(application.do("panel")), desktop.wait_panel(application)
-    x, y = row_at(application, label)
+    card = desktop.wait_panel(application)
+    panel, (x, y) = box(application.do("panel")), row_at(application, label)
     x, y = x + card[0] - panel[0], y + card[1] - panel[1]
 
     def is_highlighted():
@@ -66,10 +66,13 @@ def test_the_panel_has_its_natural_size_and_closes_by_escape(desktop, connected)
     connected.wait(panel_visible=0)
 
 
-def test_the_open_panel_grows_downward_when_the_user_logs_in(desktop, daemon):
+def test_the_open_panel_grows_downward_and_opens_popovers_beside_it(desktop, daemon):
     with opened(desktop, daemon) as application:
         application.wait_text('"Login Quoxelin"')
         see_the_panel_grow(desktop, application, daemon)
+        panel = desktop.wait_panel(application)
+        click_row(desktop, application, "More")
+        see_the_popover(desktop, application, panel)
     desktop.wait_no_card()
 
 

@@ -49,6 +49,10 @@ T* native(const char* resource) {
         QGuiApplication::platformNativeInterface()->nativeResourceForIntegration(resource));
 }
 
+bool isOnWayland() {
+    return QGuiApplication::platformName().startsWith("wayland");
+}
+
 } // namespace
 
 std::optional<bool> LayerShell::isOffered() {
@@ -78,9 +82,13 @@ void LayerShell::prepare() {
         qputenv(variable, "1");
 }
 
+bool LayerShell::isMissing() {
+    return isOnWayland() && instance() == nullptr;
+}
+
 LayerShell* LayerShell::instance() {
     static LayerShell* const shell = []() -> LayerShell* {
-        if (!QGuiApplication::platformName().startsWith("wayland"))
+        if (!isOnWayland())
             return nullptr;
         auto* const display = native<wl_display>("wl_display");
         if (display == nullptr || !qEnvironmentVariableIsSet(environmentVariables().front()))

@@ -38,6 +38,10 @@ class LayerShell final {
     /// QApplication object, and never destroyed.
     static LayerShell* instance();
 
+    /// Whether Qt uses a compositor without the protocol. It chooses the places of windows and does
+    /// not tell them.
+    static bool isMissing();
+
     bool hasPointer() const;
 
     /// Asks the compositor how much of every screen its bars leave. Waits for the answer, which
