@@ -33,7 +33,12 @@ void pass(int number) {
 
 void readSignals() {
     unsigned char number = 0;
-    while (::read(signalPipe[0], &number, 1) == 1) {
+    for (;;) {
+        const auto count = ::read(signalPipe[0], &number, 1);
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count != 1)
+            return;
         const std::lock_guard lock(sourcesLock);
         for (const auto source : sources[number])
             if (!dispatch_source_testcancel(source))
