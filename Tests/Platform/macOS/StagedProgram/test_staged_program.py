@@ -99,14 +99,15 @@ def press_in_second_menu(application, label):
     application.press(label)
 
 
-def quits_in_order(application):
-    return application.exit_code() == 0 and application.log()[-1] == TERMINATED
+def assert_quits_in_order(application):
+    assert application.exit_code() == 0, application.standard_error
+    assert application.log()[-1] == TERMINATED
 
 
 @pytest.mark.parametrize("way", ["end-session", "quit"])
 def test_quits_in_order(application, way):
     application.start_command(way)
-    assert quits_in_order(application)
+    assert_quits_in_order(application)
 
 
 @pytest.mark.parametrize("way", ["end-session", "signal"])
@@ -116,7 +117,7 @@ def test_quits_while_it_asks_for_a_folder(daemon, application, way):
     press_in_second_menu(application, "Export Logs")
     application.wait(open_panels=1)
     quit_by(application, way)
-    assert quits_in_order(application)
+    assert_quits_in_order(application)
 
 
 @pytest.mark.parametrize("way", ["end-session", "signal"])
@@ -126,7 +127,7 @@ def test_quits_while_it_asks_before_uninstalling(daemon, application, way):
     press_in_second_menu(application, "Uninstall Quoxelin")
     application.wait_text("Administrator password is required")
     quit_by(application, way)
-    assert quits_in_order(application)
+    assert_quits_in_order(application)
 
 
 def test_opens_the_link_that_started_it(daemon):
@@ -144,5 +145,5 @@ def test_opens_two_links_that_arrived_before_it_ran(daemon):
 @pytest.mark.parametrize("events", [("quit",), ("quit", "quit"), ("quit", LINK), (LINK, "quit")])
 def test_quits_by_an_event_that_arrived_before_it_ran(daemon, events):
     with started_by(daemon, *events) as application:
-        assert quits_in_order(application)
+        assert_quits_in_order(application)
         assert_in_order(application.log(), LAUNCHES, "[App] Setting up Menu Bar...", TERMINATED)
