@@ -59,6 +59,8 @@ struct Platform {
     /// What to tell a user whose helper cannot be used, on a system without settings for that.
     /// Empty if the settings have login items to allow.
     std::string helperGuidance{};
+    /// The same for the system extension.
+    std::string systemExtensionGuidance{};
 
     /// The platform of this process, used by the shared instances. Call `use` first, once, on the
     /// main thread, with a platform that lives as long as the process.

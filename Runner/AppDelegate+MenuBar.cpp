@@ -37,6 +37,7 @@ void AppDelegate::setupMenuBar() {
             .notificationCenter = platform.userNotificationCenter,
             .application = platform.application,
             .helperGuidance = platform.helperGuidance,
+            .systemExtensionGuidance = platform.systemExtensionGuidance,
         },
         appState, std::make_shared<UpdaterViewModel>(updaterController->updater()),
         systemExtension);

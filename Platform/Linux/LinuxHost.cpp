@@ -58,6 +58,9 @@ Platform LinuxHost::compose(const LaunchOptions& options) {
         .daemonSocketPath = options.socketPath.value_or(defaultDaemonSocketPath),
         .helperGuidance = "The background service does not run, or you are not allowed to use it. "
                           "An administrator can check it with: systemctl status quoxelin-helper",
+        .systemExtensionGuidance =
+            "An administrator has to allow the VPN plugin of NetworkManager. "
+            "Click here to be asked for it.",
     };
 }
 

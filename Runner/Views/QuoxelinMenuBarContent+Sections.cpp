@@ -195,6 +195,8 @@ std::string QuoxelinMenuBarContent::systemExtensionGuideText() const {
     const auto& error = systemExtension->lastErrorDescription.get();
     if (error && !error->empty())
         return "システム拡張を有効化できませんでした\n" + *error;
+    if (!dependencies.systemExtensionGuidance.empty())
+        return dependencies.systemExtensionGuidance;
     if (dependencies.processInfo.operatingSystemMajorVersion() >= 15)
         return "System Settings → General → Login Items & Extensions\n"
                "でネットワーク拡張を許可してください";

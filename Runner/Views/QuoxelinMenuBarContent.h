@@ -52,8 +52,9 @@ class QuoxelinMenuBarContent final : public ObservableObject {
         NSApplication& application;
         /// The daemon's log file.
         std::filesystem::path daemonLogPath = "/var/log/quoxelind/client.log";
-        /// Like `Platform::helperGuidance`.
+        /// Like those of `Platform`.
         std::string helperGuidance{};
+        std::string systemExtensionGuidance{};
     };
 
     QuoxelinMenuBarContent(const Dependencies& dependencies, std::shared_ptr<AppViewState> app,

@@ -112,13 +112,21 @@ TEST_F(QuoxelinMenuBarContentTests, opensTheFirstSettingsPaneThatTheSystemHas) {
     EXPECT_THAT(system.workspace.openedURLs(), ElementsAre(loginItems));
 }
 
-TEST_F(QuoxelinMenuBarContentTests, leadsToNoSettingsWhereTheSystemHasNoneForTheHelper) {
-    content = std::make_shared<QuoxelinMenuBarContent>(
-        QuoxelinMenuBarContent::Dependencies{
-            dispatch, logger, localAPI, system.workspace, system.pasteboard, system.openPanel,
-            system.mainBundle, system.processInfo, system.userNotificationCenter,
-            system.application, directory.path() / "client.log", "Ask somebody."},
-        appState, updaterVM, systemExtension);
+/// A system without settings that allow anything.
+class QuoxelinMenuBarContentWithoutSettings : public QuoxelinMenuBarContentLoggedIn {
+  protected:
+    QuoxelinMenuBarContentWithoutSettings() {
+        content = std::make_shared<QuoxelinMenuBarContent>(
+            QuoxelinMenuBarContent::Dependencies{
+                dispatch, logger, localAPI, system.workspace, system.pasteboard, system.openPanel,
+                system.mainBundle, system.processInfo, system.userNotificationCenter,
+                system.application, directory.path() / "client.log", "Ask somebody.",
+                "Ask an administrator."},
+            appState, updaterVM, systemExtension);
+    }
+};
+
+TEST_F(QuoxelinMenuBarContentWithoutSettings, leadsToNoneForTheHelper) {
     appState->helperNeedsApproval = true;
     appState->helperRegistrationError = "Allow it in the settings.";
     const auto shown = viewText(tree());
@@ -137,6 +145,17 @@ TEST_F(QuoxelinMenuBarContentLoggedIn, leadsToTheSettingsAndActivatesTheExtensio
     EXPECT_THAT(system.workspace.openedURLs(),
                 ElementsAre("x-apple.systempreferences:com.apple.LoginItems-Settings.extension"));
     EXPECT_EQ(system.systemExtensions.submissions(OSSystemExtensionRequest::Kind::activation), 1u);
+}
+
+TEST_F(QuoxelinMenuBarContentWithoutSettings, namesNoneForTheExtension) {
+    systemExtension->isApproved = false;
+    for (const int version : {14, 15}) {
+        system.processInfo.majorVersion = version;
+        EXPECT_TRUE(shows("Ask an administrator."));
+    }
+    systemExtension->lastErrorDescription = "Broken.";
+    EXPECT_TRUE(shows("システム拡張を有効化できませんでした\nBroken."));
+    EXPECT_FALSE(shows("Ask an administrator."));
 }
 
 TEST_F(QuoxelinMenuBarContentLoggedIn, doesNotActivateAnExtensionApprovedMeanwhile) {
