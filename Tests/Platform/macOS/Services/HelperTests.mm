@@ -106,8 +106,8 @@ class MacHelperTest : public ServiceTest {
 
     /// Asks for programs that run until `letProgramsEnd`.
     void startPrograms(std::size_t count, const std::string& atTheirEnd = "true") {
-        write("quoxelin",
-              "while [ ! -e " + bundle + "/go ]; do sleep 0.01; done; echo end; " + atTheirEnd);
+        write("quoxelin", "while [ -d " + bundle + " ] && [ ! -e " + bundle +
+                              "/go ]; do sleep 0.01; done; echo end; " + atTheirEnd);
         while (count-- > 0)
             startProgram();
     }
