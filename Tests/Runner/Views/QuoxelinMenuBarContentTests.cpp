@@ -1,5 +1,4 @@
 #include "Tests/Runner/Views/PanelFixture.h"
-#include "Tests/Support/ViewText.h"
 
 #include <gmock/gmock.h>
 
@@ -7,7 +6,6 @@ namespace quoxelin::testing {
 
 using ::testing::Contains;
 using ::testing::ElementsAre;
-using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Not;
 using ::testing::StartsWith;
@@ -112,29 +110,6 @@ TEST_F(QuoxelinMenuBarContentTests, opensTheFirstSettingsPaneThatTheSystemHas) {
     EXPECT_THAT(system.workspace.openedURLs(), ElementsAre(loginItems));
 }
 
-/// A system without settings that allow anything.
-class QuoxelinMenuBarContentWithoutSettings : public QuoxelinMenuBarContentLoggedIn {
-  protected:
-    QuoxelinMenuBarContentWithoutSettings() {
-        content = std::make_shared<QuoxelinMenuBarContent>(
-            QuoxelinMenuBarContent::Dependencies{
-                dispatch, logger, localAPI, system.workspace, system.pasteboard, system.openPanel,
-                system.mainBundle, system.processInfo, system.userNotificationCenter,
-                system.application, directory.path() / "client.log", "Ask somebody.",
-                "Ask an administrator."},
-            appState, updaterVM, systemExtension);
-    }
-};
-
-TEST_F(QuoxelinMenuBarContentWithoutSettings, leadsToNoneForTheHelper) {
-    appState->helperNeedsApproval = true;
-    appState->helperRegistrationError = "Allow it in the settings.";
-    const auto shown = viewText(tree());
-    EXPECT_THAT(shown, HasSubstr("Ask somebody."));
-    EXPECT_THAT(shown, Not(HasSubstr("Login Items")));
-    EXPECT_THAT(shown, Not(HasSubstr("Allow it")));
-}
-
 // The system extension
 
 TEST_F(QuoxelinMenuBarContentLoggedIn, leadsToTheSettingsAndActivatesTheExtensionAgain) {
@@ -145,17 +120,6 @@ TEST_F(QuoxelinMenuBarContentLoggedIn, leadsToTheSettingsAndActivatesTheExtensio
     EXPECT_THAT(system.workspace.openedURLs(),
                 ElementsAre("x-apple.systempreferences:com.apple.LoginItems-Settings.extension"));
     EXPECT_EQ(system.systemExtensions.submissions(OSSystemExtensionRequest::Kind::activation), 1u);
-}
-
-TEST_F(QuoxelinMenuBarContentWithoutSettings, namesNoneForTheExtension) {
-    systemExtension->isApproved = false;
-    for (const int version : {14, 15}) {
-        system.processInfo.majorVersion = version;
-        EXPECT_TRUE(shows("Ask an administrator."));
-    }
-    systemExtension->lastErrorDescription = "Broken.";
-    EXPECT_TRUE(shows("システム拡張を有効化できませんでした\nBroken."));
-    EXPECT_FALSE(shows("Ask an administrator."));
 }
 
 TEST_F(QuoxelinMenuBarContentLoggedIn, doesNotActivateAnExtensionApprovedMeanwhile) {

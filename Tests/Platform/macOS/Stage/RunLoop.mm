@@ -64,7 +64,7 @@ void CFRunLoopPerformBlock(CFRunLoopRef, NSString*, void (^block)(void)) {
     }
 }
 
-/// From another thread, as GNUstep does not wake up a loop for the work of its own thread.
+/// Uses another thread: GNUstep does not wake a run loop for work that its own thread adds.
 void CFRunLoopWakeUp(CFRunLoopRef) {
     dispatch_async(dispatch_get_global_queue(0, 0), ^{
         [StageBlocks
