@@ -1,4 +1,7 @@
-"""scripts/mutation.py changes programs as it says, and one program contains all changes."""
+"""scripts/mutation.py changes programs as it says, and one program contains all changes. scripts/mutants
+counts them."""
+import importlib.machinery
+import importlib.util
 import os
 import pathlib
 import subprocess
@@ -144,3 +147,51 @@ def test_wrong_arguments_are_refused(arguments):
     done = subprocess.run([SCRIPTS / "mutants", *arguments], capture_output=True, text=True, timeout=60)
     assert done.returncode == 2
     assert "scripts/mutants" in done.stderr
+
+
+@pytest.fixture
+def mutants():
+    loader = importlib.machinery.SourceFileLoader("mutants", str(SCRIPTS / "mutants"))
+    module = importlib.util.module_from_spec(importlib.util.spec_from_loader("mutants", loader))
+    loader.exec_module(module)
+    return module
+
+
+def outcome(outcome, mutated, original="a < b", operator="comparison"):
+    return {"file": "Folder/A.cpp", "line": 3, "outcome": outcome, "operator": operator, "original": original,
+            "mutated": mutated}
+
+
+def test_mutants_that_are_equivalent_are_not_counted(mutants, capsys):
+    entries = [outcome("killed", "a <= b"), outcome("survived", "a >= b"), outcome("survived", "", "f(a, b);", "dropped"),
+               outcome("unreached", "true", "b", "logical")]
+    listed = ["# what it is", "A reason", "    Folder/A.cpp: comparison: a < b -> a >= b",
+              "    Folder/A.cpp: dropped: f(...); ->", "    Folder/B.cpp: logical: b -> true", ""]
+    mutants.report(entries, mutants.equivalents(listed))
+    survivor, _, folder = capsys.readouterr().out.splitlines()
+    assert survivor == "Folder/A.cpp:3: unreached: logical: b -> true"
+    assert folder.split() == ["Folder", "4", "1", "0", "1", "2", "50.0%"]
+
+
+def test_a_survivor_can_be_listed_as_it_is_printed(mutants, capsys):
+    entry = outcome("survived", "x" * 200, "y" * 200)
+    mutants.report([entry])
+    printed = capsys.readouterr().out.splitlines()[0].replace(":3: survived", "")
+    mutants.report([entry], mutants.equivalents(["  " + printed]))
+    assert "survived:" not in capsys.readouterr().out
+
+
+def test_an_equivalent_mutant_that_is_no_more_is_named(mutants, capsys):
+    listed = ["  Folder/A.cpp: comparison: a < c -> a >= c", "  Folder/B.cpp: comparison: a < c -> a >= c"]
+    mutants.report([outcome("killed", "a >= b")], mutants.equivalents(listed))
+    assert capsys.readouterr().out.splitlines()[0] == (
+        "equivalent-mutants: none survives: Folder/A.cpp: comparison: a < c -> a >= c")
+
+
+def test_the_list_of_equivalent_mutants_gives_a_reason_for_each(mutants):
+    has_reason = False
+    for line in mutants.EQUIVALENT.read_text().splitlines():
+        is_mutant = line[:1].isspace()
+        assert has_reason or not is_mutant, line
+        assert not is_mutant or (SCRIPTS.parent / line.split(":")[0].strip()).is_file(), line
+        has_reason = is_mutant or line[:1] not in ("", "#")
