@@ -10,7 +10,7 @@ using enum Refusal::Reason;
 struct Requests::Request {
     std::string caller;
     Reply reply;
-    std::string asked = {}; ///< for the log
+    std::string asked = {}; ///< for the log, if the request itself is refused
     Program program = Program::daemon;
     Arguments arguments = {};
     std::optional<Refusal> refusal = {};
@@ -196,18 +196,16 @@ void Requests::refuse(const Shared& request, const Refusal& refusal) {
         std::string line = "refused " + request->who() + ": " + refusal.text;
         if (!refusal.detail.empty())
             line += " " + forLog(refusal.detail);
-        return line +
-               " Asked for: " + (request->asked.empty() ? request->command() : request->asked);
+        return line + " Asked for: " + (request->refusal ? request->asked : request->command());
     });
     const auto outcome = refusal;
     forget(request);
     request->reply(tl::unexpected(outcome));
 }
 
-/// Releases the request's question and turn.
+/// Passes the request's turn on.
 void Requests::forget(const Shared& request) {
     requests.erase(request);
-    request->question.reset();
     request->turn.reset();
 }
 

@@ -70,14 +70,15 @@ struct Service::Run {
 };
 
 Service::Service(sd_event* event, sd_bus* calls, sd_bus* questions, std::string bundleRoot,
-                 std::function<void(const std::string&)> write)
+                 std::function<void(const std::string&)> write, const Trust& trust)
     : event(event), calls(calls), questions(questions),
-      requests(dependencies(std::move(bundleRoot), std::move(write))) {}
+      requests(dependencies(std::move(bundleRoot), std::move(write), trust)) {}
 
 Service::~Service() = default;
 
 Requests::Dependencies Service::dependencies(std::string bundleRoot,
-                                             std::function<void(const std::string&)> write) {
+                                             std::function<void(const std::string&)> write,
+                                             const Trust& trust) {
     return {
         std::move(bundleRoot),
         [this](const std::string& caller, std::function<void(std::optional<uid_t>)> answer) {
@@ -90,8 +91,8 @@ Requests::Dependencies Service::dependencies(std::string bundleRoot,
         [this, write](const Requests::Question& question, std::function<void(bool)> answer) {
             return authorize(questions, question, std::move(answer), write);
         },
-        [](const std::string& path) { return readTrusted(path); },
-        [](const std::string& path) { return openTrusted(path); },
+        [trust](const std::string& path) { return readTrusted(path, trust); },
+        [trust](const std::string& path) { return openTrusted(path, trust); },
         [this](const TrustedFile& executable, const Arguments& words, Requests::Finished finished) {
             return run(executable, words, std::move(finished));
         },
@@ -129,24 +130,24 @@ int Service::runGoTool(sd_bus_message* call, void* data, sd_bus_error*) {
     auto& self = *static_cast<Service*>(data);
     self.waitForCalls();
     const std::string caller = sd_bus_message_get_sender(call);
-    const auto read = self.unread.contains(caller) ? std::nullopt : readCall(call);
-    if (read) {
-        self.requests.runGoTool(caller, read->path, read->arguments, replyTo(call));
-    } else {
+    if (!self.unread.contains(caller)) {
+        if (const auto read = readCall(call)) {
+            self.requests.runGoTool(caller, read->path, read->arguments, replyTo(call));
+            return 1;
+        }
         // The bus may lose the signal that a connection has ended.
         if (self.unread.size() == mostUnread)
             self.unread.clear();
         self.unread.insert(caller);
-        self.requests.refuseUnread(caller, refusalTo(call));
     }
+    self.requests.refuseUnread(caller, refusalTo(call));
     return 1;
 }
 
 int Service::nameHasGone(sd_bus_message* signal, void* data, sd_bus_error*) {
     auto& self = *static_cast<Service*>(data);
     const char* name = nullptr;
-    if (sd_bus_message_read_basic(signal, 's', &name) > 0 && name[0] == ':') {
-        self.identities.erase(name);
+    if (sd_bus_message_read_basic(signal, 's', &name) > 0) {
         self.unread.erase(name);
         self.requests.callerHasGone(name);
     }
@@ -184,11 +185,6 @@ int Service::programEnded(sd_event_source*, const siginfo_t* how, void* data) {
 }
 
 void Service::waitForCalls() {
-    if (idleTimer) {
-        sd_event_source_set_time_relative(idleTimer.get(), idleMicroseconds);
-        sd_event_source_set_enabled(idleTimer.get(), SD_EVENT_ONESHOT);
-        return;
-    }
     const auto isOver = [](sd_event_source*, std::uint64_t, void* self) {
         static_cast<Service*>(self)->leaveIfIdle();
         return 0;
@@ -205,15 +201,14 @@ void Service::leaveIfIdle() {
     waitForCalls();
     if (requests.isBusy())
         return;
-    if (std::exchange(isLeaving, true)) {
-        sd_event_exit(event, 0);
-        return;
-    }
     const auto released = [](sd_bus_message*, void* self, sd_bus_error*) {
         static_cast<Service*>(self)->leaveIfIdle();
         return 0;
     };
-    sd_bus_release_name_async(calls, nullptr, busName, released, this);
+    if (std::exchange(isLeaving, true))
+        sd_event_exit(event, 0);
+    else
+        sd_bus_release_name_async(calls, nullptr, busName, released, this);
 }
 
 } // namespace quoxelin::helper

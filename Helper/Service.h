@@ -15,8 +15,9 @@ class Service {
     /// Two started connections, attached to the event loop: one for calls, and one for the helper's
     /// own questions. The second has no name, so that no user can fill its queue; the bus loses
     /// answers to a connection whose queue is full. `write` gets the lines for the system's log.
+    /// The bundle is below `trust.root`.
     Service(sd_event* event, sd_bus* calls, sd_bus* questions, std::string bundleRoot,
-            std::function<void(const std::string&)> write);
+            std::function<void(const std::string&)> write, const Trust& trust = {});
     ~Service();
     Service(const Service&) = delete;
     Service& operator=(const Service&) = delete;
@@ -32,7 +33,8 @@ class Service {
     static int programEnded(sd_event_source*, const siginfo_t* how, void* run);
 
     Requests::Dependencies dependencies(std::string bundleRoot,
-                                        std::function<void(const std::string&)> write);
+                                        std::function<void(const std::string&)> write,
+                                        const Trust& trust);
     tl::expected<pid_t, std::string> run(const TrustedFile& executable, const Arguments& words,
                                          Requests::Finished finished);
     void waitForCalls();

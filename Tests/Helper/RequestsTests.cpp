@@ -150,6 +150,8 @@ TEST_F(HelperRequests, forHelpNeedNothingOfTheBundle) {
 TEST_F(HelperRequests, areToldWhyTheyAreRefused) {
     EXPECT_EQ(reason(*ask(":1.5", "/bin/sh", {"-c", "id"})), "Only the bundled programs are run.");
     EXPECT_THAT(log.back(), EndsWith("Asked for: /bin/sh -c id"));
+    ask(":1.5", "", {});
+    EXPECT_THAT(log.back(), EndsWith("Asked for: "));
     EXPECT_EQ(reason(*ask(":1.5", tool, {"reboot"})),
               "The program is not run with these arguments.");
     list = std::string("<plist>");
@@ -180,6 +182,30 @@ TEST_F(HelperRequests, askForTheUserOnceUntilTheConnectionEnds) {
     requests->callerHasGone(":1.99");
     ask(":1.99");
     EXPECT_EQ(unidentified.size(), 2u);
+}
+
+TEST_F(HelperRequests, rememberTheUsersOf4096Connections) {
+    const auto isAskedAbout = [&](int number) {
+        const auto before = unidentified.size();
+        ask(":2." + std::to_string(number), "/bin/sh");
+        if (unidentified.size() > before)
+            unidentified.back().second(1000);
+        return unidentified.size() > before;
+    };
+    for (int number = 0; number < 4096; ++number)
+        EXPECT_TRUE(isAskedAbout(number));
+    EXPECT_FALSE(isAskedAbout(0));
+    EXPECT_FALSE(isAskedAbout(4095));
+    EXPECT_TRUE(isAskedAbout(4096));
+    EXPECT_TRUE(isAskedAbout(0));
+}
+
+TEST_F(HelperRequests, countOnlyRefusals) {
+    ask(":1.99");
+    unidentified.at(0).second(1002);
+    EXPECT_FALSE(requests->writeCounts());
+    ask(":1.99", "/bin/sh");
+    EXPECT_TRUE(requests->writeCounts());
 }
 
 TEST_F(HelperRequests, areRefusedToTheWrongCaller) {
@@ -296,6 +322,8 @@ TEST_F(HelperRequests, thatWaitForAnAnswerAreCountedApartFromRunningPrograms) {
     EXPECT_EQ(reason(*tooMany), "Too many programs run.");
     running[3]("", "exit code 0");
     EXPECT_EQ(running.size(), 9u);
+    EXPECT_EQ(log[log.size() - 2], "user 1000 (:1.5) ran quoxelin up: exit code 0");
+    EXPECT_EQ(log.back(), "user 1000 (:1.5) runs quoxelin up: process 77");
     running.back()("late", "exit code 0");
     EXPECT_EQ(**waiting, "late");
 }

@@ -1,22 +1,14 @@
-#include "Helper/Service.h"
+#include "Tests/Helper/Descriptors.h"
+#include "Tests/Helper/ServiceFixture.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <optional>
-#include <sys/socket.h>
+#include <malloc.h>
 #include <sys/syscall.h>
-#include <unistd.h>
-
-namespace {
-
-std::chrono::seconds passed{0};
-
-} // namespace
 
 /// What time it is for this program and its libraries, so that no test waits.
 extern "C" int clock_gettime(clockid_t clock, timespec* time) noexcept {
     const auto outcome = static_cast<int>(::syscall(SYS_clock_gettime, clock, time));
-    time->tv_sec += passed.count();
+    time->tv_sec += quoxelin::helper::HelperService::passed.count();
     return outcome;
 }
 
@@ -33,154 +25,43 @@ using ::testing::SizeIs;
 using ::testing::StartsWith;
 using ::testing::StrEq;
 
-/// The helper on a bus, whose other end plays the bus, polkit and the callers.
-class HelperService : public ::testing::Test {
-  protected:
-    HelperService() {
-        int ends[2] = {-1, -1};
-        ::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends);
-        sd_bus_set_fd(bus.get(), ends[0], ends[0]);
-        sd_bus_set_bus_client(bus.get(), 1);
-        sd_bus_set_exit_on_disconnect(bus.get(), 1);
-        sd_bus_start(bus.get());
-        sd_bus_attach_event(bus.get(), event.get(), SD_EVENT_PRIORITY_NORMAL);
-        sd_bus_set_fd(far.get(), ends[1], ends[1]);
-        sd_id128_t server = {};
-        server.bytes[0] = 1;
-        sd_bus_set_server(far.get(), 1, server);
-        sd_bus_add_filter(far.get(), nullptr, &HelperService::arrived, this);
-        sd_bus_start(far.get());
-        EXPECT_GE(service.begin(), 0);
-        settle();
-    }
-
-    bool isServing() const { return sd_event_get_state(event.get()) != SD_EVENT_FINISHED; }
-
-    void settle() {
-        while ((isServing() && sd_event_run(event.get(), 0) > 0) ||
-               sd_bus_process(far.get(), nullptr) > 0) {
-        }
-    }
-
-    void advance(std::chrono::seconds time) {
-        passed += time;
-        settle();
-    }
-
-    Owned<sd_bus_message> callOf(const std::string& caller, const char* method) {
-        auto call = made<sd_bus_message>([&](sd_bus_message** message) {
-            return sd_bus_message_new_method_call(
-                far.get(), message, "com.quoxelin.desktop.Helper", "/com/quoxelin/desktop/Helper",
-                "com.quoxelin.desktop.HelperToolProtocol", method);
-        });
-        sd_bus_message_set_sender(call.get(), caller.c_str());
-        return call;
-    }
-
-    /// The call's number, by which its outcome is found.
-    std::uint64_t send(const Owned<sd_bus_message>& call) {
-        std::uint64_t number = 0;
-        EXPECT_GE(sd_bus_send(far.get(), call.get(), &number), 0);
-        settle();
-        return number;
-    }
-
-    std::uint64_t ask(const std::string& caller) {
-        const auto call = callOf(caller, "RunGoTool");
-        sd_bus_message_append(call.get(), "sas", "/nowhere/Contents/Resources/quoxelin", 1, "up");
-        return send(call);
-    }
-
-    /// The bus reports that a connection has ended.
-    void ends(const std::string& caller) {
-        const auto signal = made<sd_bus_message>([&](sd_bus_message** message) {
-            return sd_bus_message_new_signal(far.get(), message, "/org/freedesktop/DBus",
-                                             "org.freedesktop.DBus", "NameOwnerChanged");
-        });
-        sd_bus_message_set_sender(signal.get(), "org.freedesktop.DBus");
-        sd_bus_message_append(signal.get(), "sss", caller.c_str(), caller.c_str(), "");
-        send(signal);
-    }
-
-    /// The answer to a new caller's request.
-    std::string told(const std::string& path, const std::vector<std::string>& words) {
-        return told(":2." + std::to_string(outcomes.size()), path, words);
-    }
-
-    std::string told(const std::string& caller, const std::string& path,
-                     const std::vector<std::string>& words) {
-        const auto call = callOf(caller, "RunGoTool");
-        sd_bus_message_append_basic(call.get(), 's', path.c_str());
-        sd_bus_message_open_container(call.get(), 'a', "s");
-        for (const auto& word : words)
-            sd_bus_message_append_basic(call.get(), 's', word.c_str());
-        sd_bus_message_close_container(call.get());
-        return reasons[send(call)];
-    }
-
-    static int arrived(sd_bus_message* message, void* self, sd_bus_error*) {
-        return static_cast<HelperService*>(self)->take(message);
-    }
-
-    int take(sd_bus_message* message) {
-        std::uint64_t number = 0;
-        if (sd_bus_message_get_reply_cookie(message, &number) >= 0) {
-            const auto* error = sd_bus_message_get_error(message);
-            outcomes[number] = error == nullptr ? "replied" : error->name;
-            reasons[number] = error == nullptr ? "" : error->message;
-            return 1;
-        }
-        const std::string member = sd_bus_message_get_member(message);
-        asked.push_back(member);
-        if (silent.contains(member))
-            lost.emplace_back(sd_bus_message_ref(message));
-        else
-            answer(message);
-        return 1;
-    }
-
-    void answer(sd_bus_message* question) {
-        const std::string member = sd_bus_message_get_member(question);
-        if (member == "CheckAuthorization")
-            sd_bus_reply_method_return(question, "(bba{ss})", 1, 0, 0);
-        else if (member == "Hello")
-            sd_bus_reply_method_return(question, "s", ":1.1");
-        else if (member == "GetConnectionUnixUser")
-            sd_bus_reply_method_return(question, "u", 1000);
-        else if (member == "RequestName" || member == "ReleaseName")
-            sd_bus_reply_method_return(question, "u", 1);
-        else
-            sd_bus_reply_method_return(question, "");
-    }
-
-    static constexpr const char* refused = SD_BUS_ERROR_ACCESS_DENIED;
-    /// polkit has allowed it, and there is no such program.
-    static constexpr const char* allowed = SD_BUS_ERROR_FAILED;
-
-    /// Questions that get no answer.
-    std::set<std::string> silent;
-    std::vector<Owned<sd_bus_message>> lost;
-    std::vector<std::string> asked;
-    std::map<std::uint64_t, std::string> outcomes;
-    std::map<std::uint64_t, std::string> reasons;
-    std::vector<std::string> log;
-    Owned<sd_event> event = made<sd_event>(&sd_event_new);
-    Owned<sd_bus> bus = made<sd_bus>(&sd_bus_new);
-    Owned<sd_bus> far = made<sd_bus>(&sd_bus_new);
-    Service service{event.get(), bus.get(), bus.get(), "/nowhere",
-                    [this](const std::string& line) { log.push_back(line); }};
-};
-
 TEST_F(HelperService, endsAfterAMinuteWithoutCalls) {
     EXPECT_THAT(asked, Contains("RequestName"));
     advance(std::chrono::seconds(59));
     const auto ping = send(callOf(":1.5", "Ping"));
-    EXPECT_EQ(outcomes[ping], "replied");
+    EXPECT_EQ(said[ping], "true");
+    advance(std::chrono::seconds(59));
+    told("/program", {});
     advance(std::chrono::seconds(59));
     EXPECT_THAT(asked, Not(Contains("ReleaseName")));
     advance(std::chrono::seconds(2));
     EXPECT_THAT(asked, Contains("ReleaseName"));
     EXPECT_FALSE(isServing());
+    int code = -1;
+    EXPECT_GE(sd_event_get_exit_code(event.get(), &code), 0);
+    EXPECT_EQ(code, 0);
+}
+
+TEST_F(HelperService, takesItsNameFromNobodyAndHearsOnlyOfConnectionsThatEnd) {
+    const char* name = nullptr;
+    std::uint32_t flags = 0;
+    auto* const request = last["RequestName"].get();
+    sd_bus_message_rewind(request, 1);
+    ASSERT_GT(sd_bus_message_read(request, "su", &name, &flags), 0);
+    EXPECT_STREQ(name, "com.quoxelin.desktop.Helper");
+    constexpr std::uint32_t doNotWait = 4;
+    EXPECT_EQ(flags, doNotWait);
+    EXPECT_THAT(text(last["AddMatch"].get()),
+                AllOf(HasSubstr("member='NameOwnerChanged'"), HasSubstr("arg2=''")));
+}
+
+TEST_F(HelperService, beginsOnceAndOnlyOnABus) {
+    const auto ignore = [](const std::string&) {};
+    Service again(event.get(), bus.get(), bus.get(), "/nowhere", ignore);
+    EXPECT_LT(again.begin(), 0);
+    const auto nothing = made<sd_bus>(&sd_bus_new);
+    Service nowhere(event.get(), nothing.get(), nothing.get(), "/nowhere", ignore);
+    EXPECT_LT(nowhere.begin(), 0);
 }
 
 TEST_F(HelperService, servesWhatArrivesBeforeItsNameIsReleased) {
@@ -219,6 +100,57 @@ TEST_F(HelperService, readsNothingMoreOfACallerWhoseRequestWasTooLarge) {
     EXPECT_EQ(told(":1.5", "/program", {"up"}), "Only the bundled programs are run.");
 }
 
+TEST_F(HelperService, remembersTheCallersOf4096RequestsThatWereTooLarge) {
+    const std::string tooLarge = "The request is too large.";
+    const std::vector<std::string> many(6, "up");
+    for (int number = 0; number < 4096; ++number)
+        EXPECT_EQ(told(":2." + std::to_string(number), "/program", many), tooLarge);
+    EXPECT_EQ(told(":2.0", "/program", {}), tooLarge);
+    EXPECT_EQ(told(":2.1", "/program", {}), tooLarge);
+    EXPECT_EQ(told(":2.4096", "/program", many), tooLarge);
+    EXPECT_EQ(told(":2.0", "/program", {}), "Only the bundled programs are run.");
+}
+
+TEST_F(HelperService, tellsWhichLimitACallerExceeds) {
+    silent = {"GetConnectionUnixUser"};
+    for (std::size_t count = 0; count < Requests::mostArrivals; ++count)
+        ask(":1.5");
+    const auto tooMany = ask(":1.5");
+    EXPECT_EQ(outcomes[tooMany], SD_BUS_ERROR_LIMITS_EXCEEDED);
+    EXPECT_EQ(said[tooMany], "Too many requests at once.");
+}
+
+TEST_F(HelperService, logsWhatItLeftOutWhileItWaits) {
+    silent = {"CheckAuthorization"};
+    ask(":1.5");
+    for (int count = 0; count < 25; ++count)
+        told(":1.6", "/program", {});
+    advance(std::chrono::seconds(61));
+    EXPECT_EQ(log.back(), "refused user 1000 5 more times");
+}
+
+TEST_F(HelperService, keepsNothingOfRequestsThatAreOver) {
+    const auto used = [this] {
+        for (int count = 0; count < 800; ++count) {
+            ask(":1.5");
+            told(":1.5", "/program", {std::string(1024, 'x')});
+            told(":1.6", "/program", {std::string(1025, 'x')});
+        }
+        for (auto* const numbered : {&outcomes, &said})
+            *numbered = {};
+        asked = log = {};
+        return ::mallinfo2().uordblks; // none under a sanitizer
+    };
+    const auto before = used();
+    EXPECT_LT(used(), before + 70'000);
+}
+
+TEST_F(HelperService, leavesNothingOpen) {
+    const int before = firstFreeDescriptor();
+    EXPECT_TRUE(made<sd_event>(&sd_event_new));
+    EXPECT_EQ(firstFreeDescriptor(), before);
+}
+
 TEST_F(HelperService, asksPolkitAboutTheCallerAndLetsItAskTheUser) {
     silent = {"CheckAuthorization"};
     ask(":1.5");
@@ -252,7 +184,57 @@ TEST_F(HelperService, withdrawsTheQuestionOfACallerThatHasGone) {
     ask(":1.6");
     ends(":1.5");
     EXPECT_THAT(asked, Contains("CancelCheckAuthorization").Times(1));
+    auto* const withdrawal = last["CancelCheckAuthorization"].get();
+    const char* name = nullptr;
+    ASSERT_GT(sd_bus_message_skip(lost.at(0).get(), "(sa{sv})sa{ss}u"), 0);
+    ASSERT_GT(sd_bus_message_read(lost.at(0).get(), "s", &name), 0);
+    EXPECT_EQ(text(withdrawal), name);
+    EXPECT_EQ(sd_bus_message_get_auto_start(withdrawal), 0) << "no question, no polkit";
+    EXPECT_EQ(sd_bus_message_get_expect_reply(withdrawal), 0);
+    answer(lost.at(0).get());
+    settle();
     EXPECT_FALSE(outcomes.contains(call));
+    EXPECT_THAT(log, SizeIs(0));
+}
+
+TEST_F(HelperService, takesOnlyAnAnswerOfPolkitForConsent) {
+    silent = {"CheckAuthorization"};
+    const auto first = ask(":1.5");
+    sd_bus_reply_method_return(lost.at(0).get(), "b", 1);
+    settle();
+    EXPECT_EQ(outcomes[first], refused);
+    const auto second = ask(":1.5");
+    sd_bus_reply_method_return(lost.at(1).get(), "(bba{ss})", 0, 1, 0);
+    settle();
+    EXPECT_EQ(outcomes[second], refused);
+}
+
+TEST_F(HelperService, logsWhyPolkitDidNotAnswer) {
+    silent = {"CheckAuthorization"};
+    for (const char* const text : {"no\nagent", static_cast<const char*>(nullptr)}) {
+        const auto call = ask(":1.5");
+        const sd_bus_error error = SD_BUS_ERROR_MAKE_CONST("com.example.Broken", text);
+        sd_bus_reply_method_error(lost.back().get(), &error);
+        settle();
+        EXPECT_EQ(outcomes[call], refused);
+    }
+    EXPECT_THAT(log, Contains("polkit did not answer: no\\x0aagent"));
+    EXPECT_THAT(log, Contains("polkit did not answer: com.example.Broken"));
+}
+
+TEST_F(HelperService, refusesEverybodyWhenItsQuestionsGoNowhere) {
+    sd_bus_close(bus.get());
+    for (sd_bus* const closed : {bus.get(), static_cast<sd_bus*>(nullptr)}) {
+        std::optional<uid_t> user = 1000;
+        identify(closed, ":1.5", [&](auto known) { user = known; });
+        EXPECT_FALSE(user);
+        bool isAllowed = true;
+        authorize(
+            closed, {":1.5", "quoxelin", "quoxelin up"}, [&](bool answer) { isAllowed = answer; },
+            [this](const std::string& line) { log.push_back(line); });
+        EXPECT_FALSE(isAllowed);
+    }
+    EXPECT_EQ(log.front(), "polkit did not answer: Transport endpoint is not connected");
 }
 
 TEST_F(HelperService, endsWhenItLosesTheBus) {
@@ -269,7 +251,7 @@ TEST_F(HelperService, refusesACallerWhenTheBusLosesTheAnswerAboutTheUser) {
         ask(":1." + std::to_string(100 + number));
     advance(std::chrono::seconds(9));
     EXPECT_THAT(outcomes, SizeIs(0));
-    advance(std::chrono::seconds(2));
+    advance(std::chrono::seconds(1));
     EXPECT_THAT(outcomes, SizeIs(100));
     EXPECT_THAT(outcomes, Each(Pair(::testing::_, refused)));
     silent.clear();
@@ -287,7 +269,7 @@ TEST_F(HelperService, endsAQuestionThatPolkitDoesNotAnswerInFiveMinutes) {
     EXPECT_THAT(outcomes, SizeIs(0));
     EXPECT_THAT(lost, SizeIs(Requests::mostQuestions));
     silent.clear();
-    advance(std::chrono::seconds(2));
+    advance(std::chrono::seconds(1));
     EXPECT_EQ(outcomes[first], refused);
     EXPECT_EQ(outcomes[second], refused);
     EXPECT_EQ(outcomes[third], allowed) << "it waited for a turn of the same user";
@@ -297,6 +279,8 @@ TEST_F(HelperService, endsAQuestionThatPolkitDoesNotAnswerInFiveMinutes) {
     answer(lost.at(0).get());
     settle();
     EXPECT_EQ(outcomes[first], refused);
+    advance(std::chrono::seconds(61));
+    EXPECT_FALSE(isServing());
 }
 
 } // namespace

@@ -1,14 +1,30 @@
 #include "Helper/Spawn.h"
 
+#include "Tests/Helper/Descriptors.h"
 #include "Tests/Support/TemporaryDirectory.h"
 
+#include <array>
 #include <csignal>
 #include <cstring>
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
+
+namespace {
+
+bool hasNoProcesses = false;
+
+} // namespace
+
+/// The system's fork(), unless it has no more processes.
+extern "C" pid_t fork() noexcept {
+    static const auto real = reinterpret_cast<pid_t (*)()>(::dlsym(RTLD_NEXT, "fork"));
+    errno = EAGAIN;
+    return hasNoProcesses ? -1 : real();
+}
 
 namespace quoxelin::helper {
 namespace {
@@ -46,18 +62,33 @@ void waitFor(const std::filesystem::path& file) {
 
 TEST(HelperSpawn, passesNothingOfOursToTheProgram) {
     ::setenv("HELPER_TESTS_SECRET", "1", 1);
-    std::signal(SIGUSR1, SIG_IGN);
+    const std::array ignored = {SIGUSR1, SIGRTMAX};
+    for (const int number : ignored)
+        std::signal(number, SIG_IGN);
     sigset_t some;
     ::sigemptyset(&some);
     ::sigaddset(&some, SIGUSR2);
     ::pthread_sigmask(SIG_BLOCK, &some, nullptr);
     const mode_t mask = ::umask(0);
-    const int leaking = ::open("/dev/null", O_RDONLY); // without O_CLOEXEC, as a library might
+    const int input = ::dup(STDIN_FILENO);
+    const int file = ::open(probe, O_RDONLY | O_CLOEXEC);
+    ::dup2(file, STDIN_FILENO);
+    // Without O_CLOEXEC, as a library might, and around all descriptors that are opened for this.
+    std::array<int, 16> leaking = {};
+    for (int& descriptor : leaking)
+        descriptor = ::open("/dev/null", O_RDONLY);
+    for (const std::size_t hole : {1, 3, 5, 7, 9})
+        ::close(std::exchange(leaking.at(hole), -1));
     const auto output = outputOfProbe({"/called/by/this", "second", ""});
-    ::close(leaking);
+    for (const int descriptor : leaking)
+        ::close(descriptor);
+    ::dup2(input, STDIN_FILENO);
+    ::close(file);
+    ::close(input);
     ::umask(mask);
     ::pthread_sigmask(SIG_UNBLOCK, &some, nullptr);
-    std::signal(SIGUSR1, SIG_DFL);
+    for (const int number : ignored)
+        std::signal(number, SIG_DFL);
     EXPECT_EQ(output.substr(0, output.find("descriptor")),
               "word /called/by/this\n"
               "word second\n"
@@ -69,20 +100,70 @@ TEST(HelperSpawn, passesNothingOfOursToTheProgram) {
               "mask 022\n"
               "leads its session 1\n"
               "input 0\n");
-    EXPECT_THAT(output, HasSubstr("descriptor 0\ndescriptor 1\ndescriptor 2\n"));
-    EXPECT_THAT(output, Not(HasSubstr("descriptor 3\n")));
+    EXPECT_EQ(output.substr(output.find("descriptor")),
+              "descriptor 0\ndescriptor 1\ndescriptor 2\nerror output\n");
 }
 
 TEST(HelperSpawn, leavesNoDescriptorOpen) {
-    const auto firstFree = [] {
-        const int free = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
-        ::close(free);
-        return free;
-    };
-    const int before = firstFree();
+    const int before = firstFreeDescriptor();
     outputOfProbe({"probe"});
     EXPECT_FALSE(spawn(opened("/usr/no-such-program"), {"program"}));
-    EXPECT_EQ(firstFree(), before);
+    EXPECT_EQ(firstFreeDescriptor(), before);
+}
+
+TEST(HelperSpawn, leavesNoProcessWhenTheProgramCannotBeRun) {
+    EXPECT_FALSE(spawn(opened("/usr/no-such-program"), {"program"}));
+    EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1);
+    EXPECT_EQ(errno, ECHILD);
+}
+
+TEST(HelperSpawn, saysWhatTheSystemLacks) {
+    const auto executable = opened(probe);
+    const std::string noDescriptor = std::strerror(EMFILE);
+    for (const int room : {0, 1, 2, 3}) { // three for us, and one for the new process
+        const RoomForDescriptors limit(room);
+        const auto started = spawn(executable, {"probe"});
+        ASSERT_FALSE(started);
+        EXPECT_EQ(started.error(), room < 3 ? "no output: " + noDescriptor : noDescriptor);
+    }
+    hasNoProcesses = true;
+    const auto started = spawn(executable, {"probe"});
+    hasNoProcesses = false;
+    ASSERT_FALSE(started);
+    EXPECT_EQ(started.error(), std::strerror(EAGAIN));
+}
+
+TEST(HelperSpawn, givesTheProgramAnOutputOfFixedSize) {
+    const auto started = start({"probe"});
+    const int output = started.output.get();
+    EXPECT_EQ(::ftruncate(output, 0), -1);
+    EXPECT_EQ(::ftruncate(output, 2 * longestOutput), -1);
+    EXPECT_EQ(::fcntl(output, F_ADD_SEALS, F_SEAL_WRITE), -1);
+    EXPECT_NE(finish(started), "");
+}
+
+TEST(HelperSpawn, showsNothingOfAnOutputThatCannotBeRead) {
+    TemporaryDirectory directory;
+    const auto path = directory.path() / "output";
+    FileDescriptor output(::open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
+    ASSERT_EQ(::write(output.get(), "text", 4), 4);
+    EXPECT_EQ(outputOf({0, std::move(output)}), "");
+}
+
+TEST(HelperFileDescriptor, closesWhatItOwnsOnce) {
+    const int input = ::dup(STDIN_FILENO);
+    ::close(STDIN_FILENO);
+    FileDescriptor first(::open("/dev/null", O_RDONLY | O_CLOEXEC));
+    EXPECT_TRUE(first) << "descriptor 0 is one, too";
+    FileDescriptor second(::dup(STDERR_FILENO));
+    const int number = second.get();
+    second = std::move(first);
+    EXPECT_EQ(::fcntl(number, F_GETFD), -1) << "it has another one now";
+    second.reset();
+    EXPECT_FALSE(second);
+    EXPECT_EQ(::fcntl(STDIN_FILENO, F_GETFD), -1);
+    ::dup2(input, STDIN_FILENO);
+    ::close(input);
 }
 
 TEST(HelperSpawn, returnsBothOutputsInOneAnswer) {

@@ -43,8 +43,10 @@ TEST(HelperText, knowsTheFirstAndTheLastCharacterOfEachLength) {
 }
 
 TEST(HelperText, dropsHalfACharacterAtTheCut) {
-    for (const auto* half : {"", "\xC3", "\xE2", "\xE2\x82", "\xF0\x9F\x94"})
+    for (const auto* half : {"", "\xC2", "\xC3", "\xE2", "\xE2\x82", "\xF0\x9F\x94", "\xF4"})
         EXPECT_EQ(asUtf8("caf\xC3\xA9"s + half), "caf\xC3\xA9");
+    for (const auto* begin : {"\x80", "\xC0", "\xC1", "\xF5", "\xFF"})
+        EXPECT_EQ(asUtf8(begin), "\uFFFD") << "no character begins so";
     EXPECT_EQ(asUtf8("\x80\x80\x80\x80"), "\uFFFD\uFFFD\uFFFD\uFFFD");
     EXPECT_EQ(asUtf8(""), "");
     EXPECT_EQ(asUtf8("a"), "a");
@@ -101,6 +103,13 @@ TEST_F(HelperRefusalLog, saysItAtTheEndOfTheMinuteAndAtTheEndOfAll) {
     log.finish();
     EXPECT_THAT(lines, ElementsAre("refused user 1002 4 more times"));
     EXPECT_FALSE(log.writeCounts());
+}
+
+TEST_F(HelperRefusalLog, saysNothingMoreWhenItLeftNothingOut) {
+    log(1000, [] { return "refused"; });
+    now += std::chrono::minutes(1);
+    EXPECT_FALSE(log.writeCounts());
+    EXPECT_THAT(lines, ElementsAre("refused"));
 }
 
 } // namespace

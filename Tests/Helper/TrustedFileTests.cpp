@@ -1,6 +1,8 @@
 #include "Helper/TrustedFile.h"
+#include "Tests/Helper/Descriptors.h"
 #include "Tests/Support/TemporaryDirectory.h"
 
+#include <cstring>
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -65,7 +67,10 @@ TEST_F(TrustedFile, canBeReadWithoutBeingExecutable) {
     std::ofstream(in("lib/Resources/program")) << std::string(65536, 'x');
     EXPECT_EQ(readTrusted("/lib/Resources/program", trust)->size(), 65536u);
     std::ofstream(in("lib/Resources/program")) << std::string(65537, 'x');
-    EXPECT_FALSE(readTrusted("/lib/Resources/program", trust));
+    EXPECT_EQ(readTrusted("/lib/Resources/program", trust).error(),
+              in("lib/Resources/program").string() + " is too large");
+    std::ofstream(in("lib/Resources/program")) << "";
+    EXPECT_EQ(readTrusted("/lib/Resources/program", trust), "");
     mode("lib/Resources/program", 0664);
     EXPECT_FALSE(readTrusted("/lib/Resources/program", trust));
 }
@@ -75,14 +80,42 @@ TEST_F(TrustedFile, isRefusedByARelativeOrWindingPath) {
          {"", "lib/Resources/program", "./lib/Resources/program", "/lib/../lib/Resources/program",
           "/lib/./Resources/program", "//lib/Resources/program", "/lib//Resources/program",
           "/lib/Resources/program/", "/", "/..", "/lib/Resources/program/.."})
-        EXPECT_THAT(refusal(path), HasSubstr("not written plainly")) << path;
-    EXPECT_THAT(refusal(std::string("/lib/Resources/program\0x", 24)),
-                HasSubstr("not written plainly"));
+        EXPECT_EQ(refusal(path), "the path is not written plainly") << path;
+    EXPECT_EQ(refusal(std::string("/lib/Resources/program\0x", 24)),
+              "the path is not written plainly");
 }
 
 TEST_F(TrustedFile, isRefusedWhenMissing) {
-    EXPECT_THAT(refusal("/lib/Resources/absent"), HasSubstr("No such file"));
-    EXPECT_THAT(refusal("/lib/absent/program"), HasSubstr("No such file"));
+    const std::string reason = " No such file or directory";
+    EXPECT_EQ(refusal("/lib/Resources/absent"), in("lib/Resources/absent").string() + reason);
+    EXPECT_EQ(refusal("/lib/absent/program"), in("lib/absent/").string() + reason);
+    struct stat status = {};
+    ASSERT_EQ(::stat("/", &status), 0);
+    EXPECT_EQ(openTrusted("/no-such-file", {status.st_uid, "/"}).error(), "/no-such-file" + reason);
+}
+
+TEST_F(TrustedFile, isNotFoundWithoutDescriptors) {
+    const Trust trust = {owner, root.path().string()};
+    for (const int room : {0, 1}) {
+        const RoomForDescriptors limit(room);
+        EXPECT_THAT(refusal(), HasSubstr(std::strerror(EMFILE)));
+    }
+    const RoomForDescriptors limit(2);
+    EXPECT_EQ(refusal(), "");
+    EXPECT_EQ(readTrusted("/lib/Resources/program", trust).error(),
+              in("lib/Resources/program").string() + " " + std::strerror(EMFILE));
+}
+
+TEST_F(TrustedFile, isFoundWithoutLeavingADescriptorOpen) {
+    const int before = firstFreeDescriptor();
+    EXPECT_EQ(refusal(), "");
+    EXPECT_EQ(firstFreeDescriptor(), before);
+}
+
+TEST_F(TrustedFile, isRootsUnlessOneSaysOtherwise) {
+    struct stat status = {};
+    ASSERT_EQ(::stat("/usr/bin/env", &status), 0);
+    EXPECT_EQ(openTrusted("/usr/bin/env").has_value(), status.st_uid == 0);
 }
 
 TEST_F(TrustedFile, isRefusedAsASymbolicLink) {
@@ -94,7 +127,7 @@ TEST_F(TrustedFile, isRefusedAsASymbolicLink) {
 TEST_F(TrustedFile, isRefusedBehindALinkedDirectory) {
     fs::rename(in("lib"), in("real"));
     fs::create_directory_symlink("real", in("lib"));
-    EXPECT_THAT(refusal(), HasSubstr("/lib/"));
+    EXPECT_EQ(refusal(), in("lib/").string() + " is no directory");
     EXPECT_EQ(refusal("/real/Resources/program"), "");
 }
 
@@ -103,7 +136,7 @@ TEST_F(TrustedFile, isRefusedBehindALinkedRoot) {
     fs::create_directory_symlink(root.path(), elsewhere.path() / "link");
     const auto opened =
         openTrusted("/lib/Resources/program", {owner, (elsewhere.path() / "link").string()});
-    EXPECT_FALSE(opened);
+    EXPECT_EQ(opened.error(), (elsewhere.path() / "link/").string() + " is no directory");
 }
 
 TEST_F(TrustedFile, mayHaveAnotherName) {

@@ -92,6 +92,12 @@ int main(int count, char** words) {
         std::puts("went");
         return 0;
     }
+    if (what == "down")
+        return ::raise(SIGTERM);
+    if (what == "status")
+        return 3;
+    if (what == "login")
+        return ::pause();
     if (what == "leave")
         return leaveAWriter(words[2], words[3]);
     return tellAll(count, words);
