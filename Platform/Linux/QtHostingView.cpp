@@ -1,8 +1,10 @@
 #include "Platform/Linux/QtHostingView.h"
 
+#include "Platform/Linux/AfterStart.h"
 #include "Platform/Linux/FocusOrder.h"
 #include "View/Reconcile.h"
 
+#include <QApplication>
 #include <QEvent>
 #include <QTimer>
 #include <QVBoxLayout>
@@ -11,28 +13,36 @@ namespace quoxelin {
 
 namespace {
 
-/// Long enough for a tray to take the icon. The first click finds the widgets ready.
-constexpr std::chrono::milliseconds startTime{250};
+/// Screens rarely show more than sixty pictures a second.
+constexpr std::chrono::milliseconds frameTime{16};
 
 } // namespace
 
+/// Its first tree is shown after the start. After a later one, further ones wait for the next
+/// frame.
 class QtHostingView::Container final : public QWidget {
   public:
     Container() {
         auto* layout = new QVBoxLayout(this);
         layout->setContentsMargins(0, 0, 0, 0);
-        QTimer::singleShot(startTime, this, [this] { make(); });
+        nextFrame.setSingleShot(true);
+        nextFrame.callOnTimeout(this, [this] { catchUp(); });
+        nextFrame.start(afterStart);
     }
 
     void show(const ViewNode& newTree) {
         tree = newTree;
-        if (root)
-            rebind();
+        isBehind = true;
+        if (!nextFrame.isActive())
+            catchUp();
     }
 
-    void make() {
-        if (!root)
-            rebind();
+    void catchUp() {
+        if (!isBehind)
+            return;
+        isBehind = false;
+        nextFrame.start(frameTime);
+        rebind();
     }
 
     ViewNode readBack() const { return root->readBack(); }
@@ -66,6 +76,9 @@ class QtHostingView::Container final : public QWidget {
     }
 
     ViewNode tree;
+    /// Whether the widgets do not show the tree yet.
+    bool isBehind = true;
+    QTimer nextFrame;
     std::unique_ptr<ElementView> root;
 };
 
@@ -81,13 +94,23 @@ void QtHostingView::setRootView(const ViewNode& tree) {
         container->show(tree);
 }
 
-void QtHostingView::makeWidgets() const {
+void QtHostingView::catchUp() const {
     if (container)
-        container->make();
+        container->catchUp();
+}
+
+void QtHostingView::catchUpAll() {
+    // First, because catching up makes and deletes widgets.
+    std::vector<Container*> containers;
+    for (auto* widget : QApplication::allWidgets())
+        if (auto* container = dynamic_cast<Container*>(widget))
+            containers.push_back(container);
+    for (auto* container : containers)
+        container->catchUp();
 }
 
 ViewNode QtHostingView::readBack() const {
-    makeWidgets();
+    catchUp();
     return container ? container->readBack() : ViewNode{};
 }
 

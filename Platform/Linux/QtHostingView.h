@@ -8,7 +8,9 @@
 
 namespace quoxelin {
 
-/// Shows a tree of view records with native widgets.
+/// Shows a tree of view records with native widgets. Trees that follow quickly on one another are
+/// shown at most once per frame, and the first one soon after the start, because the icon is shown
+/// first.
 class QtHostingView final : public NSHostingView {
   public:
     QtHostingView();
@@ -16,11 +18,13 @@ class QtHostingView final : public NSHostingView {
 
     void setRootView(const ViewNode& tree) override;
 
-    /// Call before asking for their size. Otherwise they are made soon after the start, because the
-    /// icon is shown first.
-    void makeWidgets() const;
+    /// Shows the newest tree at once. Call before asking for the size of the widgets.
+    void catchUp() const;
 
-    /// What the widgets show now.
+    /// The same for all hosting views. Call before reading the screen.
+    static void catchUpAll();
+
+    /// What the widgets show, with the newest tree.
     ViewNode readBack() const;
 
     /// For the window that shows it; the window takes ownership.

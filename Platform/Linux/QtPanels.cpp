@@ -93,7 +93,7 @@ class QtPanel final : public NSPanel {
   private:
     void fitContent() const {
         if (content)
-            content->makeWidgets();
+            content->catchUp();
         window.fitContent();
     }
 

@@ -2,6 +2,7 @@
 
 #include "Platform/Linux/Desktop.h"
 #include "Platform/Linux/FloatingWindow.h"
+#include "Platform/Linux/QtHostingView.h"
 #include "Platform/Linux/Snapshot.h"
 
 #include <QAbstractButton>
@@ -12,6 +13,12 @@
 namespace quoxelin {
 
 namespace {
+
+/// Shows what the application wants shown. The screen could be a frame behind.
+void catchUp() {
+    QtHostingView::catchUpAll();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
+}
 
 /// The window's labels in reading order, without those of windows that it opened.
 std::vector<const QLabel*> visibleLabels(const QWidget& window) {
@@ -35,6 +42,7 @@ bool isCalled(const QAbstractButton& button, const QString& label) {
 }
 
 QAbstractButton* visibleButton(const QString& label) {
+    catchUp();
     auto windows = windowsOnScreen();
     std::reverse(windows.begin(), windows.end());
     for (const auto* window : windows)
@@ -61,6 +69,7 @@ NSRect toRecord(const QRect& place) {
 } // namespace
 
 std::vector<std::string> QtScreen::texts() const {
+    catchUp();
     std::vector<std::string> texts;
     for (const auto* window : windowsOnScreen())
         for (const auto* label : visibleLabels(*window))
@@ -89,6 +98,7 @@ std::optional<NSRect> QtScreen::placeOf(const std::string& label) const {
 }
 
 std::optional<NSRect> QtScreen::panel() const {
+    catchUp();
     const auto* const shown = visiblePanel();
     if (shown == nullptr)
         return std::nullopt;
@@ -96,6 +106,7 @@ std::optional<NSRect> QtScreen::panel() const {
 }
 
 QtScreen::Picture QtScreen::savePicture(const std::string& path) const {
+    catchUp();
     const auto picture = snapshotOfWindows();
     if (picture.isNull())
         return Picture::empty;

@@ -38,6 +38,7 @@ class PanelOnScreen {
 
     void show(const ViewNode& tree) {
         hosting->setRootView(tree);
+        hosting->catchUp();
         runLoopUntilIdle();
     }
 

@@ -6,6 +6,7 @@
 
 #include <QAccessible>
 #include <QApplication>
+#include <QDeadlineTimer>
 #include <QLabel>
 #include <QPaintEvent>
 #include <algorithm>
@@ -105,6 +106,32 @@ TEST(Renderer, repaintsOnlyTheHighlightedRow) {
     panel.show(state("hover-ipv6"));
     const QRect place(row->mapTo(&panel.window(), QPoint(0, 0)), row->size());
     EXPECT_EQ(watch.painted.boundingRect(), place);
+}
+
+TEST(Renderer, showsTreesThatFollowQuicklyAtMostOncePerFrame) {
+    const auto tree = [](const char* text) {
+        ViewNode node;
+        node.kind = ViewNode::Kind::text;
+        node.text = text;
+        return node;
+    };
+    QtHostingView view;
+    view.setRootView(tree("first"));
+    view.catchUp();
+    const auto& label = *view.widget()->findChild<QLabel*>();
+    pollUntil([frame = QDeadlineTimer(20)] { return frame.hasExpired(); });
+    view.setRootView(tree("second"));
+    EXPECT_EQ(label.text(), "second") << "the screen was quiet";
+    view.setRootView(tree("third"));
+    view.setRootView(tree("fourth"));
+    EXPECT_EQ(label.text(), "second") << "the frame has not passed";
+    std::vector<QString> shown;
+    runLoopUntil([&] {
+        if (shown.empty() || shown.back() != label.text())
+            shown.push_back(label.text());
+        return label.text() == "fourth";
+    });
+    EXPECT_EQ(shown, (std::vector<QString>{"second", "fourth"}));
 }
 
 namespace {
