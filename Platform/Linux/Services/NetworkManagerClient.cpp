@@ -1,6 +1,10 @@
 #include "Platform/Linux/Services/NetworkManagerClient.h"
 
+#include "Platform/Linux/AfterStart.h"
 #include "Platform/Linux/Services/GLib.h"
+#include "Platform/Linux/Services/LibNM.h"
+
+#include <QTimer>
 
 namespace quoxelin {
 
@@ -65,6 +69,15 @@ void NetworkManagerClient::connect(const std::string& busAddress) {
     disconnect();
     address = busAddress;
     link = std::make_unique<Link>(this);
+    QTimer::singleShot(afterStart, link->lifetime.weakly([this] {
+        if (const auto problem = loadLibNM(); !problem.empty())
+            failed(problem);
+        else
+            makeBus();
+    }));
+}
+
+void NetworkManagerClient::makeBus() {
     // A separate connection, because the process would exit when GLib's shared one closes.
     g_dbus_connection_new_for_address(
         address.c_str(),

@@ -68,6 +68,7 @@ class NetworkManagerClient {
     static void presenceChanged(GObject* anchor);
     static void busClosed(GObject* anchor);
 
+    void makeBus();
     void makeClient();
     void follow();
     void follow(void* object, const char* signal, void (*handler)());

@@ -1,4 +1,5 @@
 #include "Platform/Linux/Services/GLib.h"
+#include "Platform/Linux/Services/LibNM.h"
 #include "Platform/Linux/Services/NetworkManagerProfiles.h"
 
 namespace quoxelin {

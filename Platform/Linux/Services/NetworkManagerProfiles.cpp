@@ -1,6 +1,7 @@
 #include "Platform/Linux/Services/NetworkManagerProfiles.h"
 
 #include "Platform/Linux/Services/GLib.h"
+#include "Platform/Linux/Services/LibNM.h"
 
 namespace quoxelin {
 
@@ -89,7 +90,7 @@ Result<VPNConfiguration, Error> NetworkManagerProfiles::read(const std::string& 
 }
 
 std::string NetworkManagerProfiles::makeNew() {
-    const GText uuid(nm_utils_uuid_generate());
+    const GText uuid(g_uuid_string_random());
     return unsaved.try_emplace(uuid.get()).first->first;
 }
 

@@ -1,6 +1,7 @@
 #include "Platform/Linux/Services/VPNProfile.h"
 
 #include "Platform/Linux/Services/GLib.h"
+#include "Platform/Linux/Services/LibNM.h"
 
 namespace quoxelin {
 

@@ -1,6 +1,7 @@
 #include "Platform/Linux/Services/VPNProfile.h"
 
 #include "Platform/Linux/Services/GLib.h"
+#include "Platform/Linux/Services/LibNM.h"
 
 #include <gtest/gtest.h>
 
@@ -10,6 +11,7 @@ namespace quoxelin::testing {
 class VPNProfileTest : public ::testing::Test {
   protected:
     VPNProfileTest() : connection(nm_simple_connection_new()) {
+        EXPECT_EQ(loadLibNM(), "");
         nm_connection_add_setting(connection.get(), nm_setting_connection_new());
         nm_connection_add_setting(connection.get(), nm_setting_vpn_new());
     }
