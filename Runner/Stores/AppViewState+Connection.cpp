@@ -87,7 +87,6 @@ void AppViewState::retryVPNIfNeeded() {
 void AppViewState::cancelVPNRetry() {
     if (vpnConnectRetryWork)
         vpnConnectRetryWork->cancel();
-    vpnConnectRetryWork.reset();
 }
 
 } // namespace quoxelin

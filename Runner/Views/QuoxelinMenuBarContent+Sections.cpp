@@ -39,7 +39,7 @@ Color statusColor(VPNConnectionStatus status) {
     case VPNConnectionStatus::disconnecting:
     case VPNConnectionStatus::error:
     case VPNConnectionStatus::unknown:
-        return Color::orange;
+        break;
     }
     return Color::orange;
 }
@@ -57,7 +57,7 @@ std::string statusText(VPNConnectionStatus status) {
     case VPNConnectionStatus::error:
         return "Error";
     case VPNConnectionStatus::unknown:
-        return "Unknown";
+        break;
     }
     return "Unknown";
 }

@@ -129,11 +129,12 @@ std::optional<std::int64_t> statusCodeIn(std::string_view header) {
     };
     takeWord();
     auto word = takeWord();
-    if (word.size() > 1 && word[0] == '+' && word[1] != '-')
+    if (word.starts_with('+'))
         word.remove_prefix(1);
+    const auto* const wordEnd = word.data() + word.size();
     std::int64_t code = 0;
-    const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), code);
-    if (error != std::errc() || end != word.data() + word.size())
+    const auto [end, error] = std::from_chars(word.data(), wordEnd, code);
+    if (error != std::errc() || end != wordEnd)
         return std::nullopt;
     return code;
 }
@@ -242,7 +243,7 @@ void LocalAPIClient::startLogin(Completion<std::string, LocalAPIError> completio
         "0\r\nConnection: close\r\n\r\n",
         [](const Response& response) -> Outcome {
             auto url = extractInteractiveLoginURL(response.body);
-            if (!url || url->empty())
+            if (!url)
                 return failed(Case::decodeFailed);
             return *std::move(url);
         },
