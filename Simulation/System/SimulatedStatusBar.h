@@ -27,7 +27,10 @@ class SimulatedStatusBar final : public NSStatusBar {
             image = std::dynamic_pointer_cast<Image>(value);
         }
         void setTitle(const std::string& value) override { title = value; }
-        void setToolTip(const std::string& value) override { toolTip = value; }
+        void setToolTip(const std::string& value) override {
+            toolTip = value;
+            ++toolTipsSet;
+        }
         void setAction(std::function<void()> value) override { action = std::move(value); }
         std::optional<NSRect> frameOnScreen() const override { return frame; }
 
@@ -41,6 +44,7 @@ class SimulatedStatusBar final : public NSStatusBar {
         std::shared_ptr<Image> image;
         std::string title;
         std::string toolTip;
+        int toolTipsSet = 0;
         std::function<void()> action;
         /// Empty if the button has no window.
         std::optional<NSRect> frame;

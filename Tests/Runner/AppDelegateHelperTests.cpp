@@ -135,6 +135,21 @@ TEST_F(AppDelegateHelper, doesNotCheckAgainWhileAllIsWell) {
     EXPECT_EQ(helper().registrations(), 1);
 }
 
+TEST_F(AppDelegateHelper, registersTheHelperBeforeEachAttemptToReachIt) {
+    std::vector<int> registrations;
+    whenLogged("[XPC] Failed to obtain HelperToolProtocol proxy",
+               [&] { registrations.push_back(helper().registrations()); });
+    whenLogged("[App] App became active",
+               [&] { registrations.push_back(-helper().registrations()); });
+    system.xpc.setHelper(SimulatedXPC::Helper::incompatible);
+    launch();
+    advance(seconds(120));
+    EXPECT_THAT(registrations, ElementsAre(1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11));
+    registrations.clear();
+    system.application.becomeActive();
+    EXPECT_THAT(registrations, ElementsAre(-11, 12));
+}
+
 TEST_F(AppDelegateHelper, waitsForAHelperThatNeverAnswers) {
     system.xpc.setHelper(SimulatedXPC::Helper::silent);
     launch();

@@ -68,17 +68,23 @@ TEST_F(AppDelegateLaunch, startsTheStateOnceEverythingElseIsReady) {
     EXPECT_TRUE(hasStartedAppState());
 }
 
-TEST_F(AppDelegateLaunch, bringsTheDaemonUpBeforeItActivatesTheExtension) {
+TEST_F(AppDelegateLaunch, announcesEachStepAndTakesThemInOrder) {
+    std::vector<std::string> before;
+    whenLogged("[App] System Extension activated",
+               [&] { before = std::exchange(system.networkExtension.requests, {}); });
+    whenLogged("[SysExt] Activating extension",
+               [&] { EXPECT_TRUE(system.systemExtensions.requests().empty()); });
     launch();
     run();
-    const auto all = log();
-    const auto firstWith = [&](const char* beginning) {
-        return std::find_if(all.begin(), all.end(),
-                            [&](const auto& line) { return line.starts_with(beginning); });
-    };
-    const auto activation = firstWith("[SysExt] Activating extension ");
-    ASSERT_NE(activation, all.end());
-    EXPECT_LT(firstWith("[CLI] Invoking quoxelind up via Helper at path: "), activation);
+    const Lines steps{"[App] Helper is ready and reachable. Starting daemon...",
+                      "[CLI] Invoking quoxelind up via Helper at path: ",
+                      "[SysExt] Activating extension ",
+                      "[App] System Extension activated, ensuring VPN configuration...",
+                      "[App] VPN configuration ready, starting app state...",
+                      "[State] start() called"};
+    EXPECT_EQ(logged(steps), steps);
+    EXPECT_THAT(before, ElementsAre("loadAll"));
+    EXPECT_EQ(system.networkExtension.requests.front(), "loadAll");
     EXPECT_EQ(system.networkExtension.configurations().size(), 1u);
 }
 
@@ -168,9 +174,11 @@ TEST_F(AppDelegateLaunch, startsTheStateAnywayWhenTheExtensionFails) {
     system.systemExtensions.activationError = Error{OSSystemExtensionErrorDomain, 8, "Invalid."};
     launch();
     run();
+    const Lines steps{"[App] System Extension activation failed, starting app state anyway...",
+                      "[State] start() called"};
+    EXPECT_EQ(logged(steps), steps);
     EXPECT_EQ(lines("App").back(),
               "System Extension activation failed, starting app state anyway...");
-    EXPECT_EQ(count("start() called"), 1);
     EXPECT_THAT(system.networkExtension.configurations(), IsEmpty());
 }
 

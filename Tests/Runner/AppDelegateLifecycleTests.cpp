@@ -116,12 +116,17 @@ TEST_F(AppDelegateLifecycle, terminatesWhenTheUserQuits) {
 
 TEST_F(AppDelegateLifecycle, asksTheHelperBeforeItStopsTheTunnel) {
     const auto before = system.xpc.connectionsMade();
+    auto announced = before + 1;
+    whenLogged("[App] Invoking quoxelin down", [&] { announced = system.xpc.connectionsMade(); });
+    whenLogged("[App] Quoxelin Desktop App terminated",
+               [&] { EXPECT_FALSE(system.panels.isMonitored()); });
     auto atTheStop = before;
     system.networkExtension.onRequest = [&](const std::string& request) {
         if (request == "stop")
             atTheStop = system.xpc.connectionsMade();
     };
     delegate->applicationWillTerminate();
+    EXPECT_EQ(announced, before);
     EXPECT_EQ(atTheStop, before + 1);
 }
 

@@ -61,7 +61,10 @@ TEST_F(AppDelegateMenuBar, showsTheIconAgainOnceItExistsAgain) {
 TEST_F(AppDelegateMenuBar, clearsAnIconThatNoLongerExists) {
     launch();
     system.statusBar.images.clear();
+    bool wasShown = false;
+    whenLogged(std::string("[App] ") + missingIcon, [&] { wasShown = icon().image != nullptr; });
     delegate->updateStatusItemIcon();
+    EXPECT_TRUE(wasShown);
     EXPECT_EQ(icon().image, nullptr);
     EXPECT_EQ(icon().title, "QX");
 }
@@ -89,8 +92,9 @@ TEST_F(AppDelegateLaunchedMenuBar, keepsTheIconWhateverTheConnectionDoes) {
 }
 
 TEST_F(AppDelegateMenuBar, tellsTheConnectionsStateInTheToolTip) {
-    launchAndSettle();
+    launch();
     EXPECT_EQ(icon().toolTip, "Quoxelin");
+    run();
     LoginViewState login;
     login.isLoggedIn = true;
     appState->login = login;
@@ -101,6 +105,10 @@ TEST_F(AppDelegateMenuBar, tellsTheConnectionsStateInTheToolTip) {
     appState->login = login;
     dispatch.runUntilIdle();
     EXPECT_EQ(icon().toolTip, "Quoxelin: Blocked by Device Policy");
+    EXPECT_EQ(icon().toolTipsSet, 3);
+    appState->currentProfileId = "other";
+    dispatch.runUntilIdle();
+    EXPECT_EQ(icon().toolTipsSet, 3);
 }
 
 // The panel
@@ -180,7 +188,11 @@ TEST_F(AppDelegateMenuBar, showsThePanelCenteredUnderTheIcon) {
 
 TEST_F(AppDelegateLaunchedMenuBar, activatesTheApplicationBeforeItShowsThePanel) {
     std::vector<int> activations;
-    system.panels.willOrderFront = [&] { activations.push_back(system.application.activations()); };
+    system.panels.willOrderFront = [&] {
+        activations.push_back(system.application.activations());
+        // The question whether notifications are allowed comes after the panel.
+        EXPECT_EQ(system.userNotificationCenter.authorizationRequests().size(), 1u);
+    };
     icon().click();
     EXPECT_EQ(activations, std::vector{1});
     system.panels.willOrderFront = nullptr;
@@ -268,9 +280,11 @@ TEST_F(AppDelegateLaunchedMenuBar, worksOnTheMainThreadWhereverItIsCalled) {
     ASSERT_FALSE(panel().isVisible());
     fromAnotherThread(&AppDelegate::showWindow);
     EXPECT_TRUE(panel().isVisible());
+    EXPECT_EQ(system.application.activations(), 1);
     system.statusBar.images.clear();
     fromAnotherThread(&AppDelegate::updateStatusItemIcon);
     EXPECT_EQ(icon().title, "QX");
+    EXPECT_EQ(count("App", missingIcon), 1);
     fromAnotherThread(&AppDelegate::togglePopover);
     EXPECT_FALSE(panel().isVisible());
 }
@@ -312,6 +326,9 @@ TEST_F(AppDelegateLaunchedMenuBar, enablesTheMenusUpdateItemWhileTheUpdaterCanCh
     ASSERT_EQ(item.title, "Check for Updates...");
     EXPECT_TRUE(item.isEnabled());
     system.updates.setCanCheckForUpdates(false);
+    EXPECT_FALSE(item.isEnabled());
+    system.updates.setCanCheckForUpdates(true);
+    delegate.reset();
     EXPECT_FALSE(item.isEnabled());
 }
 

@@ -20,7 +20,10 @@ std::string text(const SimulatedDaemon::Request& request) {
 
 AppFixture::AppFixture() {
     system.systemLog.onEntry = [this](const SimulatedSystemLog::Entry& entry) {
-        logged.push_back({dispatch.now(), entry.text});
+        entries.push_back({dispatch.now(), entry.text});
+        for (const auto& [beginning, function] : watched)
+            if (entry.text.starts_with(beginning))
+                function();
     };
     system.networkExtension.onRequest = [this](const std::string& request) {
         if (request == "start" || request == "stop")
@@ -64,7 +67,7 @@ void AppFixture::refuseTunnelStarts() {
 
 void AppFixture::forget() {
     system.systemLog.clear();
-    logged.clear();
+    entries.clear();
     commands.clear();
     daemon.clearRequests();
 }
@@ -72,7 +75,7 @@ void AppFixture::forget() {
 std::vector<std::string> AppFixture::lines(const std::string& tag) const {
     const auto beginning = "[" + tag + "] ";
     std::vector<std::string> found;
-    for (const auto& entry : logged) {
+    for (const auto& entry : entries) {
         if (entry.text.starts_with(beginning))
             found.push_back(entry.text.substr(beginning.size()));
     }
@@ -82,7 +85,7 @@ std::vector<std::string> AppFixture::lines(const std::string& tag) const {
 std::vector<std::string> AppFixture::timedLines(const std::string& tag) const {
     const auto beginning = "[" + tag + "]";
     std::vector<std::string> found;
-    for (const auto& entry : logged) {
+    for (const auto& entry : entries) {
         if (entry.text.starts_with(beginning))
             found.push_back(inSeconds(entry.instant) + entry.text.substr(beginning.size()));
     }
@@ -92,6 +95,15 @@ std::vector<std::string> AppFixture::timedLines(const std::string& tag) const {
 long AppFixture::count(const std::string& tag, const std::string& message) const {
     const auto all = lines(tag);
     return std::count(all.begin(), all.end(), message);
+}
+
+std::vector<std::string> AppFixture::logged(const std::vector<std::string>& beginnings) const {
+    std::vector<std::string> found;
+    for (const auto& entry : entries)
+        for (const auto& beginning : beginnings)
+            if (entry.text.starts_with(beginning))
+                found.push_back(beginning);
+    return found;
 }
 
 std::vector<std::string> AppFixture::requests() const {

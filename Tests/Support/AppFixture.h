@@ -2,8 +2,10 @@
 
 #include "Tests/Support/Surroundings.h"
 
+#include <functional>
 #include <gtest/gtest.h>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace quoxelin::testing {
@@ -43,6 +45,11 @@ struct AppFixture : Surroundings {
     void addTunnelConfiguration();
     void refuseTunnelStarts();
 
+    /// Calls the function each time a line that begins so is logged: "[App] Helper is ready".
+    void whenLogged(const std::string& beginning, std::function<void()> function) {
+        watched.emplace_back(beginning, std::move(function));
+    }
+
     // What happened since the start or the last `forget`
 
     void forget();
@@ -54,6 +61,9 @@ struct AppFixture : Surroundings {
     /// The same with the seconds since the start of the test: "2.000 VPN connection retry 1/3".
     std::vector<std::string> timedLines(const std::string& tag) const;
     std::vector<std::string> timedStateLines() const { return timedLines("State"); }
+
+    /// Those of the beginnings that lines of the whole log have, in the order of the log.
+    std::vector<std::string> logged(const std::vector<std::string>& beginnings) const;
 
     /// How often the message was logged with that tag.
     long count(const std::string& tag, const std::string& message) const;
@@ -75,7 +85,8 @@ struct AppFixture : Surroundings {
         Duration instant;
         std::string text;
     };
-    std::vector<Logged> logged;
+    std::vector<Logged> entries;
+    std::vector<std::pair<std::string, std::function<void()>>> watched;
     std::vector<std::string> commands;
 };
 

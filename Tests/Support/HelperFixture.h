@@ -3,6 +3,7 @@
 #include "Simulation/System/SimulatedSystem.h"
 #include "Tests/Support/VirtualDispatch.h"
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 namespace quoxelin::testing {
@@ -23,6 +24,16 @@ class HelperFixture : public ::testing::Test {
         return {service, path, std::move(arguments), false};
     }
 
+    /// Notes what happens together with the open connections and the messages that were sent.
+    void note(const std::string& event) {
+        notes.push_back(fmt::format("{} open, {} sent: {}", system.xpc.openConnections(),
+                                    system.xpc.messages().size(), event));
+    }
+    void noteEachLogLine() {
+        system.systemLog.onEntry = [this](const auto& entry) { note(entry.text); };
+    }
+
+    Lines notes;
     VirtualDispatch dispatch;
     NotificationCenter notificationCenter;
     SimulatedSystem system{dispatch, notificationCenter};

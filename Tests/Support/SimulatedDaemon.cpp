@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <new>
 #include <stdexcept>
 
 namespace quoxelin::testing {
@@ -73,16 +74,16 @@ class SimulatedDaemon::ClientEnd final : public Connection {
 
     Result<std::size_t, SystemError> read(std::span<char> into) override {
         daemon.dispatch.waitUntil([stream = stream] { return stream->isReadable(); });
+        if (stream->pending.empty() && stream->readError == ENOMEM)
+            throw std::bad_alloc();
         if (stream->pending.empty() && stream->readError)
             return tl::unexpected(SystemError{*stream->readError});
         return stream->take(into);
     }
 
     Result<std::size_t, SystemError> write(std::string_view bytes) override {
-        if (daemon.writeError) {
-            stream->ended = true;
+        if (daemon.writeError)
             return tl::unexpected(SystemError{*daemon.writeError});
-        }
         if (stream->ended)
             return tl::unexpected(SystemError{EPIPE});
         if (daemon.writeLimit && *daemon.writeLimit < bytes.size()) {

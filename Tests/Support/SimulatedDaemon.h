@@ -40,7 +40,8 @@ class SimulatedDaemon final : public Connector {
         Duration delay{0};
         /// The maximum number of bytes per read; 0 for no limit.
         std::size_t chunkSize = 0;
-        /// After the bytes, the stream ends, stays open, or fails with an error.
+        /// After the bytes, the stream ends, stays open, or fails with an error. ENOMEM throws, as
+        /// if the client had no memory for what it reads.
         bool staysOpen = false;
         std::optional<int> readError = {};
     };
@@ -87,9 +88,8 @@ class SimulatedDaemon final : public Connector {
     void refuseConnections();
     void acceptConnections() { connectError.reset(); }
 
-    /// Every write fails with that error number, as if the peer had gone, and the next read returns
-    /// the end of the stream. Or writes take at most that many bytes, and are neither recorded nor
-    /// answered.
+    /// Every write fails with that error number; the stream stays open. Or writes take at most that
+    /// many bytes, and are neither recorded nor answered.
     std::optional<int> writeError;
     std::optional<std::size_t> writeLimit;
 
@@ -107,7 +107,7 @@ class SimulatedDaemon final : public Connector {
     void notify(const std::string& json) { send(json + '\n'); }
     /// Ends the stream.
     void closeBus();
-    /// Makes the client's read fail.
+    /// Makes the client's read fail, or throw for ENOMEM.
     void failBus(int errorNumber);
     /// Whether a client has asked for the stream and neither side has closed it.
     bool isBusOpen() const;

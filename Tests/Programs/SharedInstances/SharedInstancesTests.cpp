@@ -1,8 +1,11 @@
 #include "Base/Dispatch.h"
 #include "Platform/Platform.h"
+#include "Runner/AppDelegate.h"
+#include "Runner/Services/SystemExtension/SystemExtensionService.h"
 #include "Runner/Shared/AppLogger.h"
 #include "Runner/Shared/QuoxelinCLI.h"
 #include "Runner/Shared/QuoxelinCommands.h"
+#include "Runner/Stores/AppViewState.h"
 #include "Simulation/System/SimulatedSystem.h"
 #include "Tests/Support/SimulatedDaemon.h"
 #include "Tests/Support/TemporaryDirectory.h"
@@ -52,6 +55,20 @@ TEST(SharedInstances, useThePlatformOfTheProcess) {
     machine().dispatch.runUntilIdle();
     EXPECT_EQ(&QuoxelinCLI::shared(), &QuoxelinCLI::shared());
     EXPECT_EQ(&QuoxelinCommands::shared(), &QuoxelinCommands::shared());
+}
+
+TEST(SharedInstances, areThoseThatTheApplicationUses) {
+    auto& platform = machine().platform;
+    const auto shared = AppDelegate::Dependencies::fromCurrentPlatform();
+    EXPECT_EQ(&shared.platform, &platform);
+    EXPECT_EQ(&shared.logger, &AppLogger::shared());
+    ASSERT_NE(shared.systemExtension, nullptr);
+    ASSERT_NE(shared.appState, nullptr);
+    EXPECT_EQ(shared.systemExtension, SystemExtensionService::shared());
+    EXPECT_EQ(shared.appState, AppViewState::shared());
+    shared.appState->start();
+    machine().dispatch.runUntilIdle();
+    EXPECT_EQ(machine().daemon.lastPath(), platform.daemonSocketPath);
 }
 
 TEST(SharedInstances, areTheSameForAllThreads) {

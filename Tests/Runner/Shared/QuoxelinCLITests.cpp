@@ -98,6 +98,18 @@ TEST_F(QuoxelinCLITest, bringsTheConnectionDown) {
                      "[XPC] Connection invalidated: com.quoxelin.desktop.Helper"}));
 }
 
+TEST_F(QuoxelinCLITest, logsEachStepWhereItHappens) {
+    auto cli = makeCLI();
+    noteEachLogLine();
+    cli.up();
+    dispatch.runUntilIdle();
+    EXPECT_EQ(notes,
+              (Lines{"0 open, 0 sent: [CLI] Invoking quoxelind up via Helper at path: " +
+                         std::string(quoxelind) + ", args: up",
+                     "1 open, 1 sent: [CLI] quoxelind up output: ",
+                     "0 open, 1 sent: [XPC] Connection invalidated: com.quoxelin.desktop.Helper"}));
+}
+
 TEST_F(QuoxelinCLITest, sendsDownEvenWithoutTheToolInTheBundle) {
     system.mainBundle.resources.clear();
     makeCLI().down();

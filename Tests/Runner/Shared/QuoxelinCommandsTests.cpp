@@ -68,6 +68,34 @@ TEST_F(QuoxelinCommandsTest, invalidatesTheConnectionBeforeItPassesTheReplyOn) {
     EXPECT_EQ(open, 0u);
 }
 
+TEST_F(QuoxelinCommandsTest, logsEachStepWhereItHappens) {
+    noteEachLogLine();
+    makeCommands().execQuoxelinStatus([this](const auto&) { note("completed"); });
+    dispatch.runUntilIdle();
+    EXPECT_EQ(notes,
+              (Lines{"0 open, 0 sent: execQuoxelinStatus()",
+                     "0 open, 0 sent: Creating XPC connection to: com.quoxelin.desktop.Helper",
+                     "1 open, 0 sent: XPC connection resumed: com.quoxelin.desktop.Helper",
+                     "1 open, 0 sent: Invoking runGoTool path=" + std::string(quoxelin) +
+                         " args=status -json=true",
+                     "1 open, 1 sent: runGoTool output (status): ",
+                     "0 open, 1 sent: Failed to decode HashiStatus from output",
+                     "0 open, 1 sent: completed",
+                     "0 open, 1 sent: XPC connection invalidated: com.quoxelin.desktop.Helper"}));
+}
+
+TEST_F(QuoxelinCommandsTest, invalidatesAConnectionWithoutAHelperBeforeItFails) {
+    system.xpc.setHelper(SimulatedXPC::Helper::incompatible);
+    noteEachLogLine();
+    makeCommands().execQuoxelinUp([this](const auto&) { note("completed"); });
+    dispatch.runUntilIdle();
+    EXPECT_EQ((Lines{notes.begin() + 3, notes.end()}),
+              (Lines{"1 open, 0 sent: Failed to obtain HelperToolProtocol proxy for: "
+                     "com.quoxelin.desktop.Helper",
+                     "0 open, 0 sent: completed",
+                     "0 open, 0 sent: XPC connection invalidated: com.quoxelin.desktop.Helper"}));
+}
+
 TEST_F(QuoxelinCommandsTest, bringsTheConnectionDown) {
     system.xpc.setOutput("down", "failed, but that is the tool's affair");
     makeCommands().execQuoxelinDown(success());

@@ -99,8 +99,11 @@ TEST_F(AppViewStateConnection, printsTheErrorInFullWhenTheDaemonIsGone) {
 
 TEST_F(AppViewStateConnection, triesThreeTimesAgainTwoSecondsAfterEachStart) {
     refuseTunnelStarts();
+    whenLogged("[State] VPN connection retry 1/3",
+               [this] { system.networkExtension.requests.clear(); });
     appState->connect();
     advance(seconds(100));
+    EXPECT_EQ(system.networkExtension.requests.front(), "loadAll");
     EXPECT_EQ(
         timedStateLines(),
         (Lines{"0.000 connect", "0.000 daemon WantRunning=true", "2.000 VPN connection retry 1/3",

@@ -67,9 +67,13 @@ TEST_F(AppViewStateProfiles, changesNoAccountForAListWithoutACurrentProfile) {
 }
 
 TEST_F(AppViewStateProfiles, changesNoAccountForACurrentProfileWithAnEmptyEmail) {
+    startAndForget();
+    bus(annsMap);
+    const auto login = appState->login.get();
     refresh(R"({"current_profile_id":"a","profiles":[)"
             R"({"id":"a","name":"A","is_current":true,"user_email":""}]})");
-    EXPECT_EQ(appState->login.get(), LoginViewState{});
+    EXPECT_EQ(appState->currentProfileId.get(), "a");
+    EXPECT_EQ(appState->login.get(), login);
 }
 
 TEST_F(AppViewStateProfiles, publishesEmailAndNameOnceEach) {

@@ -196,6 +196,7 @@ TEST_F(AppViewStateSwitching, opensNoLoginPageOutsideTheWeb) {
 TEST_F(AppViewStateSwitching, opensALoginPageForANewAccount) {
     daemon.answer("POST", "/localapi/v0/login",
                   SimulatedDaemon::ok(R"({"InteractiveLoginUrl":"https://login.example.com/n"})"));
+    whenLogged("[State] Got login URL", [&] { EXPECT_EQ(system.workspace.openedURLs(), Lines{}); });
     appState->addNewAccount();
     advance(seconds(10));
     EXPECT_EQ(timedRequests(),

@@ -93,6 +93,11 @@ TEST_F(AppViewStateUninstall, removesTheLoginItemThenTheConfigurationThenTheFold
     system.networkExtension.onRequest = [&](const std::string& request) {
         order.push_back(request);
     };
+    whenLogged("[State] Uninstall completed", [&] {
+        order.push_back(fs::exists(supportFolder()) ? "too early" : "completed");
+        if (system.application.isTerminating())
+            order.push_back("too late");
+    });
     system.networkExtension.answerDelay = seconds(1);
     appState->uninstall();
     advance(seconds(1.5));
@@ -100,6 +105,7 @@ TEST_F(AppViewStateUninstall, removesTheLoginItemThenTheConfigurationThenTheFold
     EXPECT_TRUE(fs::exists(supportFolder()));
     advance(seconds(1));
     EXPECT_FALSE(fs::exists(supportFolder()));
+    EXPECT_EQ(order.back(), "completed");
 }
 
 TEST_F(AppViewStateUninstall, isTheOnlyOneInProgress) {

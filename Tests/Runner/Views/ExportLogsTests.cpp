@@ -59,6 +59,9 @@ TEST_F(ExportLogs, doesNothingWhenTheUserCancels) {
 TEST_F(ExportLogs, copiesBothLogsAndShowsTheFolder) {
     write(logger.path(), "application");
     write(daemonLog, "daemon");
+    system.systemLog.onEntry = [this](const auto&) {
+        EXPECT_THAT(system.workspace.openedFolders(), IsEmpty());
+    };
     exportTo(chosen);
     EXPECT_EQ(contentsOf(chosen / "app.log"), "application");
     EXPECT_EQ(contentsOf(chosen / "client.log"), "daemon");
@@ -70,6 +73,14 @@ TEST_F(ExportLogs, copiesTheOnlyLog) {
     write(daemonLog, "daemon");
     exportTo(chosen);
     EXPECT_FALSE(fs::exists(chosen / "app.log"));
+    EXPECT_THAT(log(), ElementsAre("[UI] Exported logs: client.log"));
+}
+
+TEST_F(ExportLogs, keepsAnEarlierExportOfALogThatIsGone) {
+    write(daemonLog, "daemon");
+    write(chosen / "app.log", "application, earlier");
+    exportTo(chosen);
+    EXPECT_EQ(contentsOf(chosen / "app.log"), "application, earlier");
     EXPECT_THAT(log(), ElementsAre("[UI] Exported logs: client.log"));
 }
 

@@ -83,6 +83,17 @@ TEST_F(HostingControllerTests, showsAChangeCausedByDrawing) {
     EXPECT_EQ(meddling->drawn, (std::vector<std::string>{"0", "1", "2", "3"}));
 }
 
+TEST_F(HostingControllerTests, showsAChangeCausedByTheFirstDrawing) {
+    const auto meddling = std::make_shared<MeddlingView>();
+    meddling->meddle = [&] {
+        if (model.number.get() < 1)
+            model.number = 1;
+    };
+    const HostingController other(dispatch.main(), meddling, viewOf(model));
+    dispatch.runUntilIdle();
+    EXPECT_EQ(meddling->drawn, (std::vector<std::string>{"0", "1"}));
+}
+
 TEST_F(HostingControllerTests, drawsNothingAfterDestruction) {
     model.number = 1;
     controller.reset();

@@ -3,6 +3,7 @@
 #include "Tests/Support/PanelStates.h"
 
 #include <gmock/gmock.h>
+#include <set>
 #include <utility>
 
 namespace quoxelin::testing {
@@ -56,6 +57,21 @@ TEST_F(PanelLife, highlightsTheRowUnderThePointerWhenLoggedOut) {
 
 // The panel around the content
 
+TEST_F(PanelLife, opensNothingByItself) {
+    logIn();
+    content = std::make_shared<QuoxelinMenuBarContent>(
+        QuoxelinMenuBarContent::Dependencies{dispatch, logger, localAPI, system.workspace,
+                                             system.pasteboard, system.openPanel, system.mainBundle,
+                                             system.processInfo, system.userNotificationCenter,
+                                             system.application},
+        appState, updaterVM, systemExtension);
+    EXPECT_EQ(find(tree(),
+                   [](const ViewNode& node) {
+                       return node.popover || node.alert || node.background != Color::clear;
+                   }),
+              nullptr);
+}
+
 TEST_F(PanelLife, closesWhatIsOpenWhenThePanelHides) {
     for (const auto& state : panelStates()) {
         SCOPED_TRACE(state.name);
@@ -67,6 +83,43 @@ TEST_F(PanelLife, closesWhatIsOpenWhenThePanelHides) {
                            return node.popover || node.alert || node.background != Color::clear;
                        }),
                   nullptr);
+    }
+}
+
+TEST_F(PanelLife, forgetsTheAccountUnderThePointerWhenThePanelHides) {
+    logIn();
+    content->isMorePopoverPresented = true;
+    hover("tanaka.haru@example.org", true);
+    content->panelDidHide();
+    content->isMorePopoverPresented = true;
+    EXPECT_FALSE(isHighlighted("tanaka.haru@example.org"));
+}
+
+namespace {
+
+/// The columns of the tree and its popovers whose elements come and go.
+void collectColumns(const ViewNode& node, std::vector<const ViewNode*>& columns) {
+    columns.push_back(&node);
+    for (const auto& child : node.children)
+        if (child.popover)
+            collectColumns(child.popover->content, columns);
+}
+
+} // namespace
+
+TEST_F(PanelLife, namesTheElementsOfItsColumnsSoThatEachIsRecognizedWhenOthersComeAndGo) {
+    for (const auto& state : panelStates()) {
+        SCOPED_TRACE(state.name);
+        const auto scene = state.scene();
+        const auto shown = scene->tree();
+        std::vector<const ViewNode*> columns;
+        collectColumns(shown, columns);
+        for (const auto* const column : columns) {
+            std::set<std::string> names;
+            for (const auto& element : column->children)
+                EXPECT_TRUE(!element.key.empty() && names.insert(element.key).second)
+                    << element.key;
+        }
     }
 }
 
@@ -145,8 +198,11 @@ TEST_F(PanelLife, requiresTheObjectsThatItShows) {
                                                             system.processInfo,
                                                             system.userNotificationCenter,
                                                             system.application};
-    EXPECT_DEATH(MenuBar(dependencies, nullptr, updaterVM, systemExtension),
-                 "programming fault: the panel's content needs the objects that it shows");
+    EXPECT_EQ(dependencies.daemonLogPath, "/var/log/quoxelind/client.log");
+    const auto fault = "programming fault: the panel's content needs the objects that it shows";
+    EXPECT_DEATH(MenuBar(dependencies, nullptr, updaterVM, systemExtension), fault);
+    EXPECT_DEATH(MenuBar(dependencies, appState, nullptr, systemExtension), fault);
+    EXPECT_DEATH(MenuBar(dependencies, appState, updaterVM, nullptr), fault);
 }
 
 } // namespace quoxelin::testing

@@ -30,6 +30,7 @@ TEST_F(PlatformGuidance, takesThePlaceOfTheSettingsForTheHelper) {
     EXPECT_THAT(shown, HasSubstr("Ask somebody."));
     EXPECT_THAT(shown, Not(HasSubstr("Login Items")));
     EXPECT_THAT(shown, Not(HasSubstr("Allow it")));
+    EXPECT_EQ(tree().children.at(0).padding, (EdgeInsets{8, 14, 6, 14}));
 }
 
 TEST_F(PlatformGuidance, takesThePlaceOfTheSettingsForTheExtension) {

@@ -18,18 +18,29 @@ TEST(ShownText, isTheTextItselfUpToTheLimit) {
 TEST(ShownText, keepsBothEndsOfALongerText) {
     const auto shown = shownText("begin " + std::string(100'000, 'x') + " end");
     EXPECT_LE(shown.size(), shownTextLimit);
+    EXPECT_GE(shown.size(), shownTextLimit - 1);
     EXPECT_EQ(shown.substr(0, 6), "begin ");
     EXPECT_NE(shown.find("x…x"), std::string::npos);
     EXPECT_EQ(shown.substr(shown.size() - 4), " end");
 }
 
 TEST(ShownText, cutsNoCharacterInTwo) {
-    for (const std::string prefix : {"", "a", "ab"}) {
-        auto text = prefix;
-        for (int i = 0; i < 1'000; ++i)
-            text += "許";
-        EXPECT_TRUE(isValidUtf8(shownText(text))) << prefix;
-    }
+    for (const std::string prefix : {"", "a", "ab"})
+        for (const std::string suffix : {"", "a", "ab"}) {
+            auto text = prefix;
+            for (int i = 0; i < 1'000; ++i)
+                text += "許";
+            const auto shown = shownText(text + suffix);
+            EXPECT_TRUE(isValidUtf8(shown)) << prefix << suffix;
+            EXPECT_LE(shown.size(), shownTextLimit);
+            EXPECT_GE(shown.size(), shownTextLimit - 5);
+            EXPECT_TRUE(shown.ends_with("許" + suffix));
+        }
+}
+
+TEST(ShownText, keepsNothingOfATextWithoutCharacters) {
+    const std::string bytes(2 * shownTextLimit, '\x80');
+    EXPECT_EQ(shownText(std::string_view(bytes).substr(0, shownTextLimit + 1)), "…");
 }
 
 class LongTexts : public PanelFixture {

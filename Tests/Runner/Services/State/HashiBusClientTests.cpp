@@ -66,7 +66,20 @@ TEST_F(HashiBusClientTest, triesAgainAfterEveryConnectionError) {
     EXPECT_EQ(log(), (Lines{retrying, retrying}));
 }
 
-TEST_F(HashiBusClientTest, learnsFromTheReadThatTheRequestCouldNotBeWritten) {
+TEST_F(HashiBusClientTest, losesOnlyTheRestOfTheStreamWhenMemoryRunsOut) {
+    start();
+    send(line("a") + "{\"ErrMessage\":\"" + std::string(1'000, 'x'));
+    daemon.failBus(ENOMEM);
+    dispatch.runUntilIdle();
+    EXPECT_EQ(log(), (Lines{"[HashiBus] Connected to socket", "[State] HashiBus connected",
+                            "[HashiBus] Read error: Cannot allocate memory",
+                            "[State] HashiBus disconnected: nil"}));
+    dispatch.advance(seconds(3));
+    send(line("b"));
+    EXPECT_EQ(delegate->versions, "ab");
+}
+
+TEST_F(HashiBusClientTest, endsAStreamThatItCouldNotAskFor) {
     daemon.writeError = EPIPE;
     start();
     EXPECT_EQ(log(), (Lines{"[HashiBus] Connected to socket", "[HashiBus] EOF",

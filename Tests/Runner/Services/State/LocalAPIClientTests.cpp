@@ -154,6 +154,11 @@ TEST_F(LocalAPIClientTest, reportsAFailedReadEvenAfterACompleteReply) {
     expectTransportFailure({Case::readFailed, "Connection reset by peer"});
 }
 
+TEST_F(LocalAPIClientTest, reportsThatThereIsNoMemoryForAReply) {
+    daemon.deliveries["/localapi/v0/login"].readError = ENOMEM;
+    expectTransportFailure({Case::readFailed, "Cannot allocate memory"});
+}
+
 TEST_F(LocalAPIClientTest, passesTransportErrorsOfDecodedReplies) {
     daemon.refuseConnections();
     EXPECT_EQ(getStatus().error().kind, Case::connectFailed);

@@ -1,3 +1,4 @@
+#include "Runner/Services/SystemExtension/ExtensionPropertiesProbe.h"
 #include "Tests/Runner/Services/SystemExtension/SystemExtensionServiceFixture.h"
 
 namespace quoxelin::testing {
@@ -23,6 +24,13 @@ TEST_F(SystemExtensionService, reportsSuccessBeforeTheNewValuesArePublished) {
     EXPECT_EQ(extensions.requests()[0].identifier, ourExtension);
     ASSERT_EQ(extensions.extensions.size(), 1u);
     EXPECT_TRUE(extensions.extensions[0].isEnabled);
+}
+
+TEST_F(SystemExtensionService, replacesNothingWhenItOnlyLooksForAnExtension) {
+    ExtensionPropertiesProbe probe(logger, ourExtension);
+    EXPECT_EQ(probe.actionForReplacingExtension(
+                  {OSSystemExtensionRequest::Kind::properties, ourExtension, {}}, {}, {}),
+              OSSystemExtensionReplacementAction::cancel);
 }
 
 TEST_F(SystemExtensionService, activatesWithoutAnyCallback) {

@@ -65,6 +65,38 @@ TEST_F(VPNTunnelService, recreatesARemovedConfigurationOnlyOnRequest) {
     EXPECT_EQ(network.configurations().size(), 1u);
 }
 
+TEST_F(VPNTunnelService, savesNothingWhileARemovalIsUnderWay) {
+    saveOurs();
+    createAndSettle();
+    service->removeConfiguration(noting("removed"));
+    service->ensureConfigurationSaved(noting("saved"));
+    dispatch.runUntilIdle();
+    EXPECT_TRUE(network.configurations().empty());
+    const auto lines = trace.take();
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), "saved"), 1);
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), "removed"), 1);
+}
+
+TEST_F(VPNTunnelService, removesNothingBeforeEverySaveIsAnswered) {
+    saveOurs();
+    createAndSettle();
+    int saves = 0;
+    network.onRequest = [&](const std::string& request) {
+        if (request == "save")
+            network.answerDelay = seconds(++saves == 1 ? 1 : 5);
+    };
+    service->ensureConfigurationSaved([] {});
+    service->ensureConfigurationSaved([] {});
+    dispatch.runUntilIdle();
+    ASSERT_EQ(saves, 2);
+    network.answerDelay = seconds(0);
+    service->removeConfiguration(noting("removed"));
+    dispatch.advance(seconds(4));
+    EXPECT_EQ(std::count(network.requests.begin(), network.requests.end(), "remove"), 0);
+    dispatch.advance(seconds(1));
+    EXPECT_TRUE(network.configurations().empty());
+}
+
 TEST_F(VPNTunnelService, ignoresASecondAnswerOfThePlatform) {
     network.answersTwice = true;
     create();

@@ -57,6 +57,14 @@ TEST_F(VPNTunnelService, startsTheTunnelItHoldsAtOnce) {
     EXPECT_EQ(network.requests, (Lines{"start"}));
 }
 
+TEST_F(VPNTunnelService, savesNothingToStartATunnelThatIsConfigured) {
+    createAndSettle();
+    saveOurs();
+    service->start();
+    dispatch.runUntilIdle();
+    EXPECT_EQ(network.requests, (Lines{"loadAll", "load", "start"}));
+}
+
 TEST_F(VPNTunnelService, doesNotStartATunnelThatIsComingUp) {
     saveOurs();
     createAndSettle();

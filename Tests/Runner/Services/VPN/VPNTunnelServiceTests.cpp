@@ -291,4 +291,28 @@ TEST_F(VPNTunnelService, completesPendingRequestsOfOtherThreadsAfterDestruction)
     EXPECT_EQ(network.requests, Lines{});
 }
 
+TEST_F(VPNTunnelService, saysThatTheConfigurationChangedBeforeItLooks) {
+    saveOurs();
+    createAndSettle();
+    network.onRequest = [this](const std::string& request) { trace.note(request); };
+    network.tellConfigurationChange();
+    const auto lines = settleAndTake();
+    EXPECT_EQ((Lines{lines.begin(), lines.begin() + 3}),
+              (Lines{"[VPN] Configuration changed; reloading manager", "loadAll", "load"}));
+}
+
+TEST_F(VPNTunnelService, makesANewManagerAfterTheUserRemovedTheConfiguration) {
+    network.addConfiguration(network.ofTunnel(foreignProvider, "Other"));
+    createAndSettle();
+    const std::string made = "[VPN] Found existing manager(s) but none match Quoxelin; creating a "
+                             "new manager";
+    service->ensureConfigurationSaved([] {});
+    const auto first = settleAndTake();
+    EXPECT_EQ(std::count(first.begin(), first.end(), made), 1);
+    network.removeConfiguration(1);
+    const auto second = settleAndTake();
+    EXPECT_EQ(std::count(second.begin(), second.end(), made), 1);
+    EXPECT_EQ(network.configurations().size(), 2u);
+}
+
 } // namespace quoxelin::testing
