@@ -96,18 +96,25 @@ bool replaceByCopy(const std::filesystem::path& file, const std::filesystem::pat
 } // namespace
 
 void QuoxelinMenuBarContent::exportLogs(const std::filesystem::path& directory) {
-    std::vector<std::string> exported;
-    const auto exportLog = [&](const std::filesystem::path& log, const std::string& name) {
-        std::error_code error;
-        if (std::filesystem::exists(log, error) && replaceByCopy(log, directory / name))
-            exported.push_back(name);
-    };
-    exportLog(dependencies.logger.path(), "app.log");
-    exportLog(dependencies.daemonLogPath, "client.log");
-    if (exported.empty())
-        return;
-    dependencies.logger.log("UI", fmt::format("Exported logs: {}", fmt::join(exported, ", ")));
-    dependencies.workspace.openFolder(directory);
+    const auto finish = mainThread.callback([this, directory](const auto& exported) {
+        if (exported.empty())
+            return;
+        dependencies.logger.log("UI", fmt::format("Exported logs: {}", fmt::join(exported, ", ")));
+        dependencies.workspace.openFolder(directory);
+    });
+    // The logs may be large, and the folder's disk slow.
+    dependencies.dispatch.global(QualityOfService::userInitiated)
+        .async([logs = std::array{std::pair(std::filesystem::path(dependencies.logger.path()),
+                                            "app.log"),
+                                  std::pair(dependencies.daemonLogPath, "client.log")},
+                directory, finish] {
+            std::vector<std::string> exported;
+            std::error_code error;
+            for (const auto& [log, name] : logs)
+                if (std::filesystem::exists(log, error) && replaceByCopy(log, directory / name))
+                    exported.emplace_back(name);
+            finish(exported);
+        });
 }
 
 void QuoxelinMenuBarContent::open(const std::string& text) {

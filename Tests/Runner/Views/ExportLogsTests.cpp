@@ -69,6 +69,28 @@ TEST_F(ExportLogs, copiesBothLogsAndShowsTheFolder) {
     EXPECT_THAT(system.workspace.openedFolders(), ElementsAre(chosen));
 }
 
+TEST_F(ExportLogs, leavesTheMainThreadFreeWhileTheFolderIsSlow) {
+    write(daemonLog, "daemon");
+    click(tree(), "Export Logs");
+    const auto before = dispatch.submittedQualities().size();
+    ASSERT_TRUE(system.openPanel.choose(chosen));
+    // The folder can be slow from here on.
+    EXPECT_TRUE(fs::is_empty(chosen));
+    dispatch.runUntilIdle();
+    EXPECT_EQ(dispatch.submittedQualities().size(), before + 1);
+    EXPECT_EQ(contentsOf(chosen / "client.log"), "daemon");
+}
+
+TEST_F(ExportLogs, saysNothingAboutACopyThatOutlivesThePanel) {
+    write(daemonLog, "daemon");
+    click(tree(), "Export Logs");
+    ASSERT_TRUE(system.openPanel.choose(chosen));
+    content.reset();
+    dispatch.runUntilIdle();
+    EXPECT_THAT(log(), IsEmpty());
+    EXPECT_THAT(system.workspace.openedFolders(), IsEmpty());
+}
+
 TEST_F(ExportLogs, copiesTheOnlyLog) {
     write(daemonLog, "daemon");
     exportTo(chosen);
