@@ -131,3 +131,24 @@ def test_a_flood_of_notifications_stays_with_the_daemon(tmp_path):
             assert resident(application) - before < 32 * 1024
             assert_ends(application)
             stream.close()
+
+
+def test_quitting_does_not_wait_for_notifications_in_the_queue(tmp_path):
+    def send():
+        with contextlib.suppress(OSError):
+            while True:
+                stream.sendall(b'{"State":"Running"}\n{"State":"Stopped"}\n' * 1_000)
+
+    with socket.socket(socket.AF_UNIX) as server:
+        server.bind(str(tmp_path / "d"))
+        server.listen()
+        with Application(str(tmp_path / "d")) as application:
+            stream, _ = server.accept()
+            stream.sendall(b"HTTP/1.1 200 OK\r\n\r\n")
+            flood = threading.Thread(target=send)
+            flood.start()
+            application.wait_log("[State] Received HashiBus state: running")
+            assert flood.is_alive()
+            assert_ends(application)
+            stream.close()
+            flood.join()

@@ -107,6 +107,22 @@ TEST(QtDispatch, isDestroyedWithoutWaitingForWorkThatNeverEnds) {
     open->count_down();
 }
 
+TEST(QtDispatch, dropsMainWorkThatStillWaitsWhenTheLoopHasEnded) {
+    bool wasPerformed = false;
+    const auto held = std::make_shared<int>();
+    {
+        QtDispatch dispatch;
+        dispatch.main().async([&wasPerformed, held] { wasPerformed = true; });
+        std::thread([&] {
+            dispatch.main().async([&wasPerformed, held] { wasPerformed = true; });
+        }).join();
+        EXPECT_EQ(held.use_count(), 3);
+    }
+    runLoopUntilIdle();
+    EXPECT_FALSE(wasPerformed);
+    EXPECT_EQ(held.use_count(), 1);
+}
+
 TEST(QtDispatch, performsDelayedWorkNeverBeforeItsTime) {
     QtDispatch dispatch;
     const auto begin = Clock::now();
