@@ -15,6 +15,8 @@
 namespace quoxelin {
 
 void AppDelegate::setupMenuBar() {
+    if (mainThread.takesOver([this] { setupMenuBar(); }))
+        return;
     logger.log("App", "Setting up Menu Bar...");
     statusItem = platform.statusBar.statusItemWithLength(NSSquareStatusItemLength);
     if (auto* const button = statusItem->button()) {
@@ -149,6 +151,8 @@ void AppDelegate::showWindow() {
 }
 
 void AppDelegate::setupMainMenu() {
+    if (mainThread.takesOver([this] { setupMainMenu(); }))
+        return;
     const auto name = platform.processInfo.processName();
     constexpr auto command = NSEventModifierFlagCommand;
     const NSMenuItem separator;

@@ -67,6 +67,8 @@ class AppDelegate final : public NSApplicationDelegate,
     void willPresent(const UNNotificationRequest& notification,
                      std::function<void(unsigned options)> completionHandler) override;
 
+    void setupMenuBar();
+    void setupMainMenu();
     void updateStatusItemIcon();
     void updateStatusItemToolTip();
 
@@ -90,8 +92,6 @@ class AppDelegate final : public NSApplicationDelegate,
     void startDaemonAndSystemExtension();
     void startAppState();
 
-    void setupMenuBar();
-    void setupMainMenu();
     void makePanel();
     void installGlobalClickMonitor();
     NSPanel& panel();

@@ -26,6 +26,7 @@ std::int32_t executeWithPrivileges(const void* authorization, const std::string&
     // The call may modify its arguments, so pass copies.
     auto copies = arguments;
     std::vector<char*> vector;
+    vector.reserve(copies.size() + 1);
     for (auto& copy : copies)
         vector.push_back(copy.data());
     vector.push_back(nullptr);

@@ -15,10 +15,10 @@ bool openURL(NSWorkspace& workspace, const std::string& text) {
 
 bool openWebPage(NSWorkspace& workspace, const std::string& text) {
     const auto url = Url::parse(text);
-    const auto is = [&url](std::string_view scheme) {
-        return equalIgnoringAsciiCase(url->scheme(), scheme);
-    };
-    return url && (is("https") || is("http")) && workspace.open(*url);
+    const auto scheme = url ? url->scheme() : "";
+    const bool isWeb =
+        equalIgnoringAsciiCase(scheme, "https") || equalIgnoringAsciiCase(scheme, "http");
+    return isWeb && workspace.open(*url);
 }
 
 bool openFirstURL(NSWorkspace& workspace, std::span<const char* const> texts) {

@@ -17,7 +17,8 @@ constexpr double loginPollingInterval = 1.0;
 void AppViewState::pollForLoginCompletion() {
     if (mainThread.takesOver([this] { pollForLoginCompletion(); }))
         return;
-    scheduleLoginPollingTick(std::make_shared<LoginPolling>(LoginPolling{loginPollingGeneration}));
+    scheduleLoginPollingTick(
+        std::make_shared<LoginPolling>(LoginPolling{0, loginPollingGeneration}));
 }
 
 void AppViewState::scheduleLoginPollingTick(std::shared_ptr<LoginPolling> polling) {
@@ -62,16 +63,20 @@ void AppViewState::logout() {
     log("logout called");
     isLoggingOut = true;
     endLoginPolling();
+    cancelVPNRetry();
     disconnect();
     login = LoginViewState{};
+    currentBackendState = HashiBusState::noState;
     hashiBus->logout();
     mainThread.asyncAfter(seconds(0.3), [this] { refreshProfiles(); });
 }
 
-void AppViewState::refreshProfilesWithRetry(const std::string& targetId, int attempts,
-                                            double delay) {
+void AppViewState::refreshProfilesWithRetry(const std::optional<std::string>& targetId,
+                                            int attempts, double delay) {
     refreshProfiles();
-    if (attempts < 2 || targetId == currentProfileId.get())
+    if (attempts < 2)
+        return;
+    if (targetId && *targetId == currentProfileId.get())
         return;
     mainThread.asyncAfter(seconds(delay), [this, targetId, attempts, delay] {
         refreshProfilesWithRetry(targetId, attempts - 1, delay);

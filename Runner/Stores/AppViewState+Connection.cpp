@@ -87,6 +87,7 @@ void AppViewState::retryVPNIfNeeded() {
 void AppViewState::cancelVPNRetry() {
     if (vpnConnectRetryWork)
         vpnConnectRetryWork->cancel();
+    vpnConnectRetryWork.reset();
 }
 
 } // namespace quoxelin

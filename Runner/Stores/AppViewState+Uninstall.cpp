@@ -81,6 +81,7 @@ void AppViewState::runPrivilegedCleanup(std::function<void(bool succeeded)> comp
 /// From here on nothing follows the daemon or connects, so that no configuration is left behind.
 void AppViewState::removeEverything() {
     isRemoved = true;
+    cancelVPNRetry();
     disconnect();
     endLoginPolling();
     hashiBus->stop();

@@ -52,8 +52,9 @@ void fillFromNetMap(LoginViewState& s, const NetworkMap& netMap, const Node& nod
     s.hostName = node.name.value_or("");
     if (node.addresses)
         s.quoxelinIPs = joined(*node.addresses);
-    const auto profile =
-        netMap.userProfiles ? netMap.userProfiles->find(std::to_string(node.userID)) : std::nullopt;
+    if (!netMap.userProfiles)
+        return;
+    const auto profile = netMap.userProfiles->find(std::to_string(node.userID));
     if (!profile)
         return;
     if (profile->loginName)
@@ -144,9 +145,8 @@ void AppViewState::updateState(const HashiBusNotify& notify) {
     auto s = login.get();
     if (notify.state)
         followBackendState(*notify.state, s);
-    if (!isLoggingOut && notify.netMap)
-        if (const auto node = notify.netMap->selfNode.value_or(NodeView{}).node)
-            fillFromNetMap(s, *notify.netMap, *node);
+    if (!isLoggingOut && notify.netMap && notify.netMap->selfNode && notify.netMap->selfNode->node)
+        fillFromNetMap(s, *notify.netMap, *notify.netMap->selfNode->node);
     if (notify.interactiveLoginUrl && !notify.interactiveLoginUrl->empty())
         s.interactiveLoginUrl = *notify.interactiveLoginUrl;
     else if (s.isLoggedIn)
@@ -164,6 +164,7 @@ void AppViewState::updateState(const HashiBusNotify& notify) {
 
 void AppViewState::followBackendState(HashiBusState state, LoginViewState& s) {
     log(fmt::format("Received HashiBus state: {}", caseName(state)));
+    currentBackendState = state;
     if (state == HashiBusState::needsLogin) {
         s.isLoggedIn = false;
         isLoggingOut = false;
@@ -181,6 +182,10 @@ void AppViewState::applyStatus(const DaemonStatus& status) {
         if (status.selfNode->addresses && !status.selfNode->addresses->empty())
             s.quoxelinIPs = joined(*status.selfNode->addresses);
     }
+    if (status.email && !status.email->empty())
+        s.email = *status.email;
+    if (status.userName && !status.userName->empty())
+        s.userName = *status.userName;
     if (status.jailed)
         s.jailedReason = jailedReason(*status.jailed, status.jailReason);
 
@@ -227,14 +232,14 @@ void AppViewState::applyProfiles(const ProfilesResponse& answer) {
     currentProfileId = answer.currentProfileId;
     const auto current = std::find_if(answer.profiles.begin(), answer.profiles.end(),
                                       [](const auto& profile) { return profile.isCurrent; });
-    const auto email = current == answer.profiles.end() ? "" : current->userEmail.value_or("");
-    if (email.empty())
+    if (current == answer.profiles.end() || !current->userEmail || current->userEmail->empty())
         return;
     auto next = login.get();
-    next.email = email;
+    next.email = *current->userEmail;
     publishLoginIfChanged(next);
+    next = login.get();
     if (next.userName.empty())
-        next.userName = email;
+        next.userName = *current->userEmail;
     publishLoginIfChanged(next);
 }
 

@@ -134,16 +134,17 @@ class AppViewState final : public ObservableObject, public HashiBusClientDelegat
 
     /// The state shared by the ticks of one run.
     struct LoginPolling {
-        /// The value of `loginPollingGeneration` when the run began.
-        const int generation;
         int attempts = 0;
+        /// The value of `loginPollingGeneration` when the run began.
+        int generation = 0;
     };
     void scheduleLoginPollingTick(std::shared_ptr<LoginPolling> polling);
     void loginPollingTick(const std::shared_ptr<LoginPolling>& polling);
     void loginPollingAnswer(const std::shared_ptr<LoginPolling>& polling,
                             const Result<DaemonStatus, LocalAPIError>& answer);
     void endLoginPolling();
-    void refreshProfilesWithRetry(const std::string& targetId, int attempts, double delay);
+    void refreshProfilesWithRetry(const std::optional<std::string>& targetId, int attempts,
+                                  double delay);
     void applyLocalCurrentProfile(const std::string& id);
 
     void runPrivilegedCleanup(std::function<void(bool succeeded)> completion);
@@ -153,6 +154,8 @@ class AppViewState final : public ObservableObject, public HashiBusClientDelegat
     Dependencies dependencies;
     std::shared_ptr<HashiBusClient> hashiBus;
     std::vector<Subscription> cancellables;
+    /// The last state reported by the bus.
+    HashiBusState currentBackendState = HashiBusState::noState;
     /// From `logout` until the daemon reports that it needs a login.
     bool isLoggingOut = false;
     /// Login polling runs of earlier generations have ended.

@@ -39,7 +39,7 @@ Color statusColor(VPNConnectionStatus status) {
     case VPNConnectionStatus::disconnecting:
     case VPNConnectionStatus::error:
     case VPNConnectionStatus::unknown:
-        break;
+        return Color::orange;
     }
     return Color::orange;
 }
@@ -57,7 +57,7 @@ std::string statusText(VPNConnectionStatus status) {
     case VPNConnectionStatus::error:
         return "Error";
     case VPNConnectionStatus::unknown:
-        break;
+        return "Unknown";
     }
     return "Unknown";
 }

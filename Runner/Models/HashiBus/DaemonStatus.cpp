@@ -29,10 +29,12 @@ std::optional<DaemonStatus::SelfNode> selfNodeIn(const json::Value& object) {
 
 } // namespace
 
-std::optional<DaemonStatus> DaemonStatus::parse(std::string_view body) {
+Result<DaemonStatus, json::Error> DaemonStatus::parse(std::string_view body) {
     const auto top = json::parse(body);
-    if (!top || !top->isObject())
-        return std::nullopt;
+    if (!top)
+        return tl::unexpected(top.error());
+    if (!top->isObject())
+        return tl::unexpected(json::Error{"the whole should be an object"});
     DaemonStatus status;
     status.backendState = stringIn(*top, "backend_state");
     status.interactiveLoginUrl = stringIn(*top, "interactive_login_url");

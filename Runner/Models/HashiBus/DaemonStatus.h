@@ -26,13 +26,16 @@ struct DaemonStatus {
     std::optional<std::string> interactiveLoginUrl;
     std::optional<std::vector<std::string>> quoxelinIps;
     std::optional<SelfNode> selfNode;
+    /// Not part of the daemon's answer; other sources may fill them.
+    std::optional<std::string> email;
+    std::optional<std::string> userName;
     std::optional<bool> jailed;
     std::optional<std::string> jailReason;
 
     bool operator==(const DaemonStatus&) const = default;
 
-    /// Absent only if the text is not JSON or its top level is not an object.
-    static std::optional<DaemonStatus> parse(std::string_view body);
+    /// Fails only if the text is not JSON or its top level is not an object.
+    static Result<DaemonStatus, json::Error> parse(std::string_view body);
 };
 
 } // namespace quoxelin

@@ -3,30 +3,28 @@
 #include "Base/AsciiCase.h"
 #include "Base/JsonDecoder.h"
 
-#include <algorithm>
 #include <array>
 
 namespace quoxelin {
 
 namespace {
 
+/// Indexed by the number of the state.
 constexpr std::array states = {HashiBusState::noState, HashiBusState::needsLogin,
                                HashiBusState::stopped, HashiBusState::starting,
                                HashiBusState::running};
 
-template <typename Predicate>
-HashiBusState stateThat(const Predicate& is) {
-    const auto found = std::find_if(states.begin(), states.end(), is);
-    return found == states.end() ? HashiBusState::noState : *found;
-}
-
 HashiBusState stateOf(std::int64_t number) {
-    return stateThat([number](HashiBusState state) { return static_cast<int>(state) == number; });
+    const bool known = number >= 0 && number < static_cast<std::int64_t>(states.size());
+    return known ? states[static_cast<std::size_t>(number)] : HashiBusState::noState;
 }
 
 HashiBusState stateOf(std::string_view name) {
-    return stateThat(
-        [name](HashiBusState state) { return equalIgnoringAsciiCase(name, rawValue(state)); });
+    for (const auto state : states) {
+        if (equalIgnoringAsciiCase(name, rawValue(state)))
+            return state;
+    }
+    return HashiBusState::noState;
 }
 
 } // namespace

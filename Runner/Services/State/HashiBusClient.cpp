@@ -24,8 +24,8 @@ constexpr Duration pauseWhileBehind = seconds(0.001);
 constexpr std::size_t keptCapacity = std::size_t(1) << 20;
 
 bool mayBeObject(std::string_view line) {
-    const auto start = std::min(line.find_first_not_of(" \t\r"), line.size());
-    return line.substr(start).starts_with('{');
+    const auto start = line.find_first_not_of(" \t\r");
+    return start != std::string_view::npos && line[start] == '{';
 }
 
 } // namespace
@@ -78,6 +78,7 @@ void HashiBusClient::follow(std::unique_ptr<Connection> connection) {
     if (!connection->write(requestData))
         connection->shutdown(); // else the daemon would wait for the request and we for its stream
     readStream(*connection);
+    connection.reset();
     postNote("HashiBus disconnected: nil");
 }
 

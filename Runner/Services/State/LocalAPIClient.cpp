@@ -129,12 +129,11 @@ std::optional<std::int64_t> statusCodeIn(std::string_view header) {
     };
     takeWord();
     auto word = takeWord();
-    if (word.starts_with('+'))
+    if (word.size() > 1 && word[0] == '+' && word[1] != '-')
         word.remove_prefix(1);
-    const auto* const wordEnd = word.data() + word.size();
     std::int64_t code = 0;
-    const auto [end, error] = std::from_chars(word.data(), wordEnd, code);
-    if (error != std::errc() || end != wordEnd)
+    const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), code);
+    if (error != std::errc() || end != word.data() + word.size())
         return std::nullopt;
     return code;
 }
@@ -243,7 +242,7 @@ void LocalAPIClient::startLogin(Completion<std::string, LocalAPIError> completio
         "0\r\nConnection: close\r\n\r\n",
         [](const Response& response) -> Outcome {
             auto url = extractInteractiveLoginURL(response.body);
-            if (!url)
+            if (!url || url->empty())
                 return failed(Case::decodeFailed);
             return *std::move(url);
         },

@@ -48,7 +48,7 @@ std::vector<const char*> settingsAddresses(int operatingSystemMajorVersion) {
 std::optional<std::filesystem::path> firstSystemExtension(const std::filesystem::path& folder) {
     std::optional<std::filesystem::path> first;
     std::error_code error;
-    for (std::filesystem::directory_iterator entry(folder, error), end; entry != end;
+    for (std::filesystem::directory_iterator entry(folder, error), end; !error && entry != end;
          entry.increment(error)) {
         const auto& path = entry->path();
         if (path.extension() == ".systemextension" && (!first || path < *first))
@@ -81,7 +81,9 @@ void SystemExtensionService::log(const std::string& message) const {
 std::optional<std::string> SystemExtensionService::embeddedSystemExtensionIdentifier() const {
     const auto embedded = firstSystemExtension(dependencies.mainBundle.bundleURL() / "Contents" /
                                                "Library" / "SystemExtensions");
-    return embedded ? dependencies.mainBundle.identifierOfBundleAt(*embedded) : std::nullopt;
+    if (!embedded)
+        return std::nullopt;
+    return dependencies.mainBundle.identifierOfBundleAt(*embedded);
 }
 
 std::string SystemExtensionService::expectedExtensionIdentifier() const {
@@ -257,9 +259,10 @@ void SystemExtensionService::checkExtensionInstalled(
 // The user's approval
 
 void SystemExtensionService::startWaitingForApproval() {
+    stopWaitingForApproval();
     appDidBecomeActiveObserver = dependencies.notificationCenter.addObserver(
         NSApplicationDidBecomeActiveNotification, [this](const Notification&) {
-            if (!needsUserApproval)
+            if (!needsUserApproval || isApproved)
                 return;
             log("App became active, re-trying activation");
             activate();

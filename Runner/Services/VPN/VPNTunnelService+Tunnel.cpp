@@ -10,6 +10,9 @@ namespace quoxelin {
 namespace {
 
 VPNConnectionStatus connectionStatusOf(int rawStatus) {
+    if (rawStatus < static_cast<int>(NEVPNStatus::invalid) ||
+        rawStatus > static_cast<int>(NEVPNStatus::disconnecting))
+        return VPNConnectionStatus::unknown;
     switch (static_cast<NEVPNStatus>(rawStatus)) {
     case NEVPNStatus::invalid:
     case NEVPNStatus::disconnected:

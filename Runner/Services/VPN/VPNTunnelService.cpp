@@ -150,8 +150,8 @@ std::string VPNTunnelService::expectedLocalizedDescription() const {
 
 bool VPNTunnelService::matches(const NETunnelProviderManager& candidate) const {
     const auto expected = expectedProviderBundleIdentifier();
-    const auto protocol = candidate.configuration().protocol.value_or(NETunnelProviderProtocol{});
-    return protocol.providerBundleIdentifier == expected;
+    const auto protocol = candidate.configuration().protocol;
+    return protocol && protocol->providerBundleIdentifier == expected;
 }
 
 std::shared_ptr<NETunnelProviderManager>
@@ -268,8 +268,9 @@ bool VPNTunnelService::ensureConfigured(VPNConfiguration& candidate) const {
     // On the platform's own object the values are set before they are compared.
     if (current && dependencies.networkExtension.sharesProtocolObjects())
         current = required;
-    // Only a manager without a protocol, or with the required identifier, comes here.
-    const bool replace = !current || current->serverAddress != required.serverAddress;
+    const bool replace = !current || !current->providerBundleIdentifier ||
+                         *current->providerBundleIdentifier != expectedProviderBundleIdentifier() ||
+                         current->serverAddress != required.serverAddress;
     if (replace)
         current = required;
     if (candidate.localizedDescription == expectedLocalizedDescription() && candidate.isEnabled)
@@ -290,8 +291,10 @@ void VPNTunnelService::removeAll(const Managers& managers, Done completion) {
             completion();
         },
         completion);
-    if (managers.empty())
+    if (managers.empty()) {
         main.async(whenEmpty);
+        return;
+    }
     const Done leave = [&main, whenEmpty,
                         entered = std::make_shared<std::size_t>(managers.size())] {
         if (--*entered == 0)
