@@ -36,6 +36,11 @@ class MacUserNotificationsTest : public ServiceTest {
         });
     }
 
+    static void setAuthorization(::UNAuthorizationStatus status) {
+        stage::changeNotifications(
+            [status](stage::NotificationState& state) { state.authorization = status; });
+    }
+
     MacUserNotificationCenter center;
     Answers<std::string> answers;
 };
@@ -55,7 +60,7 @@ TEST_F(MacUserNotificationsTest, reportsWhatTheUserAllows) {
 }
 
 TEST_F(MacUserNotificationsTest, reportsThatTheUserRefused) {
-    stage::notifications().authorization = ::UNAuthorizationStatusDenied;
+    setAuthorization(::UNAuthorizationStatusDenied);
     stage::failNext(@"requestAuthorization", errorOf(@"UNErrorDomain", 1));
     authorize();
     ASSERT_TRUE(answers.arrive());
@@ -90,7 +95,7 @@ TEST_F(MacUserNotificationsTest, answersTwoAtATimeAndLate) {
 TEST_F(MacUserNotificationsTest, showsANotificationAsTheDelegateWants) {
     const auto delegate = std::make_shared<Delegate>();
     center.setDelegate(delegate);
-    stage::notifications().authorization = ::UNAuthorizationStatusAuthorized;
+    setAuthorization(::UNAuthorizationStatusAuthorized);
     center.add({"one", "Quoxelin", "blocked", true});
     ASSERT_TRUE(comesTrue([] { return stage::notifications().presented.count == 1; }));
     EXPECT_EQ(delegate->shown, (Texts{"Quoxelin: blocked"}));
@@ -101,7 +106,7 @@ TEST_F(MacUserNotificationsTest, showsANotificationAsTheDelegateWants) {
 
 TEST_F(MacUserNotificationsTest, showsNothingForADestroyedDelegate) {
     center.setDelegate(std::make_shared<Delegate>());
-    stage::notifications().authorization = ::UNAuthorizationStatusAuthorized;
+    setAuthorization(::UNAuthorizationStatusAuthorized);
     center.add({"one", "Quoxelin", "blocked", false});
     ASSERT_TRUE(comesTrue([] { return stage::notifications().presented.count == 1; }));
     EXPECT_EQ(stage::notifications().presented[0].unsignedIntValue, 0u);

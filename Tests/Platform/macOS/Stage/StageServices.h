@@ -1,6 +1,7 @@
 #pragma once
 
 #import <UserNotifications/UserNotifications.h>
+#include <functional>
 #include <unistd.h>
 
 // The state of the stage's services, for tests to read and change.
@@ -20,11 +21,13 @@ ExtensionState& extensions();
 struct NotificationState {
     /// If not determined, the user grants it when asked.
     ::UNAuthorizationStatus authorization = ::UNAuthorizationStatusNotDetermined;
-    NSMutableArray<::UNNotificationRequest*>* added = [NSMutableArray array];
+    NSArray<::UNNotificationRequest*>* added = @[];
     /// The delegate's presentation options for them.
-    NSMutableArray<NSNumber*>* presented = [NSMutableArray array];
+    NSArray<NSNumber*>* presented = @[];
 };
-NotificationState& notifications();
+/// A copy, because the framework's queue changes it. Any thread.
+NotificationState notifications();
+void changeNotifications(const std::function<void(NotificationState&)>& change);
 
 /// Raw values of SMAppService's status by property list; @"" is the application.
 NSMutableDictionary<NSString*, NSNumber*>* serviceStatus();

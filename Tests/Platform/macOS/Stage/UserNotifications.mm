@@ -2,25 +2,36 @@
 
 #import "Tests/Platform/macOS/Stage/Stage.h"
 #import "Tests/Platform/macOS/Stage/StageServices.h"
+#include <mutex>
 
 using quoxelin::stage::answerLater;
 
 namespace quoxelin::stage {
 
-NotificationState& notifications() {
-    static NotificationState state;
-    static dispatch_once_t once;
-    dispatch_once(&once, ^{
+NotificationState notifications() {
+    NotificationState copy;
+    changeNotifications([&copy](NotificationState& state) { copy = state; });
+    return copy;
+}
+
+void changeNotifications(const std::function<void(NotificationState&)>& change) {
+    static std::mutex lock;
+    // Never destroyed, because the framework's queue runs until the program ends.
+    static auto* const state = [] {
         onReset(^{
-            state = NotificationState();
+            changeNotifications([](NotificationState& all) { all = NotificationState(); });
         });
-    });
-    return state;
+        return new NotificationState();
+    }();
+    const std::lock_guard guard(lock);
+    change(*state);
 }
 
 } // namespace quoxelin::stage
 
+using quoxelin::stage::changeNotifications;
 using quoxelin::stage::notifications;
+using quoxelin::stage::NotificationState;
 
 @implementation UNNotificationSound
 
@@ -119,10 +130,12 @@ static dispatch_queue_t frameworkQueue() {
 - (void)requestAuthorizationWithOptions:(UNAuthorizationOptions)options
                       completionHandler:(void (^)(BOOL, NSError*))completionHandler {
     answerLater(@"requestAuthorization", frameworkQueue(), ^(NSError* error) {
-        auto& authorization = notifications().authorization;
-        if (error == nil && authorization == UNAuthorizationStatusNotDetermined)
-            authorization = UNAuthorizationStatusAuthorized;
-        completionHandler(authorization >= UNAuthorizationStatusAuthorized, error);
+        if (error == nil)
+            changeNotifications([](NotificationState& state) {
+                if (state.authorization == UNAuthorizationStatusNotDetermined)
+                    state.authorization = UNAuthorizationStatusAuthorized;
+            });
+        completionHandler(notifications().authorization >= UNAuthorizationStatusAuthorized, error);
     });
 }
 
@@ -139,14 +152,16 @@ static dispatch_queue_t frameworkQueue() {
 - (void)present:(UNNotificationRequest*)request {
     if (notifications().authorization < UNAuthorizationStatusAuthorized)
         return;
-    [notifications().added addObject:request];
+    changeNotifications([request](NotificationState& state) {
+        state.added = [state.added arrayByAddingObject:request];
+    });
     UNNotification* const notification = [[UNNotification alloc] init];
     notification.request = request;
     [self.delegate userNotificationCenter:self
                   willPresentNotification:notification
                     withCompletionHandler:^(UNNotificationPresentationOptions options) {
-                        dispatch_async(frameworkQueue(), ^{
-                            [notifications().presented addObject:@(options)];
+                        changeNotifications([options](NotificationState& state) {
+                            state.presented = [state.presented arrayByAddingObject:@(options)];
                         });
                     }];
 }

@@ -112,7 +112,7 @@ void addReports(Steering& steering, QXStagedHelper* helper) {
     steering.addCount("urls", [] { return stage::workspace().opened.count; });
     steering.addReport("notifications", [] {
         json::Array delivered;
-        for (::UNNotificationRequest* each in stage::notifications().added.copy)
+        for (::UNNotificationRequest* each in stage::notifications().added)
             delivered.push_back(json::Object{{"title", toString(each.content.title)},
                                              {"body", toString(each.content.body)}});
         return json::Object{{"delivered", std::move(delivered)}};
