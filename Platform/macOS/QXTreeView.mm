@@ -22,8 +22,8 @@
         return;
     size = newSize;
     [self invalidateIntrinsicContentSize];
-    if (const auto current = sizeDidChange)
-        current();
+    if (sizeDidChange)
+        sizeDidChange();
 }
 
 - (quoxelin::ViewNode)readBack {

@@ -7,6 +7,7 @@
 #include <csignal>
 #include <gtest/gtest.h>
 #include <string>
+#include <vector>
 
 namespace quoxelin::testing {
 
@@ -26,10 +27,17 @@ bool hasToolTip(NSView* view, NSString* text) {
     return false;
 }
 
-/// Whether a view in one of this program's windows has that tool tip.
+NSWindow* shownPanel() {
+    for (NSWindow* window in NSApp.windows)
+        if (window.visible && [window isKindOfClass:NSClassFromString(@"QXPanel")])
+            return window;
+    return nil;
+}
+
+/// Whether a view in one of this program's windows on the screen has that tool tip.
 bool isShownAsToolTip(NSString* text) {
     for (NSWindow* window in NSApp.windows)
-        if (hasToolTip(window.contentView, text))
+        if (window.visible && hasToolTip(window.contentView, text))
             return true;
     return false;
 }
@@ -55,6 +63,12 @@ TEST(MacStatusBar, showsTheItemsToolTip) {
     item->button()->setToolTip("Quoxelin");
     EXPECT_FALSE(isShownAsToolTip(@"Quoxelin: Connected"));
     EXPECT_TRUE(isShownAsToolTip(@"Quoxelin"));
+}
+
+TEST(MacStatusBar, takesAnItemAwayThatIsDestroyed) {
+    MacStatusBar bar;
+    bar.statusItemWithLength(NSSquareStatusItemLength)->button()->setToolTip("Quoxelin: Gone");
+    EXPECT_FALSE(isShownAsToolTip(@"Quoxelin: Gone"));
 }
 
 TEST(MacPanels, openAPanelInTheSizeOfItsContent) {
@@ -103,19 +117,53 @@ TEST(MacPanels, keepAHandlerThatReplacesItselfUntilItReturns) {
     EXPECT_EQ(length, 100u);
 }
 
+TEST(MacPanels, takeAPanelAwayThatIsDestroyedWithoutReportingIt) {
+    MacPanels panels;
+    int hidden = 0;
+    std::shared_ptr<NSHostingView> content;
+    {
+        OpenPanel open(panels);
+        content = open.hosting;
+        open.panel->setDidOrderOut([&] { ++hidden; });
+        open.panel->makeKeyAndOrderFront();
+        ASSERT_NE(shownPanel(), nil);
+    }
+    EXPECT_EQ(shownPanel(), nil);
+    EXPECT_EQ(hidden, 0);
+    // No longer has a panel to resize.
+    content->setRootView({});
+}
+
 TEST(MacPanels, followTheSizeOfTheirContent) {
     MacPanels panels;
     OpenPanel open(panels);
     open.panel->makeKeyAndOrderFront();
-    NSWindow* shown = nil;
-    for (NSWindow* window in NSApp.windows)
-        if (window.visible && [window isKindOfClass:NSClassFromString(@"QXPanel")])
-            shown = window;
+    NSWindow* const shown = shownPanel();
     ViewNode tall;
     tall.width = 260;
     tall.height = shown.frame.size.height + 100;
     open.hosting->setRootView(tall);
     EXPECT_EQ(shown.frame.size.height, *tall.height);
+}
+
+TEST(MacQuitSignals, areForgottenAfterDestruction) {
+    int quits = 0;
+    std::vector<std::unique_ptr<MacQuitSignals>> all;
+    for (int i = 0; i < 10; ++i)
+        all.push_back(std::make_unique<MacQuitSignals>([&, kept = std::string(100, 'k')] {
+            all.clear();
+            ++quits;
+            EXPECT_EQ(kept.size(), 100u);
+        }));
+    ::raise(SIGTERM);
+    ASSERT_TRUE(comesTrue([&] { return quits > 0; }));
+    bool hasTurned = false;
+    bool* const turned = &hasTurned;
+    dispatch_async(dispatch_get_main_queue(), ^{
+        *turned = true;
+    });
+    EXPECT_TRUE(comesTrue([&] { return hasTurned; }));
+    EXPECT_EQ(quits, 1);
 }
 
 TEST(MacQuitSignals, arriveOnTheMainThread) {

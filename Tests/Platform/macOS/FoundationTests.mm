@@ -51,6 +51,10 @@ TEST(MacFoundation, readsTheInformationOfABundle) {
     EXPECT_EQ(bundle.pathForResource("nothing"), std::nullopt);
 }
 
+TEST(MacFoundation, hasNoIdentifierWithoutABundle) {
+    EXPECT_EQ(MacBundle().bundleIdentifier(), std::nullopt);
+}
+
 TEST(MacFoundation, keepsDefaults) {
     MacUserDefaults defaults;
     defaults.set("QXTestKey", "値");
@@ -140,6 +144,23 @@ TEST(MacDispatch, waitsForTheWorkOfASerialQueue) {
     go.set_value();
     EXPECT_TRUE(queue->wait(seconds(60)));
     EXPECT_TRUE(done);
+}
+
+TEST(MacDispatch, performsDelayedWorkInTheOrderOfItsDelays) {
+    MacDispatch dispatch;
+    std::vector<std::string> done;
+    dispatch.main().asyncAfter(std::chrono::milliseconds(100), [&] { done.push_back("late"); });
+    dispatch.main().asyncAfter(std::chrono::milliseconds(1), [&] { done.push_back("early"); });
+    EXPECT_TRUE(comesTrue([&] { return done.size() == 2; }));
+    EXPECT_EQ(done, (std::vector<std::string>{"early", "late"}));
+}
+
+TEST(MacDispatch, tellsTheTimeAndSleeps) {
+    MacDispatch dispatch;
+    const auto before = dispatch.date();
+    EXPECT_GE(before, std::chrono::system_clock::now() - seconds(60));
+    dispatch.sleep(std::chrono::milliseconds(1));
+    EXPECT_GE(dispatch.date() - before, std::chrono::milliseconds(1));
 }
 
 TEST(MacDispatch, dropsWorkThatWasCanceled) {

@@ -27,7 +27,10 @@ void postOnAnotherThread() {
 TEST(MacFrameworkNotifications, areHandledBeforeThePostReturns) {
     int handled = 0;
     FrameworkNotifications notifications;
-    notifications.observe(something, [&] { ++handled; });
+    notifications.observe(something, [&, kept = std::string(100, 'k')] {
+        EXPECT_EQ(kept, std::string(100, 'k'));
+        ++handled;
+    });
     post();
     EXPECT_EQ(handled, 1);
 }
@@ -56,6 +59,17 @@ TEST(MacFrameworkNotifications, areNotHandledAfterDestruction) {
     post();
     EXPECT_TRUE(comesTrue([&] { return last == 2; }));
     EXPECT_EQ(handled, 0);
+}
+
+TEST(MacFrameworkNotifications, keepNothingOfTheirHandlersAfterDestruction) {
+    std::weak_ptr<int> captured;
+    @autoreleasepool {
+        const auto owned = std::make_shared<int>();
+        captured = owned;
+        FrameworkNotifications notifications;
+        notifications.observe(something, [owned] {});
+    }
+    EXPECT_TRUE(captured.expired());
 }
 
 } // namespace quoxelin::testing

@@ -1,6 +1,6 @@
 #include "Platform/macOS/MacPanels.h"
-#include "Platform/macOS/QXRow.h"
 #include "Tests/Platform/macOS/PanelOnScreen.h"
+#include "Tests/Platform/macOS/Rows.h"
 
 #include <gtest/gtest.h>
 
@@ -15,20 +15,6 @@ class MacPopoverTest : public ::testing::Test {
         onScreen.panel->makeKeyAndOrderFront();
         EXPECT_TRUE(comesTrue([&] { return onScreen.panel->isVisible(); }));
         show();
-    }
-
-    static ViewNode row(const std::string& label, std::function<void()> action) {
-        ViewNode text;
-        text.kind = ViewNode::Kind::text;
-        text.text = label;
-        ViewNode node;
-        node.kind = ViewNode::Kind::row;
-        node.padding = {6, 14, 6, 14};
-        node.fillsWidth = true;
-        node.accessibilityLabel = label;
-        node.action = std::move(action);
-        node.children = {text};
-        return node;
     }
 
     ViewNode tree() {
@@ -58,56 +44,17 @@ class MacPopoverTest : public ::testing::Test {
 
     void show() { onScreen.hosting->setRootView(tree()); }
 
-    static QXRow* rowIn(NSView* view, NSString* label) {
-        if ([view isKindOfClass:[QXRow class]] && [view.accessibilityLabel isEqualToString:label] &&
-            view.window.visible)
-            return static_cast<QXRow*>(view);
-        for (NSView* each in view.subviews)
-            if (QXRow* const found = rowIn(each, label))
-                return found;
-        return nil;
-    }
-
-    static QXRow* rowOnScreen(NSString* label) {
-        for (NSWindow* window in NSApp.windows)
-            if (QXRow* const found = rowIn(window.contentView, label))
-                return found;
-        return nil;
-    }
-
-    /// Sends a mouse event through the main loop.
-    void send(NSEventType type, NSView* target) {
-        const auto middle = NSMakePoint(NSMidX(target.bounds), NSMidY(target.bounds));
-        time += 0.1;
-        [NSApp postEvent:[NSEvent mouseEventWithType:type
-                                            location:[target convertPoint:middle toView:nil]
-                                       modifierFlags:0
-                                           timestamp:time
-                                        windowNumber:target.window.windowNumber
-                                             context:nil
-                                         eventNumber:0
-                                          clickCount:1
-                                            pressure:1]
-                 atStart:YES];
-        [NSApp sendEvent:[NSApp nextEventMatchingMask:NSEventMaskAny
-                                            untilDate:[NSDate date]
-                                               inMode:NSDefaultRunLoopMode
-                                              dequeue:YES]];
-    }
-
     void click(NSString* label) {
         QXRow* const target = rowOnScreen(label);
         ASSERT_NE(target, nil);
-        send(NSEventTypeLeftMouseDown, target);
-        send(NSEventTypeLeftMouseUp, target);
+        sendMouse(NSEventTypeLeftMouseDown, target, middleOf(target));
+        sendMouse(NSEventTypeLeftMouseUp, target, middleOf(target));
     }
 
     int count = 0, within = 0, dismissals = 0;
     bool isPresented = false;
     /// Whether the popover stays in the tree when the user dismisses it.
     bool isInsistent = false;
-    /// The timestamp of the last event. Static, because time must not go back between tests.
-    inline static NSTimeInterval time = [NSProcessInfo processInfo].systemUptime;
     MacPanels panels;
     PanelOnScreen onScreen{panels, tree()};
 };

@@ -1,6 +1,7 @@
 #include "Platform/macOS/MacDesktop.h"
 #include "Simulation/Desktop/macOS/MacScreen.h"
 #include "Tests/Platform/macOS/PanelOnScreen.h"
+#include "Tests/Platform/macOS/Rows.h"
 #include "Tests/Support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
@@ -13,17 +14,6 @@ ViewNode text(const std::string& words) {
     ViewNode node;
     node.kind = ViewNode::Kind::text;
     node.text = words;
-    return node;
-}
-
-ViewNode row(const std::string& label, std::function<void()> action) {
-    ViewNode node;
-    node.kind = ViewNode::Kind::row;
-    node.padding = {6, 14, 6, 14};
-    node.fillsWidth = true;
-    node.accessibilityLabel = label;
-    node.action = std::move(action);
-    node.children = {text(label)};
     return node;
 }
 

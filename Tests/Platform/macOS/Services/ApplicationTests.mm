@@ -44,6 +44,7 @@ TEST_F(MacApplicationTest, runsUntilItIsTerminated) {
     });
     EXPECT_EQ(application.run(delegate), 0);
     EXPECT_EQ(delegate.events.back(), "terminating");
+    EXPECT_EQ(NSApp.delegate, nil);
 }
 
 TEST_F(MacApplicationTest, runsNoLongerThanATurnIfItWasTerminatedBefore) {

@@ -249,6 +249,8 @@ TEST_F(MacHelperTest, survivesMessagesThatAreNoCalls) {
     isRefused(large, @[]);
     isRefused(path, @[ large ]);
     [connection invalidate];
+    EXPECT_THAT(log, ::testing::SizeIs(6));
+    EXPECT_THAT(log, ::testing::Each(HasSubstr("The request is too large.")));
     EXPECT_EQ(ping(), "there");
 }
 

@@ -11,7 +11,8 @@ using MacHostTest = ServiceTest;
 TEST_F(MacHostTest, reportsLaterThatThereAreNoUpdates) {
     MacHost host{LaunchOptions{}};
     std::vector<std::string> lines;
-    host.observeMissingServices([&lines](const std::string& line) {
+    host.observeMissingServices([&lines, kept = keepsake()](const std::string& line) {
+        EXPECT_EQ(kept, keepsake());
         EXPECT_TRUE([NSThread isMainThread]);
         lines.push_back(line);
     });

@@ -60,7 +60,23 @@ TEST_F(MacMemoryTest, aHundredOpeningsOfThePanelLeaveNothingBehind) {
     open(panelStates().size());
     const auto before = objects();
     open(100);
-    EXPECT_EQ(grownSince(before), Counts());
+    const auto once = grownSince(before);
+    const auto after = objects();
+    open(100);
+    // GNUstep keeps some objects that it makes when they are first needed. What leaks grows again.
+    auto leaking = grownSince(after);
+    std::erase_if(leaking, [&once](const auto& each) { return once.count(each.first) == 0; });
+    EXPECT_EQ(leaking, Counts());
+}
+
+TEST(MacSystemLog, writesLinesWithAndWithoutAPlace) {
+    ::testing::internal::CaptureStderr();
+    MacSystemLog log;
+    log.log("a line with 100%");
+    log.log("com.quoxelin.desktop", "App", "another line");
+    EXPECT_EQ(::testing::internal::GetCapturedStderr(),
+              "os_log -: a line with 100%\n"
+              "os_log com.quoxelin.desktop:App: another line\n");
 }
 
 TEST_F(MacMemoryTest, aLineOfTheLogLeavesNothingBehind) {

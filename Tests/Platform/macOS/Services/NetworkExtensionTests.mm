@@ -202,6 +202,7 @@ TEST_F(MacNetworkExtensionTest, reportsWhyATunnelDoesNotStart) {
 
     const auto manager = saved();
     save(*manager, {configuration.localizedDescription, false, configuration.protocol});
+    EXPECT_FALSE(manager->configuration().isEnabled);
     const auto disabled = manager->startVPNTunnel();
     ASSERT_FALSE(disabled);
     EXPECT_EQ(disabled.error().domain, NEVPNErrorDomain);

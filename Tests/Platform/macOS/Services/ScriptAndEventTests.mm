@@ -22,7 +22,7 @@ TEST_F(MacAppleScriptTest, reportsWhyAScriptFailed) {
     EXPECT_NE(script->executeAndReturnError().value_or("").find("it did not work"),
               std::string::npos);
     stage::raiseNext(@"executeAndReturnError", NSGenericException);
-    EXPECT_NE(script->executeAndReturnError(), std::nullopt);
+    EXPECT_EQ(script->executeAndReturnError(), "executeAndReturnError was called out of turn");
     stage::failNext(@"initWithSource", errorOf(NSCocoaErrorDomain, 1));
     EXPECT_EQ(MacAppleScript().initWithSource("beep"), nullptr);
     EXPECT_EQ(stage::scripts().count, 0u);
@@ -71,6 +71,18 @@ TEST_F(MacAppleEventsTest, deliverUrlsFromBrowsers) {
     EXPECT_EQ(urls, (Urls{"quoxelin://login?token=5", "nothing"}));
 }
 
+TEST_F(MacAppleEventsTest, keepTheirHandlerWhenAnotherKindOfEventGetsOne) {
+    MacAppleEventManager manager;
+    launch();
+    listen(manager);
+    const auto forOthers = [](const std::optional<std::string>&) { ADD_FAILURE(); };
+    manager.setEventHandler("aevt", kAEGetURL, forOthers);
+    manager.setEventHandler(kInternetEventClass, "quit", forOthers);
+    EXPECT_TRUE(open(@"quoxelin://login"));
+    manager.send("quoxelin://again");
+    EXPECT_EQ(urls, (Urls{"quoxelin://login", "quoxelin://again"}));
+}
+
 TEST_F(MacAppleEventsTest, waitForTheirHandler) {
     MacAppleEventManager manager;
     launch();
@@ -105,6 +117,33 @@ TEST_F(MacAppleEventsTest, areDroppedAfterDestruction) {
     }
     EXPECT_FALSE(open(@"quoxelin://login"));
     EXPECT_TRUE(urls.empty());
+}
+
+TEST_F(MacAppleEventsTest, thatWaitAreDroppedByDestruction) {
+    {
+        MacAppleEventManager manager;
+        launch();
+        EXPECT_TRUE(open(@"quoxelin://login"));
+        listen(manager);
+    }
+    MacAppleEventManager other;
+    other.send("quoxelin://other");
+    listen(other);
+    ASSERT_TRUE(comesTrue([&] { return !urls.empty(); }));
+    EXPECT_EQ(urls, Urls{"quoxelin://other"});
+}
+
+TEST_F(MacAppleEventsTest, mayEndTheirManager) {
+    std::optional<MacAppleEventManager> manager(std::in_place);
+    launch();
+    manager->setEventHandler(kInternetEventClass, kAEGetURL,
+                             [&, kept = keepsake()](const std::optional<std::string>& url) {
+                                 manager.reset();
+                                 urls.push_back(url.value_or("nothing"));
+                                 EXPECT_EQ(kept, keepsake());
+                             });
+    EXPECT_TRUE(open(@"quoxelin://login"));
+    EXPECT_EQ(urls, Urls{"quoxelin://login"});
 }
 
 } // namespace quoxelin::testing

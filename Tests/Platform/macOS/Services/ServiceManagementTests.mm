@@ -30,6 +30,7 @@ TEST_F(MacServiceManagementTest, registersTheApplicationAndTheHelperSeparately) 
     const auto helper = management.daemon("helper.plist");
     EXPECT_TRUE(registering(*application));
     EXPECT_EQ(statusOf(*application), 1);
+    EXPECT_EQ(stage::serviceStatus()[@""].intValue, 1);
     EXPECT_EQ(statusOf(*helper), 0);
     EXPECT_TRUE(registering(*helper));
     EXPECT_TRUE(registering(*helper));

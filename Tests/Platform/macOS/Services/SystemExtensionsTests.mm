@@ -131,4 +131,22 @@ TEST_F(MacSystemExtensionsTest, doesNotCallADestroyedDelegate) {
     EXPECT_TRUE([stage::extensions().installed[@(tunnel)] isEqualToString:@"0.9"]);
 }
 
+TEST_F(MacSystemExtensionsTest, doesNotTellADestroyedDelegateOfAnApproval) {
+    {
+        const stage::Held held(@"submitRequest");
+        submit(Kind::activation);
+        delegate = std::make_shared<Delegate>();
+    }
+    ASSERT_TRUE(comesTrue([] { return stage::extensions().installed[@(tunnel)] != nil; }));
+    EXPECT_EQ(delegate->events, Events());
+}
+
+TEST_F(MacSystemExtensionsTest, reportsNoExceptionToADestroyedDelegate) {
+    stage::raiseNext(@"submitRequest", NSGenericException);
+    submit(Kind::activation);
+    delegate = std::make_shared<Delegate>();
+    submit(Kind::properties);
+    EXPECT_EQ(heard(1), (Events{"found"}));
+}
+
 } // namespace quoxelin::testing

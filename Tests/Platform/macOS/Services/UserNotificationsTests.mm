@@ -10,7 +10,8 @@ class Delegate final : public UNUserNotificationCenterDelegate {
     void willPresent(const UNNotificationRequest& notification,
                      std::function<void(unsigned)> completionHandler) override {
         EXPECT_TRUE([NSThread isMainThread]);
-        shown.push_back(notification.title + ": " + notification.body);
+        shown.push_back(notification.identifier + " " + notification.title + ": " +
+                        notification.body + (notification.defaultSound ? " with a sound" : ""));
         completionHandler(UNNotificationPresentationOptionBanner);
     }
 
@@ -97,8 +98,10 @@ TEST_F(MacUserNotificationsTest, showsANotificationAsTheDelegateWants) {
     center.setDelegate(delegate);
     setAuthorization(::UNAuthorizationStatusAuthorized);
     center.add({"one", "Quoxelin", "blocked", true});
-    ASSERT_TRUE(comesTrue([] { return stage::notifications().presented.count == 1; }));
-    EXPECT_EQ(delegate->shown, (Texts{"Quoxelin: blocked"}));
+    center.add({"two", "Quoxelin", "quiet", false});
+    ASSERT_TRUE(comesTrue([] { return stage::notifications().presented.count == 2; }));
+    EXPECT_EQ(delegate->shown,
+              (Texts{"one Quoxelin: blocked with a sound", "two Quoxelin: quiet"}));
     EXPECT_EQ(stage::notifications().presented[0].unsignedIntValue,
               UNNotificationPresentationOptionBanner);
     EXPECT_NE(stage::notifications().added[0].content.sound, nil);

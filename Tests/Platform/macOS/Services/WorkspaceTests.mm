@@ -51,6 +51,23 @@ TEST_F(MacWorkspaceTest, findsApplicationsAndOpensThem) {
     EXPECT_NE(opened().find("Mail.app"), std::string::npos);
 }
 
+TEST_F(MacOpenPanelTest, offersWhatTheOptionsSay) {
+    ::NSOpenPanel* const shown = [::NSOpenPanel openPanel];
+    for (const bool areFolders : {true, false}) {
+        panel.begin({.title = "Export Logs",
+                     .prompt = "Export",
+                     .canChooseFiles = !areFolders,
+                     .canChooseDirectories = areFolders,
+                     .canCreateDirectories = areFolders},
+                    nullptr);
+        EXPECT_TRUE([shown.title isEqualToString:@"Export Logs"]);
+        EXPECT_TRUE([shown.prompt isEqualToString:@"Export"]);
+        EXPECT_EQ(shown.canChooseFiles, !areFolders);
+        EXPECT_EQ(shown.canChooseDirectories, areFolders);
+        EXPECT_EQ(shown.canCreateDirectories, areFolders);
+    }
+}
+
 TEST_F(MacOpenPanelTest, reportsTheChosenFolder) {
     begin();
     EXPECT_TRUE(answers.get().empty());
