@@ -39,7 +39,8 @@ class Button final : public NSStatusBarButton {
     std::optional<NSRect> frameOnScreen() const override {
         if (button.window == nil)
             return std::nullopt;
-        const auto frame = [button.window convertRectToScreen:button.frame];
+        const auto frame = [button.window convertRectToScreen:[button convertRect:button.bounds
+                                                                           toView:nil]];
         return NSRect{frame.origin.x, frame.origin.y, frame.size.width, frame.size.height};
     }
 

@@ -66,6 +66,18 @@ class MacRowTest : public ::testing::Test {
                                                             keyCode:0]];
     }
 
+    static NSEvent* pointer(NSEventType type) {
+        return [NSEvent enterExitEventWithType:type
+                                      location:NSZeroPoint
+                                 modifierFlags:0
+                                     timestamp:0
+                                  windowNumber:connect().window.windowNumber
+                                       context:nil
+                                   eventNumber:0
+                                trackingNumber:0
+                                      userData:nullptr];
+    }
+
     Texts events;
     bool isDisabled = false, isPresented = false;
     /// Whether the pointer changes the panel.
@@ -146,21 +158,21 @@ TEST_F(MacRowTest, isAButtonForAssistiveTechnology) {
 
 TEST_F(MacRowTest, reportsThePointerOnce) {
     isRedrawn = true;
-    [connect() mouseEntered:nil];
-    [connect() mouseEntered:nil];
-    [connect() mouseExited:nil];
-    [connect() mouseExited:nil];
+    [connect() mouseEntered:pointer(NSEventTypeMouseEntered)];
+    [connect() mouseEntered:pointer(NSEventTypeMouseEntered)];
+    [connect() mouseExited:pointer(NSEventTypeMouseExited)];
+    [connect() mouseExited:pointer(NSEventTypeMouseExited)];
     EXPECT_EQ(events, (Texts{"entered", "left"}));
 }
 
 TEST_F(MacRowTest, isLeftByThePointerWhenItsPanelHides) {
-    [connect() mouseEntered:nil];
+    [connect() mouseEntered:pointer(NSEventTypeMouseEntered)];
     onScreen.panel->orderOut();
     EXPECT_EQ(events, (Texts{"entered", "left"}));
 }
 
 TEST_F(MacRowTest, isLeftByThePointerWhenItIsRemoved) {
-    [connect() mouseEntered:nil];
+    [connect() mouseEntered:pointer(NSEventTypeMouseEntered)];
     onScreen.hosting->setRootView({});
     EXPECT_EQ(events, (Texts{"entered", "left"}));
 }

@@ -22,4 +22,21 @@ TEST_F(MacStatusItemTest, keepsAnActionThatReplacesItselfUntilItReturns) {
     EXPECT_EQ(other, 1);
 }
 
+TEST_F(MacStatusItemTest, reportsItsPlaceWhereverItsButtonLiesInTheWindow) {
+    MacStatusBar bar;
+    const auto item = bar.statusItemWithLength(NSSquareStatusItemLength);
+    const auto before = item->button()->frameOnScreen();
+    ASSERT_TRUE(before);
+    ::NSStatusBarButton* const button = stage::statusButton();
+    NSView* const around = [[NSView alloc] initWithFrame:NSMakeRect(7, 3, 100, 100)];
+    [button.window.contentView addSubview:around];
+    [around addSubview:button];
+    const auto after = item->button()->frameOnScreen();
+    ASSERT_TRUE(after);
+    EXPECT_EQ(after->x, before->x + 7);
+    EXPECT_EQ(after->y, before->y + 3);
+    EXPECT_EQ(after->width, before->width);
+    EXPECT_EQ(after->height, before->height);
+}
+
 } // namespace quoxelin::testing
