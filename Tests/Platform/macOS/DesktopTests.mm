@@ -121,7 +121,7 @@ TEST(MacPanels, takeAPanelAwayThatIsDestroyedWithoutReportingIt) {
     MacPanels panels;
     int hidden = 0;
     std::shared_ptr<NSHostingView> content;
-    {
+    @autoreleasepool {
         OpenPanel open(panels);
         content = open.hosting;
         open.panel->setDidOrderOut([&] { ++hidden; });
