@@ -30,8 +30,6 @@ constexpr Method polkit(const char* name) {
             "org.freedesktop.PolicyKit1.Authority", name};
 }
 
-/// Null if there is no memory. Adding to a message may fail, also because it is null: then sending
-/// it fails as well, so only that is looked at.
 Owned<sd_bus_message> callOf(sd_bus* bus, const Method& method) {
     sd_bus_message* message = nullptr;
     sd_bus_message_new_method_call(bus, &message, method.service, method.path, method.interface,
@@ -46,11 +44,13 @@ class Pending {
 
     explicit Pending(Answer answer) : answer(std::move(answer)) {}
 
-    void send(sd_bus* bus, const Owned<sd_bus_message>& call, seconds patience) {
+    void send(sd_bus* bus, sd_bus_message* call, seconds patience) {
         sd_bus_slot* sent = nullptr;
-        const std::chrono::microseconds longest = patience;
-        const int outcome = sd_bus_call_async(bus, &sent, call.get(), &Pending::replied, this,
-                                              static_cast<std::uint64_t>(longest.count()));
+        const int outcome =
+            call == nullptr ? -ENOMEM
+                            : sd_bus_call_async(bus, &sent, call, &Pending::replied, this,
+                                                static_cast<std::uint64_t>(
+                                                    std::chrono::microseconds(patience).count()));
         slot.reset(sent);
         if (outcome < 0)
             std::exchange(answer, nullptr)(nullptr, std::strerror(-outcome));
@@ -83,8 +83,9 @@ class Consent {
               isAnswered = reply != nullptr;
               if (!isAnswered)
                   log("polkit did not answer: " + forLog(why));
-              else if (sd_bus_message_enter_container(reply, 'r', "bba{ss}") > 0)
-                  sd_bus_message_read(reply, "b", &isAuthorized);
+              else if (sd_bus_message_enter_container(reply, 'r', "bba{ss}") < 0 ||
+                       sd_bus_message_read(reply, "b", &isAuthorized) < 0)
+                  isAuthorized = 0;
               answer(isAuthorized != 0);
           }) {}
 
@@ -92,9 +93,10 @@ class Consent {
         if (isAnswered)
             return;
         const auto call = callOf(bus, polkit("CancelCheckAuthorization"));
-        sd_bus_message_append(call.get(), "s", name.c_str());
-        sd_bus_message_set_auto_start(call.get(), 0);
-        sd_bus_send(bus, call.get(), nullptr); // without a cookie: it needs no reply
+        if (call && sd_bus_message_append(call.get(), "s", name.c_str()) >= 0 &&
+            sd_bus_message_set_auto_start(call.get(), 0) >= 0 &&
+            sd_bus_message_set_expect_reply(call.get(), 0) >= 0)
+            sd_bus_send(bus, call.get(), nullptr);
     }
     Consent(const Consent&) = delete;
     Consent& operator=(const Consent&) = delete;
@@ -102,12 +104,14 @@ class Consent {
     /// Identifies the caller by its unique bus name, which the bus guarantees and never reuses.
     void ask(const Requests::Question& question) {
         constexpr std::uint32_t allowUserInteraction = 1;
-        const auto call = callOf(bus, polkit("CheckAuthorization"));
-        sd_bus_message_append(call.get(), "(sa{sv})sa{ss}us", "system-bus-name", 1, "name", "s",
-                              question.caller.c_str(), "com.quoxelin.desktop.helper.run", 2,
-                              "program", question.program.c_str(), "command",
-                              question.command.c_str(), allowUserInteraction, name.c_str());
-        pending.send(bus, call, patienceWithPeople);
+        auto call = callOf(bus, polkit("CheckAuthorization"));
+        if (call &&
+            sd_bus_message_append(call.get(), "(sa{sv})sa{ss}us", "system-bus-name", 1, "name", "s",
+                                  question.caller.c_str(), "com.quoxelin.desktop.helper.run", 2,
+                                  "program", question.program.c_str(), "command",
+                                  question.command.c_str(), allowUserInteraction, name.c_str()) < 0)
+            call.reset();
+        pending.send(bus, call.get(), patienceWithPeople);
     }
 
   private:
@@ -129,12 +133,13 @@ std::shared_ptr<void> identify(sd_bus* bus, const std::string& caller,
     auto pending = std::make_shared<Pending>(
         [answer = std::move(answer)](sd_bus_message* reply, const std::string&) {
             std::uint32_t user = 0;
-            const bool isKnown = sd_bus_message_read(reply, "u", &user) > 0;
+            const bool isKnown = reply != nullptr && sd_bus_message_read(reply, "u", &user) > 0;
             answer(isKnown ? std::optional<uid_t>(user) : std::nullopt);
         });
-    const auto call = callOf(bus, getUser);
-    sd_bus_message_append(call.get(), "s", caller.c_str());
-    pending->send(bus, call, patienceWithTheBus);
+    auto call = callOf(bus, getUser);
+    if (call && sd_bus_message_append(call.get(), "s", caller.c_str()) < 0)
+        call.reset();
+    pending->send(bus, call.get(), patienceWithTheBus);
     return pending;
 }
 

@@ -6,10 +6,10 @@ namespace quoxelin::helper {
 
 std::optional<Call> readCall(sd_bus_message* message) {
     const char* text = nullptr;
-    if (sd_bus_message_read_basic(message, 's', &text) < 0 || std::strlen(text) > longestPath)
+    if (sd_bus_message_read_basic(message, 's', &text) < 0 || std::strlen(text) > longestPath ||
+        sd_bus_message_enter_container(message, 'a', "s") < 0)
         return std::nullopt;
     Call call{text, {}};
-    sd_bus_message_enter_container(message, 'a', "s"); // if this fails, so does reading
     int present = 0;
     while ((present = sd_bus_message_read_basic(message, 's', &text)) > 0) {
         if (call.arguments.size() == mostArguments || std::strlen(text) > longestArgument)

@@ -203,9 +203,10 @@ void Requests::refuse(const Shared& request, const Refusal& refusal) {
     request->reply(tl::unexpected(outcome));
 }
 
-/// Passes the request's turn on.
+/// Releases the request's question and turn.
 void Requests::forget(const Shared& request) {
     requests.erase(request);
+    request->question.reset();
     request->turn.reset();
 }
 

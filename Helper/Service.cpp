@@ -147,7 +147,8 @@ int Service::runGoTool(sd_bus_message* call, void* data, sd_bus_error*) {
 int Service::nameHasGone(sd_bus_message* signal, void* data, sd_bus_error*) {
     auto& self = *static_cast<Service*>(data);
     const char* name = nullptr;
-    if (sd_bus_message_read_basic(signal, 's', &name) > 0) {
+    if (sd_bus_message_read_basic(signal, 's', &name) > 0 && name[0] == ':') {
+        self.identities.erase(name);
         self.unread.erase(name);
         self.requests.callerHasGone(name);
     }
@@ -185,6 +186,11 @@ int Service::programEnded(sd_event_source*, const siginfo_t* how, void* data) {
 }
 
 void Service::waitForCalls() {
+    if (idleTimer) {
+        sd_event_source_set_time_relative(idleTimer.get(), idleMicroseconds);
+        sd_event_source_set_enabled(idleTimer.get(), SD_EVENT_ONESHOT);
+        return;
+    }
     const auto isOver = [](sd_event_source*, std::uint64_t, void* self) {
         static_cast<Service*>(self)->leaveIfIdle();
         return 0;
@@ -201,14 +207,15 @@ void Service::leaveIfIdle() {
     waitForCalls();
     if (requests.isBusy())
         return;
+    if (std::exchange(isLeaving, true)) {
+        sd_event_exit(event, 0);
+        return;
+    }
     const auto released = [](sd_bus_message*, void* self, sd_bus_error*) {
         static_cast<Service*>(self)->leaveIfIdle();
         return 0;
     };
-    if (std::exchange(isLeaving, true))
-        sd_event_exit(event, 0);
-    else
-        sd_bus_release_name_async(calls, nullptr, busName, released, this);
+    sd_bus_release_name_async(calls, nullptr, busName, released, this);
 }
 
 } // namespace quoxelin::helper

@@ -14,8 +14,6 @@ namespace quoxelin::helper {
 
 namespace {
 
-// No signal has a handler here, so none interrupts a call or runs code in the new process.
-
 /// Everything that the new process needs, prepared before the fork.
 struct Plan {
     int directory;
@@ -27,9 +25,8 @@ struct Plan {
 
 bool redirect(int output) {
     const int nothing = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
-    return nothing != -1 && ::dup2(nothing, STDIN_FILENO) == STDIN_FILENO &&
-           ::dup2(output, STDOUT_FILENO) == STDOUT_FILENO &&
-           ::dup2(output, STDERR_FILENO) == STDERR_FILENO;
+    return nothing >= 0 && ::dup2(nothing, STDIN_FILENO) >= 0 &&
+           ::dup2(output, STDOUT_FILENO) >= 0 && ::dup2(output, STDERR_FILENO) >= 0;
 }
 
 /// Closes all descriptors except the standard ones and these two, which are closed on exec.
@@ -43,11 +40,13 @@ bool closeOthers(unsigned one, unsigned other) {
 }
 
 void resetSignals() {
-    const struct sigaction standard = {}; // SIG_DFL, without flags
+    struct sigaction standard = {};
+    standard.sa_handler = SIG_DFL;
     // Ignore failures: some signals cannot be set.
     for (int number = 1; number <= SIGRTMAX; ++number)
         ::sigaction(number, &standard, nullptr);
-    const sigset_t none = {};
+    sigset_t none;
+    ::sigemptyset(&none);
     ::sigprocmask(SIG_SETMASK, &none, nullptr);
 }
 
@@ -59,9 +58,8 @@ void resetSignals() {
     static char* const environment[] = {path, language, nullptr};
     resetSignals();
     ::umask(022);
-    ::setsid(); // only a process that leads a group could fail
     // Executed by name, because every kernel names the process after it.
-    if (::chdir("/") == 0 && redirect(plan.output) &&
+    if (::setsid() >= 0 && ::chdir("/") == 0 && redirect(plan.output) &&
         closeOthers(static_cast<unsigned>(plan.directory), static_cast<unsigned>(plan.failure)))
         ::execveat(plan.directory, plan.name, plan.words.data(), environment, AT_SYMLINK_NOFOLLOW);
     const int reason = errno;
@@ -69,10 +67,18 @@ void resetSignals() {
     ::_exit(127);
 }
 
+/// Forks with all signals blocked, so that our handlers do not run in the new process.
 pid_t forkInto(const Plan& plan) {
+    sigset_t all;
+    sigset_t before;
+    ::sigfillset(&all);
+    ::pthread_sigmask(SIG_SETMASK, &all, &before);
     const pid_t process = ::fork();
     if (process == 0)
         become(plan);
+    const int reason = errno;
+    ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    errno = reason;
     return process;
 }
 
@@ -91,7 +97,11 @@ tl::expected<Pipe, std::string> makePipe() {
 /// The error number if the program could not be run, otherwise 0.
 int failureOf(const FileDescriptor& reading) {
     int reason = 0;
-    return ::read(reading.get(), &reason, sizeof reason) == sizeof reason ? reason : 0;
+    ssize_t count = -1;
+    do
+        count = ::read(reading.get(), &reason, sizeof reason);
+    while (count < 0 && errno == EINTR);
+    return count == sizeof reason ? reason : 0;
 }
 
 /// A memory file of fixed size.
@@ -107,8 +117,8 @@ tl::expected<FileDescriptor, std::string> makeOutput() {
 
 tl::expected<Spawned, std::string> spawn(const TrustedFile& executable,
                                          const std::vector<std::string>& words) {
-    auto failure = makePipe();
     auto output = makeOutput();
+    auto failure = makePipe();
     if (!output || !failure)
         return tl::unexpected("no output: " + (output ? failure.error() : output.error()));
     Plan plan = {executable.directory.get(),
@@ -125,7 +135,8 @@ tl::expected<Spawned, std::string> spawn(const TrustedFile& executable,
         return tl::unexpected(std::string(std::strerror(errno)));
     failure->writing.reset();
     if (const int reason = failureOf(failure->reading); reason != 0) {
-        ::waitpid(process, nullptr, 0);
+        while (::waitpid(process, nullptr, 0) < 0 && errno == EINTR) {
+        }
         return tl::unexpected(std::string(std::strerror(reason)));
     }
     return Spawned{process, std::move(*output)};

@@ -10,7 +10,7 @@ namespace quoxelin::helper {
 inline constexpr std::size_t longestOutput = std::size_t{1024} * 1024;
 
 struct Spawned {
-    pid_t process;
+    pid_t process = -1;
     FileDescriptor output;
 };
 

@@ -15,9 +15,9 @@ struct Shape {
 
 Shape shapeOf(std::uint8_t first) {
     if (first < 0x80)
-        return {1, 0xFF, 1};
+        return {1, 0x7F, 1};
     if (first < 0xC2 || first > 0xF4)
-        return {};
+        return {0, 0, 0};
     if (first < 0xE0)
         return {2, 0x1F, 0x80};
     if (first < 0xF0)
@@ -39,7 +39,9 @@ std::size_t lengthOfCharacter(std::string_view bytes, bool& isHalf) {
     }
     isHalf = present < shape.length;
     const bool isSurrogate = character >= 0xD800 && character < 0xE000;
-    return character < shape.smallest || isSurrogate || character > 0x10FFFF ? 0 : shape.length;
+    return isHalf || character < shape.smallest || isSurrogate || character > 0x10FFFF
+               ? 0
+               : shape.length;
 }
 
 } // namespace

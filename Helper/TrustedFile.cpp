@@ -18,7 +18,7 @@ constexpr int forPathAlone = O_PATH | O_NOFOLLOW | O_CLOEXEC;
 /// The names between the slashes; empty if the path is not absolute and normalized.
 std::optional<std::vector<std::string>> namesIn(std::string_view path) {
     std::vector<std::string> names;
-    if (!path.starts_with('/'))
+    if (path.empty() || path.front() != '/')
         return std::nullopt;
     while (!path.empty()) {
         path.remove_prefix(1);
@@ -32,13 +32,6 @@ std::optional<std::vector<std::string>> namesIn(std::string_view path) {
     return names;
 }
 
-/// Nothing is known of a file if this fails, which is of no kind then.
-struct stat statusOf(int file) {
-    struct stat status = {};
-    ::fstat(file, &status);
-    return status;
-}
-
 /// Also detects access control lists, because their mask replaces the group's bits.
 std::optional<std::string> whyNotKept(const struct stat& status, const Trust& trust) {
     if (status.st_uid != trust.owner)
@@ -49,14 +42,18 @@ std::optional<std::string> whyNotKept(const struct stat& status, const Trust& tr
 }
 
 std::optional<std::string> whyNotDirectory(int directory, const Trust& trust) {
-    const auto status = statusOf(directory);
+    struct stat status = {};
+    if (::fstat(directory, &status) != 0)
+        return std::strerror(errno);
     if (!S_ISDIR(status.st_mode))
         return "is no directory";
     return whyNotKept(status, trust);
 }
 
 std::optional<std::string> whyNotFile(int file, const Trust& trust) {
-    const auto status = statusOf(file);
+    struct stat status = {};
+    if (::fstat(file, &status) != 0)
+        return std::strerror(errno);
     if (S_ISLNK(status.st_mode))
         return "is a symbolic link";
     if (!S_ISREG(status.st_mode))
@@ -66,6 +63,11 @@ std::optional<std::string> whyNotFile(int file, const Trust& trust) {
     if ((status.st_mode & (S_ISUID | S_ISGID | S_ISVTX)) != 0)
         return "has a set-id or sticky bit";
     return std::nullopt;
+}
+
+bool isExecutable(int file) {
+    struct stat status = {};
+    return ::fstat(file, &status) == 0 && (status.st_mode & S_IXUSR) != 0;
 }
 
 tl::unexpected<std::string> no(const std::string& path, const std::string& reason) {
@@ -85,15 +87,17 @@ tl::expected<Found, std::string> find(const std::string& path, const Trust& trus
         return no("the path", "is not written plainly");
     std::string walked = trust.root == "/" ? "" : trust.root;
     FileDescriptor directory;
-    FileDescriptor current(::open(trust.root.c_str(), forPathAlone));
+    FileDescriptor current(::open(trust.root.c_str(), forPathAlone | O_DIRECTORY));
     for (const auto& name : *names) {
         if (!current)
             return no(walked + "/", std::strerror(errno));
         if (const auto reason = whyNotDirectory(current.get(), trust))
             return no(walked + "/", *reason);
         walked += "/" + name;
+        const bool isLast = &name == &names->back();
         directory = std::move(current);
-        current = FileDescriptor(::openat(directory.get(), name.c_str(), forPathAlone));
+        current = FileDescriptor(
+            ::openat(directory.get(), name.c_str(), forPathAlone | (isLast ? 0 : O_DIRECTORY)));
     }
     if (!current)
         return no(walked, std::strerror(errno));
@@ -108,7 +112,7 @@ tl::expected<TrustedFile, std::string> openTrusted(const std::string& path, cons
     auto found = find(path, trust);
     if (!found)
         return tl::unexpected(found.error());
-    if ((statusOf(found->file.get()).st_mode & S_IXUSR) == 0)
+    if (!isExecutable(found->file.get()))
         return no(found->path, "is not executable");
     return std::move(found->place);
 }

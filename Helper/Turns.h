@@ -18,6 +18,7 @@ class Turns {
 
     Turns(std::size_t most, std::size_t longestLine)
         : most(most), longestLine(longestLine), users(std::make_shared<Users>()) {}
+    ~Turns() { users->clear(); }
     Turns(const Turns&) = delete;
     Turns& operator=(const Turns&) = delete;
 
@@ -54,14 +55,16 @@ class Turns {
     }
 
     void ended(uid_t user) {
-        auto& own = (*users)[user];
-        if (own.line.empty()) {
-            --own.taken;
+        const auto found = users->find(user);
+        if (found == users->end())
             return;
+        if (auto& own = found->second; !own.line.empty()) {
+            const auto next = std::move(own.line.front());
+            own.line.pop_front();
+            next(turnOf(user));
+        } else if (--own.taken == 0) {
+            users->erase(found);
         }
-        const auto next = std::move(own.line.front());
-        own.line.pop_front();
-        next(turnOf(user));
     }
 
     const std::size_t most;

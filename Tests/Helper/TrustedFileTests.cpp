@@ -127,7 +127,7 @@ TEST_F(TrustedFile, isRefusedAsASymbolicLink) {
 TEST_F(TrustedFile, isRefusedBehindALinkedDirectory) {
     fs::rename(in("lib"), in("real"));
     fs::create_directory_symlink("real", in("lib"));
-    EXPECT_EQ(refusal(), in("lib/").string() + " is no directory");
+    EXPECT_EQ(refusal(), in("lib/").string() + " Not a directory");
     EXPECT_EQ(refusal("/real/Resources/program"), "");
 }
 
@@ -136,7 +136,7 @@ TEST_F(TrustedFile, isRefusedBehindALinkedRoot) {
     fs::create_directory_symlink(root.path(), elsewhere.path() / "link");
     const auto opened =
         openTrusted("/lib/Resources/program", {owner, (elsewhere.path() / "link").string()});
-    EXPECT_EQ(opened.error(), (elsewhere.path() / "link/").string() + " is no directory");
+    EXPECT_EQ(opened.error(), (elsewhere.path() / "link/").string() + " Not a directory");
 }
 
 TEST_F(TrustedFile, mayHaveAnotherName) {
