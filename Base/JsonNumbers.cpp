@@ -69,8 +69,9 @@ std::optional<std::string> withNumbersReplaced(std::string_view text, Replacemen
     return copied == 0 ? std::nullopt : std::optional(result.append(text, copied));
 }
 
-/// Shorter integers with a fraction or an exponent are exact as floating-point numbers.
-constexpr std::size_t shortestInexact = 17;
+/// Shorter integers with a fraction or an exponent are exact as floating-point numbers;
+/// 9223372035e9 is not.
+constexpr std::size_t shortestInexact = 12;
 
 /// The digits of an integer that is written with a fraction or an exponent. Empty if the token is
 /// another number, or too large for 64 bits.
@@ -95,10 +96,8 @@ std::optional<std::string> plainInteger(std::string_view token) {
         return std::nullopt;
     digits.append(static_cast<std::size_t>(scale), '0');
     std::int64_t number = 0;
-    const auto parsed = std::from_chars(digits.data(), digits.data() + digits.size(), number);
-    const bool isWhole = parsed.ptr == digits.data() + digits.size();
-    return isWhole && parsed.ec == std::errc() ? std::optional(std::to_string(number))
-                                               : std::nullopt;
+    const auto error = std::from_chars(digits.data(), digits.data() + digits.size(), number).ec;
+    return error == std::errc() ? std::optional(std::to_string(number)) : std::nullopt;
 }
 
 } // namespace

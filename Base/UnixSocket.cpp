@@ -37,7 +37,7 @@ int openStreamSocket() {
 sockaddr_un addressOf(const std::string& path) {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
-    std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
+    std::memcpy(address.sun_path, path.data(), path.size());
 #ifdef __APPLE__
     address.sun_len = static_cast<unsigned char>(path.size() + 2);
 #endif

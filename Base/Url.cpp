@@ -19,7 +19,7 @@ std::vector<Url::QueryItem> Url::queryItems() const {
     const auto view = boost::urls::parse_uri_reference(whole).value();
     std::vector<QueryItem> items;
     if (view.encoded_query().empty()) // the library reads beyond an empty query
-        return items;
+        return {};
     // Only HTML forms encode a space as a plus sign.
     boost::urls::encoding_opts options;
     options.space_as_plus = false;

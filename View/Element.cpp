@@ -8,8 +8,8 @@ Element::Element(ViewNode::Kind kind) : kind(kind) {}
 
 Element::~Element() = default;
 
-bool Element::standsFor(const ViewNode& node, bool samePosition) const {
-    return kind == node.kind && key == node.key && (samePosition || !key.empty());
+bool Element::standsFor(const ViewNode& node) const {
+    return kind == node.kind && key == node.key;
 }
 
 void Element::bind(const ViewNode& node) {

@@ -41,8 +41,8 @@ class Element {
     /// The record shown by the native view, without its functions.
     ViewNode readBack() const;
 
-    /// Whether this element shows the record at that position among its siblings.
-    bool standsFor(const ViewNode& node, bool samePosition) const;
+    /// Whether this element can show the record: it has its kind and key.
+    bool standsFor(const ViewNode& node) const;
 
     /// Presents the popovers and alerts of this element and its children once their window is
     /// shown.

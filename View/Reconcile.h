@@ -46,16 +46,15 @@ std::vector<std::unique_ptr<View>> reconciled(std::vector<std::unique_ptr<View>>
                                               const std::vector<ViewNode>& nodes) {
     const auto viewOf = [&views](const ViewNode& node, std::size_t position) {
         // Most views stay in their place.
-        if (position < views.size() && views[position] && views[position]->standsFor(node, true))
+        if (position < views.size() && views[position] && views[position]->standsFor(node))
             return std::move(views[position]);
         if (!node.key.empty())
             for (auto& view : views)
-                if (view && view->standsFor(node, false))
+                if (view && view->standsFor(node))
                     return std::move(view);
         return View::make(node.kind);
     };
     std::vector<std::unique_ptr<View>> next;
-    next.reserve(nodes.size());
     for (std::size_t i = 0; i < nodes.size(); ++i)
         next.push_back(viewOf(nodes[i], i));
     return next;
@@ -65,7 +64,7 @@ std::vector<std::unique_ptr<View>> reconciled(std::vector<std::unique_ptr<View>>
 /// screen.
 template <typename View, typename Install>
 void reconcileRoot(std::unique_ptr<View>& root, const ViewNode& tree, Install install) {
-    if (!root || !root->standsFor(tree, true)) {
+    if (!root || !root->standsFor(tree)) {
         root = View::make(tree.kind);
         install(*root);
     }

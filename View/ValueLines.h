@@ -19,7 +19,7 @@ std::vector<std::string> valueLines(std::string_view text, int limit, const Fits
         text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
         if (word.empty())
             continue;
-        const bool isLast = limit > 0 && lines.size() == static_cast<std::size_t>(limit);
+        const bool isLast = lines.size() == static_cast<std::size_t>(limit);
         if (lines.empty()) {
             lines.emplace_back(word);
         } else if (auto longer = lines.back() + ' ' + std::string(word); isLast || fits(longer)) {

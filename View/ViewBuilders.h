@@ -65,8 +65,7 @@ inline ViewNode horizontalStack(std::vector<ViewNode> children, double spacing =
 }
 
 inline ViewNode verticalStack(std::vector<ViewNode> children, double spacing = 0) {
-    ViewNode node;
-    node.kind = ViewNode::Kind::verticalStack;
+    ViewNode node; // the default kind
     node.children = std::move(children);
     node.spacing = spacing;
     return node;

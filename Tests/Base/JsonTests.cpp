@@ -54,6 +54,22 @@ struct Lists {
     }
 };
 
+/// What kind of value there is.
+struct Kind {
+    std::string name;
+};
+
+std::string_view decodeValue(const Value& value, Kind& into) {
+    into.name = value.isArray()    ? "array"
+                : value.isObject() ? "object"
+                : value.isNull()   ? "null"
+                : value.boolean()  ? "boolean"
+                : value.integer()  ? "integer"
+                : value.number()   ? "number"
+                                   : "string";
+    return value.string() == "wrong" ? "is a wrong text" : "";
+}
+
 bool parses(std::string_view text) {
     return parse(text).has_value();
 }
@@ -95,6 +111,23 @@ TEST(Json, takesEveryIntegralNumberInRangeAsAnInteger) {
     EXPECT_EQ(integerIn("-90071992547409930e-1"), -9007199254740993);
     EXPECT_EQ(integerIn("92233720368547758E+2"), 9223372036854775800);
     EXPECT_EQ(integerIn("0.00000009007199254740993e23"), 9007199254740993);
+    EXPECT_EQ(integerIn("9223372035e9"), 9223372035000000000) << "no double is like it";
+    EXPECT_EQ(Value(-0x1p63).integer(), INT64_MIN);
+    EXPECT_EQ(Value(0x1p63).integer(), std::nullopt);
+}
+
+TEST(Json, readsLargeIntegersOfRecordsExactly) {
+    const auto id = [](const std::string& text) {
+        const auto record = decode<Inner>("{\"ID\":" + text + "}");
+        return record ? std::optional(record->id) : std::nullopt;
+    };
+    EXPECT_EQ(id("9007199254740993.0"), 9007199254740993) << "no double is like it";
+    EXPECT_EQ(id("-9007199254740993.0"), -9007199254740993);
+    EXPECT_EQ(id("9007199254740995.0"), 9007199254740995);
+    EXPECT_EQ(id("-9007199254740995.0"), -9007199254740995);
+    EXPECT_EQ(id("9223372036854775807.0"), INT64_MAX);
+    EXPECT_EQ(id("9223372036854775808.0"), std::nullopt);
+    EXPECT_EQ(id("9223372035e9"), 9223372035000000000);
 }
 
 TEST(Json, takesExponentsOfAnySize) {
@@ -102,19 +135,29 @@ TEST(Json, takesExponentsOfAnySize) {
          {"-2147483648", "-2147483649", "-9223372036854775808", "-99999999999999999999",
           "2147483648", "9223372036854775808"})
         EXPECT_TRUE(json::parse(fmt::format("[1.0000000000000000e{}]", exponent))) << exponent;
+    EXPECT_EQ(integerIn("1.0000000000000000e-2147483649"), 0);
+    EXPECT_EQ(parse("[100e-1,1e400]")->elements()[0].integer(), 10) << "the other stays as it is";
 }
 
 TEST(Json, rejectsOtherNumbersAsIntegers) {
     for (const auto* const text :
          {"4.5", "9223372036854775808", "-9223372036854775809", "9223372036854775808.0", "1e19",
-          "1e400", "-1e400", "18446744073709551616", "123456789012345678901234567890"})
+          "1e400", "-1e400", "1e0400", "-0.5e400", "18446744073709551616",
+          "123456789012345678901234567890"}) {
         EXPECT_EQ(integerIn(text), std::nullopt) << text;
+        EXPECT_TRUE(parse(text)->number()) << text;
+    }
+    EXPECT_EQ(integerIn(repeated("9", 400) + "e5"), std::nullopt);
 }
 
 TEST(Json, changesNothingButNumbers) {
     EXPECT_EQ(parse(R"(["\"9007199254740993.0"])")->elements()[0].string(), "\"9007199254740993.0");
+    for (const auto* const text : {"x9007199254740993.0", "x9223372035e9"}) {
+        const auto value = parse(fmt::format(R"({{"{0}":"{0}"}})", text)).value();
+        EXPECT_EQ(value.members().at(0), (Member{text, text}));
+    }
     for (const auto* const text : {"00000000000000001.0", "9007199254740993.", "9007199254740993e",
-                                   "--9007199254740993.0", "9007199254740993.0.0"})
+                                   "--9007199254740993.0", "9007199254740993.0.0", "00e400"})
         EXPECT_FALSE(parse(text)) << text;
 }
 
@@ -181,6 +224,31 @@ TEST(Json, letsTheLastOfDuplicateKeysWinAndVisitsItOnce) {
     EXPECT_EQ(
         decode<Outer>(R"({"text":"","flag":true,"map":{"k":{},"k":{"ID":2}}})")->map->at("k").id,
         2);
+    using Map = std::map<std::string, Inner>;
+    for (const auto* const name : {"", R"(,"Name":null)"})
+        EXPECT_EQ(
+            decode<Map>(fmt::format(R"({{"k":{{"ID":1,"Name":"n"}},"k":{{"ID":2{}}}}})", name)),
+            (Map{{"k", {2, {}}}}));
+    using Lists = std::map<std::string, std::vector<std::string>>;
+    EXPECT_EQ(decode<Lists>(R"({"k":["1"],"k":["2"]})"), (Lists{{"k", {"2"}}}));
+    using Maps = std::map<std::string, std::map<std::string, std::string>>;
+    EXPECT_EQ(decode<Maps>(R"({"k":{"a":"1"},"k":{"b":"2"}})"), (Maps{{"k", {{"b", "2"}}}}));
+}
+
+TEST(Json, hasNoByteOrderMark) {
+    EXPECT_EQ(parse("\xEF\xBB\xBF[]").error().description,
+              "no JSON: it begins with a byte-order mark");
+}
+
+TEST(Json, showsItsOwnTypesWhatKindOfValueTheyRead) {
+    const auto kinds = decode<std::vector<Kind>>(R"(["text",[1],{"a":1},null,4,4.5,true])");
+    ASSERT_TRUE(kinds) << kinds.error().description;
+    std::string all;
+    for (const auto& kind : *kinds)
+        all += kind.name + ' ';
+    EXPECT_EQ(all, "string array object null integer number boolean ");
+    EXPECT_EQ(decode<std::vector<Kind>>(R"(["text","wrong"])").error().description,
+              "[1] is a wrong text");
 }
 
 TEST(Json, decodesEscapesBeforeComparingKeys) {
@@ -256,6 +324,7 @@ TEST(JsonRecords, readListsAndMapsLaterFromWhatAllCopiesShare) {
     EXPECT_EQ(decode<Lists>(encode(copy)), copy);
     EXPECT_NE(*other, copy);
     EXPECT_EQ(Later<std::vector<Inner>>().get(), std::vector<Inner>());
+    EXPECT_EQ((Later<std::map<std::string, Inner>>().find("a")), std::nullopt);
 }
 
 TEST(JsonRecords, areCheckedCompletelyWhenRead) {
@@ -263,6 +332,17 @@ TEST(JsonRecords, areCheckedCompletelyWhenRead) {
               "list[1].ID is missing");
     EXPECT_EQ(decode<Lists>(R"({"map":{"a":{"ID":1,"Name":2}}})").error().description,
               "map.a.Name should be a string");
+    EXPECT_EQ(
+        decode<Outer>(R"({"text":"","flag":true,"words":null,"inner":3})").error().description,
+        "inner should be an object");
+    EXPECT_EQ(
+        decode<std::vector<std::vector<std::string>>>(R"([["a"],["b",1]])").error().description,
+        "[1][1] should be a string");
+}
+
+TEST(JsonRecords, areNeverMadeOfTextsThatAreNotUtf8) {
+    EXPECT_DEATH(Later<std::vector<std::string>>({"\xFF"}),
+                 "programming fault: a text that is not UTF-8 has no encoding");
 }
 
 TEST(JsonRecords, treatNullAndAbsentOptionalMembersAlike) {

@@ -33,6 +33,8 @@ TEST(PropertyList, findsStringsByKey) {
         Optional(UnorderedElementsAre(Pair("Name", "one"), Pair("Empty", ""), Pair("Blank", " "),
                                       Pair("Q&A", "<>\"'A\xC3\xA9\xE2\x82\xAC\xF0\x9F\x94\x92"))));
     EXPECT_THAT(stringsOfPropertyList(list("")), Optional(IsEmpty()));
+    EXPECT_THAT(stringsOfPropertyList("<?note <dict> ?><!DOCTYPE <x>><plist><dict></dict></plist>"),
+                Optional(IsEmpty()));
 }
 
 TEST(PropertyList, knowsTheFirstAndTheLastCharacterOfEachLength) {
@@ -64,6 +66,20 @@ TEST(PropertyList, isEmptyIfItIsMalformed) {
                                       std::string("<plist><dict>"),
                                       std::string("<plist><dict><"),
                                       std::string("<!--"),
+                                      std::string("<!-- <plist><dict></dict></plist>"),
+                                      std::string("<?xml"),
+                                      std::string("<plist/><dict></dict>"),
+                                      std::string("<plist><dict/></dict></plist>"),
+                                      std::string("<x><dict></dict></x>"),
+                                      std::string("<plist><x></dict></plist>"),
+                                      std::string("<plist><dict></dict"),
+                                      std::string("<plist><dict></x></plist>"),
+                                      list("<key>K</key><string>a<string>"),
+                                      list("<key>K</key><string>a</"),
+                                      list("<key>K</key><array></dict>"),
+                                      list("<key>K</key><array><></></array>"),
+                                      list("<key>K</key><string>&165;</string>"),
+                                      list("<key>K</key><string>&#;</string>"),
                                       list("<string>no key</string>"),
                                       list("<key>K</key>"),
                                       list("<key>K</key></x>"),

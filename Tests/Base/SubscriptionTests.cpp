@@ -54,6 +54,10 @@ TEST_F(SubscriptionTest, endsTheOldOneWhenAnotherIsAssigned) {
     EXPECT_EQ(ended, 1);
     subscription = Subscription();
     EXPECT_EQ(ended, 11);
+    Subscription other([this] { ended += 100; });
+    subscription = Subscription([this] { ended += 1000; });
+    subscription = std::move(other);
+    EXPECT_EQ(ended, 1011) << "at once";
 }
 
 TEST_F(SubscriptionTest, mayBeEndedWhileItEnds) {

@@ -1,15 +1,16 @@
 #include "Base/UnixSocket.h"
 
+#include "Tests/Support/Descriptors.h"
+#include "Tests/Support/InterruptingSignal.h"
+
 #include <array>
 #include <atomic>
-#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <optional>
-#include <pthread.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <thread>
@@ -20,6 +21,9 @@ namespace quoxelin {
 namespace {
 
 using Reason = ConnectError::Reason;
+using quoxelin::testing::InterruptingSignal;
+using quoxelin::testing::openDescriptors;
+using quoxelin::testing::RoomForDescriptors;
 
 /// Works in a temporary directory with a short path, because socket paths are limited.
 class UnixSocketTest : public ::testing::Test {
@@ -54,15 +58,15 @@ class UnixSocketTest : public ::testing::Test {
 };
 
 /// Both ends of a connection; `ours` is the application's.
-struct Pair {
-    Pair() {
+struct Sockets {
+    Sockets() {
         std::array<int, 2> ends{};
         if (::socketpair(AF_UNIX, SOCK_STREAM, 0, ends.data()) != 0)
             throw std::runtime_error("no pair of sockets");
         ours = std::make_unique<UnixSocket>(ends[0]);
         theirs = ends[1];
     }
-    ~Pair() { closeTheirs(); }
+    ~Sockets() { closeTheirs(); }
 
     void closeTheirs() {
         if (theirs >= 0)
@@ -74,13 +78,6 @@ struct Pair {
     int theirs = -1;
 };
 
-std::size_t openDescriptors() {
-    std::size_t count = 0;
-    for (int descriptor = 0; descriptor < 256; ++descriptor)
-        count += ::fcntl(descriptor, F_GETFD) >= 0 ? 1 : 0;
-    return count;
-}
-
 /// Descriptors that a program started now would inherit.
 std::size_t descriptorsForOtherPrograms() {
     std::size_t count = 0;
@@ -91,31 +88,12 @@ std::size_t descriptorsForOtherPrograms() {
     return count;
 }
 
-/// A signal whose handler is installed without SA_RESTART, so it interrupts system calls.
-class InterruptingSignal {
-  public:
-    InterruptingSignal() {
-        struct sigaction interrupting {};
-        interrupting.sa_handler = [](int) {};
-        ::sigaction(SIGUSR1, &interrupting, &before);
-    }
-    ~InterruptingSignal() { ::sigaction(SIGUSR1, &before, nullptr); }
-
-    void interrupt(std::thread& thread) const {
-        ::pthread_kill(thread.native_handle(), SIGUSR1);
-        std::this_thread::yield();
-    }
-
-  private:
-    struct sigaction before {};
-};
-
 } // namespace
 
 TEST_F(UnixSocketTest, connectsReadsAndWrites) {
     const auto path = directory + "/socket";
     listenAt(path);
-    const auto connection = UnixSocket::connect(path);
+    const auto connection = UnixSocketConnector().connect(path);
     ASSERT_TRUE(connection.has_value());
     const int peer = ::accept(listener, nullptr, nullptr);
     EXPECT_EQ((*connection)->write("ping"), 4u);
@@ -174,6 +152,25 @@ TEST_F(UnixSocketTest, leavesNoDescriptorOpen) {
     EXPECT_EQ(openDescriptors(), before);
 }
 
+TEST_F(UnixSocketTest, saysThatThereIsNoDescriptor) {
+    const RoomForDescriptors none(0);
+    const auto connection = UnixSocket::connect(directory + "/socket");
+    ASSERT_FALSE(connection.has_value());
+    EXPECT_EQ(connection.error().reason, Reason::socketCreateFailed);
+    EXPECT_EQ(connection.error().error, SystemError{EMFILE});
+}
+
+TEST_F(UnixSocketTest, worksWithoutStandardInput) {
+    const auto path = directory + "/socket";
+    listenAt(path);
+    const int input = ::dup(STDIN_FILENO);
+    ::close(STDIN_FILENO);
+    EXPECT_TRUE(UnixSocket::connect(path).has_value());
+    EXPECT_EQ(::fcntl(STDIN_FILENO, F_GETFD), -1) << "it had that descriptor, and has closed it";
+    ::dup2(input, STDIN_FILENO);
+    ::close(input);
+}
+
 TEST_F(UnixSocketTest, keepsItsDescriptorFromOtherPrograms) {
     const auto path = directory + "/socket";
     listenAt(path);
@@ -205,7 +202,7 @@ TEST_F(UnixSocketTest, continuesConnectingAfterASignal) {
 }
 
 TEST_F(UnixSocketTest, reportsAClosedPeerAsAValue) {
-    Pair pair;
+    Sockets pair;
     pair.closeTheirs();
     const auto written = pair.ours->write("x");
     ASSERT_FALSE(written.has_value());
@@ -221,7 +218,7 @@ TEST_F(UnixSocketTest, reportsAFailedRead) {
 }
 
 TEST_F(UnixSocketTest, endsABlockedReadFromAnotherThread) {
-    Pair pair;
+    Sockets pair;
     Result<std::size_t, SystemError> outcome = 99;
     std::thread reader([&] {
         std::array<char, 4> bytes{};
@@ -235,7 +232,7 @@ TEST_F(UnixSocketTest, endsABlockedReadFromAnotherThread) {
 
 TEST_F(UnixSocketTest, continuesReadingAfterASignal) {
     const InterruptingSignal signal;
-    Pair pair;
+    Sockets pair;
     Result<std::size_t, SystemError> outcome = 99;
     std::array<char, 4> bytes{};
     std::atomic<bool> done = false;
@@ -252,7 +249,7 @@ TEST_F(UnixSocketTest, continuesReadingAfterASignal) {
 }
 
 TEST_F(UnixSocketTest, writesAsMuchAsThePeerHasRoomForOnceSignaled) {
-    Pair pair;
+    Sockets pair;
     const InterruptingSignal signal;
     const std::string large(std::size_t(64) << 20, 'x');
     Result<std::size_t, SystemError> written = 0;

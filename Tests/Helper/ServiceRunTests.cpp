@@ -1,5 +1,5 @@
-#include "Tests/Helper/Descriptors.h"
 #include "Tests/Helper/ServiceFixture.h"
+#include "Tests/Support/Descriptors.h"
 
 #include <csignal>
 #include <gmock/gmock.h>
@@ -9,6 +9,7 @@ namespace quoxelin::helper {
 namespace {
 
 namespace fs = std::filesystem;
+using quoxelin::testing::openDescriptors;
 using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
@@ -84,14 +85,14 @@ TEST_F(HelperServiceRuns, logsHowTheProgramEnded) {
 }
 
 TEST_F(HelperServiceRuns, waitsForEachProgramByItself) {
-    const int free = firstFreeDescriptor();
+    const int before = openDescriptors();
     const auto waiting = ask(":1.5", tool, {"login", "-json=true"});
     const pid_t process = started();
     EXPECT_EQ(outcomeOf(ask(":1.6")), "replied");
     EXPECT_FALSE(outcomes.contains(waiting));
     end(process);
     EXPECT_EQ(outcomeOf(waiting), "replied");
-    EXPECT_EQ(firstFreeDescriptor(), free) << "the outputs are closed";
+    EXPECT_EQ(openDescriptors(), before) << "the outputs are closed";
 }
 
 TEST_F(HelperServiceRuns, servesForAMinuteAfterTheEndOfAProgram) {
@@ -114,13 +115,13 @@ TEST_F(HelperServiceRuns, logsWhyAProgramCouldNotBeStarted) {
 
 TEST_F(HelperServiceRuns, endsAProgramWhoseEndItWouldNotLearn) {
     ::sigprocmask(SIG_UNBLOCK, &ends, nullptr);
-    const int free = firstFreeDescriptor();
+    const int before = openDescriptors();
     const auto call = ask(":1.5", tool, {"login", "-json=true"});
     EXPECT_EQ(said[call], "The program could not be started.");
     EXPECT_THAT(log.back(), HasSubstr("started. its end could not be waited for Asked for: "));
     EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1) << "no process is left";
     EXPECT_EQ(errno, ECHILD);
-    EXPECT_EQ(firstFreeDescriptor(), free) << "the output is closed";
+    EXPECT_EQ(openDescriptors(), before) << "the output is closed";
 }
 
 } // namespace

@@ -1,5 +1,5 @@
-#include "Tests/Helper/Descriptors.h"
 #include "Tests/Helper/ServiceFixture.h"
+#include "Tests/Support/Descriptors.h"
 
 #include <gmock/gmock.h>
 #include <malloc.h>
@@ -15,6 +15,7 @@ extern "C" int clock_gettime(clockid_t clock, timespec* time) noexcept {
 namespace quoxelin::helper {
 namespace {
 
+using quoxelin::testing::openDescriptors;
 using ::testing::Contains;
 using ::testing::Each;
 using ::testing::ElementsAre;
@@ -146,9 +147,9 @@ TEST_F(HelperService, keepsNothingOfRequestsThatAreOver) {
 }
 
 TEST_F(HelperService, leavesNothingOpen) {
-    const int before = firstFreeDescriptor();
+    const int before = openDescriptors();
     EXPECT_TRUE(made<sd_event>(&sd_event_new));
-    EXPECT_EQ(firstFreeDescriptor(), before);
+    EXPECT_EQ(openDescriptors(), before);
 }
 
 TEST_F(HelperService, asksPolkitAboutTheCallerAndLetsItAskTheUser) {

@@ -1,6 +1,6 @@
 #include "Helper/Spawn.h"
 
-#include "Tests/Helper/Descriptors.h"
+#include "Tests/Support/Descriptors.h"
 #include "Tests/Support/TemporaryDirectory.h"
 
 #include <array>
@@ -29,6 +29,8 @@ extern "C" pid_t fork() noexcept {
 namespace quoxelin::helper {
 namespace {
 
+using quoxelin::testing::openDescriptors;
+using quoxelin::testing::RoomForDescriptors;
 using quoxelin::testing::TemporaryDirectory;
 using ::testing::HasSubstr;
 using ::testing::Not;
@@ -105,10 +107,10 @@ TEST(HelperSpawn, passesNothingOfOursToTheProgram) {
 }
 
 TEST(HelperSpawn, leavesNoDescriptorOpen) {
-    const int before = firstFreeDescriptor();
+    const int before = openDescriptors();
     outputOfProbe({"probe"});
     EXPECT_FALSE(spawn(opened("/usr/no-such-program"), {"program"}));
-    EXPECT_EQ(firstFreeDescriptor(), before);
+    EXPECT_EQ(openDescriptors(), before);
 }
 
 TEST(HelperSpawn, leavesNoProcessWhenTheProgramCannotBeRun) {

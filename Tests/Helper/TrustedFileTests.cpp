@@ -1,5 +1,5 @@
 #include "Helper/TrustedFile.h"
-#include "Tests/Helper/Descriptors.h"
+#include "Tests/Support/Descriptors.h"
 #include "Tests/Support/TemporaryDirectory.h"
 
 #include <cstring>
@@ -14,6 +14,8 @@ namespace quoxelin::helper {
 namespace {
 
 namespace fs = std::filesystem;
+using quoxelin::testing::openDescriptors;
+using quoxelin::testing::RoomForDescriptors;
 using quoxelin::testing::TemporaryDirectory;
 using ::testing::HasSubstr;
 
@@ -107,9 +109,9 @@ TEST_F(TrustedFile, isNotFoundWithoutDescriptors) {
 }
 
 TEST_F(TrustedFile, isFoundWithoutLeavingADescriptorOpen) {
-    const int before = firstFreeDescriptor();
+    const int before = openDescriptors();
     EXPECT_EQ(refusal(), "");
-    EXPECT_EQ(firstFreeDescriptor(), before);
+    EXPECT_EQ(openDescriptors(), before);
 }
 
 TEST_F(TrustedFile, isRootsUnlessOneSaysOtherwise) {

@@ -19,11 +19,13 @@ class NotedView final : public Element {
 
     inline static int alive = 0;
     std::string text;
+    std::optional<double> width;
     std::string presented;
+    std::string asked;
 
   protected:
-    void bindFrame(const ViewNode&) override {}
-    void readFrame(ViewNode&) const override {}
+    void bindFrame(const ViewNode& node) override { width = node.width; }
+    void readFrame(ViewNode& node) const override { node.width = width; }
     void bindContent(const ViewNode& node) override { text = node.text; }
     void readContent(ViewNode& node) const override { node.text = text; }
 
@@ -45,7 +47,7 @@ class NotedView final : public Element {
         return std::make_unique<Noted<Popover>>(presented);
     }
     std::unique_ptr<Presentation<Alert>> makeAlert() override {
-        return std::make_unique<Noted<Alert>>(presented);
+        return std::make_unique<Noted<Alert>>(asked);
     }
 };
 
@@ -137,13 +139,70 @@ TEST(Element, presentsWhileTheRecordHasAPresentation) {
     EXPECT_EQ(view.presented, "");
     node.popover = std::make_shared<Popover>();
     view.bind(node);
+    EXPECT_EQ(view.asked, "");
+    node.alert = std::make_shared<Alert>();
+    view.bind(node);
     view.windowDidHide();
     view.windowDidShow();
     EXPECT_TRUE(view.readBack().popover);
-    node.popover = nullptr;
+    EXPECT_TRUE(view.readBack().alert);
     view.bind(node);
-    EXPECT_EQ(view.presented, "bound away up gone ");
+    node.popover = nullptr;
+    node.alert = nullptr;
+    view.bind(node);
+    EXPECT_EQ(view.presented, "bound bound away up bound gone ");
+    EXPECT_EQ(view.asked, "bound away up bound gone ");
     EXPECT_FALSE(view.readBack().popover);
+    EXPECT_FALSE(view.readBack().alert);
+}
+
+TEST(Element, readsBackWhatItShows) {
+    NotedView view(ViewNode::Kind::text);
+    auto node = text("a", "key");
+    node.width = 7;
+    view.bind(node);
+    EXPECT_EQ(view.readBack().kind, ViewNode::Kind::text);
+    EXPECT_EQ(view.readBack().key, "key");
+    EXPECT_EQ(view.readBack().text, "a");
+    EXPECT_EQ(view.readBack().width, 7);
+}
+
+TEST(Alert, hasTheSameButtonsWhateverTheyDo) {
+    using Role = Alert::Button::Role;
+    const auto with = [](std::vector<Alert::Button> buttons) {
+        return Alert{"Title", "Message", std::move(buttons)};
+    };
+    const auto one = with({{"Yes", Role::destructive, {}}, {"No", Role::cancel, {}}});
+    EXPECT_TRUE(
+        haveSameButtons(one, with({{"Yes", Role::destructive, [] {}}, {"No", Role::cancel, {}}})));
+    for (const auto& other : {with({{"Yes", Role::destructive, {}}}),
+                              with({{"Yes", Role::cancel, {}}, {"No", Role::cancel, {}}}),
+                              with({{"Yes", Role::destructive, {}}, {"Never", Role::cancel, {}}}),
+                              with({{"No", Role::cancel, {}}, {"Yes", Role::destructive, {}}})})
+        EXPECT_FALSE(haveSameButtons(one, other));
+}
+
+/// A view of a toolkit that has a class for each kind of record.
+struct AnyView {
+    explicit AnyView(std::string name) : name(std::move(name)) {}
+    virtual ~AnyView() = default;
+    std::string name;
+};
+template <char Name>
+struct ViewCalled : AnyView {
+    explicit ViewCalled(ViewNode::Kind /*stack*/ = {}) : AnyView(std::string(1, Name)) {}
+};
+
+TEST(Reconcile, makesTheViewOfEachKind) {
+    using Kind = ViewNode::Kind;
+    std::string names;
+    for (const auto kind : {Kind::text, Kind::symbol, Kind::circle, Kind::spacer, Kind::divider,
+                            Kind::row, Kind::horizontalStack, Kind::verticalStack, Kind::list})
+        names +=
+            makeView<AnyView, ViewCalled<'t'>, ViewCalled<'y'>, ViewCalled<'c'>, ViewCalled<' '>,
+                     ViewCalled<'-'>, ViewCalled<'r'>, ViewCalled<'s'>, ViewCalled<'l'>>(kind)
+                ->name;
+    EXPECT_EQ(names, "tyc -rssl");
 }
 
 } // namespace quoxelin::testing

@@ -1,24 +1,27 @@
 #pragma once
 
+#include <fcntl.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
-namespace quoxelin::helper {
+namespace quoxelin::testing {
 
-/// The number that the next opened file gets.
-inline int firstFreeDescriptor() {
-    const int free = ::dup(STDERR_FILENO);
-    ::close(free);
-    return free;
+inline int openDescriptors() {
+    int count = 0;
+    for (int descriptor = 0; descriptor < 256; ++descriptor)
+        count += ::fcntl(descriptor, F_GETFD) >= 0 ? 1 : 0;
+    return count;
 }
 
-/// Lets the program open only so many more files.
+/// While it exists, the program can open only so many more files.
 class RoomForDescriptors {
   public:
     explicit RoomForDescriptors(int room) {
+        const int firstFree = ::dup(STDERR_FILENO);
+        ::close(firstFree);
         ::getrlimit(RLIMIT_NOFILE, &before);
         rlimit limit = before;
-        limit.rlim_cur = static_cast<rlim_t>(firstFreeDescriptor() + room);
+        limit.rlim_cur = static_cast<rlim_t>(firstFree + room);
         ::setrlimit(RLIMIT_NOFILE, &limit);
     }
     RoomForDescriptors(const RoomForDescriptors&) = delete;
@@ -29,4 +32,4 @@ class RoomForDescriptors {
     rlimit before = {};
 };
 
-} // namespace quoxelin::helper
+} // namespace quoxelin::testing
