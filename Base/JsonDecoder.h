@@ -169,7 +169,7 @@ struct Search {
 
     template <typename T>
     constexpr void operator()(std::string_view name, const T&) {
-        if (key == name)
+        if (!found && key == name)
             found = place;
         ++place;
     }
@@ -272,8 +272,8 @@ std::optional<typename Map::mapped_type> Later<T>::find(std::string_view key) co
         return found;
     for (const auto [name, member] : object) {
         Decoding decoding{nullptr};
-        if (name == key) // what is wrong with one is overwritten by a later one
-            decodeValue(member, &found.emplace(), decoding);
+        if (name == key && !decodeValue(member, &found.emplace(), decoding))
+            found.reset(); // a later member replaces it
     }
     return found;
 }

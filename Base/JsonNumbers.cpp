@@ -96,8 +96,10 @@ std::optional<std::string> plainInteger(std::string_view token) {
         return std::nullopt;
     digits.append(static_cast<std::size_t>(scale), '0');
     std::int64_t number = 0;
-    const auto error = std::from_chars(digits.data(), digits.data() + digits.size(), number).ec;
-    return error == std::errc() ? std::optional(std::to_string(number)) : std::nullopt;
+    const auto parsed = std::from_chars(digits.data(), digits.data() + digits.size(), number);
+    const bool isWhole = parsed.ptr == digits.data() + digits.size();
+    return isWhole && parsed.ec == std::errc() ? std::optional(std::to_string(number))
+                                               : std::nullopt;
 }
 
 } // namespace

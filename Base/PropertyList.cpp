@@ -39,10 +39,11 @@ std::optional<std::string> entity(std::string_view name) {
     const int base = name.starts_with("#x") ? 16 : 10;
     name.remove_prefix(base == 16 ? 2 : 1);
     std::uint32_t character = 0;
-    const auto* const end = name.data() + name.size();
-    if (std::from_chars(name.data(), end, character, base).ptr != end)
+    const auto [end, error] =
+        std::from_chars(name.data(), name.data() + name.size(), character, base);
+    if (error != std::errc() || end != name.data() + name.size())
         return std::nullopt;
-    return utf8Of(character); // still 0 if the number is too large
+    return utf8Of(character);
 }
 
 std::optional<std::string> withoutEntities(std::string_view text) {
@@ -71,7 +72,8 @@ class Reader {
                 if (!passOver("-->"))
                     return std::nullopt;
             } else if (rest.starts_with('?') || rest.starts_with("!DOCTYPE")) {
-                passOver(">"); // without one there is no tag, either
+                if (!passOver(">"))
+                    return std::nullopt;
             } else {
                 return tagHere();
             }
@@ -84,9 +86,11 @@ class Reader {
         if (element.kind == Tag::Kind::empty)
             return std::string();
         const auto text = rest.substr(0, rest.find('<'));
-        rest.remove_prefix(text.size());
-        const bool isEnd = rest.starts_with("</") && tag().value_or(Tag()).name == element.name;
-        return isEnd ? withoutEntities(text) : std::nullopt;
+        const auto end = tag();
+        const bool follows = end && text.data() + text.size() + 1 == end->name.data() - 1;
+        if (!follows || end->kind != Tag::Kind::closing || end->name != element.name)
+            return std::nullopt;
+        return withoutEntities(text);
     }
 
     bool skip(const Tag& element) {
@@ -136,16 +140,15 @@ class Reader {
     std::string_view rest;
 };
 
-bool opens(const Tag& tag, std::string_view name) {
-    return tag.kind == Tag::Kind::opening && tag.name == name;
+bool opens(const std::optional<Tag>& tag, std::string_view name) {
+    return tag && tag->kind == Tag::Kind::opening && tag->name == name;
 }
 
 } // namespace
 
 std::optional<std::map<std::string, std::string>> stringsOfPropertyList(std::string_view text) {
     Reader reader(text);
-    if (!opens(reader.tag().value_or(Tag()), "plist") ||
-        !opens(reader.tag().value_or(Tag()), "dict"))
+    if (!opens(reader.tag(), "plist") || !opens(reader.tag(), "dict"))
         return std::nullopt;
     std::map<std::string, std::string> strings;
     for (auto tag = reader.tag(); tag; tag = reader.tag()) {

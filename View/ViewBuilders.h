@@ -65,7 +65,8 @@ inline ViewNode horizontalStack(std::vector<ViewNode> children, double spacing =
 }
 
 inline ViewNode verticalStack(std::vector<ViewNode> children, double spacing = 0) {
-    ViewNode node; // the default kind
+    ViewNode node;
+    node.kind = ViewNode::Kind::verticalStack;
     node.children = std::move(children);
     node.spacing = spacing;
     return node;

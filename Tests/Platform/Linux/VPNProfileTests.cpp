@@ -11,7 +11,7 @@ namespace quoxelin::testing {
 class VPNProfileTest : public ::testing::Test {
   protected:
     VPNProfileTest() : connection(nm_simple_connection_new()) {
-        EXPECT_EQ(loadLibNM(), "");
+        EXPECT_EQ(problem, "");
         nm_connection_add_setting(connection.get(), nm_setting_connection_new());
         nm_connection_add_setting(connection.get(), nm_setting_vpn_new());
     }
@@ -20,6 +20,7 @@ class VPNProfileTest : public ::testing::Test {
         nm_setting_vpn_add_data_item(nm_connection_get_setting_vpn(connection.get()), key, value);
     }
 
+    const std::string problem = loadLibNM();
     GPtr<NMConnection> connection;
 };
 
