@@ -57,10 +57,11 @@ def stripped_size(build: pathlib.Path) -> Row:
 
 BINDING = re.compile(r"binding file (\S+) \[0\] to (\S+) \[0\]")
 LOADED = re.compile(r"calling init: (\S+)")
+OPENED = re.compile(r"opening file=(\S+)")
 
 
 def unused(loader_log: str) -> set[str]:
     """The libraries that were loaded although nothing else uses one of their symbols, by the loader's
-    record of "files" and "bindings". Plugins are found by other means than a symbol."""
+    record of "files" and "bindings". What a program opens by itself, such as a plugin, it uses."""
     used = {into for source, into in BINDING.findall(loader_log) if source != into}
-    return {name for name in LOADED.findall(loader_log) if "/plugins/" not in name} - used
+    return set(LOADED.findall(loader_log)) - used - set(OPENED.findall(loader_log))

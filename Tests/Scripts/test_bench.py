@@ -45,7 +45,7 @@ def test_a_part_that_waits_in_vain_does_not_end_the_others():
 
 def test_a_library_is_unused_if_nothing_else_takes_a_symbol_from_it():
     log = "".join(f"calling init: /lib/lib{name}.so\n" for name in ("a", "b", "c"))
-    log += "calling init: /usr/lib/plugins/platforms/d.so\n"
+    log += "calling init: /usr/lib/libd.so\nopening file=/usr/lib/libd.so [0]; direct_opencount=1\n"
     log += "binding file /bin/x [0] to /lib/liba.so [0]: normal symbol `f'\n"
     log += "binding file /lib/libb.so [0] to /lib/libb.so [0]: normal symbol `g'\n"
     assert unused(log) == {"/lib/libb.so", "/lib/libc.so"}
