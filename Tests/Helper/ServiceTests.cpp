@@ -216,7 +216,7 @@ TEST_F(HelperService, logsWhyPolkitDidNotAnswer) {
     silent = {"CheckAuthorization"};
     for (const char* const text : {"no\nagent", static_cast<const char*>(nullptr)}) {
         const auto call = ask(":1.5");
-        const sd_bus_error error = SD_BUS_ERROR_MAKE_CONST("com.example.Broken", text);
+        const sd_bus_error error = {"com.example.Broken", text, 0};
         sd_bus_reply_method_error(lost.back().get(), &error);
         settle();
         EXPECT_EQ(outcomes[call], refused);

@@ -33,7 +33,6 @@ using quoxelin::testing::openDescriptors;
 using quoxelin::testing::RoomForDescriptors;
 using quoxelin::testing::TemporaryDirectory;
 using ::testing::HasSubstr;
-using ::testing::Not;
 
 constexpr const char* probe = HELPER_PROBE;
 
