@@ -60,7 +60,8 @@ std::string loadLibNM();
     use(nm_simple_connection_new_clone)
 // clang-format on
 
-#define QUOXELIN_DECLARE(name) inline decltype (&::name)(name) = nullptr;
+// NOLINTNEXTLINE(bugprone-macro-parentheses): it is the name that is declared.
+#define QUOXELIN_DECLARE(name) inline decltype(&::name) name = nullptr;
 QUOXELIN_FUNCTIONS_OF_LIBNM(QUOXELIN_DECLARE)
 #undef QUOXELIN_DECLARE
 
