@@ -113,42 +113,44 @@ def resident(application):
         return next(int(line.split()[1]) for line in status if line.startswith("VmHWM"))
 
 
-def test_a_flood_of_notifications_stays_with_the_daemon(tmp_path):
+@pytest.fixture
+def followed(tmp_path):
+    """An application, and the stream of notifications that it has asked for."""
     with socket.socket(socket.AF_UNIX) as server:
         server.bind(str(tmp_path / "d"))
         server.listen()
         with Application(str(tmp_path / "d")) as application:
             stream, _ = server.accept()
-            stream.sendall(b"HTTP/1.1 200 OK\r\n\r\n")
-            application.show_panel()
-            before = resident(application)
-            flood = threading.Thread(target=lambda: stream.sendall(b"{}\n" * 500_000))
-            flood.start()
-            while flood.is_alive():
-                assert_answers(application)
-            stream.sendall(b'{"State":"NeedsLogin"}\n')
-            application.wait_log("[State] Received HashiBus state: needsLogin", deadline=60)
-            assert resident(application) - before < 32 * 1024
-            assert_ends(application)
-            stream.close()
+            with stream:
+                stream.sendall(b"HTTP/1.1 200 OK\r\n\r\n")
+                yield application, stream
 
 
-def test_quitting_does_not_wait_for_notifications_in_the_queue(tmp_path):
+def test_a_flood_of_notifications_stays_with_the_daemon(followed):
+    application, stream = followed
+    application.show_panel()
+    before = resident(application)
+    flood = threading.Thread(target=lambda: stream.sendall(b"{}\n" * 500_000))
+    flood.start()
+    while flood.is_alive():
+        assert_answers(application)
+    stream.sendall(b'{"State":"NeedsLogin"}\n')
+    application.wait_log("[State] Received HashiBus state: needsLogin", deadline=60)
+    assert resident(application) - before < 32 * 1024
+    assert_ends(application)
+
+
+def test_quitting_does_not_wait_for_notifications_in_the_queue(followed):
+    application, stream = followed
+
     def send():
         with contextlib.suppress(OSError):
             while True:
                 stream.sendall(b'{"State":"Running"}\n{"State":"Stopped"}\n' * 1_000)
 
-    with socket.socket(socket.AF_UNIX) as server:
-        server.bind(str(tmp_path / "d"))
-        server.listen()
-        with Application(str(tmp_path / "d")) as application:
-            stream, _ = server.accept()
-            stream.sendall(b"HTTP/1.1 200 OK\r\n\r\n")
-            flood = threading.Thread(target=send)
-            flood.start()
-            application.wait_log("[State] Received HashiBus state: running")
-            assert flood.is_alive()
-            assert_ends(application)
-            stream.close()
-            flood.join()
+    flood = threading.Thread(target=send)
+    flood.start()
+    application.wait_log("[State] Received HashiBus state: running")
+    assert flood.is_alive()
+    assert_ends(application)
+    flood.join()

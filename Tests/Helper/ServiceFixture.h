@@ -151,7 +151,7 @@ class HelperService : public ::testing::Test {
     inline static const std::string tool = pathOf("/nowhere", Program::tool);
     inline static const std::string daemon = pathOf("/nowhere", Program::daemon);
     static constexpr const char* refused = SD_BUS_ERROR_ACCESS_DENIED;
-    /// polkit has allowed it, and there is no such program.
+    /// The outcome of a call that polkit has allowed, for a program that does not exist.
     static constexpr const char* allowed = SD_BUS_ERROR_FAILED;
 
     /// Questions that get no answer.
