@@ -1,6 +1,7 @@
 #include "Helper/Spawn.h"
 
 #include "Tests/Support/Descriptors.h"
+#include "Tests/Support/FileSizeLimit.h"
 #include "Tests/Support/TemporaryDirectory.h"
 
 #include <array>
@@ -29,6 +30,7 @@ extern "C" pid_t fork() noexcept {
 namespace quoxelin::helper {
 namespace {
 
+using quoxelin::testing::FileSizeLimit;
 using quoxelin::testing::openDescriptors;
 using quoxelin::testing::RoomForDescriptors;
 using quoxelin::testing::TemporaryDirectory;
@@ -128,10 +130,15 @@ TEST(HelperSpawn, saysWhatTheSystemLacks) {
         EXPECT_EQ(started.error(), room < 3 ? "no output: " + noDescriptor : noDescriptor);
     }
     hasNoProcesses = true;
-    const auto started = spawn(executable, {"probe"});
+    auto started = spawn(executable, {"probe"});
     hasNoProcesses = false;
     ASSERT_FALSE(started);
     EXPECT_EQ(started.error(), std::strerror(EAGAIN));
+
+    const FileSizeLimit limit(longestOutput - 1);
+    started = spawn(executable, {"probe"});
+    ASSERT_FALSE(started);
+    EXPECT_EQ(started.error(), std::string("no output: ") + std::strerror(EFBIG));
 }
 
 TEST(HelperSpawn, givesTheProgramAnOutputOfFixedSize) {

@@ -37,6 +37,15 @@ TEST_F(HelperTurns, comeInOrderOnceAnotherEnds) {
     EXPECT_EQ(begun.size(), 5u);
 }
 
+TEST_F(HelperTurns, stayTakenWhenOthersOfTheUserEnd) {
+    for (int name = 1; name <= 2; ++name)
+        EXPECT_TRUE(take(1000, name));
+    taken[0].reset();
+    for (int name = 3; name <= 4; ++name)
+        EXPECT_TRUE(take(1000, name));
+    EXPECT_THAT(begun, ElementsAre(1, 2, 3));
+}
+
 TEST_F(HelperTurns, areRefusedWhenTheLineIsFull) {
     for (int name = 1; name <= 5; ++name)
         EXPECT_TRUE(take(1000, name));

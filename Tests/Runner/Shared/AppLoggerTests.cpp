@@ -2,14 +2,13 @@
 
 #include "Simulation/System/SimulatedFoundation.h"
 #include "Simulation/System/SimulatedSystemLog.h"
+#include "Tests/Support/FileSizeLimit.h"
 #include "Tests/Support/TemporaryDirectory.h"
 #include "Tests/Support/VirtualDispatch.h"
 
-#include <csignal>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sstream>
-#include <sys/resource.h>
 #include <thread>
 #include <unistd.h>
 
@@ -230,15 +229,11 @@ TEST_F(AppLoggerTest, hasEveryLineInTheFileAfterAFlush) {
 TEST_F(AppLoggerTest, beginsANewLineAfterOneThatAFullDiskHasCut) {
     auto logger = makeLogger();
     write(logger, "App", "whole");
-    const auto signalBefore = std::signal(SIGXFSZ, SIG_IGN);
-    rlimit unlimited{};
-    ::getrlimit(RLIMIT_FSIZE, &unlimited);
-    const rlimit full{fs::file_size(file()) + 10, unlimited.rlim_max};
-    ::setrlimit(RLIMIT_FSIZE, &full);
-    write(logger, "App", "cut");
-    write(logger, "App", "lost");
-    ::setrlimit(RLIMIT_FSIZE, &unlimited);
-    std::signal(SIGXFSZ, signalBefore);
+    {
+        const FileSizeLimit fullDisk(fs::file_size(file()) + 10);
+        write(logger, "App", "cut");
+        write(logger, "App", "lost");
+    }
     write(logger, "App", "whole again");
     write(logger, "App", "and again");
     EXPECT_EQ(contentsOf(file()), "[App] 2024-05-01 13:02:03.417 whole\n"
