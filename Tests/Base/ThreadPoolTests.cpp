@@ -67,6 +67,29 @@ TEST(ThreadPool, startsAThreadForTheSecondOfTwoWorksWhenOneThreadIsIdle) {
     }
 }
 
+TEST(ThreadPool, startsAThreadOnceTheIdleOneWorks) {
+    // Several times, because the first thread may not be idle yet.
+    for (int attempt = 0; attempt < 10; ++attempt) {
+        ThreadPool pool(2, 1h);
+        for (int turn = 0; turn < 100; ++turn)
+            std::this_thread::yield();
+        const Blocked blocked(pool, 1);
+        std::binary_semaphore performed(0);
+        pool.async([&] { performed.release(); });
+        performed.acquire();
+    }
+}
+
+TEST(ThreadPool, leavesWorkToIdleThreads) {
+    ThreadPool pool(512, 1h);
+    for (int turn = 0; turn < 600; ++turn) {
+        std::binary_semaphore performed(0);
+        pool.async([&] { performed.release(); });
+        performed.acquire();
+    }
+    EXPECT_LT(pool.threadCount(), 512u); // now and then a thread is not idle yet
+}
+
 TEST(ThreadPool, doesNotGrowBeyondItsLimit) {
     ThreadPool pool(2, 1h);
     std::binary_semaphore performed(0);
