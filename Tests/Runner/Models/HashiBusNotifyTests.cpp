@@ -31,6 +31,19 @@ TEST(HashiBusNotify, takesEveryMember) {
     EXPECT_EQ(json::encode(expected), json);
 }
 
+TEST(HashiBusNotify, takesAStateByItsNumberAndUnknownOnesAsNone) {
+    const auto stateOf = [](std::int64_t number) {
+        const auto notify =
+            json::decode<HashiBusNotify>(R"({"State":)" + std::to_string(number) + "}");
+        return notify ? notify->state : std::nullopt;
+    };
+    EXPECT_EQ(stateOf(0), HashiBusState::noState);
+    EXPECT_EQ(stateOf(1), HashiBusState::needsLogin);
+    EXPECT_EQ(stateOf(4), HashiBusState::running);
+    for (const std::int64_t unknown : {std::int64_t{-1}, std::int64_t{5}, INT64_MIN, INT64_MAX})
+        EXPECT_EQ(stateOf(unknown), HashiBusState::noState) << unknown;
+}
+
 TEST(HashiBusNotify, keepsEveryDigitOfAnIdentifier) {
     const auto notify = json::decode<HashiBusNotify>(
         R"({"NetMap":{"SelfNode":{"Node":{"ID":9007199254740993.0,"UserID":9223372036854775807e0}},)"
