@@ -40,7 +40,8 @@ TEST(HashiBusNotify, takesAStateByItsNumberAndUnknownOnesAsNone) {
     EXPECT_EQ(stateOf(0), HashiBusState::noState);
     EXPECT_EQ(stateOf(1), HashiBusState::needsLogin);
     EXPECT_EQ(stateOf(4), HashiBusState::running);
-    for (const std::int64_t unknown : {std::int64_t{-1}, std::int64_t{5}, INT64_MIN, INT64_MAX})
+    for (const std::int64_t unknown : {std::int64_t{-1}, std::int64_t{5}, -(std::int64_t{1} << 40),
+                                       std::int64_t{1} << 40, INT64_MIN})
         EXPECT_EQ(stateOf(unknown), HashiBusState::noState) << unknown;
 }
 
