@@ -1,6 +1,5 @@
 #include "Platform/Linux/QtHostingView.h"
 
-#include "Platform/Linux/AfterStart.h"
 #include "Platform/Linux/FocusOrder.h"
 #include "View/Reconcile.h"
 
@@ -12,6 +11,9 @@
 namespace quoxelin {
 
 namespace {
+
+/// Long enough for a tray to take the icon.
+constexpr std::chrono::milliseconds afterStart{250};
 
 /// Screens rarely show more than sixty pictures a second.
 constexpr std::chrono::milliseconds frameTime{16};

@@ -6,8 +6,7 @@ import signal
 
 import pytest
 
-from support.box import SteeredInBox, wait_until
-from support.sim import build_directory
+from support.box import wait_until
 from support.stand_ins import tunnel_devices
 from support.vpn_adapter import DOMAIN, DISCONNECTED, CONNECTING, CONNECTED, SAVED
 
@@ -30,17 +29,6 @@ def test_network_manager_stops_and_starts_again(box, adapter):
     assert adapter.call("load") == {} and adapter.call("read") == SAVED | {"status": DISCONNECTED}
     adapter.connect()
     adapter.disconnect()
-
-
-def test_network_managers_library_is_broken_and_repaired(plugin):
-    plugin.run("install", "-D", "/dev/null", "/run/broken/libnm.so.0")
-    with SteeredInBox(plugin, "env", "LD_LIBRARY_PATH=/run/broken", build_directory() / "vpn-driver") as driver:
-        driver.wait_event("ready")
-        answer = driver.do("load-all")
-        assert (answer["domain"], answer["code"]) == (DOMAIN, 5)
-        assert answer["error-text"] == "/run/broken/libnm.so.0: file too short"
-        plugin.run("rm", "/run/broken/libnm.so.0")
-        assert driver.do("load-all")["managers"] == []
 
 
 @pytest.mark.parametrize("operation", ["save", "remove", "start", "new"])

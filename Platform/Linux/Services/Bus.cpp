@@ -159,7 +159,9 @@ void Bus::process() {
     if (!connection || std::exchange(isProcessing, true))
         return;
     int result = 1;
-    for (int count = 0; result > 0 && count < messagesPerTurn; ++count)
+    // A connection that ends answers all calls first.
+    for (int count = 0;
+         result > 0 && (count < messagesPerTurn || sd_bus_is_open(connection.get()) <= 0); ++count)
         result = sd_bus_process(connection.get(), nullptr);
     isProcessing = false;
     if (result < 0 || sd_bus_is_open(connection.get()) <= 0) {
@@ -236,6 +238,15 @@ Subscription Bus::call(const BusMethod& method, const Writer& write, Answered an
         });
     follow();
     return Subscription([handler] {});
+}
+
+void Bus::request(const BusMethod& method, const Writer& write, Answered answered) {
+    const auto place = requests.emplace(requests.end());
+    *place = call(method, write, [this, place, answered = std::move(answered)](auto reply) {
+        const auto own = std::move(*place);
+        requests.erase(place);
+        answered(std::move(reply));
+    });
 }
 
 int Bus::send(const BusMethod& method, const Writer& write, Handler& handler,

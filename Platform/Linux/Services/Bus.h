@@ -7,6 +7,7 @@
 #include <QTimer>
 #include <chrono>
 #include <functional>
+#include <list>
 #include <memory>
 #include <string>
 #include <systemd/sd-bus.h>
@@ -80,6 +81,9 @@ class Bus {
     Subscription call(const BusMethod& method, const Writer& write, Answered answered,
                       std::chrono::microseconds deadline = usualDeadline);
 
+    /// The same for a call that nobody cancels: it is answered even if the connection ends before.
+    void request(const BusMethod& method, const Writer& write, Answered answered);
+
     /// Calls the handler for every message that matches the D-Bus rule.
     Subscription match(const std::string& rule, std::function<void(sd_bus_message*)> handler);
 
@@ -119,6 +123,7 @@ class Bus {
     Notifier writable;
     std::unique_ptr<QTimer> timer;
     ObserverList<> observers;
+    std::list<Subscription> requests;
 };
 
 /// Reads the message's next argument, a list of texts.

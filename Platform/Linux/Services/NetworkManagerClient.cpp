@@ -1,279 +1,300 @@
 #include "Platform/Linux/Services/NetworkManagerClient.h"
 
-#include "Platform/Linux/AfterStart.h"
-#include "Platform/Linux/Services/GLib.h"
-#include "Platform/Linux/Services/LibNM.h"
+#include "Platform/Linux/Services/BusDictionary.h"
+#include "Platform/Linux/Services/NetworkManagerNames.h"
 
 #include <QTimer>
+#include <array>
+#include <utility>
 
 namespace quoxelin {
 
 namespace {
 
 constexpr const char* notRunning = "NetworkManager is not running";
-constexpr const char* ownerKey = "quoxelin-owner";
-constexpr const char* toldKey = "quoxelin-told";
+constexpr const char* theBus = "org.freedesktop.DBus";
 
-/// Stores the connection's current content with it, to detect later changes.
-void rememberContent(NMRemoteConnection* connection) {
-    g_object_set_data_full(G_OBJECT(connection), toldKey,
-                           nm_simple_connection_new_clone(NM_CONNECTION(connection)),
-                           g_object_unref);
+/// NetworkManager's names for the ends of an active connection, in the order of their numbers.
+constexpr std::array reasonNames = {"unknown",
+                                    "none",
+                                    "user-disconnected",
+                                    "device-disconnected",
+                                    "service-stopped",
+                                    "ip-config-invalid",
+                                    "connect-timeout",
+                                    "service-start-timeout",
+                                    "service-start-failed",
+                                    "no-secrets",
+                                    "login-failed",
+                                    "connection-removed",
+                                    "dependency-failed",
+                                    "device-realize-failed",
+                                    "device-removed"};
+constexpr std::uint32_t noReason = 1;
+constexpr std::uint32_t userDisconnected = 2;
+
+std::string nameOf(std::uint32_t reason) {
+    return reason < reasonNames.size() ? reasonNames[reason] : std::to_string(reason);
 }
 
-/// "service-start-failed"
-std::string nameOf(guint reason) {
-    auto* const reasons =
-        static_cast<GEnumClass*>(g_type_class_ref(NM_TYPE_ACTIVE_CONNECTION_STATE_REASON));
-    const auto* const value = g_enum_get_value(reasons, static_cast<gint>(reason));
-    std::string name = value == nullptr ? std::to_string(reason) : value->value_nick;
-    g_type_class_unref(reasons);
-    return name;
+std::string senderOf(sd_bus_message* message) {
+    const char* sender = sd_bus_message_get_sender(message);
+    return sender == nullptr ? "" : sender;
+}
+
+/// The text that is the message's next argument.
+std::string nextText(sd_bus_message* message, char type) {
+    const char* text = nullptr;
+    return sd_bus_message_read_basic(message, type, static_cast<void*>(&text)) > 0 ? text : "";
+}
+
+std::string objectOf(sd_bus_message* signal) {
+    const char* path = sd_bus_message_get_path(signal);
+    return path == nullptr ? "" : path;
 }
 
 } // namespace
 
-/// One bus connection and everything that uses it. After its end no answer or signal arrives.
-struct NetworkManagerClient::Link {
-    explicit Link(NetworkManagerClient* owner)
-        : anchor(G_OBJECT(g_object_new(G_TYPE_OBJECT, nullptr))), cancellable(g_cancellable_new()) {
-        g_object_set_data(anchor.get(), ownerKey, owner);
-    }
-    ~Link() { g_cancellable_cancel(cancellable.get()); }
-    Link(const Link&) = delete;
-    Link& operator=(const Link&) = delete;
-
-    GPtr<GDBusConnection> bus;
-    GPtr<NMClient> client;
-    /// A client is being made, perhaps to replace this one.
-    bool isMaking = false;
-    /// The client shows everything that NetworkManager has.
-    bool isComplete = false;
-    /// Signal handlers live as long as this object.
-    GPtr<GObject> anchor;
-    GPtr<GCancellable> cancellable;
-    Lifetime lifetime;
-};
-
-NetworkManagerClient::NetworkManagerClient(std::function<void(const Changes&)> changed)
-    : changed(std::move(changed)), reason(notRunning) {}
-
-NetworkManagerClient::~NetworkManagerClient() {
-    if (source != 0)
-        g_source_remove(source);
+NetworkManagerClient::NetworkManagerClient(Bus& systemBus,
+                                           std::function<void(const Changes&)> changed)
+    : bus(systemBus), changed(std::move(changed)), reason(notRunning),
+      busObservation(systemBus.observe([this] { busChanged(); })) {
+    busChanged();
 }
 
-// Connecting
+// Presence
 
-void NetworkManagerClient::connect(const std::string& busAddress) {
-    disconnect();
-    address = busAddress;
-    link = std::make_unique<Link>(this);
-    QTimer::singleShot(afterStart, link->lifetime.weakly([this] {
-        if (const auto problem = loadLibNM(); !problem.empty())
-            failed(problem);
-        else
-            makeBus();
-    }));
-}
-
-void NetworkManagerClient::makeBus() {
-    // A separate connection, because the process would exit when GLib's shared one closes.
-    g_dbus_connection_new_for_address(
-        address.c_str(),
-        static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
-                                          G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
-        nullptr, link->cancellable.get(), answered,
-        passing(link->lifetime.weakly([this](GObject*, GAsyncResult* result) {
-            GFailure failure;
-            link->bus.reset(g_dbus_connection_new_for_address_finish(result, failure.out()));
-            if (!link->bus)
-                return failed(failure.text());
-            follow(link->bus.get(), "closed", G_CALLBACK(busClosed));
-            makeClient();
-        })));
-}
-
-void NetworkManagerClient::disconnect() {
-    address.clear();
-    failed(notRunning);
-}
-
-void NetworkManagerClient::makeClient() {
-    if (std::exchange(link->isMaking, true))
+void NetworkManagerClient::busChanged() {
+    matches.clear();
+    lost(notRunning);
+    if (!bus.isConnected())
         return;
-    g_async_initable_new_async(
-        NM_TYPE_CLIENT, G_PRIORITY_DEFAULT, link->cancellable.get(), answered,
-        passing(link->lifetime.weakly([this](GObject* initable, GAsyncResult* result) {
-            GFailure failure;
-            auto* client =
-                g_async_initable_new_finish(G_ASYNC_INITABLE(initable), result, failure.out());
-            if (client == nullptr)
-                return failed(failure.text());
-            link->client.reset(NM_CLIENT(client));
-            link->isMaking = false;
-            link->isComplete = hasStarted();
-            reason = notRunning;
-            follow();
-            update();
-        })),
-        NM_CLIENT_DBUS_CONNECTION, link->bus.get(), NM_CLIENT_INSTANCE_FLAGS,
-        static_cast<guint>(NM_CLIENT_INSTANCE_FLAGS_NO_AUTO_FETCH_PERMISSIONS), nullptr);
+    follow();
+    read();
 }
 
-void NetworkManagerClient::failed(const std::string& text) {
-    reason = text;
-    link.reset();
+/// Not all of NetworkManager's signals: those of the network's devices come all the time.
+void NetworkManagerClient::follow() {
+    const auto add = [this](const std::string& rule,
+                            void (NetworkManagerClient::*handler)(sd_bus_message*)) {
+        matches.push_back(bus.match("type='signal'," + rule,
+                                    [this, handler](auto* it) { (this->*handler)(it); }));
+    };
+    add("sender='org.freedesktop.DBus',member='NameOwnerChanged',"
+        "arg0='org.freedesktop.NetworkManager'",
+        &NetworkManagerClient::ownerChanged);
+    const std::string its = "sender='org.freedesktop.NetworkManager',";
+    const std::string ofObjects = its + "interface='org.freedesktop.DBus.ObjectManager',member=";
+    add(ofObjects + "'InterfacesAdded'", &NetworkManagerClient::objectAdded);
+    add(ofObjects + "'InterfacesRemoved'", &NetworkManagerClient::objectRemoved);
+    for (const std::string interface : {nm::service, nm::activeInterface})
+        add(its + "interface='org.freedesktop.DBus.Properties',member='PropertiesChanged',arg0='" +
+                interface + "'",
+            &NetworkManagerClient::propertiesChanged);
+    add(its + "interface='" + nm::activeInterface + "',member='StateChanged'",
+        &NetworkManagerClient::tunnelEnded);
+    add(its + "interface='" + nm::connectionInterface + "',member='Updated'",
+        &NetworkManagerClient::profileUpdated);
+}
+
+void NetworkManagerClient::read() {
+    const auto withoutStartingIt = [](sd_bus_message* call) {
+        return sd_bus_message_set_auto_start(call, 0);
+    };
+    objects.emplace();
+    objects->call =
+        bus.call({nm::service, "/org/freedesktop", "org.freedesktop.DBus.ObjectManager",
+                  "GetManagedObjects"},
+                 withoutStartingIt, [this](const Result<sd_bus_message*, BusError>& reply) {
+                     if (!reply) {
+                         const auto& [name, text] = reply.error();
+                         const bool isAbsent = name == SD_BUS_ERROR_SERVICE_UNKNOWN ||
+                                               name == SD_BUS_ERROR_NAME_HAS_NO_OWNER ||
+                                               name == SD_BUS_ERROR_DISCONNECTED;
+                         return lost(isAbsent ? notRunning : text);
+                     }
+                     objects->owner = senderOf(*reply);
+                     forEachEntry(*reply, 'o', "a{sa{sv}}", [&](const std::string& path) {
+                         readObject(path, *reply);
+                         return true;
+                     });
+                     update();
+                 });
+}
+
+void NetworkManagerClient::lost(const std::string& why) {
+    reason = why;
+    objects.reset();
     update();
 }
 
-NMClient* NetworkManagerClient::running() const {
-    return link && link->isComplete ? link->client.get() : nullptr;
-}
-
-/// NetworkManager first appears on the bus, then has a version, and finally has read its
-/// connections.
-bool NetworkManagerClient::hasStarted() const {
-    auto* client = link->client.get();
-    return nm_client_get_nm_running(client) && nm_client_get_version(client) != nullptr &&
-           !nm_client_get_startup(client);
+void NetworkManagerClient::ownerChanged(sd_bus_message* signal) {
+    if (senderOf(signal) != theBus)
+        return;
+    nextText(signal, 's');
+    nextText(signal, 's');
+    lost(notRunning);
+    if (!nextText(signal, 's').empty())
+        read();
 }
 
 void NetworkManagerClient::whenReady(std::function<void()> ready) {
-    // If it failed for another reason than a missing bus, that may have been fixed by now.
-    if (!link && !address.empty())
-        connect(std::string(address));
     waiting.push_back(std::move(ready));
+    // If something else was wrong than that it does not run, that may have been fixed by now.
+    if (!objects && reason != notRunning)
+        read();
     update();
 }
 
 /// Call after any change that may affect presence.
 void NetworkManagerClient::update() {
-    const bool isPresent = running() != nullptr;
+    // It is starting until it has read its connections.
+    if (objects && objects->isStarting == false && objects->readings.empty())
+        objects->isComplete = true;
+    const bool isPresent = isRunning();
     if (wasPresent && *wasPresent != isPresent) {
         wasPresent = isPresent;
         tell({.configurations = isPresent, .tunnels = true, .presence = true, .reasons = {}});
     }
-    const bool isAbsent = !link || (link->client && !nm_client_get_nm_running(link->client.get()));
-    if (waiting.empty() || (!isPresent && !isAbsent))
+    if (waiting.empty() || (objects && !isPresent))
         return;
     wasPresent = isPresent;
     for (const auto& ready : std::exchange(waiting, {}))
         ready();
 }
 
-void NetworkManagerClient::flush() const {
-    if (link && link->bus)
-        g_dbus_connection_flush_sync(link->bus.get(), nullptr, nullptr);
-}
+// Objects
 
-// Following changes
-
-NetworkManagerClient& NetworkManagerClient::ownerOf(GObject* anchor) {
-    return *static_cast<NetworkManagerClient*>(g_object_get_data(anchor, ownerKey));
-}
-
-/// The handler's first argument is the anchor; the signal's arguments follow.
-void NetworkManagerClient::follow(void* object, const char* signal, void (*handler)()) {
-    g_signal_connect_object(object, signal, handler, link->anchor.get(), G_CONNECT_SWAPPED);
-}
-
-void NetworkManagerClient::follow() {
-    auto* client = link->client.get();
-    forEach<NMRemoteConnection>(nm_client_get_connections(client),
-                                [this](auto* connection) { followVPN(connection); });
-    forEach<NMActiveConnection>(nm_client_get_active_connections(client),
-                                [this](auto* active) { followVPN(active); });
-    follow(client, "notify::" NM_CLIENT_NM_RUNNING, G_CALLBACK(presenceChanged));
-    follow(client, "notify::" NM_CLIENT_VERSION, G_CALLBACK(presenceChanged));
-    follow(client, "notify::" NM_CLIENT_STARTUP, G_CALLBACK(presenceChanged));
-    follow(client, NM_CLIENT_CONNECTION_ADDED, G_CALLBACK(connectionAdded));
-    follow(client, NM_CLIENT_CONNECTION_REMOVED, G_CALLBACK(connectionRemoved));
-    follow(client, NM_CLIENT_ACTIVE_CONNECTION_ADDED, G_CALLBACK(activeConnectionAdded));
-    follow(client, NM_CLIENT_ACTIVE_CONNECTION_REMOVED, G_CALLBACK(activeConnectionRemoved));
-}
-
-bool NetworkManagerClient::followVPN(NMRemoteConnection* connection) {
-    if (!nm_connection_is_type(NM_CONNECTION(connection), NM_SETTING_VPN_SETTING_NAME))
-        return false;
-    rememberContent(connection);
-    follow(connection, NM_CONNECTION_CHANGED, G_CALLBACK(connectionChanged));
-    return true;
-}
-
-bool NetworkManagerClient::followVPN(NMActiveConnection* connection) {
-    if (!nm_active_connection_get_vpn(connection))
-        return false;
-    follow(connection, "notify::" NM_ACTIVE_CONNECTION_STATE, G_CALLBACK(stateChanged));
-    follow(connection, "state-changed", G_CALLBACK(tunnelEnded));
-    return true;
-}
-
-void NetworkManagerClient::connectionAdded(GObject* anchor, NMRemoteConnection* connection) {
-    if (ownerOf(anchor).followVPN(connection))
-        ownerOf(anchor).configurationsChanged();
-}
-
-void NetworkManagerClient::connectionRemoved(GObject* anchor, NMRemoteConnection* connection) {
-    if (nm_connection_is_type(NM_CONNECTION(connection), NM_SETTING_VPN_SETTING_NAME))
-        ownerOf(anchor).configurationsChanged();
-}
-
-/// This signal also comes when a connection was only saved or used.
-void NetworkManagerClient::connectionChanged(GObject* anchor, NMRemoteConnection* connection) {
-    auto* told = g_object_get_data(G_OBJECT(connection), toldKey);
-    if (nm_connection_compare(NM_CONNECTION(connection), NM_CONNECTION(told),
-                              NM_SETTING_COMPARE_FLAG_IGNORE_TIMESTAMP))
+void NetworkManagerClient::objectAdded(sd_bus_message* signal) {
+    if (!objects || senderOf(signal) != objects->owner)
         return;
-    rememberContent(connection);
-    ownerOf(anchor).configurationsChanged();
+    const auto path = nextText(signal, 'o');
+    readObject(path, signal);
+    update();
+}
+
+void NetworkManagerClient::objectRemoved(sd_bus_message* signal) {
+    if (!objects || senderOf(signal) != objects->owner)
+        return;
+    const auto path = nextText(signal, 'o');
+    objects->readings.erase(path);
+    forgetConnection(path);
+    if (const auto tunnel = objects->tunnels.extract(path); tunnel && tunnel.mapped().isVPN)
+        tunnelsChanged();
+    update();
+}
+
+void NetworkManagerClient::propertiesChanged(sd_bus_message* signal) {
+    if (!objects || senderOf(signal) != objects->owner)
+        return;
+    const auto path = objectOf(signal);
+    const auto interface = nextText(signal, 's');
+    if (interface != nm::activeInterface || objects->tunnels.contains(path))
+        readProperties(path, interface, signal);
+    update();
+}
+
+/// Reads all interfaces of an object.
+void NetworkManagerClient::readObject(const std::string& path, sd_bus_message* message) {
+    forEachEntry(message, 's', "a{sv}", [&](const std::string& interface) {
+        if (interface == nm::connectionInterface)
+            readConnection(path);
+        return readProperties(path, interface, message);
+    });
+}
+
+/// False if this program does not know the interface.
+bool NetworkManagerClient::readProperties(const std::string& path, const std::string& interface,
+                                          sd_bus_message* message) {
+    if (interface == nm::activeInterface) {
+        readTunnel(path, message);
+    } else if (interface == nm::service) {
+        forEachEntry(message, 's', "v", [&](const std::string& key) {
+            int isStarting = 0;
+            if (key != "Startup" || sd_bus_message_read(message, "v", "b", &isStarting) <= 0)
+                return false;
+            objects->isStarting = isStarting != 0;
+            return true;
+        });
+    } else {
+        return false;
+    }
+    return true;
+}
+
+void NetworkManagerClient::readTunnel(const std::string& path, sd_bus_message* message) {
+    auto& tunnel = objects->tunnels[path];
+    tunnel.path = path;
+    forEachEntry(message, 's', "v", [&](const std::string& key) {
+        if (key == "Uuid")
+            return readText(message, tunnel.uuid);
+        int isVPN = 0;
+        if (key == "Vpn" && sd_bus_message_read(message, "v", "b", &isVPN) > 0) {
+            tunnel.isVPN = isVPN != 0;
+            return true;
+        }
+        std::uint32_t state = 0;
+        if (key == "State" && sd_bus_message_read(message, "v", "u", &state) > 0) {
+            tunnel.state = static_cast<Tunnel::State>(state);
+            return true;
+        }
+        return false;
+    });
+    if (tunnel.isVPN)
+        tunnelsChanged();
+}
+
+void NetworkManagerClient::tunnelEnded(sd_bus_message* signal) {
+    if (!objects || senderOf(signal) != objects->owner)
+        return;
+    const auto found = objects->tunnels.find(objectOf(signal));
+    std::uint32_t state = 0;
+    std::uint32_t why = 0;
+    if (found == objects->tunnels.end() || !found->second.isVPN ||
+        sd_bus_message_read(signal, "uu", &state, &why) <= 0 ||
+        static_cast<Tunnel::State>(state) != Tunnel::State::deactivated || why == noReason ||
+        why == userDisconnected)
+        return;
+    tell({.configurations = false,
+          .tunnels = true,
+          .presence = false,
+          .reasons = {{found->second.uuid, nameOf(why)}}});
+}
+
+void NetworkManagerClient::profileUpdated(sd_bus_message* signal) {
+    if (objects && senderOf(signal) == objects->owner)
+        readConnection(objectOf(signal));
+}
+
+/// Connections that this user may not see are refused.
+void NetworkManagerClient::readConnection(const std::string& path) {
+    objects->readings[path] =
+        bus.call({nm::service, path.c_str(), nm::connectionInterface, "GetSettings"}, {},
+                 [this, path](const Result<sd_bus_message*, BusError>& reply) {
+                     const auto own = objects->readings.extract(path);
+                     if (auto profile = reply ? readProfile(*reply) : std::nullopt)
+                         keepConnection(path, *std::move(profile));
+                     else
+                         forgetConnection(path);
+                     update();
+                 });
+}
+
+/// NetworkManager also reports a change when a connection is only used.
+void NetworkManagerClient::keepConnection(const std::string& path, VPNProfile profile) {
+    auto& known = objects->profiles[path];
+    const auto before = std::exchange(known, std::move(profile));
+    if (objects->isComplete && !known.isLike(before))
+        configurationsChanged();
+}
+
+void NetworkManagerClient::forgetConnection(const std::string& path) {
+    if (objects->profiles.erase(path) > 0)
+        configurationsChanged();
 }
 
 void NetworkManagerClient::configurationsChanged() {
     tell({.configurations = true, .tunnels = false, .presence = false, .reasons = {}});
-}
-
-void NetworkManagerClient::activeConnectionAdded(GObject* anchor, NMActiveConnection* connection) {
-    if (ownerOf(anchor).followVPN(connection))
-        stateChanged(anchor);
-}
-
-void NetworkManagerClient::activeConnectionRemoved(GObject* anchor,
-                                                   NMActiveConnection* connection) {
-    if (nm_active_connection_get_vpn(connection))
-        stateChanged(anchor);
-}
-
-void NetworkManagerClient::stateChanged(GObject* anchor) {
-    ownerOf(anchor).tunnelsChanged();
-}
-
-void NetworkManagerClient::tunnelEnded(GObject* anchor, guint state, guint reason,
-                                       NMActiveConnection* tunnel) {
-    const char* uuid = nm_active_connection_get_uuid(tunnel);
-    if (state != NM_ACTIVE_CONNECTION_STATE_DEACTIVATED || uuid == nullptr ||
-        reason == NM_ACTIVE_CONNECTION_STATE_REASON_NONE ||
-        reason == NM_ACTIVE_CONNECTION_STATE_REASON_USER_DISCONNECTED)
-        return;
-    ownerOf(anchor).tell({.configurations = false,
-                          .tunnels = true,
-                          .presence = false,
-                          .reasons = {{uuid, nameOf(reason)}}});
-}
-
-/// A client that sees NetworkManager start receives the connections one by one without knowing
-/// which is the last. A client made afterward starts with all of them.
-void NetworkManagerClient::presenceChanged(GObject* anchor) {
-    auto& self = ownerOf(anchor);
-    if (!self.hasStarted())
-        self.link->isComplete = false;
-    else if (!self.link->isComplete)
-        self.makeClient();
-    self.update();
-}
-
-void NetworkManagerClient::busClosed(GObject* anchor) {
-    ownerOf(anchor).failed(notRunning);
 }
 
 void NetworkManagerClient::tunnelsChanged() {
@@ -285,21 +306,48 @@ void NetworkManagerClient::tell(const Changes& changes) {
     untold.tunnels |= changes.tunnels;
     untold.presence |= changes.presence;
     untold.reasons.insert(changes.reasons.begin(), changes.reasons.end());
-    if (source != 0)
+    if (std::exchange(isTelling, true))
         return;
-    source = g_idle_add_full(
-        G_PRIORITY_DEFAULT,
-        [](gpointer data) -> gboolean {
-            auto& self = *static_cast<NetworkManagerClient*>(data);
-            self.source = 0;
-            auto due = std::exchange(self.untold, {});
-            // When NetworkManager stops we lose sight of its connections; they have not been
-            // deleted.
-            due.configurations &= self.running() != nullptr;
-            self.changed(due);
-            return G_SOURCE_REMOVE;
-        },
-        this, nullptr);
+    QTimer::singleShot(0, lifetime.weakly([this] {
+        isTelling = false;
+        auto due = std::exchange(untold, {});
+        // When NetworkManager stops we lose sight of its connections; they have not been deleted.
+        due.configurations &= isRunning();
+        changed(due);
+    }));
+}
+
+// What is known
+
+std::vector<std::string> NetworkManagerClient::profiles() const {
+    std::vector<std::string> uuids;
+    if (!isRunning())
+        return uuids;
+    for (const auto& [path, profile] : objects->profiles)
+        uuids.push_back(profile.uuid);
+    return uuids;
+}
+
+const VPNProfile* NetworkManagerClient::find(const std::string& uuid) const {
+    const auto path = pathOf(uuid);
+    return path.empty() ? nullptr : &objects->profiles.at(path);
+}
+
+std::string NetworkManagerClient::pathOf(const std::string& uuid) const {
+    if (isRunning())
+        for (const auto& [path, profile] : objects->profiles)
+            if (profile.uuid == uuid)
+                return path;
+    return "";
+}
+
+std::vector<NetworkManagerClient::Tunnel> NetworkManagerClient::tunnels() const {
+    std::vector<Tunnel> found;
+    if (isRunning())
+        for (const auto& [path, tunnel] : objects->tunnels)
+            if (tunnel.isVPN)
+                found.push_back(tunnel);
+    return found;
 }
 
 } // namespace quoxelin

@@ -1,19 +1,16 @@
 #pragma once
 
 #include "Base/Lifetime.h"
+#include "Platform/Linux/Services/Bus.h"
+#include "Platform/Linux/Services/VPNProfile.h"
 
-#include <NetworkManager.h>
-#include <functional>
 #include <map>
-#include <memory>
 #include <optional>
-#include <string>
-#include <vector>
 
 namespace quoxelin {
 
-/// Follows NetworkManager and reports changes of VPNs, even if NetworkManager stops and starts
-/// again. Main thread only; GLib's main context must be served there.
+/// Follows NetworkManager's VPNs and reports changes, even if NetworkManager stops and starts
+/// again. Main thread only.
 class NetworkManagerClient {
   public:
     /// Changes since the last call.
@@ -28,68 +25,124 @@ class NetworkManagerClient {
         std::map<std::string, std::string> reasons;
     };
 
+    /// A tunnel that NetworkManager has, whatever its state.
+    struct Tunnel {
+        enum class State : std::uint32_t {
+            unknown,
+            activating,
+            activated,
+            deactivating,
+            deactivated
+        };
+
+        /// Its D-Bus object.
+        std::string path;
+        std::string uuid;
+        State state = State::unknown;
+        /// Whether it is one of a VPN. NetworkManager lists other connections, too.
+        bool isVPN = false;
+    };
+
+    /// Nothing if it succeeded.
+    using Done = std::function<void(const std::optional<BusError>&)>;
+    using Activated = std::function<void(const Result<std::string, BusError>& path)>;
+
     /// `changed` is called from the event loop, once for all changes of one turn.
-    explicit NetworkManagerClient(std::function<void(const Changes&)> changed);
-    ~NetworkManagerClient();
+    NetworkManagerClient(Bus& systemBus, std::function<void(const Changes&)> changed);
     NetworkManagerClient(const NetworkManagerClient&) = delete;
     NetworkManagerClient& operator=(const NetworkManagerClient&) = delete;
-
-    /// Call when the system bus appears, with its D-Bus address, or when it disappears.
-    void connect(const std::string& busAddress);
-    void disconnect();
 
     /// Calls back when everything has been read, or cannot be; perhaps before it returns. Waits for
     /// a NetworkManager that is starting.
     void whenReady(std::function<void()> ready);
 
-    /// Null while NetworkManager is not known to run.
-    NMClient* running() const;
+    /// Whether everything has been read.
+    bool isRunning() const { return objects && objects->isComplete; }
 
-    /// A readable reason why `running` is null.
+    /// A readable reason why it is not running.
     const std::string& problem() const { return reason; }
 
     /// Reports a tunnel change that originates in this program.
     void tunnelsChanged();
 
-    /// Returns when all requests are sent. Never waits for NetworkManager.
-    void flush() const;
+    // Empty while NetworkManager is not running.
+
+    /// The UUIDs of the VPN connections that this user may see, the oldest first.
+    std::vector<std::string> profiles() const;
+    /// Null if there is none.
+    const VPNProfile* find(const std::string& uuid) const;
+    std::vector<Tunnel> tunnels() const;
+
+    // Requests. The answer comes later, even if NetworkManager has stopped or this object is gone.
+    // Readers see what was saved or removed when it comes. The UUID must be that of a profile.
+
+    void add(const VPNProfile& profile, Done done);
+    void update(const VPNProfile& profile, Done done);
+    void remove(const std::string& uuid, Done done);
+    void activate(const std::string& uuid, Activated activated);
+    void deactivate(const std::string& path, Done done);
 
   private:
-    struct Link;
+    /// NetworkManager numbers its objects as it makes them.
+    struct Earlier {
+        bool operator()(const std::string& one, const std::string& other) const {
+            return one.size() != other.size() ? one.size() < other.size() : one < other;
+        }
+    };
+    template <typename Value>
+    using ByObject = std::map<std::string, Value, Earlier>;
 
-    static NetworkManagerClient& ownerOf(GObject* anchor);
-    static void connectionAdded(GObject* anchor, NMRemoteConnection* connection);
-    static void connectionRemoved(GObject* anchor, NMRemoteConnection* connection);
-    static void connectionChanged(GObject* anchor, NMRemoteConnection* connection);
-    static void activeConnectionAdded(GObject* anchor, NMActiveConnection* connection);
-    static void activeConnectionRemoved(GObject* anchor, NMActiveConnection* connection);
-    static void stateChanged(GObject* anchor);
-    static void tunnelEnded(GObject* anchor, guint state, guint reason, NMActiveConnection* tunnel);
-    static void presenceChanged(GObject* anchor);
-    static void busClosed(GObject* anchor);
+    /// What a NetworkManager that runs has told.
+    struct Objects {
+        /// NetworkManager's name on the bus. Other programs can send signals, too.
+        std::string owner;
+        std::optional<bool> isStarting;
+        bool isComplete = false;
+        ByObject<VPNProfile> profiles;
+        ByObject<Tunnel> tunnels;
+        /// The connections that are being read.
+        ByObject<Subscription> readings;
+        Subscription call;
+    };
 
-    void makeBus();
-    void makeClient();
+    void busChanged();
     void follow();
-    void follow(void* object, const char* signal, void (*handler)());
-    bool followVPN(NMRemoteConnection* connection);
-    bool followVPN(NMActiveConnection* connection);
-    void configurationsChanged();
-    void failed(const std::string& text);
-    bool hasStarted() const;
+    void read();
+    void lost(const std::string& why);
     void update();
+
+    void ownerChanged(sd_bus_message* signal);
+    void objectAdded(sd_bus_message* signal);
+    void objectRemoved(sd_bus_message* signal);
+    void propertiesChanged(sd_bus_message* signal);
+    void tunnelEnded(sd_bus_message* signal);
+    void profileUpdated(sd_bus_message* signal);
+
+    void readObject(const std::string& path, sd_bus_message* message);
+    bool readProperties(const std::string& path, const std::string& interface,
+                        sd_bus_message* message);
+    void readTunnel(const std::string& path, sd_bus_message* message);
+    void readConnection(const std::string& path);
+    void keepConnection(const std::string& path, VPNProfile profile);
+    void forgetConnection(const std::string& path);
+    void configurationsChanged();
+    std::string pathOf(const std::string& uuid) const;
     void tell(const Changes& changes);
 
+    Bus& bus;
     std::function<void(const Changes&)> changed;
-    std::string address;
     std::string reason;
-    std::unique_ptr<Link> link;
+    /// Empty if NetworkManager is not known to run.
+    std::optional<Objects> objects;
+    std::vector<Subscription> matches;
     std::vector<std::function<void()>> waiting;
     /// Whether NetworkManager ran at the last report; absent before the first request.
     std::optional<bool> wasPresent;
+    /// The next report, and whether the event loop is going to make it.
     Changes untold;
-    /// The event loop's source for the next report, or 0.
-    unsigned source = 0;
+    bool isTelling = false;
+    Subscription busObservation;
+    Lifetime lifetime;
 };
 
 } // namespace quoxelin

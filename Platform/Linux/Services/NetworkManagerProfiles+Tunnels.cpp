@@ -1,21 +1,20 @@
-#include "Platform/Linux/Services/GLib.h"
-#include "Platform/Linux/Services/LibNM.h"
 #include "Platform/Linux/Services/NetworkManagerProfiles.h"
 
 namespace quoxelin {
 
 namespace {
 
-NEVPNStatus statusOf(NMActiveConnection* active) {
-    switch (nm_active_connection_get_state(active)) {
-    case NM_ACTIVE_CONNECTION_STATE_UNKNOWN:
-    case NM_ACTIVE_CONNECTION_STATE_ACTIVATING:
+NEVPNStatus statusOf(const NetworkManagerClient::Tunnel& tunnel) {
+    using State = NetworkManagerClient::Tunnel::State;
+    switch (tunnel.state) {
+    case State::unknown:
+    case State::activating:
         return NEVPNStatus::connecting;
-    case NM_ACTIVE_CONNECTION_STATE_ACTIVATED:
+    case State::activated:
         return NEVPNStatus::connected;
-    case NM_ACTIVE_CONNECTION_STATE_DEACTIVATING:
+    case State::deactivating:
         return NEVPNStatus::disconnecting;
-    case NM_ACTIVE_CONNECTION_STATE_DEACTIVATED:
+    case State::deactivated:
         break;
     }
     return NEVPNStatus::disconnected;
@@ -38,25 +37,13 @@ int weight(NEVPNStatus status) {
     return 0;
 }
 
-template <typename Function>
-void forEachTunnel(NMClient* client, const Function& function) {
-    if (client == nullptr)
-        return;
-    forEach<NMActiveConnection>(nm_client_get_active_connections(client), [&](auto* active) {
-        const char* uuid = nm_active_connection_get_uuid(active);
-        if (uuid != nullptr && nm_active_connection_get_vpn(active))
-            function(std::string(uuid), active);
-    });
-}
-
 } // namespace
 
 NEVPNStatus NetworkManagerProfiles::tunnelStatus(const std::string& uuid) const {
     auto status = NEVPNStatus::disconnected;
-    forEachTunnel(networkManager.running(), [&](const std::string& one, auto* active) {
-        if (one == uuid && weight(statusOf(active)) > weight(status))
-            status = statusOf(active);
-    });
+    for (const auto& tunnel : networkManager.tunnels())
+        if (tunnel.uuid == uuid && weight(statusOf(tunnel)) > weight(status))
+            status = statusOf(tunnel);
     const auto start = starts.find(uuid);
     if (start == starts.end() || weight(status) > weight(NEVPNStatus::connecting))
         return status;
@@ -64,8 +51,8 @@ NEVPNStatus NetworkManagerProfiles::tunnelStatus(const std::string& uuid) const 
 }
 
 int NetworkManagerProfiles::status(const std::string& uuid) const {
-    const bool isGone =
-        unsaved.contains(uuid) || (networkManager.running() != nullptr && find(uuid) == nullptr);
+    const bool isGone = unsaved.contains(uuid) ||
+                        (networkManager.isRunning() && networkManager.find(uuid) == nullptr);
     return static_cast<int>(isGone ? NEVPNStatus::invalid : tunnelStatus(uuid));
 }
 
@@ -73,14 +60,13 @@ Result<void, Error> NetworkManagerProfiles::start(const std::string& uuid) {
     if (unsaved.contains(uuid))
         return tl::unexpected(
             vpnError(NEVPNError::configurationInvalid, "The VPN configuration is not saved"));
-    auto* client = networkManager.running();
-    if (client == nullptr)
+    if (!networkManager.isRunning())
         return tl::unexpected(notRunning(NEVPNError::connectionFailed));
-    auto* connection = find(uuid);
-    if (connection == nullptr)
+    const auto* profile = networkManager.find(uuid);
+    if (profile == nullptr)
         return tl::unexpected(
             vpnError(NEVPNError::configurationInvalid, "The VPN connection no longer exists"));
-    if (!configurationOf(NM_CONNECTION(connection)).isEnabled)
+    if (!profile->configuration().isEnabled)
         return tl::unexpected(
             vpnError(NEVPNError::configurationDisabled, "The VPN connection is disabled"));
     const auto status = tunnelStatus(uuid);
@@ -91,33 +77,31 @@ Result<void, Error> NetworkManagerProfiles::start(const std::string& uuid) {
     wanted.insert(uuid);
     stopped.erase(uuid);
     failures.erase(uuid);
-    nm_client_activate_connection_async(
-        client, NM_CONNECTION(connection), nullptr, nullptr, nullptr, answered,
-        passing([weak = weak_from_this(), uuid, number](GObject* source, GAsyncResult* result) {
-            GFailure failure;
-            const GPtr<NMActiveConnection> active(
-                nm_client_activate_connection_finish(NM_CLIENT(source), result, failure.out()));
+    networkManager.activate(
+        uuid, [weak = weak_from_this(), uuid, number](const Result<std::string, BusError>& path) {
             const auto self = weak.lock();
             if (!self)
                 return;
-            if (!active)
-                self->failures[uuid] = failure.text();
-            self->startAnswered(uuid, number, active.get());
-        }));
+            if (!path)
+                self->failures[uuid] = path.error().text;
+            self->startAnswered(uuid, number, path ? std::optional(*path) : std::nullopt);
+        });
     networkManager.tunnelsChanged();
     return {};
 }
 
-/// `active` is null if nothing was started. NetworkManager's list may not contain it yet.
+/// The path is that of the tunnel, if one was started.
 void NetworkManagerProfiles::startAnswered(const std::string& uuid, unsigned number,
-                                           NMActiveConnection* active) {
+                                           const std::optional<std::string>& path) {
     const auto found = starts.find(uuid);
     if (found == starts.end() || found->second.number != number)
         return;
-    auto* client = networkManager.running();
-    if (found->second.stopIsWanted && active != nullptr && client != nullptr)
+    if (found->second.stopIsWanted && path && networkManager.isRunning())
         // The status is disconnecting until NetworkManager has answered.
-        deactivate(client, active, [this, uuid, number] { endStart(uuid, number); });
+        networkManager.deactivate(*path, [weak = weak_from_this(), uuid, number](const auto&) {
+            if (const auto self = weak.lock())
+                self->endStart(uuid, number);
+        });
     else
         endStart(uuid, number);
 }
@@ -136,27 +120,10 @@ void NetworkManagerProfiles::stop(const std::string& uuid) {
     const auto found = starts.find(uuid);
     if (found != starts.end())
         found->second.stopIsWanted = true;
-    auto* client = networkManager.running();
-    forEachTunnel(client, [&](const std::string& one, auto* active) {
-        if (one == uuid)
-            deactivate(client, active, [] {});
-    });
-    // The application may be about to exit.
-    networkManager.flush();
+    for (const auto& tunnel : networkManager.tunnels())
+        if (tunnel.uuid == uuid)
+            networkManager.deactivate(tunnel.path, [](const auto&) {});
     networkManager.tunnelsChanged();
-}
-
-/// `done` is called when NetworkManager has answered.
-void NetworkManagerProfiles::deactivate(NMClient* client, NMActiveConnection* active,
-                                        std::function<void()> done) {
-    nm_client_deactivate_connection_async(
-        client, active, nullptr, answered,
-        passing([weak = weak_from_this(), done = std::move(done)](GObject* source,
-                                                                  GAsyncResult* result) {
-            nm_client_deactivate_connection_finish(NM_CLIENT(source), result, nullptr);
-            if (const auto self = weak.lock())
-                done();
-        }));
 }
 
 std::optional<Error> NetworkManagerProfiles::lastFailure(const std::string& uuid) const {
@@ -177,18 +144,18 @@ std::map<std::string, NEVPNStatus> NetworkManagerProfiles::tunnels() const {
     std::map<std::string, NEVPNStatus> found;
     for (const auto& [uuid, start] : starts)
         found[uuid] = tunnelStatus(uuid);
-    forEachTunnel(networkManager.running(), [&](const std::string& uuid, auto*) {
-        const auto status = tunnelStatus(uuid);
+    for (const auto& tunnel : networkManager.tunnels()) {
+        const auto status = tunnelStatus(tunnel.uuid);
         if (status != NEVPNStatus::disconnected)
-            found[uuid] = status;
-    });
+            found[tunnel.uuid] = status;
+    }
     return found;
 }
 
 /// NetworkManager keeps a tunnel while the network changes, but none over its own end.
 void NetworkManagerProfiles::startAgain() {
     for (const auto& uuid : std::set<std::string>(wanted)) {
-        if (find(uuid) != nullptr)
+        if (networkManager.find(uuid) != nullptr)
             static_cast<void>(start(uuid));
     }
 }
@@ -198,7 +165,7 @@ void NetworkManagerProfiles::startAgain() {
 void NetworkManagerProfiles::changed(const NetworkManagerClient::Changes& changes) {
     for (const auto& [uuid, reason] : changes.reasons)
         failures[uuid] = "NetworkManager's reason: " + reason;
-    if (changes.presence && networkManager.running() != nullptr)
+    if (changes.presence && networkManager.isRunning())
         startAgain();
     if (changes.configurations)
         configurationChanged();

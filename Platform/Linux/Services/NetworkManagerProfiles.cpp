@@ -1,7 +1,6 @@
 #include "Platform/Linux/Services/NetworkManagerProfiles.h"
 
-#include "Platform/Linux/Services/GLib.h"
-#include "Platform/Linux/Services/LibNM.h"
+#include <QUuid>
 
 namespace quoxelin {
 
@@ -9,38 +8,25 @@ namespace {
 
 constexpr auto readWriteFailed = NEVPNError::configurationReadWriteFailed;
 
-/// A connection that belongs to this user, so that saving it needs no administrator.
-GPtr<NMConnection> makeConnection(const std::string& uuid) {
-    GPtr<NMConnection> connection(nm_simple_connection_new());
-    auto* general = nm_setting_connection_new();
-    g_object_set(general, NM_SETTING_CONNECTION_UUID, uuid.c_str(), NM_SETTING_CONNECTION_TYPE,
-                 NM_SETTING_VPN_SETTING_NAME, NM_SETTING_CONNECTION_AUTOCONNECT, FALSE, nullptr);
-    nm_setting_connection_add_permission(NM_SETTING_CONNECTION(general), "user", g_get_user_name(),
-                                         nullptr);
-    nm_connection_add_setting(connection.get(), general);
-    auto* vpn = nm_setting_vpn_new();
-    // NetworkManager restores the tunnel when the connection beneath it comes back.
-    g_object_set(vpn, NM_SETTING_VPN_PERSISTENT, TRUE, nullptr);
-    nm_connection_add_setting(connection.get(), vpn);
-    return connection;
-}
-
-GVariant* settingsOf(NMConnection* connection) {
-    return nm_connection_to_dbus(connection, NM_CONNECTION_SERIALIZE_ALL);
+/// Tells the preferences how a request ended.
+NetworkManagerClient::Done answering(PreferencesCompletion completion) {
+    return [completion = std::move(completion)](const std::optional<BusError>& error) {
+        completion(error ? std::optional(vpnError(readWriteFailed, error->text)) : std::nullopt);
+    };
 }
 
 } // namespace
 
 std::shared_ptr<NetworkManagerProfiles>
-NetworkManagerProfiles::make(std::function<void()> statusChanged,
+NetworkManagerProfiles::make(Bus& systemBus, std::function<void()> statusChanged,
                              std::function<void()> configurationChanged) {
-    return std::shared_ptr<NetworkManagerProfiles>(
-        new NetworkManagerProfiles(std::move(statusChanged), std::move(configurationChanged)));
+    return std::shared_ptr<NetworkManagerProfiles>(new NetworkManagerProfiles(
+        systemBus, std::move(statusChanged), std::move(configurationChanged)));
 }
 
-NetworkManagerProfiles::NetworkManagerProfiles(std::function<void()> statusChanged,
+NetworkManagerProfiles::NetworkManagerProfiles(Bus& systemBus, std::function<void()> statusChanged,
                                                std::function<void()> configurationChanged)
-    : networkManager([this](const auto& changes) { changed(changes); }),
+    : networkManager(systemBus, [this](const auto& changes) { changed(changes); }),
       statusChanged(std::move(statusChanged)),
       configurationChanged(std::move(configurationChanged)) {}
 
@@ -52,46 +38,32 @@ Error NetworkManagerProfiles::notRunning(NEVPNError code) const {
 
 void NetworkManagerProfiles::all(Completion<std::vector<std::string>, Error> completion) {
     networkManager.whenReady([self = shared_from_this(), completion = std::move(completion)] {
-        auto* client = self->networkManager.running();
-        if (client == nullptr) {
+        if (self->networkManager.isRunning())
+            completion(self->networkManager.profiles());
+        else
             completion(tl::unexpected(self->notRunning(readWriteFailed)));
-            return;
-        }
-        std::vector<std::string> uuids;
-        forEach<NMConnection>(nm_client_get_connections(client), [&](auto* connection) {
-            const char* uuid = nm_connection_get_uuid(connection);
-            if (uuid != nullptr && nm_connection_is_type(connection, NM_SETTING_VPN_SETTING_NAME))
-                uuids.emplace_back(uuid);
-        });
-        completion(std::move(uuids));
     });
 }
 
-NMRemoteConnection* NetworkManagerProfiles::find(const std::string& uuid) const {
-    auto* client = networkManager.running();
-    return client == nullptr ? nullptr : nm_client_get_connection_by_uuid(client, uuid.c_str());
-}
-
-Result<NMRemoteConnection*, Error> NetworkManagerProfiles::saved(const std::string& uuid) const {
-    if (networkManager.running() == nullptr)
+Result<VPNProfile, Error> NetworkManagerProfiles::saved(const std::string& uuid) const {
+    if (!networkManager.isRunning())
         return tl::unexpected(notRunning(readWriteFailed));
-    auto* connection = find(uuid);
-    if (connection == nullptr)
+    const auto* profile = networkManager.find(uuid);
+    if (profile == nullptr)
         return tl::unexpected(
             vpnError(NEVPNError::configurationStale, "The VPN connection no longer exists"));
-    return connection;
+    return *profile;
 }
 
 Result<VPNConfiguration, Error> NetworkManagerProfiles::read(const std::string& uuid) const {
     if (unsaved.contains(uuid))
         return {};
-    return saved(uuid).map(
-        [](auto* connection) { return configurationOf(NM_CONNECTION(connection)); });
+    return saved(uuid).map([](const auto& profile) { return profile.configuration(); });
 }
 
 std::string NetworkManagerProfiles::makeNew() {
-    const GText uuid(g_uuid_string_random());
-    return unsaved.try_emplace(uuid.get()).first->first;
+    const auto uuid = QUuid::createUuid().toString(QUuid::WithoutBraces).toStdString();
+    return unsaved.try_emplace(uuid).first->first;
 }
 
 void NetworkManagerProfiles::save(const std::string& uuid, const VPNConfiguration& configuration,
@@ -111,29 +83,16 @@ void NetworkManagerProfiles::save(const std::string& uuid, const VPNConfiguratio
 
 void NetworkManagerProfiles::add(const std::string& uuid, const VPNConfiguration& configuration,
                                  PreferencesCompletion completion) {
-    auto* client = networkManager.running();
-    if (client == nullptr) {
+    if (!networkManager.isRunning()) {
         added(uuid, notRunning(readWriteFailed), completion);
         return;
     }
-    const auto connection = makeConnection(uuid);
-    write(configuration, connection.get());
-    nm_client_add_connection2(
-        client, settingsOf(connection.get()),
-        static_cast<NMSettingsAddConnection2Flags>(
-            NM_SETTINGS_ADD_CONNECTION2_FLAG_TO_DISK |
-            NM_SETTINGS_ADD_CONNECTION2_FLAG_BLOCK_AUTOCONNECT),
-        nullptr, TRUE, nullptr, answered,
-        passing([self = shared_from_this(), uuid,
-                 completion = std::move(completion)](GObject* source, GAsyncResult* result) {
-            GFailure failure;
-            const GPtr<NMRemoteConnection> made(nm_client_add_connection2_finish(
-                NM_CLIENT(source), result, nullptr, failure.out()));
-            self->added(uuid,
-                        made ? std::nullopt
-                             : std::optional(vpnError(readWriteFailed, failure.text())),
-                        completion);
-        }));
+    VPNProfile profile;
+    profile.uuid = uuid;
+    profile.set(configuration);
+    networkManager.add(
+        profile, answering([self = shared_from_this(), uuid, completion = std::move(completion)](
+                               const auto& error) { self->added(uuid, error, completion); }));
 }
 
 void NetworkManagerProfiles::added(const std::string& uuid, const std::optional<Error>& error,
@@ -149,43 +108,18 @@ void NetworkManagerProfiles::added(const std::string& uuid, const std::optional<
 
 void NetworkManagerProfiles::update(const std::string& uuid, const VPNConfiguration& configuration,
                                     PreferencesCompletion completion) {
-    const auto found = saved(uuid);
-    if (!found) {
-        completion(found.error());
+    const auto profile = saved(uuid);
+    if (!profile) {
+        completion(profile.error());
         return;
     }
-    std::shared_ptr<NMConnection> changed(nm_simple_connection_new_clone(NM_CONNECTION(*found)),
-                                          GObjectUnref());
-    write(configuration, changed.get());
+    auto changed = *profile;
+    changed.set(configuration);
     // Saving may make polkit ask the user.
-    if (nm_connection_compare(NM_CONNECTION(*found), changed.get(),
-                              NM_SETTING_COMPARE_FLAG_EXACT)) {
+    if (changed.isLike(*profile))
         completion(std::nullopt);
-        return;
-    }
-    nm_remote_connection_update2(
-        *found, settingsOf(changed.get()),
-        static_cast<NMSettingsUpdate2Flags>(NM_SETTINGS_UPDATE2_FLAG_TO_DISK |
-                                            NM_SETTINGS_UPDATE2_FLAG_BLOCK_AUTOCONNECT),
-        nullptr, nullptr, answered,
-        passing(
-            [changed, completion = std::move(completion)](GObject* source, GAsyncResult* result) {
-                GFailure failure;
-                GVariant* answer = nm_remote_connection_update2_finish(NM_REMOTE_CONNECTION(source),
-                                                                       result, failure.out());
-                if (answer == nullptr) {
-                    completion(vpnError(readWriteFailed, failure.text()));
-                    return;
-                }
-                g_variant_unref(answer);
-                // The library learns of the change a little later; readers must already see what
-                // was saved.
-                if (!nm_connection_compare(NM_CONNECTION(source), changed.get(),
-                                           NM_SETTING_COMPARE_FLAG_EXACT))
-                    nm_connection_replace_settings_from_connection(NM_CONNECTION(source),
-                                                                   changed.get());
-                completion(std::nullopt);
-            }));
+    else
+        networkManager.update(changed, answering(std::move(completion)));
 }
 
 void NetworkManagerProfiles::remove(const std::string& uuid, PreferencesCompletion completion) {
@@ -193,21 +127,10 @@ void NetworkManagerProfiles::remove(const std::string& uuid, PreferencesCompleti
         completion(std::nullopt);
         return;
     }
-    const auto found = saved(uuid);
-    if (!found) {
+    if (const auto found = saved(uuid); !found)
         completion(found.error());
-        return;
-    }
-    nm_remote_connection_delete_async(
-        *found, nullptr, answered,
-        passing([completion = std::move(completion)](GObject* source, GAsyncResult* result) {
-            GFailure failure;
-            if (nm_remote_connection_delete_finish(NM_REMOTE_CONNECTION(source), result,
-                                                   failure.out()))
-                completion(std::nullopt);
-            else
-                completion(vpnError(readWriteFailed, failure.text()));
-        }));
+    else
+        networkManager.remove(uuid, answering(std::move(completion)));
 }
 
 } // namespace quoxelin

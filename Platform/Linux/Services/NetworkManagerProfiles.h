@@ -14,12 +14,11 @@ namespace quoxelin {
 class NetworkManagerProfiles final : public std::enable_shared_from_this<NetworkManagerProfiles> {
   public:
     /// Both functions are called from the event loop.
-    static std::shared_ptr<NetworkManagerProfiles> make(std::function<void()> statusChanged,
+    static std::shared_ptr<NetworkManagerProfiles> make(Bus& systemBus,
+                                                        std::function<void()> statusChanged,
                                                         std::function<void()> configurationChanged);
 
-    NetworkManagerClient& client() { return networkManager; }
-
-    /// The connections that this user may see, in NetworkManager's order. An error if
+    /// The connections that this user may see, the oldest first. An error if
     /// NetworkManager is not running.
     void all(Completion<std::vector<std::string>, Error> completion);
 
@@ -64,7 +63,7 @@ class NetworkManagerProfiles final : public std::enable_shared_from_this<Network
         bool stopIsWanted = false;
     };
 
-    NetworkManagerProfiles(std::function<void()> statusChanged,
+    NetworkManagerProfiles(Bus& systemBus, std::function<void()> statusChanged,
                            std::function<void()> configurationChanged);
 
     void add(const std::string& uuid, const VPNConfiguration& configuration,
@@ -74,11 +73,10 @@ class NetworkManagerProfiles final : public std::enable_shared_from_this<Network
     void update(const std::string& uuid, const VPNConfiguration& configuration,
                 PreferencesCompletion completion);
     void changed(const NetworkManagerClient::Changes& changes);
-    void startAnswered(const std::string& uuid, unsigned number, NMActiveConnection* active);
+    void startAnswered(const std::string& uuid, unsigned number,
+                       const std::optional<std::string>& path);
     void endStart(const std::string& uuid, unsigned number);
-    void deactivate(NMClient* client, NMActiveConnection* active, std::function<void()> done);
-    NMRemoteConnection* find(const std::string& uuid) const;
-    Result<NMRemoteConnection*, Error> saved(const std::string& uuid) const;
+    Result<VPNProfile, Error> saved(const std::string& uuid) const;
     Error notRunning(NEVPNError code) const;
     NEVPNStatus tunnelStatus(const std::string& uuid) const;
     std::map<std::string, NEVPNStatus> tunnels() const;

@@ -48,23 +48,14 @@ class Manager final : public NETunnelProviderManager {
 } // namespace
 
 NetworkManagerVPN::NetworkManagerVPN(NotificationCenter& notificationCenter, Bus& systemBus)
-    : systemBus(systemBus),
-      profiles(NetworkManagerProfiles::make(
-          lifetime.weakly([&notificationCenter] { notificationCenter.post(NEVPNStatusDidChange); }),
-          lifetime.weakly(
-              [&notificationCenter] { notificationCenter.post(NEVPNConfigurationChange); }))),
-      busObservation(systemBus.observe([this] { busChanged(); })) {
-    busChanged();
-}
+    : profiles(NetworkManagerProfiles::make(systemBus, lifetime.weakly([&notificationCenter] {
+          notificationCenter.post(NEVPNStatusDidChange);
+      }),
+                                            lifetime.weakly([&notificationCenter] {
+                                                notificationCenter.post(NEVPNConfigurationChange);
+                                            }))) {}
 
 NetworkManagerVPN::~NetworkManagerVPN() = default;
-
-void NetworkManagerVPN::busChanged() {
-    if (systemBus.isConnected())
-        profiles->client().connect(Bus::systemAddress());
-    else
-        profiles->client().disconnect();
-}
 
 void NetworkManagerVPN::loadAllFromPreferences(Completion<Managers, Error> completion) {
     profiles->all([profiles = profiles, completion = std::move(completion)](

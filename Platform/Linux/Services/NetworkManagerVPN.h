@@ -1,7 +1,6 @@
 #pragma once
 
 #include "Base/Lifetime.h"
-#include "Base/Subscription.h"
 #include "Platform/NetworkExtension.h"
 
 #include <chrono>
@@ -34,13 +33,9 @@ class NetworkManagerVPN final : public NetworkExtension {
     void endTunnels(std::chrono::milliseconds longest) const;
 
   private:
-    void busChanged();
-
-    Bus& systemBus;
     /// Declared first because the members below refer to it and may outlive this object.
     Lifetime lifetime;
     std::shared_ptr<NetworkManagerProfiles> profiles;
-    Subscription busObservation;
 };
 
 } // namespace quoxelin

@@ -1,6 +1,7 @@
 #include "Platform/Linux/Services/TunnelEnd.h"
 
 #include "Platform/Linux/Services/Bus.h"
+#include "Platform/Linux/Services/NetworkManagerNames.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -17,9 +18,6 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::seconds patienceOfTheProcessLeft{60};
-
-constexpr const char* networkManager = "org.freedesktop.NetworkManager";
-constexpr const char* activeConnection = "org.freedesktop.NetworkManager.Connection.Active";
 
 struct Unref {
     void operator()(sd_bus* bus) const { sd_bus_close_unref(bus); }
@@ -43,8 +41,8 @@ Connection connectTo(const std::string& address) {
 std::optional<std::vector<std::string>> activeConnections(sd_bus* bus) {
     sd_bus_error error = {};
     sd_bus_message* reply = nullptr;
-    sd_bus_get_property(bus, networkManager, "/org/freedesktop/NetworkManager", networkManager,
-                        "ActiveConnections", &error, &reply, "ao");
+    sd_bus_get_property(bus, nm::service, nm::mainObject, nm::service, "ActiveConnections", &error,
+                        &reply, "ao");
     const bool isGone = sd_bus_error_has_name(&error, SD_BUS_ERROR_SERVICE_UNKNOWN) > 0;
     sd_bus_error_free(&error);
     const std::unique_ptr<sd_bus_message, Unref> owned(reply);
@@ -61,7 +59,7 @@ std::optional<std::vector<std::string>> activeConnections(sd_bus* bus) {
 
 std::string uuidOf(sd_bus* bus, const std::string& path) {
     char* text = nullptr;
-    sd_bus_get_property_string(bus, networkManager, path.c_str(), activeConnection, "Uuid", nullptr,
+    sd_bus_get_property_string(bus, nm::service, path.c_str(), nm::activeInterface, "Uuid", nullptr,
                                &text);
     const std::unique_ptr<char, decltype(&std::free)> owned(text, &std::free);
     return text == nullptr ? "" : text;
@@ -71,15 +69,14 @@ std::string uuidOf(sd_bus* bus, const std::string& path) {
 bool isWanted(sd_bus* bus, const std::string& path) {
     constexpr std::uint32_t deactivating = 3;
     std::uint32_t state = 0;
-    sd_bus_get_property_trivial(bus, networkManager, path.c_str(), activeConnection, "State",
+    sd_bus_get_property_trivial(bus, nm::service, path.c_str(), nm::activeInterface, "State",
                                 nullptr, 'u', &state);
     return state < deactivating;
 }
 
 bool deactivate(sd_bus* bus, const std::string& path) {
-    return sd_bus_call_method(bus, networkManager, "/org/freedesktop/NetworkManager",
-                              networkManager, "DeactivateConnection", nullptr, nullptr, "o",
-                              path.c_str()) >= 0;
+    return sd_bus_call_method(bus, nm::service, nm::mainObject, nm::service, "DeactivateConnection",
+                              nullptr, nullptr, "o", path.c_str()) >= 0;
 }
 
 /// Stops what is active, and removes from the list what can no longer start.
