@@ -158,13 +158,13 @@ void Bus::awaitConnection() {
 void Bus::process() {
     if (!connection || std::exchange(isProcessing, true))
         return;
+    const auto isEnding = [this] { return sd_bus_is_open(connection.get()) <= 0; };
     int result = 1;
-    // A connection that ends answers all calls first.
-    for (int count = 0;
-         result > 0 && (count < messagesPerTurn || sd_bus_is_open(connection.get()) <= 0); ++count)
+    // A connection that ends answers all calls first, and returns 0 after each of them.
+    for (int count = 0; isEnding() ? result >= 0 : result > 0 && count < messagesPerTurn; ++count)
         result = sd_bus_process(connection.get(), nullptr);
     isProcessing = false;
-    if (result < 0 || sd_bus_is_open(connection.get()) <= 0) {
+    if (result < 0) {
         lost();
     } else if (!connected && sd_bus_is_ready(connection.get()) > 0) {
         connected = true;
