@@ -304,6 +304,15 @@ void Bus::emitSignal(const char* path, const char* interface, const char* name,
     follow();
 }
 
+std::string senderOf(sd_bus_message* message) {
+    const char* sender = sd_bus_message_get_sender(message);
+    return sender == nullptr ? "" : sender;
+}
+
+bool isFromTheBus(sd_bus_message* message) {
+    return senderOf(message) == "org.freedesktop.DBus";
+}
+
 std::vector<std::string> readTexts(sd_bus_message* message) {
     std::vector<std::string> texts;
     if (sd_bus_message_enter_container(message, SD_BUS_TYPE_ARRAY, "s") <= 0)

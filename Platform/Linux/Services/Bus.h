@@ -126,6 +126,12 @@ class Bus {
     std::list<Subscription> requests;
 };
 
+// Anybody on a bus may send this program any signal, whatever the rule of the match says. Where
+// that matters, compare the sender with that of an answer.
+
+std::string senderOf(sd_bus_message* message);
+bool isFromTheBus(sd_bus_message* message);
+
 /// Reads the message's next argument, a list of texts.
 std::vector<std::string> readTexts(sd_bus_message* message);
 

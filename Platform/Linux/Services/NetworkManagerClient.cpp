@@ -12,7 +12,6 @@ namespace quoxelin {
 namespace {
 
 constexpr const char* notRunning = "NetworkManager is not running";
-constexpr const char* theBus = "org.freedesktop.DBus";
 
 /// NetworkManager's names for the ends of an active connection, in the order of their numbers.
 constexpr std::array reasonNames = {"unknown",
@@ -35,11 +34,6 @@ constexpr std::uint32_t userDisconnected = 2;
 
 std::string nameOf(std::uint32_t reason) {
     return reason < reasonNames.size() ? reasonNames[reason] : std::to_string(reason);
-}
-
-std::string senderOf(sd_bus_message* message) {
-    const char* sender = sd_bus_message_get_sender(message);
-    return sender == nullptr ? "" : sender;
 }
 
 /// The text that is the message's next argument.
@@ -129,7 +123,7 @@ void NetworkManagerClient::lost(const std::string& why) {
 }
 
 void NetworkManagerClient::ownerChanged(sd_bus_message* signal) {
-    if (senderOf(signal) != theBus)
+    if (!isFromTheBus(signal))
         return;
     nextText(signal, 's');
     nextText(signal, 's');

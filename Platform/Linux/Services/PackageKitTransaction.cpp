@@ -21,12 +21,16 @@ PackageKitTransaction::PackageKitTransaction(Bus& bus, const char* method, Bus::
     serviceObservation = bus.match("type='signal',sender='org.freedesktop.DBus',"
                                    "member='NameOwnerChanged',arg2='',arg0='" +
                                        std::string(service) + "'",
-                                   [this](auto*) { serviceEnded(); });
+                                   [this](auto* signal) {
+                                       if (isFromTheBus(signal))
+                                           serviceEnded();
+                                   });
     question = bus.call({service, "/org/freedesktop/PackageKit", service, "CreateTransaction"},
                         nullptr, [this](const auto& reply) {
                             const char* created = nullptr;
                             if (reply && sd_bus_message_read(*reply, "o", &created) > 0) {
                                 path = created;
+                                owner = senderOf(*reply);
                                 return follow();
                             }
                             if (!reply)
@@ -40,7 +44,10 @@ void PackageKitTransaction::follow() {
         return end(Outcome::Kind::canceled);
     signals = bus.match("type='signal',sender='" + std::string(service) + "',path='" + path +
                             "',interface='" + transactionInterface + "'",
-                        [this](auto* signal) { receive(signal); });
+                        [this](auto* signal) {
+                            if (senderOf(signal) == owner)
+                                receive(signal);
+                        });
     call(
         "SetHints",
         [](auto* message) { return sd_bus_message_append(message, "as", 1, "interactive=true"); },

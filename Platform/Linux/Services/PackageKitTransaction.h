@@ -45,6 +45,8 @@ class PackageKitTransaction {
     Subscription signals;
     Subscription serviceObservation;
     std::string path;
+    /// PackageKit's name on the bus. Other programs can send signals, too.
+    std::string owner;
     bool isCanceled = false;
     std::vector<std::string> packages;
     std::string error;

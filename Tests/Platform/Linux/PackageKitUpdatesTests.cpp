@@ -93,6 +93,14 @@ class PackageKitUpdatesTest : public ::testing::Test {
 
     void check() { controller->checkForUpdates(); }
 
+    /// An answer comes after everything that the bus has passed on before.
+    void awaitWhatWasSent() {
+        bool isAnswered = false;
+        const auto later = bus.call({"org.freedesktop.PackageKit", "/", "test.Later", "Later"},
+                                    nullptr, [&](const auto&) { isAnswered = true; });
+        runLoopUntil([&] { return isAnswered; });
+    }
+
     RunningBus daemon;
     ServedBus bus{daemon.address()};
     PackageKitUpdates updater{bus};
@@ -204,6 +212,19 @@ TEST_F(PackageKitUpdatesTest, passesOnARefusal) {
     EXPECT_EQ(window()->informativeText(), "not for you");
 }
 
+TEST_F(PackageKitUpdatesTest, believesOnlyThePackageService) {
+    hanging = "GetUpdates";
+    startPackageKit();
+    check();
+    runLoopUntil([&] { return !packageKit->calls("GetUpdates").empty(); });
+    daemon.forge(bus, "/org/freedesktop/DBus", "org.freedesktop.DBus", "NameOwnerChanged",
+                 {service, "a", QString()});
+    daemon.forge(bus, path, transactionInterface, "ErrorCode", {2U, "forged"});
+    daemon.forge(bus, path, transactionInterface, "Finished", {failed, 5U});
+    awaitWhatWasSent();
+    EXPECT_EQ(text(), "Checking for updates...");
+}
+
 TEST_F(PackageKitUpdatesTest, survivesTheServiceStoppingMeanwhile) {
     hanging = "GetUpdates";
     startPackageKit();
@@ -221,11 +242,7 @@ TEST_F(PackageKitUpdatesTest, survivesTheBusStoppingMeanwhile) {
     startPackageKit();
     check();
     runLoopUntil([&] { return !packageKit->calls("GetUpdates").empty(); });
-    // The answer that accepts the task comes before that of a later call.
-    bool isAccepted = false;
-    const auto later = bus.call({"org.freedesktop.PackageKit", "/", "test.Later", "Later"}, nullptr,
-                                [&](const auto&) { isAccepted = true; });
-    runLoopUntil([&] { return isAccepted; });
+    awaitWhatWasSent(); // the answer that accepts the task
     daemon.stop();
     awaitText("The update failed.");
     EXPECT_EQ(window()->informativeText(), "The package service has ended.");

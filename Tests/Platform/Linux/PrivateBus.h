@@ -70,6 +70,18 @@ class PrivateBus {
         return QDBusConnection::connectToBus(address(), names.back());
     }
 
+    /// Sends somebody a signal from a connection that owns no name. The bus has passed it on when
+    /// this returns.
+    void forge(const Bus& receiver, const QString& path, const QString& interface,
+               const QString& member, const QVariantList& arguments) {
+        auto stranger = connect();
+        auto signal = QDBusMessage::createTargetedSignal(
+            QString::fromStdString(receiver.uniqueName()), path, interface, member);
+        signal.setArguments(arguments);
+        stranger.send(signal);
+        stranger.interface()->isServiceRegistered(stranger.baseService());
+    }
+
   private:
     TemporaryDirectory directory;
     QProcess daemon;
