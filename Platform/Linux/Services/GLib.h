@@ -1,6 +1,5 @@
 #pragma once
 
-#include <functional>
 #include <gio/gio.h>
 #include <memory>
 #include <string>
@@ -42,25 +41,5 @@ class GFailure {
   private:
     GError* error = nullptr;
 };
-
-/// Receives the result of an asynchronous call. Called exactly once, on the main thread.
-using AsyncAnswer = std::function<void(GObject* source, GAsyncResult* result)>;
-
-/// The last two arguments of an asynchronous call are `answered` and `passing(answer)`.
-inline gpointer passing(AsyncAnswer answer) {
-    return std::make_unique<AsyncAnswer>(std::move(answer)).release();
-}
-
-inline void answered(GObject* source, GAsyncResult* result, gpointer data) {
-    const std::unique_ptr<AsyncAnswer> answer(static_cast<AsyncAnswer*>(data));
-    (*answer)(source, result);
-}
-
-/// Calls `function` with each element of a GLib array.
-template <typename Item, typename Function>
-void forEach(const GPtrArray* items, const Function& function) {
-    for (guint place = 0; place < items->len; ++place)
-        function(static_cast<Item*>(g_ptr_array_index(items, place)));
-}
 
 } // namespace quoxelin
