@@ -63,7 +63,7 @@ const std::string& withEnvironment(const std::string& name) {
     else if (std::string_view(std::getenv(windowSystemVariable)).starts_with("wayland") &&
              LayerShell::isOffered() == true)
         LayerShell::prepare();
-    // NetworkManager's library needs GLib's event loop.
+    // GIO launches applications from GLib's event loop.
     ::unsetenv("QT_NO_GLIB");
     return name;
 }

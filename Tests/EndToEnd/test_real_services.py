@@ -239,8 +239,6 @@ def test_disconnecting_and_connecting_in_the_panel(product, box):
 
 
 def test_a_tunnel_that_is_not_allowed_is_tried_again(product, box):
-    # Qt also has an event loop that does not serve NetworkManager's library.
-    product.environment["QT_NO_GLIB"] = "1"
     box.refuse(CONTROL)
     box.allow(INSTALL)
     product.daemon.options("--logged-in")

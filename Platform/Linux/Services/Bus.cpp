@@ -33,13 +33,17 @@ std::string environment(const char* name) {
     return qgetenv(name).toStdString();
 }
 
+BusError busHasEnded() {
+    return {SD_BUS_ERROR_DISCONNECTED, "The message bus has ended."};
+}
+
 Result<sd_bus_message*, BusError> outcomeOf(sd_bus_message* reply) {
     const auto* error = sd_bus_message_get_error(reply);
     if (error == nullptr)
         return reply;
     // When the connection is lost, the library itself generates the missing replies.
     if (sd_bus_is_ready(sd_bus_message_get_bus(reply)) <= 0)
-        return tl::unexpected(BusError{SD_BUS_ERROR_DISCONNECTED, "The message bus has ended."});
+        return tl::unexpected(busHasEnded());
     const bool hasText = error->message != nullptr && *error->message != '\0';
     return tl::unexpected(BusError{error->name, hasText ? error->message : error->name});
 }
@@ -178,7 +182,10 @@ void Bus::lost() {
     connection.reset();
     readable.reset();
     writable.reset();
-    if (std::exchange(connected, false)) {
+    const bool wasConnected = std::exchange(connected, false);
+    for (const auto& request : std::exchange(requests, {}))
+        request.answered(tl::unexpected(busHasEnded()));
+    if (wasConnected) {
         observers.notify();
         open();
     } else if (timer) {
@@ -241,11 +248,11 @@ Subscription Bus::call(const BusMethod& method, const Writer& write, Answered an
 }
 
 void Bus::request(const BusMethod& method, const Writer& write, Answered answered) {
-    const auto place = requests.emplace(requests.end());
-    *place = call(method, write, [this, place, answered = std::move(answered)](auto reply) {
+    const auto place = requests.insert(requests.end(), Request{{}, std::move(answered)});
+    place->call = call(method, write, [this, place](auto reply) {
         const auto own = std::move(*place);
         requests.erase(place);
-        answered(std::move(reply));
+        own.answered(std::move(reply));
     });
 }
 

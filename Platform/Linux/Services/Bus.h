@@ -81,7 +81,7 @@ class Bus {
     Subscription call(const BusMethod& method, const Writer& write, Answered answered,
                       std::chrono::microseconds deadline = usualDeadline);
 
-    /// The same for a call that nobody cancels: it is answered even if the connection ends before.
+    /// The same for a call that nobody cancels. Only the end of this object leaves it unanswered.
     void request(const BusMethod& method, const Writer& write, Answered answered);
 
     /// Calls the handler for every message that matches the D-Bus rule.
@@ -123,7 +123,11 @@ class Bus {
     Notifier writable;
     std::unique_ptr<QTimer> timer;
     ObserverList<> observers;
-    std::list<Subscription> requests;
+    struct Request {
+        Subscription call;
+        Answered answered;
+    };
+    std::list<Request> requests;
 };
 
 // Anybody on a bus may send this program any signal, whatever the rule of the match says. Where

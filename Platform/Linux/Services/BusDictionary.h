@@ -6,8 +6,8 @@
 namespace quoxelin {
 
 /// Reads the message's next argument, a dictionary. Calls `read` with each key; it returns whether
-/// it has read the value, otherwise the value is skipped. `key` and `value` are D-Bus types, the
-/// key's a kind of text. Does nothing if the argument has another type.
+/// it has read the value, otherwise the value is skipped. `key` and `value` are D-Bus types; the
+/// key's must be that of a text or path. Does nothing if the argument has another type.
 template <typename Read>
 void forEachEntry(sd_bus_message* message, char key, const char* value, const Read& read) {
     const std::string entry = key + std::string(value);
@@ -26,7 +26,7 @@ void forEachEntry(sd_bus_message* message, char key, const char* value, const Re
 }
 
 /// Reads a variant that holds a text. False if it holds something else.
-inline bool readText(sd_bus_message* message, std::string& text) {
+inline bool readTextVariant(sd_bus_message* message, std::string& text) {
     const char* read = nullptr;
     if (sd_bus_message_read(message, "v", "s", &read) <= 0)
         return false;

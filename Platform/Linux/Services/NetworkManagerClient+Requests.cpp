@@ -38,7 +38,7 @@ void NetworkManagerClient::add(const VPNProfile& profile, Done done) {
             if (objects && !objects->profiles.contains(path))
                 keepConnection(path, profile);
         });
-    bus.request({nm::service, nm::settingsObject, nm::settingsInterface, "AddConnection2"},
+    bus.request({peer().c_str(), nm::settingsObject, nm::settingsInterface, "AddConnection2"},
                 writing(profile), [keep, done = std::move(done)](const Reply& reply) {
                     if (reply)
                         keep(readPath(*reply));
@@ -52,8 +52,8 @@ void NetworkManagerClient::update(const VPNProfile& profile, Done done) {
         if (objects && objects->profiles.contains(path))
             keepConnection(path, profile);
     });
-    bus.request({nm::service, path.c_str(), nm::connectionInterface, "Update2"}, writing(profile),
-                [keep, done = std::move(done)](const Reply& reply) {
+    bus.request({peer().c_str(), path.c_str(), nm::connectionInterface, "Update2"},
+                writing(profile), [keep, done = std::move(done)](const Reply& reply) {
                     if (reply)
                         keep();
                     done(errorOf(reply));
@@ -66,7 +66,7 @@ void NetworkManagerClient::remove(const std::string& uuid, Done done) {
         if (objects)
             forgetConnection(path);
     });
-    bus.request({nm::service, path.c_str(), nm::connectionInterface, "Delete"}, {},
+    bus.request({peer().c_str(), path.c_str(), nm::connectionInterface, "Delete"}, {},
                 [forget, done = std::move(done)](const Reply& reply) {
                     if (reply)
                         forget();
@@ -76,7 +76,7 @@ void NetworkManagerClient::remove(const std::string& uuid, Done done) {
 
 void NetworkManagerClient::activate(const std::string& uuid, Activated activated) {
     bus.request(
-        {nm::service, nm::mainObject, nm::service, "ActivateConnection"},
+        {peer().c_str(), nm::mainObject, nm::service, "ActivateConnection"},
         [path = pathOf(uuid)](sd_bus_message* call) {
             return sd_bus_message_append(call, "ooo", path.c_str(), "/", "/");
         },
@@ -84,7 +84,8 @@ void NetworkManagerClient::activate(const std::string& uuid, Activated activated
 }
 
 void NetworkManagerClient::deactivate(const std::string& path, Done done) {
-    bus.request({nm::service, nm::mainObject, nm::service, "DeactivateConnection"}, writing(path),
+    bus.request({peer().c_str(), nm::mainObject, nm::service, "DeactivateConnection"},
+                writing(path),
                 [done = std::move(done)](const Reply& reply) { done(errorOf(reply)); });
 }
 

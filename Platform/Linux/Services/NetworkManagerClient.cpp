@@ -36,6 +36,12 @@ std::string nameOf(std::uint32_t reason) {
     return reason < reasonNames.size() ? reasonNames[reason] : std::to_string(reason);
 }
 
+/// This user may not see the connection, or it is gone. Other errors say nothing about it.
+bool isRefusal(const BusError& error) {
+    return error.name.starts_with(nm::service) || error.name == SD_BUS_ERROR_UNKNOWN_OBJECT ||
+           error.name == SD_BUS_ERROR_UNKNOWN_METHOD;
+}
+
 /// The text that is the message's next argument.
 std::string nextText(sd_bus_message* message, char type) {
     const char* text = nullptr;
@@ -60,11 +66,12 @@ NetworkManagerClient::NetworkManagerClient(Bus& systemBus,
 
 void NetworkManagerClient::busChanged() {
     matches.clear();
-    lost(notRunning);
-    if (!bus.isConnected())
-        return;
-    follow();
-    read();
+    forget(notRunning);
+    if (bus.isConnected()) {
+        follow();
+        read();
+    }
+    update();
 }
 
 /// Not all of NetworkManager's signals: those of the network's devices come all the time.
@@ -105,7 +112,8 @@ void NetworkManagerClient::read() {
                          const bool isAbsent = name == SD_BUS_ERROR_SERVICE_UNKNOWN ||
                                                name == SD_BUS_ERROR_NAME_HAS_NO_OWNER ||
                                                name == SD_BUS_ERROR_DISCONNECTED;
-                         return lost(isAbsent ? notRunning : text);
+                         forget(isAbsent ? notRunning : text);
+                         return update();
                      }
                      objects->owner = senderOf(*reply);
                      forEachEntry(*reply, 'o', "a{sa{sv}}", [&](const std::string& path) {
@@ -116,10 +124,9 @@ void NetworkManagerClient::read() {
                  });
 }
 
-void NetworkManagerClient::lost(const std::string& why) {
+void NetworkManagerClient::forget(const std::string& why) {
     reason = why;
     objects.reset();
-    update();
 }
 
 void NetworkManagerClient::ownerChanged(sd_bus_message* signal) {
@@ -127,9 +134,10 @@ void NetworkManagerClient::ownerChanged(sd_bus_message* signal) {
         return;
     nextText(signal, 's');
     nextText(signal, 's');
-    lost(notRunning);
+    forget(notRunning);
     if (!nextText(signal, 's').empty())
         read();
+    update();
 }
 
 void NetworkManagerClient::whenReady(std::function<void()> ready) {
@@ -143,7 +151,8 @@ void NetworkManagerClient::whenReady(std::function<void()> ready) {
 /// Call after any change that may affect presence.
 void NetworkManagerClient::update() {
     // It is starting until it has read its connections.
-    if (objects && objects->isStarting == false && objects->readings.empty())
+    if (objects && objects->isStarting == false && objects->unread.empty() &&
+        objects->readings.empty())
         objects->isComplete = true;
     const bool isPresent = isRunning();
     if (wasPresent && *wasPresent != isPresent) {
@@ -171,8 +180,10 @@ void NetworkManagerClient::objectRemoved(sd_bus_message* signal) {
     if (!objects || senderOf(signal) != objects->owner)
         return;
     const auto path = nextText(signal, 'o');
+    objects->unread.erase(path);
     objects->readings.erase(path);
     forgetConnection(path);
+    readMore();
     if (const auto tunnel = objects->tunnels.extract(path); tunnel && tunnel.mapped().isVPN)
         tunnelsChanged();
     update();
@@ -221,7 +232,7 @@ void NetworkManagerClient::readTunnel(const std::string& path, sd_bus_message* m
     tunnel.path = path;
     forEachEntry(message, 's', "v", [&](const std::string& key) {
         if (key == "Uuid")
-            return readText(message, tunnel.uuid);
+            return readTextVariant(message, tunnel.uuid);
         int isVPN = 0;
         if (key == "Vpn" && sd_bus_message_read(message, "v", "b", &isVPN) > 0) {
             tunnel.isVPN = isVPN != 0;
@@ -260,18 +271,36 @@ void NetworkManagerClient::profileUpdated(sd_bus_message* signal) {
         readConnection(objectOf(signal));
 }
 
-/// Connections that this user may not see are refused.
+/// A few at a time: the bus limits how many calls of one program may be unanswered.
 void NetworkManagerClient::readConnection(const std::string& path) {
-    objects->readings[path] =
-        bus.call({nm::service, path.c_str(), nm::connectionInterface, "GetSettings"}, {},
-                 [this, path](const Result<sd_bus_message*, BusError>& reply) {
-                     const auto own = objects->readings.extract(path);
-                     if (auto profile = reply ? readProfile(*reply) : std::nullopt)
-                         keepConnection(path, *std::move(profile));
-                     else
-                         forgetConnection(path);
-                     update();
-                 });
+    objects->readings.erase(path);
+    objects->unread.insert(path);
+    readMore();
+}
+
+void NetworkManagerClient::readMore() {
+    constexpr std::size_t mostReadings = 32;
+    while (objects && !objects->unread.empty() && objects->readings.size() < mostReadings) {
+        const auto next = objects->unread.extract(objects->unread.begin()).value();
+        objects->readings[next] =
+            bus.call({objects->owner.c_str(), next.c_str(), nm::connectionInterface, "GetSettings"},
+                     {}, [this, next](const Result<sd_bus_message*, BusError>& reply) {
+                         const auto own = objects->readings.extract(next);
+                         settingsAnswered(next, reply);
+                     });
+    }
+}
+
+void NetworkManagerClient::settingsAnswered(const std::string& path,
+                                            const Result<sd_bus_message*, BusError>& reply) {
+    if (auto profile = reply ? readProfile(*reply) : std::nullopt)
+        keepConnection(path, *std::move(profile));
+    else if (!reply && reply.error().name == SD_BUS_ERROR_DISCONNECTED)
+        forget(notRunning);
+    else if (reply || isRefusal(reply.error()))
+        forgetConnection(path);
+    readMore();
+    update();
 }
 
 /// NetworkManager also reports a change when a connection is only used.
@@ -333,6 +362,10 @@ std::string NetworkManagerClient::pathOf(const std::string& uuid) const {
             if (profile.uuid == uuid)
                 return path;
     return "";
+}
+
+std::string NetworkManagerClient::peer() const {
+    return objects ? objects->owner : nm::service;
 }
 
 std::vector<NetworkManagerClient::Tunnel> NetworkManagerClient::tunnels() const {

@@ -6,6 +6,7 @@
 
 #include <map>
 #include <optional>
+#include <set>
 
 namespace quoxelin {
 
@@ -92,7 +93,7 @@ class NetworkManagerClient {
     template <typename Value>
     using ByObject = std::map<std::string, Value, Earlier>;
 
-    /// What a NetworkManager that runs has told.
+    /// What the running NetworkManager has reported.
     struct Objects {
         /// NetworkManager's name on the bus. Other programs can send signals, too.
         std::string owner;
@@ -100,7 +101,8 @@ class NetworkManagerClient {
         bool isComplete = false;
         ByObject<VPNProfile> profiles;
         ByObject<Tunnel> tunnels;
-        /// The connections that are being read.
+        /// The connections that are still to be read, and those that are being read.
+        std::set<std::string, Earlier> unread;
         ByObject<Subscription> readings;
         Subscription call;
     };
@@ -108,7 +110,7 @@ class NetworkManagerClient {
     void busChanged();
     void follow();
     void read();
-    void lost(const std::string& why);
+    void forget(const std::string& why);
     void update();
 
     void ownerChanged(sd_bus_message* signal);
@@ -123,10 +125,14 @@ class NetworkManagerClient {
                         sd_bus_message* message);
     void readTunnel(const std::string& path, sd_bus_message* message);
     void readConnection(const std::string& path);
+    void readMore();
+    void settingsAnswered(const std::string& path, const Result<sd_bus_message*, BusError>& reply);
     void keepConnection(const std::string& path, VPNProfile profile);
     void forgetConnection(const std::string& path);
     void configurationsChanged();
     std::string pathOf(const std::string& uuid) const;
+    /// Whom to ask: another NetworkManager gives the same paths to other objects.
+    std::string peer() const;
     void tell(const Changes& changes);
 
     Bus& bus;

@@ -18,8 +18,8 @@ class NetworkManagerProfiles final : public std::enable_shared_from_this<Network
                                                         std::function<void()> statusChanged,
                                                         std::function<void()> configurationChanged);
 
-    /// The connections that this user may see, the oldest first. An error if
-    /// NetworkManager is not running.
+    /// The connections that this user may see, the oldest first. An error if NetworkManager is not
+    /// running.
     void all(Completion<std::vector<std::string>, Error> completion);
 
     /// The UUID of a connection that does not exist until it is saved. It belongs to this user then

@@ -18,8 +18,8 @@ class NotificationCenter;
 /// of the configurations and the status.
 class NetworkManagerVPN final : public NetworkExtension {
   public:
-    /// The bus on which to find NetworkManager and the notification center that receives both
-    /// notifications must outlive this object.
+    /// The bus on which to find NetworkManager must outlive this object and its managers; the
+    /// notification center that receives both notifications, this object.
     NetworkManagerVPN(NotificationCenter& notificationCenter, Bus& systemBus);
     ~NetworkManagerVPN() override;
 
@@ -33,7 +33,7 @@ class NetworkManagerVPN final : public NetworkExtension {
     void endTunnels(std::chrono::milliseconds longest) const;
 
   private:
-    /// Declared first because the members below refer to it and may outlive this object.
+    /// Declared first because the member below refers to it and may outlive this object.
     Lifetime lifetime;
     std::shared_ptr<NetworkManagerProfiles> profiles;
 };

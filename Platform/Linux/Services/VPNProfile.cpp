@@ -161,11 +161,11 @@ std::optional<VPNProfile> readProfile(sd_bus_message* settings) {
             return false;
         forEachEntry(settings, 's', "v", [&](const std::string& key) {
             if (name == "vpn")
-                return (key == "service-type" && readText(settings, profile.service)) ||
+                return (key == "service-type" && readTextVariant(settings, profile.service)) ||
                        (key == "data" && readItems(settings, profile.data));
-            return (key == "type" && readText(settings, type)) ||
-                   (key == "uuid" && readText(settings, profile.uuid)) ||
-                   (key == "id" && readText(settings, profile.id));
+            return (key == "type" && readTextVariant(settings, type)) ||
+                   (key == "uuid" && readTextVariant(settings, profile.uuid)) ||
+                   (key == "id" && readTextVariant(settings, profile.id));
         });
         return true;
     });

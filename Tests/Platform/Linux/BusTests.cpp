@@ -100,6 +100,29 @@ TEST(Bus, failsACallAtItsDeadline) {
     EXPECT_EQ(told->name, SD_BUS_ERROR_NO_REPLY);
 }
 
+TEST(Bus, answersARequestWithoutABusFromTheLoop) {
+    Bus bus("unix:path=/no/such/bus");
+    bus.serve();
+    std::string why;
+    bus.request(busMethod("GetId"), {}, [&](const auto& reply) { why = reply.error().name; });
+    EXPECT_EQ(why, "");
+    runLoopUntil([&] { return !why.empty(); });
+    EXPECT_EQ(why, SD_BUS_ERROR_DISCONNECTED);
+}
+
+TEST(Bus, answersARequestAndThoseThatItsAnswerMakes) {
+    RunningBus daemon;
+    ServedBus bus(daemon.address());
+    std::vector<bool> answers;
+    bus.request(busMethod("GetId"), {}, [&](const auto& first) {
+        answers.push_back(first.has_value());
+        bus.request(busMethod("GetId"), {},
+                    [&](const auto& second) { answers.push_back(second.has_value()); });
+    });
+    runLoopUntil([&] { return answers.size() == 2; });
+    EXPECT_EQ(answers, (std::vector{true, true}));
+}
+
 TEST(ServicePresence, isFalseWithoutABus) {
     ServedBus bus("disabled:");
     ServicePresence presence(bus, service, running, [] { ADD_FAILURE(); });

@@ -71,6 +71,90 @@ TEST_F(NetworkManagerClientTest, isNotRunningWithoutNetworkManagerUntilItAppears
     EXPECT_THAT(client->profiles(), IsEmpty());
 }
 
+TEST_F(NetworkManagerClientTest, listsMoreConnectionsThanTheBusAnswersAtOnce) {
+    for (int number = 0; number < 200; ++number)
+        addConnection(number);
+    startAll();
+    EXPECT_EQ(client->profiles().size(), 200U);
+}
+
+TEST_F(NetworkManagerClientTest, followsANetworkManagerThatComesBack) {
+    addConnection(1);
+    others[QDBusObjectPath(activePath(7))] = {{activeInterface, active("uuid-1", 2)}};
+    startAll();
+    networkManager.reset();
+    awaitReport();
+    EXPECT_FALSE(client->isRunning());
+    settings.clear();
+    others.clear();
+    addConnection(2);
+    startNetworkManager();
+    runLoopUntil([&] { return client->isRunning(); });
+    EXPECT_THAT(client->profiles(), ElementsAre("uuid-2"));
+    EXPECT_THAT(client->tunnels(), IsEmpty());
+    addObject(activePath(1), activeInterface, active("uuid-2", 1));
+    runLoopUntil([&] { return !client->tunnels().empty(); });
+}
+
+TEST_F(NetworkManagerClientTest, isNotRunningIfTheBusEndsWhileItReads) {
+    for (int number = 0; number < 40; ++number)
+        addConnection(number);
+    silent = QStringList{"GetSettings"};
+    startNetworkManager();
+    makeClient();
+    bool isReady = false;
+    client->whenReady([&] {
+        isReady = true;
+        EXPECT_FALSE(client->isRunning());
+        EXPECT_EQ(client->problem(), "NetworkManager is not running");
+    });
+    runLoopUntil([&] { return !networkManager->calls("GetSettings").empty(); });
+    EXPECT_FALSE(isReady);
+    daemon.stop();
+    runLoopUntil([&] { return isReady; });
+}
+
+TEST_F(NetworkManagerClientTest, mayEndWithTheLastOneWhoWaitsForIt) {
+    isStarting = true;
+    startNetworkManager();
+    makeClient();
+    bool isReady = false;
+    std::shared_ptr<NetworkManagerClient> shared = std::move(client);
+    shared->whenReady([&isReady, owner = shared] { isReady = !owner->isRunning(); });
+    runLoopUntil([&] { return !networkManager->calls("GetManagedObjects").empty(); });
+    const std::weak_ptr<NetworkManagerClient> weak = shared;
+    shared.reset();
+    daemon.stop();
+    runLoopUntil([&] { return isReady; });
+    EXPECT_TRUE(weak.expired());
+}
+
+TEST_F(NetworkManagerClientTest, doesNotWaitForAConnectionThatIsRemovedMeanwhile) {
+    addConnection(1);
+    silent = QStringList{"GetSettings"};
+    startNetworkManager();
+    makeClient();
+    bool isReady = false;
+    client->whenReady([&] { isReady = true; });
+    runLoopUntil([&] { return !networkManager->calls("GetSettings").empty(); });
+    removeObject(connectionPath(1));
+    runLoopUntil([&] { return isReady; });
+    EXPECT_TRUE(client->isRunning());
+    EXPECT_THAT(client->profiles(), IsEmpty());
+}
+
+TEST_F(NetworkManagerClientTest, keepsAConnectionThatItCannotReadAgain) {
+    addConnection(1);
+    addConnection(2);
+    startAll();
+    limited = connectionPath(1);
+    signal(connectionPath(1), connectionInterface, "Updated", {});
+    runLoopUntil([&] { return networkManager->calls("GetSettings").size() == 3; });
+    removeObject(connectionPath(2));
+    awaitReport();
+    EXPECT_THAT(client->profiles(), ElementsAre("uuid-1"));
+}
+
 TEST_F(NetworkManagerClientTest, saysWhatIsWrongAndTriesAgain) {
     refused = "GetManagedObjects";
     startNetworkManager();

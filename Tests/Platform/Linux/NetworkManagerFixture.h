@@ -69,6 +69,8 @@ class NetworkManagerFixture : public ::testing::Test {
         }
         if (call.member() == "GetSettings") {
             const auto found = settings.find(call.path());
+            if (call.path() == limited)
+                return call.createErrorReply(QDBusError::LimitsExceeded, "too many");
             if (found == settings.end() || found->isEmpty())
                 return call.createErrorReply(service + ".PermissionDenied", "not for you");
             return call.createReply(QVariant::fromValue(*found));
@@ -130,6 +132,7 @@ class NetworkManagerFixture : public ::testing::Test {
     Objects others;
     bool isStarting = false;
     QString refused;
+    QString limited;
     QStringList silent;
     std::unique_ptr<FakeService> networkManager;
     ServedBus bus{daemon.address()};

@@ -118,20 +118,23 @@ TEST_F(VPNProfileTest, skipsValuesOfOtherTypes) {
 TEST_F(VPNProfileTest, keepsWhatItDoesNotKnowWhenItIsWritten) {
     const auto before = message([](sd_bus_message* it) {
         return sd_bus_message_append(
-            it, "a{sa{sv}}", 3, "ipv4", 2, "addresses", "aau", 1, 3, 1, 24, 2, "never-default", "b",
-            1, "connection", 4, "id", "s", "Name", "uuid", "s", "an-id", "type", "s", "vpn",
-            "timestamp", "t", std::uint64_t{7}, "vpn", 3, "service-type", "s", "old", "data",
-            "a{ss}", 2, "mtu", "1280", "server-address", "10.0.0.1", "timeout", "u", 9);
+            it, "a{sa{sv}}", 5, "ipv4", 2, "addresses", "aau", 1, 3, 1, 24, 2, "never-default", "b",
+            1, "ipv6", 3, "addresses", "a(ayuay)", 1, 2, 254, 128, 64, 1, 0, "address-data",
+            "aa{sv}", 1, 1, "prefix", "u", 64, "dns-search", "as", 0, "proxy", 0, "connection", 4,
+            "id", "s", "Name", "uuid", "s", "an-id", "type", "s", "vpn", "timestamp", "t",
+            std::uint64_t{7}, "vpn", 3, "service-type", "s", "old", "data", "a{ss}", 2, "mtu",
+            "1280", "server-address", "10.0.0.1", "timeout", "u", 9);
     });
     auto changed = readProfile(before.get()).value_or(VPNProfile());
     changed.set({"Quoxelin", false, NETunnelProviderProtocol{"new", {}, true}});
     const auto after = message([](sd_bus_message* it) {
-        return sd_bus_message_append(it, "a{sa{sv}}", 3, "ipv4", 2, "addresses", "aau", 1, 3, 1, 24,
-                                     2, "never-default", "b", 1, "connection", 4, "uuid", "s",
-                                     "an-id", "type", "s", "vpn", "timestamp", "t",
-                                     std::uint64_t{7}, "id", "s", "Quoxelin", "vpn", 3, "timeout",
-                                     "u", 9, "service-type", "s", "new", "data", "a{ss}", 3,
-                                     "disconnect-on-sleep", "yes", "enabled", "no", "mtu", "1280");
+        return sd_bus_message_append(
+            it, "a{sa{sv}}", 5, "ipv4", 2, "addresses", "aau", 1, 3, 1, 24, 2, "never-default", "b",
+            1, "ipv6", 3, "addresses", "a(ayuay)", 1, 2, 254, 128, 64, 1, 0, "address-data",
+            "aa{sv}", 1, 1, "prefix", "u", 64, "dns-search", "as", 0, "proxy", 0, "connection", 4,
+            "uuid", "s", "an-id", "type", "s", "vpn", "timestamp", "t", std::uint64_t{7}, "id", "s",
+            "Quoxelin", "vpn", 3, "timeout", "u", 9, "service-type", "s", "new", "data", "a{ss}", 3,
+            "disconnect-on-sleep", "yes", "enabled", "no", "mtu", "1280");
     });
     EXPECT_EQ(textOf(written(changed)), textOf(after));
     EXPECT_EQ(textOf(written(changed)), textOf(after)) << "the second time";
