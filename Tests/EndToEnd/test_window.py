@@ -123,6 +123,25 @@ def test_a_click_on_login_opens_the_browser(desktop, opened, tray, daemon):
     assert desktop.opened_urls() == [daemon.login_url()]
 
 
+def test_a_link_opens_after_the_library_for_it_is_repaired(desktop, daemon, tmp_path):
+    (tmp_path / "libgio-2.0.so.0").touch()
+    desktop.start_tray("trayer")
+    environment = desktop.environment | {"LD_LIBRARY_PATH": str(tmp_path)}
+    with Application(daemon.socket, environment=environment) as application:
+        application.wait_log("[State] HashiBus connected")
+        desktop.wait_icon("trayer")
+        open_panel(desktop, application, "trayer")
+        application.wait_text('"Login Quoxelin"')
+        application.press("Login Quoxelin")
+        # It waits for the login to be completed, so it has tried to open the link.
+        desktop.await_that(lambda: daemon.requests(path="/localapi/v0/status"), "poll for the login")
+        assert desktop.opened_urls() == []
+        (tmp_path / "libgio-2.0.so.0").unlink()
+        application.press("Login Quoxelin")
+        desktop.await_that(desktop.opened_urls, "browser")
+        assert desktop.opened_urls() == [daemon.login_url()]
+
+
 def test_the_account_switcher_opens_beside_the_panel_and_closes_by_a_click_outside(
         desktop, opened, tray):
     desktop.click(*row_at(opened, "Switch Account"))

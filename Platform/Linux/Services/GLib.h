@@ -1,20 +1,12 @@
 #pragma once
 
-#include <gio/gio.h>
+#include <glib.h>
 #include <memory>
 #include <string>
 
 namespace quoxelin {
 
 // RAII for GLib.
-
-struct GObjectUnref {
-    void operator()(gpointer object) const { g_object_unref(object); }
-};
-
-/// One reference to an object.
-template <typename Object>
-using GPtr = std::unique_ptr<Object, GObjectUnref>;
 
 struct GFree {
     void operator()(char* text) const { g_free(text); }
