@@ -74,7 +74,7 @@ void NetworkManagerClient::busChanged() {
     update();
 }
 
-/// Not all of NetworkManager's signals: those of the network's devices come all the time.
+/// Follows only the signals that matter here: those of the network's devices come all the time.
 void NetworkManagerClient::follow() {
     const auto add = [this](const std::string& rule,
                             void (NetworkManagerClient::*handler)(sd_bus_message*)) {
@@ -102,7 +102,7 @@ void NetworkManagerClient::read() {
     const auto withoutStartingIt = [](sd_bus_message* call) {
         return sd_bus_message_set_auto_start(call, 0);
     };
-    objects.emplace();
+    objects = std::make_unique<Objects>();
     objects->call =
         bus.call({nm::service, "/org/freedesktop", "org.freedesktop.DBus.ObjectManager",
                   "GetManagedObjects"},
@@ -142,7 +142,7 @@ void NetworkManagerClient::ownerChanged(sd_bus_message* signal) {
 
 void NetworkManagerClient::whenReady(std::function<void()> ready) {
     waiting.push_back(std::move(ready));
-    // If something else was wrong than that it does not run, that may have been fixed by now.
+    // Any other problem may have been fixed by now.
     if (!objects && reason != notRunning)
         read();
     update();
@@ -150,7 +150,7 @@ void NetworkManagerClient::whenReady(std::function<void()> ready) {
 
 /// Call after any change that may affect presence.
 void NetworkManagerClient::update() {
-    // It is starting until it has read its connections.
+    // It starts until it has read its connections; then we have to read them, too.
     if (objects && objects->isStarting == false && objects->unread.empty() &&
         objects->readings.empty())
         objects->isComplete = true;

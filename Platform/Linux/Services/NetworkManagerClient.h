@@ -44,7 +44,7 @@ class NetworkManagerClient {
         bool isVPN = false;
     };
 
-    /// Nothing if it succeeded.
+    /// Gets nothing if the request succeeded.
     using Done = std::function<void(const std::optional<BusError>&)>;
     using Activated = std::function<void(const Result<std::string, BusError>& path)>;
 
@@ -138,8 +138,8 @@ class NetworkManagerClient {
     Bus& bus;
     std::function<void(const Changes&)> changed;
     std::string reason;
-    /// Empty if NetworkManager is not known to run.
-    std::optional<Objects> objects;
+    /// Null if NetworkManager is not known to run.
+    std::unique_ptr<Objects> objects;
     std::vector<Subscription> matches;
     std::vector<std::function<void()>> waiting;
     /// Whether NetworkManager ran at the last report; absent before the first request.
