@@ -88,10 +88,13 @@ void NetworkManagerClient::follow() {
     const std::string ofObjects = its + "interface='org.freedesktop.DBus.ObjectManager',member=";
     add(ofObjects + "'InterfacesAdded'", &NetworkManagerClient::objectAdded);
     add(ofObjects + "'InterfacesRemoved'", &NetworkManagerClient::objectRemoved);
-    for (const std::string interface : {nm::service, nm::activeInterface})
+    const auto addProperties = [&](const std::string& interface) {
         add(its + "interface='org.freedesktop.DBus.Properties',member='PropertiesChanged',arg0='" +
                 interface + "'",
             &NetworkManagerClient::propertiesChanged);
+    };
+    addProperties(nm::service);
+    addProperties(nm::activeInterface);
     add(its + "interface='" + nm::activeInterface + "',member='StateChanged'",
         &NetworkManagerClient::tunnelEnded);
     add(its + "interface='" + nm::connectionInterface + "',member='Updated'",
