@@ -46,7 +46,7 @@ std::optional<std::string> whyNotDirectory(int directory, const Trust& trust) {
     if (::fstat(directory, &status) != 0)
         return std::strerror(errno);
     if (!S_ISDIR(status.st_mode))
-        return "is no directory";
+        return "is not a directory";
     return whyNotKept(status, trust);
 }
 
@@ -57,7 +57,7 @@ std::optional<std::string> whyNotFile(int file, const Trust& trust) {
     if (S_ISLNK(status.st_mode))
         return "is a symbolic link";
     if (!S_ISREG(status.st_mode))
-        return "is no regular file";
+        return "is not a regular file";
     if (auto reason = whyNotKept(status, trust))
         return reason;
     if ((status.st_mode & (S_ISUID | S_ISGID | S_ISVTX)) != 0)

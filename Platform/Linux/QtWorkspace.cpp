@@ -102,7 +102,7 @@ void QtWorkspace::openApplication(const std::filesystem::path& application) {
         return;
     const Owned<GDesktopAppInfo> entry(
         gio()->g_desktop_app_info_new_from_filename(application.c_str()));
-    if (entry) // which implements the other interface
+    if (entry) // it implements GAppInfo
         launch(reinterpret_cast<GAppInfo*>(entry.get()), nullptr);
 }
 

@@ -184,10 +184,10 @@ TEST_F(TrustedFile, isRefusedWhenNotExecutable) {
 }
 
 TEST_F(TrustedFile, isRefusedIfItIsNotARegularFile) {
-    EXPECT_THAT(refusal("/lib/Resources"), HasSubstr("no regular file"));
+    EXPECT_THAT(refusal("/lib/Resources"), HasSubstr("is not a regular file"));
     // The pipe has no writer, so opening it for reading would block forever.
     ASSERT_EQ(::mkfifo(in("lib/Resources/pipe").c_str(), 0755), 0);
-    EXPECT_THAT(refusal("/lib/Resources/pipe"), HasSubstr("no regular file"));
+    EXPECT_THAT(refusal("/lib/Resources/pipe"), HasSubstr("is not a regular file"));
     EXPECT_NE(refusal("/lib/Resources/program/below"), "");
 }
 

@@ -81,7 +81,8 @@ class Bus {
     Subscription call(const BusMethod& method, const Writer& write, Answered answered,
                       std::chrono::microseconds deadline = usualDeadline);
 
-    /// The same for a call that nobody cancels. Only the end of this object leaves it unanswered.
+    /// Like `call`, but it cannot be canceled. Always answered, unless this object is destroyed
+    /// first.
     void request(const BusMethod& method, const Writer& write, Answered answered);
 
     /// Calls the handler for every message that matches the D-Bus rule.
@@ -101,6 +102,10 @@ class Bus {
         void operator()(QSocketNotifier* notifier) const;
     };
     struct Handler;
+    struct Request {
+        Subscription call;
+        Answered answered;
+    };
     using Notifier = std::unique_ptr<QSocketNotifier, DeleteLater>;
 
     void open();
@@ -123,15 +128,11 @@ class Bus {
     Notifier writable;
     std::unique_ptr<QTimer> timer;
     ObserverList<> observers;
-    struct Request {
-        Subscription call;
-        Answered answered;
-    };
     std::list<Request> requests;
 };
 
-// Anybody on a bus may send this program any signal, whatever the rule of the match says. Where
-// that matters, compare the sender with that of an answer.
+// Any program on the bus can send signals directly to this one, even ones that no match rule
+// allows. Where that matters, compare the signal's sender with the sender of a reply.
 
 std::string senderOf(sd_bus_message* message);
 bool isFromTheBus(sd_bus_message* message);

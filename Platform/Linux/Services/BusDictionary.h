@@ -5,9 +5,9 @@
 
 namespace quoxelin {
 
-/// Reads the message's next argument, a dictionary. Calls `read` with each key; it returns whether
-/// it has read the value, otherwise the value is skipped. `key` and `value` are D-Bus types; the
-/// key's must be that of a text or path. Does nothing if the argument has another type.
+/// Reads the message's next argument, a dictionary. Calls `read` with each key. `read` returns true
+/// if it has read the value; otherwise the value is skipped. `key` and `value` are D-Bus types, and
+/// `key` must be a string or an object path. Does nothing if the argument has another type.
 template <typename Read>
 void forEachEntry(sd_bus_message* message, char key, const char* value, const Read& read) {
     const std::string entry = key + std::string(value);

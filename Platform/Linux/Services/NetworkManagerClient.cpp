@@ -13,7 +13,7 @@ namespace {
 
 constexpr const char* notRunning = "NetworkManager is not running";
 
-/// NetworkManager's names for the ends of an active connection, in the order of their numbers.
+/// NetworkManager's names for why an active connection ended, indexed by its numbers.
 constexpr std::array reasonNames = {"unknown",
                                     "none",
                                     "user-disconnected",
@@ -36,13 +36,20 @@ std::string nameOf(std::uint32_t reason) {
     return reason < reasonNames.size() ? reasonNames[reason] : std::to_string(reason);
 }
 
-/// This user may not see the connection, or it is gone. Other errors say nothing about it.
+std::string reasonFor(const BusError& error) {
+    const bool isAbsent = error.name == SD_BUS_ERROR_SERVICE_UNKNOWN ||
+                          error.name == SD_BUS_ERROR_NAME_HAS_NO_OWNER ||
+                          error.name == SD_BUS_ERROR_DISCONNECTED;
+    return isAbsent ? notRunning : error.text;
+}
+
+/// Whether this user may not see the connection, or it is gone. Other errors say nothing about it.
 bool isRefusal(const BusError& error) {
     return error.name.starts_with(nm::service) || error.name == SD_BUS_ERROR_UNKNOWN_OBJECT ||
            error.name == SD_BUS_ERROR_UNKNOWN_METHOD;
 }
 
-/// The text that is the message's next argument.
+/// Reads the message's next argument. Empty if it has another type.
 std::string nextText(sd_bus_message* message, char type) {
     const char* text = nullptr;
     return sd_bus_message_read_basic(message, type, static_cast<void*>(&text)) > 0 ? text : "";
@@ -111,11 +118,7 @@ void NetworkManagerClient::read() {
                   "GetManagedObjects"},
                  withoutStartingIt, [this](const Result<sd_bus_message*, BusError>& reply) {
                      if (!reply) {
-                         const auto& [name, text] = reply.error();
-                         const bool isAbsent = name == SD_BUS_ERROR_SERVICE_UNKNOWN ||
-                                               name == SD_BUS_ERROR_NAME_HAS_NO_OWNER ||
-                                               name == SD_BUS_ERROR_DISCONNECTED;
-                         forget(isAbsent ? notRunning : text);
+                         forget(reasonFor(reply.error()));
                          return update();
                      }
                      objects->owner = senderOf(*reply);
@@ -153,7 +156,7 @@ void NetworkManagerClient::whenReady(std::function<void()> ready) {
 
 /// Call after any change that may affect presence.
 void NetworkManagerClient::update() {
-    // It starts until it has read its connections; then we have to read them, too.
+    // NetworkManager reads its connections while it starts. Then we have to read them as well.
     if (objects && objects->isStarting == false && objects->unread.empty() &&
         objects->readings.empty())
         objects->isComplete = true;
@@ -274,7 +277,7 @@ void NetworkManagerClient::profileUpdated(sd_bus_message* signal) {
         readConnection(objectOf(signal));
 }
 
-/// A few at a time: the bus limits how many calls of one program may be unanswered.
+/// Reads a few at a time, because the bus limits the number of unanswered calls per program.
 void NetworkManagerClient::readConnection(const std::string& path) {
     objects->readings.erase(path);
     objects->unread.insert(path);
@@ -298,10 +301,10 @@ void NetworkManagerClient::settingsAnswered(const std::string& path,
                                             const Result<sd_bus_message*, BusError>& reply) {
     if (auto profile = reply ? readProfile(*reply) : std::nullopt)
         keepConnection(path, *std::move(profile));
-    else if (!reply && reply.error().name == SD_BUS_ERROR_DISCONNECTED)
-        forget(notRunning);
     else if (reply || isRefusal(reply.error()))
         forgetConnection(path);
+    else if (!objects->isComplete) // a list without it would look complete
+        forget(reasonFor(reply.error()));
     readMore();
     update();
 }

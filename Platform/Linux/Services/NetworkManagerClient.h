@@ -26,7 +26,7 @@ class NetworkManagerClient {
         std::map<std::string, std::string> reasons;
     };
 
-    /// A tunnel that NetworkManager has, whatever its state.
+    /// An active connection, in any state.
     struct Tunnel {
         enum class State : std::uint32_t {
             unknown,
@@ -40,11 +40,11 @@ class NetworkManagerClient {
         std::string path;
         std::string uuid;
         State state = State::unknown;
-        /// Whether it is one of a VPN. NetworkManager lists other connections, too.
+        /// False for other kinds of connections, which NetworkManager lists as well.
         bool isVPN = false;
     };
 
-    /// Gets nothing if the request succeeded.
+    /// Called with the error, or with nothing on success.
     using Done = std::function<void(const std::optional<BusError>&)>;
     using Activated = std::function<void(const Result<std::string, BusError>& path)>;
 
@@ -74,8 +74,8 @@ class NetworkManagerClient {
     const VPNProfile* find(const std::string& uuid) const;
     std::vector<Tunnel> tunnels() const;
 
-    // Requests. The answer comes later, even if NetworkManager has stopped or this object is gone.
-    // Readers see what was saved or removed when it comes. The UUID must be that of a profile.
+    // Requests. Each is answered later, even if NetworkManager stops or this object is destroyed.
+    // By then the functions above show the change. The UUID must be that of a profile.
 
     void add(const VPNProfile& profile, Done done);
     void update(const VPNProfile& profile, Done done);
@@ -84,7 +84,7 @@ class NetworkManagerClient {
     void deactivate(const std::string& path, Done done);
 
   private:
-    /// NetworkManager numbers its objects as it makes them.
+    /// Sorts objects by age: NetworkManager numbers them when it creates them.
     struct Earlier {
         bool operator()(const std::string& one, const std::string& other) const {
             return one.size() != other.size() ? one.size() < other.size() : one < other;
@@ -95,7 +95,7 @@ class NetworkManagerClient {
 
     /// What the running NetworkManager has reported.
     struct Objects {
-        /// NetworkManager's name on the bus. Other programs can send signals, too.
+        /// NetworkManager's unique name on the bus, because other programs can send signals, too.
         std::string owner;
         std::optional<bool> isStarting;
         bool isComplete = false;
@@ -131,7 +131,8 @@ class NetworkManagerClient {
     void forgetConnection(const std::string& path);
     void configurationsChanged();
     std::string pathOf(const std::string& uuid) const;
-    /// Whom to ask: another NetworkManager gives the same paths to other objects.
+    /// The bus name to send requests to. A NetworkManager that was restarted reuses the object
+    /// paths.
     std::string peer() const;
     void tell(const Changes& changes);
 

@@ -45,7 +45,7 @@ class PackageKitTransaction {
     Subscription signals;
     Subscription serviceObservation;
     std::string path;
-    /// PackageKit's name on the bus. Other programs can send signals, too.
+    /// PackageKit's unique name on the bus, because other programs can send signals, too.
     std::string owner;
     bool isCanceled = false;
     std::vector<std::string> packages;

@@ -28,7 +28,7 @@ struct VPNProfile {
     /// Everything that the configuration does not have stays as it is.
     void set(const VPNConfiguration& configuration);
 
-    /// Apart from settings that this program does not know.
+    /// Compares everything except settings that this program does not know.
     bool isLike(const VPNProfile& other) const;
 };
 

@@ -114,7 +114,7 @@ TEST_F(NetworkManagerClientTest, isNotRunningIfTheBusEndsWhileItReads) {
     runLoopUntil([&] { return isReady; });
 }
 
-TEST_F(NetworkManagerClientTest, mayEndWithTheLastOneWhoWaitsForIt) {
+TEST_F(NetworkManagerClientTest, canBeDestroyedByTheLastOneThatWaitsForIt) {
     isStarting = true;
     startNetworkManager();
     makeClient();
@@ -153,6 +153,22 @@ TEST_F(NetworkManagerClientTest, keepsAConnectionThatItCannotReadAgain) {
     removeObject(connectionPath(2));
     awaitReport();
     EXPECT_THAT(client->profiles(), ElementsAre("uuid-1"));
+}
+
+TEST_F(NetworkManagerClientTest, listsNothingWhileItCannotReadAConnection) {
+    addConnection(1);
+    addConnection(2);
+    limited = connectionPath(1);
+    startNetworkManager();
+    makeClient();
+    bool isReady = false;
+    client->whenReady([&] { isReady = true; });
+    runLoopUntil([&] { return isReady; });
+    EXPECT_FALSE(client->isRunning());
+    EXPECT_EQ(client->problem(), "too many");
+    limited.clear();
+    awaitReady();
+    EXPECT_THAT(client->profiles(), ElementsAre("uuid-1", "uuid-2"));
 }
 
 TEST_F(NetworkManagerClientTest, saysWhatIsWrongAndTriesAgain) {

@@ -70,8 +70,8 @@ class PrivateBus {
         return QDBusConnection::connectToBus(address(), names.back());
     }
 
-    /// Sends somebody a signal from a connection that owns no name. The bus has passed it on when
-    /// this returns.
+    /// Sends a signal directly to the receiver, from a connection that owns no well-known name.
+    /// Returns after the bus has forwarded it.
     void forge(const Bus& receiver, const QString& path, const QString& interface,
                const QString& member, const QVariantList& arguments) {
         auto stranger = connect();

@@ -9,7 +9,7 @@
 // Tests/EndToEnd/test_tunnel_in_box.py saves and reads profiles with NetworkManager.
 namespace quoxelin::testing {
 
-/// Makes messages. They belong to a connection that nobody answers.
+/// Builds messages on a connection whose other end never answers.
 class VPNProfileTest : public ::testing::Test {
   protected:
     using Message = std::shared_ptr<sd_bus_message>;
