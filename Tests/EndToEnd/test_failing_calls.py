@@ -77,5 +77,9 @@ def test_the_application_outlives_every_failing_call(function):
     step = 1 if os.environ.get("FAILING_CALLS") == "all" else max(1, calls // SOME)
     for number in range(1, calls + 1, step):
         counted, left = use(function, number)
+        for _ in range(2):
+            # Data that arrives together takes fewer calls, so a run may end before the last ones.
+            if counted < number:
+                counted, left = use(function, number)
         assert counted >= number, f"{function} number {number} was not reached"
         assert left <= open_ones, f"after {function} number {number}"
